@@ -1,0 +1,17 @@
+# The order of arithmetic is the sound: no fused multiply-add, no reassociation, and doubles that
+# live in 64-bit registers on 32-bit x86, too (the x87 unit would keep 80 bits between operations).
+# Everything in the tree is compiled so, tests and the plain model included.
+add_compile_options(-ffp-contract=off -fno-fast-math)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$" OR CMAKE_CXX_FLAGS MATCHES "-m32")
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
+
+if(QUELLARD_SANITIZE)
+  add_compile_options(-fsanitize=${QUELLARD_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer -g)
+  add_link_options(-fsanitize=${QUELLARD_SANITIZE})
+endif()
+if(QUELLARD_COVERAGE)
+  add_compile_options(--coverage -O0 -g)
+  add_link_options(--coverage)
+endif()
