@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: ISC
+#include "channels/amp_channel.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace quellard {
+namespace {
+
+// Hosts may name any rate; one beyond the range of an integer is simply not 48000.
+std::int32_t truncateRate(double rate) {
+  return static_cast<std::int32_t>(
+      std::min(rate, static_cast<double>(std::numeric_limits<std::int32_t>::max())));
+}
+
+std::unique_ptr<IIRFilter> buildSection(const VoicingRow& row, double fs) {
+  filterPrm_tag prm = {row.num, row.frq, 0.0, 0.0, row.q, row.gain, fs};
+  return std::make_unique<IIRFilter>(&prm);
+}
+
+// Builds the sections to run at `fs` Hz.
+FilterBank buildBank(const BankTables& sheet, double fs) {
+  auto bank = std::make_unique<std::unique_ptr<IIRFilter>[]>(sheet.count);
+  for (std::size_t i = 0; i < sheet.count; ++i) {
+    const double gain = sheet.gain != nullptr ? sheet.gain[i] : 0.0;
+    bank[i] = buildSection({sheet.num[i], sheet.frq[i], sheet.q[i], gain}, fs);
+  }
+  return bank;
+}
+
+void refreshBank(const FilterBank& bank, std::int32_t count) {
+  std::for_each_n(bank.get(), count, [](const auto& section) { section->refresh(); });
+}
+
+}  // namespace
+
+AmpChannelBase::AmpChannelBase(double sampleRate)
+    : rateInt(truncateRate(sampleRate)), rate(sampleRate) {}
+
+void AmpChannelBase::build(const ChannelPlan& plan) {
+  const bool at48k = rateInt == 48000;
+  const ResamplingSet& set = at48k ? plan.at48k : plan.elsewhere;
+  resampleA = set.a;
+  resampleB = {set.b[0], set.b[1], set.b[2], set.b[2], set.b[1], set.b[0]};
+  overSample = at48k ? 7 : 8;
+  overSampleRatio = overSample;
+  masterScale = plan.masterScale;
+
+  preCount = static_cast<std::int32_t>(plan.pre.count);
+  postCount = static_cast<std::int32_t>(plan.post.count);
+  eqCount = static_cast<std::int32_t>(plan.eq.count);
+  powerCount = static_cast<std::int32_t>(plan.power.count);
+  reviseCount = static_cast<std::int32_t>(plan.revise.count);
+
+  const bool inside = plan.innerBanks == InnerBanks::oversampled;
+  const double innerRate = inside ? rate * overSampleRatio : rate;
+  preFilters = buildBank(plan.pre, rate);
+  postFilters = buildBank(plan.post, innerRate);
+  eqFilters = buildBank(plan.eq, rate);
+  powerFilters = buildBank(plan.power, innerRate);
+  reviseFilters = buildBank(plan.revise, rate);
+  dcBlocker = buildSection(kDcBlocker, rate);
+}
+
+void AmpChannelBase::clearMemory() {
+  refreshBank(preFilters, preCount);
+  refreshBank(postFilters, postCount);
+  refreshBank(eqFilters, eqCount);
+  refreshBank(powerFilters, powerCount);
+  refreshBank(reviseFilters, reviseCount);
+  dcBlocker->refresh();
+  upState.fill(0.0);
+  downState.fill(0.0);
+}
+
+}  // namespace quellard

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: ISC
+// What the engine asks of a channel, and the state that every channel carries. A channel is built
+// for one sample rate and lives until the next rate is set. All operations but construction and
+// destruction run on the audio thread under the effect's lock and allocate nothing.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "channels/clipper.h"
+#include "channels/voicing.h"
+#include "dsp/iir_filter.h"
+
+namespace quellard {
+
+// The sections of a bank in the order in which the signal meets them.
+using FilterBank = std::unique_ptr<std::unique_ptr<IIRFilter>[]>;
+
+// One bank's sheet by columns; gain is null where every section is built at 0 dB.
+struct BankTables {
+  std::size_t count;
+  const std::int32_t* num;
+  const double* frq;  // Hz
+  const double* q;
+  const double* gain;  // dB
+};
+
+template <std::size_t Count>
+constexpr BankTables bank(const std::array<std::int32_t, Count>& num,
+                          const std::array<double, Count>& frq,
+                          const std::array<double, Count>& q) {
+  return {Count, num.data(), frq.data(), q.data(), nullptr};
+}
+
+template <std::size_t Count>
+constexpr BankTables bank(const std::array<std::int32_t, Count>& num,
+                          const std::array<double, Count>& frq, const std::array<double, Count>& q,
+                          const std::array<double, Count>& gain) {
+  return {Count, num.data(), frq.data(), q.data(), gain.data()};
+}
+
+// Where a channel's post and power banks run.
+enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
+
+// All that is built alike and differs by its figures.
+struct ChannelPlan {
+  BankTables pre, post, eq, power, revise;
+  InnerBanks innerBanks;
+  double masterScale;
+  ResamplingSet at48k;
+  ResamplingSet elsewhere;
+};
+
+class AmpChannelBase {
+ public:
+  virtual ~AmpChannelBase() = default;
+  AmpChannelBase(const AmpChannelBase&) = delete;
+  AmpChannelBase& operator=(const AmpChannelBase&) = delete;
+
+  // Plays n samples of `in` into `out`; both may be the same array. Drive and output level move in
+  // straight lines from where the last block left them to their targets at the block's last
+  // sample. n below 1 touches no sample but ends the ramps. A non-finite input sample is played
+  // as 0.
+  virtual void signalProcess(double* /*in*/, double* /*out*/, int /*n*/) {}
+
+  // The knobs after their tapers, 0..1, and the length in samples over which the filters glide to
+  // their new design (at once below 1).
+  virtual void setEQ(double /*treble*/, double /*mid*/, double /*bass*/, double /*presence*/,
+                     int /*n*/) {}
+  virtual void setGain(double /*gain*/, int /*n*/) {}
+  virtual void setMaster(double /*master*/, int /*n*/) {}
+
+  // Keeps everything as it is: a host that stops and starts hears no restart.
+  virtual void resume() {}
+
+  // Empties filters, resampler and split after the signal has turned non-finite; controls, glides
+  // and levels stay. Behind the operations above, whose order is fixed.
+  virtual void clearMemory();
+
+  std::int32_t preCount = 0;
+  std::int32_t postCount = 0;
+  std::int32_t eqCount = 0;
+  std::int32_t powerCount = 0;
+  std::int32_t reviseCount = 0;
+  FilterBank preFilters;
+  FilterBank postFilters;
+  FilterBank eqFilters;  // the tone stack
+  FilterBank powerFilters;
+  FilterBank reviseFilters;
+  std::unique_ptr<IIRFilter> dcBlocker;
+  std::array<double, 5> resampleA{};  // feedback A1..A5 of the oversampling lowpass, added
+  std::array<double, 6> resampleB{};  // feed-forward B0..B5
+  std::int32_t rateInt;               // the rate truncated toward zero
+  double rate;                        // Hz
+  std::int32_t overSample = 0;        // F: 7 at 48000 Hz, 8 at any other rate
+  double overSampleRatio = 0.0;
+  double masterScale = 0.0;         // the channel's make-up factor
+  std::array<double, 6> upState{};  // element 5 stays 0
+  std::array<double, 6> downState{};
+  double gainTarget = 1.0;
+  double gainCurrent = 0.0;  // in force at the end of the last block
+  double masterTarget = 1.0;
+  double masterCurrent = 0.0;
+
+ protected:
+  explicit AmpChannelBase(double sampleRate);
+
+  // Takes over the plan's constants and builds every section. May throw std::bad_alloc.
+  void build(const ChannelPlan& plan);
+};
+
+}  // namespace quellard

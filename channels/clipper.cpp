@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: ISC
+#include "channels/clipper.h"
+
+#include <cmath>
+
+namespace quellard {
+namespace {
+
+// clang-format off
+// The stored constants of the cascade: levels, rates per entry, guard exponent.
+constexpr std::array<ClipperCurve, 3> kCascadeCurves = {{
+  // + level  + rate                - level  - rate                 guard
+  {  1.0,    -0.0035,               0.057,  -0.06140350877192979,   -70.0              },
+  {  1.0,    -0.00802125844320371,  0.9,    -0.008912509381337455,  -160.42516886407418 },
+  {  1.0,    -0.0015,               0.9,    -0.0015,                -30.0              },
+}};
+// clang-format on
+
+}  // namespace
+
+CascadeClippers cascadeClip;
+
+void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf grouping) {
+  clipper.halfSize = kClipperHalfSize;
+  const bool oneRate = curve.positiveRate == curve.negativeRate;
+  for (int i = 0; i <= kClipperHalfSize; ++i) {
+    const double x = i;
+    const auto above = static_cast<std::size_t>(kClipperHalfSize + i);
+    const auto below = static_cast<std::size_t>(kClipperHalfSize - i);
+    const double e = std::exp(curve.positiveRate * x);
+    clipper.table[above] = curve.positiveLevel * (1.0 - e) / (e + 1.0);
+    const double f = oneRate ? e : std::exp(curve.negativeRate * x);
+    clipper.table[below] = grouping == NegativeHalf::scaleNumerator
+                               ? -curve.negativeLevel * (1.0 - f) / (f + 1.0)
+                               : (1.0 - f) / (f + 1.0) * -curve.negativeLevel;
+  }
+  const double e = std::exp(curve.guardExponent);
+  clipper.table.back() = curve.positiveLevel * (1.0 - e) / (e + 1.0);
+}
+
+void DriveClipper::require(int overSample, const DriveCurve& curve) {
+  const std::size_t i = index(overSample);
+  std::call_once(generated_[i], [&] {
+    const double A = curve.positiveSlope * overSample;
+    const double B = curve.negativeSlope * overSample;
+    const ClipperCurve scaled = {curve.positiveLevel, 0.0 - (A + A) / kClipperHalfSize, 1.0,
+                                 0.0 - (B + B) / kClipperHalfSize, -2.0 * A};
+    generateClipper(tables_[i], scaled, NegativeHalf::scaleNumerator);
+  });
+}
+
+void requireCascadeClippers() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    for (std::size_t i = 0; i < cascadeClip.size(); ++i) {
+      generateClipper(cascadeClip[i], kCascadeCurves[i], NegativeHalf::scaleQuotient);
+    }
+  });
+}
+
+}  // namespace quellard

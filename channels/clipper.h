@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: ISC
+// Waveshaper tables: soft-saturation curves read with linear interpolation. A table is generated
+// once for each oversampling factor that the process meets and only read afterwards, so instances
+// at different rates never disturb each other.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+
+namespace quellard {
+
+inline constexpr int kClipperHalfSize = 20000;
+
+struct Clipper {
+  double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups silent
+  // Entry j holds the curve at (j - 20000) / 20000; the last one repeats its neighbour, so that
+  // interpolation needs no test at the upper end.
+  std::array<double, 2 * kClipperHalfSize + 2> table;
+
+  // The curve at x, held at its ends beyond -1..1. NaN reads entry 0 and answers NaN, so that a
+  // poisoned filter shows at the output instead of falling silent for ever. [audio thread]
+  double lookup(double x) const {
+    const double c = x > 1.0 ? 1.0 : x < -1.0 ? -1.0 : x;
+    const double position = halfSize + c * halfSize;
+    const auto i = position >= 0.0 ? static_cast<std::size_t>(position) : std::size_t{0};
+    const double fraction = position - static_cast<double>(i);
+    return (table[i + 1] - table[i]) * fraction + table[i];
+  }
+};
+
+// Two hyperbolic-tangent halves, positiveLevel * tanh(-positiveRate * 10000 u) for u >= 0 and the
+// like below 0. The rates are those of the exponentials, per table entry.
+struct ClipperCurve {
+  double positiveLevel;
+  double positiveRate;
+  double negativeLevel;
+  double negativeRate;
+  double guardExponent;  // positiveRate * 20000, as it is stored
+};
+
+// How a generator groups the negative half; the tables' last bits depend on it.
+enum class NegativeHalf : std::uint8_t { scaleNumerator, scaleQuotient };
+
+// Fills the table: 40003 exponentials, half of them where both rates are equal. Not for the audio
+// thread. Allocates nothing.
+void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf grouping);
+
+// The first waveshaper of a channel sees zero-stuffed samples at 1/F of their level, so its slopes
+// at 0 grow with the factor F.
+struct DriveCurve {
+  double positiveLevel;
+  double positiveSlope;  // of the tanh's argument, at F = 1
+  double negativeSlope;  // its level is 1
+};
+
+// The drive curve of one channel, a table for each of the two factors that exist.
+class DriveClipper {
+ public:
+  // overSample: 7 or 8. Silent until required for that factor. [audio thread]
+  const Clipper& at(int overSample) const { return tables_[index(overSample)]; }
+
+  // Generates the factor's table unless that has been done. Thread-safe; not for the audio thread.
+  void require(int overSample, const DriveCurve& curve);
+
+ private:
+  static constexpr int kLowestFactor = 7;
+  static constexpr std::size_t index(int overSample) {
+    return static_cast<std::size_t>(overSample - kLowestFactor);
+  }
+
+  std::array<Clipper, 2> tables_;
+  std::array<std::once_flag, 2> generated_;
+};
+
+// The three curves behind the drive stage of VINTAGE and MODERN. They do not depend on the factor
+// and are the same in both channels, so the process holds them once.
+using CascadeClippers = std::array<Clipper, 3>;
+extern CascadeClippers cascadeClip;
+
+// Generates the three curves unless that has been done. Thread-safe; not for the audio thread.
+void requireCascadeClippers();
+
+}  // namespace quellard

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: ISC
+#include "channels/quellard_ch1.h"
+
+#include "channels/signal_chain.h"
+#include "channels/tone_controls.h"
+
+namespace quellard {
+namespace {
+
+constexpr DriveCurve kDrive = {0.98, 83.9795918367347, 82.3};
+constexpr LowBassRange kLowBass = {5.0};
+
+}  // namespace
+
+DriveClipper QuellardCh1::clip;
+
+QuellardCh1::QuellardCh1(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
+  build({
+      .pre = bank(QuellardCh1preNum, QuellardCh1preFrq, QuellardCh1preQ, QuellardCh1preGain),
+      .post = bank(QuellardCh1postNum, QuellardCh1postFrq, QuellardCh1postQ, QuellardCh1postGain),
+      .eq = bank(QuellardCh1eqNum, QuellardCh1eqFrq, QuellardCh1eqQ),
+      .power =
+          bank(QuellardCh1powerNum, QuellardCh1powerFrq, QuellardCh1powerQ, QuellardCh1powerGain),
+      .revise = bank(QuellardCh1reviseNum, QuellardCh1reviseFrq, QuellardCh1reviseQ,
+                     QuellardCh1reviseGain),
+      .innerBanks = InnerBanks::atSampleRate,
+      .masterScale = 7.07945784,  // +17 dB
+      .at48k = kR1,
+      .elsewhere = kR2,
+  });
+  if (rebuildTables) {
+    clip.require(overSample, kDrive);
+  }
+}
+
+void QuellardCh1::signalProcess(double* in, double* out, int n) {
+  const auto beforeDrive = [this](double& x) {
+    runBank(postFilters, 0, postCount, x);
+    runBank(powerFilters, 0, powerCount, x);
+  };
+  const Clipper& drive = clip.at(overSample);
+  playChannel(*this, in, out, n, beforeDrive, [&drive](double y) { return drive.lookup(y); });
+}
+
+void QuellardCh1::setEQ(double treble, double mid, double bass, double presence, int n) {
+  retuneToneStack(*this, {treble, mid, bass, presence}, kLowBass, n);
+}
+
+void QuellardCh1::setGain(double gain, int n) {
+  gainTarget = gain;
+  retuneInputShelf(*this, gain, n);
+}
+
+void QuellardCh1::setMaster(double master, int /*n*/) {
+  masterTarget = master * kMasterLevel * masterScale;
+}
+
+}  // namespace quellard

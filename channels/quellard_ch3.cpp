@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: ISC
+#include "channels/quellard_ch3.h"
+
+#include "channels/cascade.h"
+#include "channels/tone_controls.h"
+
+namespace quellard {
+namespace {
+
+constexpr DriveCurve kDrive = {0.45, 43.7555555555556, 19.69};
+constexpr LowBassRange kLowBass = {6.0};
+constexpr double kDriveLevel = 0.501187233;  // -6 dB
+
+}  // namespace
+
+DriveClipper QuellardCh3::clip;
+
+QuellardCh3::QuellardCh3(double sampleRate, bool rebuildTables)
+    : AmpChannelBase(sampleRate), PowerStageSplit(rateInt == 48000) {
+  build({
+      .pre = bank(QuellardCh3preNum, QuellardCh3preFrq, QuellardCh3preQ, QuellardCh3preGain),
+      .post = bank(QuellardCh3postNum, QuellardCh3postFrq, QuellardCh3postQ, QuellardCh3postGain),
+      .eq = bank(QuellardCh3eqNum, QuellardCh3eqFrq, QuellardCh3eqQ),
+      .power =
+          bank(QuellardCh3powerNum, QuellardCh3powerFrq, QuellardCh3powerQ, QuellardCh3powerGain),
+      .revise = bank(QuellardCh3reviseNum, QuellardCh3reviseFrq, QuellardCh3reviseQ,
+                     QuellardCh3reviseGain),
+      .innerBanks = InnerBanks::oversampled,
+      .masterScale = 0.5,  // -6.02 dB
+      .at48k = kR3,
+      .elsewhere = kR4,
+  });
+  if (rebuildTables) {
+    clip.require(overSample, kDrive);
+    requireCascadeClippers();
+  }
+}
+
+void QuellardCh3::signalProcess(double* in, double* out, int n) {
+  const auto beforeDrive = [this](double& x) { runBank(preFilters, 1, preCount, x); };
+  playChannel(*this, in, out, n, beforeDrive, Cascade(*this, clip.at(overSample), *this));
+}
+
+void QuellardCh3::setEQ(double treble, double mid, double bass, double presence, int n) {
+  retuneToneStack(*this, {treble, mid, bass, presence}, kLowBass, n);
+}
+
+void QuellardCh3::setGain(double gain, int n) {
+  gainTarget = kDriveLevel * gain;
+  retuneInputShelf(*this, gain, n);
+}
+
+void QuellardCh3::setMaster(double master, int /*n*/) {
+  masterTarget = master * kMasterLevel * masterScale;
+}
+
+void QuellardCh3::clearMemory() {
+  AmpChannelBase::clearMemory();
+  clearSplit();
+}
+
+}  // namespace quellard

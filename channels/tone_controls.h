@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: ISC
+// What the knobs do to the filters: the fitted polynomials of a passive tone stack and of the
+// input shelf, and the retunes they lead to. Audio thread, under the effect's lock; no allocation.
+#pragma once
+
+#include "channels/amp_channel.h"
+
+namespace quellard {
+
+// Knobs after their tapers, 0..1. Outside that the polynomials extrapolate; the design mends a Q or
+// a frequency that leaves its range.
+struct ToneKnobs {
+  double treble;
+  double mid;
+  double bass;
+  double presence;
+};
+
+// The low bass peak of a channel swings from -range to +range dB over the BASS knob.
+struct LowBassRange {
+  double dB;
+};
+
+// Retunes tone-stack sections 0 to 5 with a glide over n samples.
+void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, LowBassRange lowBass, int n);
+
+// Retunes the input shelf: the less gain, the less bass reaches the drive.
+void retuneInputShelf(AmpChannelBase& channel, double gain, int n);
+
+// The output level for a master value, before the channel's own make-up: -1 dB at 1.
+inline constexpr double kMasterLevel = 0.8912509381337455;
+
+}  // namespace quellard

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: ISC
+// The amplifier: everything of an effect instance that makes sound, from plain buffers to plain
+// buffers, without a host. The effect object derives from it, and hosts share that object's
+// layout, so the fields stand in the order that is part of the interface.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "channels/amp_channel.h"
+#include "dsp/taper.h"
+#include "engine/channel_switcher.h"
+#include "params/parameter_table.h"
+#include "params/program.h"
+
+namespace quellard {
+
+class Amplifier {
+ public:
+  Amplifier();
+  ~Amplifier();
+  Amplifier(const Amplifier&) = delete;
+  Amplifier& operator=(const Amplifier&) = delete;
+
+  // Plays `frames` samples of `in` into `out`; both may be the same array. A count below 1 touches
+  // neither, but moved knobs still reach the channels. Silence before the first sample-rate setup,
+  // where memory is short, and for a block in which a channel's signal turned non-finite.
+  // [audio thread] Holds processLock. Allocates only in the first block of another length.
+  void processBlock(double* in, double* out, int frames);
+
+  // Builds everything that depends on the rate. Hz; the rate in force, NaN, infinities and rates
+  // that are not positive change nothing. Returns whether it built. Not while a block is played.
+  // On an exception (memory) no channel is left, and the next call builds again.
+  // controlMinimum: what every taper answers at a knob's minimum.
+  bool prepare(double rate, double controlMinimum = 0.0);
+
+  // Where the live value of a parameter is kept; null for indices without one.
+  std::atomic<float>* liveValue(int index);
+  const std::atomic<float>* liveValue(int index) const;
+
+  // Held for a whole block and for each store of a parameter. Recursive.
+  std::recursive_mutex processLock;
+  std::unique_ptr<QuellardProgram[]> programs;
+  // The knobs, 0..1, six per channel in the order of the parameters: PRESENCE, BASS, MID, TREBLE,
+  // MASTER, GAIN.
+  std::array<std::atomic<float>, kNumControls> controlValues;
+  // As last pushed to the channels: BASS, MID, TREBLE, PRESENCE, MASTER, GAIN. Negative: never.
+  std::array<float, kNumControls> appliedValues;
+  std::atomic<float> typeValue;  // the channel selector, 0..1
+  std::int32_t activeChannel;    // the audible one
+  std::unique_ptr<ChannelSwitcher> channelSwitch;
+  std::unique_ptr<double[]> fadeBuffer;
+  bool typePending;           // until the first block
+  std::int32_t bufferFrames;  // the length of fadeBuffer and channelBuffer
+  // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE for each channel.
+  std::array<std::unique_ptr<edit<double>>, kNumControls> tapers;
+  double appliedSampleRate;  // Hz; -1 before the first setup
+  std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
+  std::unique_ptr<double[]> channelBuffer;
+
+  // The rate, in Hz, for which a setup last asked for waveshaper tables in this process; -1 at
+  // load. A setup at the same rate finds them made.
+  static std::atomic<double> clipSampleRate;
+
+ private:
+  void adoptFirstSelector();
+  void pushMovedControls(int frames);
+  void pushMovedControls(int channel, int frames);
+  bool sizeBuffers(int frames);
+  int findSwitchPoint(int frames);
+  bool playChannels(int outgoing, int split, double* in, int frames);
+  void writeOutput(double* out, int frames) const;
+  void rememberControls();
+
+  void buildChannels(double rate);
+  void buildTapers(double controlMinimum);
+};
+
+}  // namespace quellard

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: ISC
+// The channel switch: 16 ms of fade-out, one silent sample at which the channels change places,
+// 16 ms of fade-in.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace quellard {
+
+class ChannelSwitcher {
+ public:
+  // sampleRate: Hz. select: the selector's value now, 0..1. Allocates both fades.
+  ChannelSwitcher(double sampleRate, float select);
+
+  // Takes a selector value as seen, so that it starts no switch. [audio thread]
+  void adopt(float select) { lastSelect = select; }
+
+  // Writes one gain per sample and moves the fade on. A selector that differs from the recorded
+  // one starts a switch if none is running; one that moves during the fade-in is left unrecorded
+  // and starts its own switch at the next block that begins idle. Of all gains of a switch one is
+  // 0: the point at which the channels change places. n below 1 writes nothing. [audio thread]
+  void fillGain(float select, int n, double* gain);
+
+  enum FadeState : std::int32_t { idle = 0, fadingOut = 1, fadingIn = 2 };
+
+  std::int32_t fadeLength;                // samples in each half, at least 1
+  std::unique_ptr<double[]> fadeInGain;   // 0, 1/N, ..., (N-1)/N
+  std::unique_ptr<double[]> fadeOutGain;  // 1, (N-1)/N, ..., 1/N
+  std::int32_t fadePos;
+  float lastSelect;
+  std::int32_t fadeState;
+
+ private:
+  int fillFade(const double* fade, FadeState next, int room, double* gain);
+};
+
+}  // namespace quellard

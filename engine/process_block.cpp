@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: ISC
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "engine/amplifier.h"
+#include "engine/flush_to_zero.h"
+
+namespace quellard {
+namespace {
+
+// Knobs as the parameters number them within a channel, and their places in the other two orders.
+enum Knob : std::size_t { presence, bass, mid, treble, master, gain };
+constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedPlace = {3, 0, 1, 2, 4, 5};
+constexpr std::array<std::size_t, kKnobsPerChannel> kTaperPlace = {5, 2, 3, 4, 0, 1};
+
+constexpr std::size_t firstOf(std::size_t channel) { return channel * kKnobsPerChannel; }
+
+// Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
+float withinKnobRange(float value) { return value > 0.0f ? std::min(value, 1.0f) : 0.0f; }
+
+bool allFinite(const double* samples, int count) {
+  return std::all_of(samples, samples + count, [](double x) { return std::isfinite(x); });
+}
+
+void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
+
+}  // namespace
+
+void Amplifier::processBlock(double* in, double* out, int frames) {
+  const std::lock_guard lock(processLock);
+  const FlushToZero flushToZero;
+  frames = std::max(frames, 0);
+  if (channelSwitch == nullptr) return writeSilence(out, frames);
+
+  adoptFirstSelector();
+  pushMovedControls(frames);
+  if (!sizeBuffers(frames)) return writeSilence(out, frames);
+  channelSwitch->fillGain(typeValue.load(std::memory_order_relaxed), frames, fadeBuffer.get());
+  const int outgoing = activeChannel;
+  const int split = findSwitchPoint(frames);
+  const bool sound = playChannels(outgoing, split, in, frames);
+  sound ? writeOutput(out, frames) : writeSilence(out, frames);
+  rememberControls();
+}
+
+// The first block of all starts on the selected channel, without a fade.
+void Amplifier::adoptFirstSelector() {
+  if (!typePending) return;
+  const float select = typeValue.load(std::memory_order_relaxed);
+  channelSwitch->adopt(select);
+  activeChannel = channelFromSelect(select);
+  typePending = false;
+}
+
+// Inaudible channels follow their knobs too, so that a switch finds them as they are set.
+void Amplifier::pushMovedControls(int frames) {
+  for (int channel = 0; channel < kNumChannels; ++channel) pushMovedControls(channel, frames);
+}
+
+void Amplifier::pushMovedControls(int channel, int frames) {
+  const auto c = static_cast<std::size_t>(channel);
+  const auto value = [&](Knob knob) {
+    return controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
+  };
+  const auto moved = [&](Knob knob) {
+    const float applied = appliedValues[firstOf(c) + kAppliedPlace[knob]];
+    return value(knob) != applied || applied < 0.0f;
+  };
+  const auto tapered = [&](Knob knob) {
+    const auto& taper = *tapers[firstOf(c) + kTaperPlace[knob]];
+    return static_cast<double>(taper.editProcessing(withinKnobRange(value(knob))));
+  };
+
+  AmpChannelBase& amp = *channels[c];
+  if (moved(bass) || moved(mid) || moved(treble) || moved(presence)) {
+    amp.setEQ(tapered(treble), tapered(mid), tapered(bass), tapered(presence), frames);
+  }
+  if (moved(gain)) amp.setGain(tapered(gain), frames);
+  if (moved(master)) amp.setMaster(tapered(master), frames);
+}
+
+// False where memory is short; the next block tries again.
+bool Amplifier::sizeBuffers(int frames) {
+  if (frames == bufferFrames) return true;
+  const auto size = static_cast<std::size_t>(frames);
+  bufferFrames = 0;
+  channelBuffer.reset(new (std::nothrow) double[size]);
+  fadeBuffer.reset(new (std::nothrow) double[size]);
+  if (channelBuffer == nullptr || fadeBuffer == nullptr) return false;
+  bufferFrames = frames;
+  return true;
+}
+
+// The one sample of gain 0 belongs to the incoming channel, as does everything after it. Without
+// one the whole block belongs to the audible channel.
+int Amplifier::findSwitchPoint(int frames) {
+  const double* fade = fadeBuffer.get();
+  const double* point = std::find_if(fade, fade + frames, [](double g) { return g <= 0.0; });
+  if (point != fade + frames) {
+    activeChannel = channelFromSelect(typeValue.load(std::memory_order_relaxed));
+  }
+  return static_cast<int>(point - fade);
+}
+
+// False where a channel's signal has turned non-finite; that channel then starts afresh in the next
+// block.
+bool Amplifier::playChannels(int outgoing, int split, double* in, int frames) {
+  double* const out = channelBuffer.get();
+  AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
+  AmpChannelBase& after = *channels[static_cast<std::size_t>(activeChannel)];
+  before.signalProcess(in, out, split);
+  after.signalProcess(in + split, out + split, frames - split);
+
+  const bool beforeIsSound = allFinite(out, split);
+  const bool afterIsSound = allFinite(out + split, frames - split);
+  if (!beforeIsSound) before.clearMemory();
+  if (!afterIsSound) after.clearMemory();
+  return beforeIsSound && afterIsSound;
+}
+
+void Amplifier::writeOutput(double* out, int frames) const {
+  std::transform(fadeBuffer.get(), fadeBuffer.get() + frames, channelBuffer.get(), out,
+                 [](double fade, double sample) { return fade * sample; });
+}
+
+void Amplifier::rememberControls() {
+  for (std::size_t c = 0; c < kNumChannels; ++c) {
+    for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
+      appliedValues[firstOf(c) + kAppliedPlace[knob]] =
+          controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
+    }
+  }
+}
+
+}  // namespace quellard

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: ISC
+#include <cmath>
+#include <utility>
+
+#include "channels/quellard_ch1.h"
+#include "channels/quellard_ch2.h"
+#include "channels/quellard_ch3.h"
+#include "engine/amplifier.h"
+
+namespace quellard {
+namespace {
+
+// MASTER, GAIN, BASS, MID, TREBLE, PRESENCE; the same for every channel.
+constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
+                                                                 1.0f, 1.0f, 1.0f};
+
+}  // namespace
+
+std::atomic<double> Amplifier::clipSampleRate{-1.0};
+
+Amplifier::Amplifier()
+    : programs(std::make_unique<QuellardProgram[]>(kNumPrograms)),
+      appliedValues{},
+      typeValue(kTypeDefault),
+      activeChannel(0),
+      typePending(true),
+      bufferFrames(0),
+      appliedSampleRate(-1.0) {
+  for (std::atomic<float>& value : controlValues) value.store(1.0f, std::memory_order_relaxed);
+}
+
+Amplifier::~Amplifier() = default;
+
+const std::atomic<float>* Amplifier::liveValue(int index) const {
+  if (index >= 1 && index <= kNumControls)
+    return &controlValues[static_cast<std::size_t>(index - 1)];
+  return index == kTypeParameter ? &typeValue : nullptr;
+}
+
+std::atomic<float>* Amplifier::liveValue(int index) {
+  return const_cast<std::atomic<float>*>(std::as_const(*this).liveValue(index));
+}
+
+bool Amplifier::prepare(double rate, double controlMinimum) {
+  if (rate == appliedSampleRate || !std::isfinite(rate) || rate <= 0.0) return false;
+  // Until all is built there is no switcher, and blocks are silent.
+  appliedSampleRate = -1.0;
+  channelSwitch.reset();
+  for (auto& channel : channels) channel.reset();
+
+  try {
+    buildChannels(rate);
+    buildTapers(controlMinimum);
+    appliedValues.fill(-1.0f);
+    const float select = typeValue.load(std::memory_order_relaxed);
+    channelSwitch = std::make_unique<ChannelSwitcher>(rate, select);
+    activeChannel = channelFromSelect(select);
+  } catch (...) {
+    for (auto& channel : channels) channel.reset();
+    throw;
+  }
+  bufferFrames = 0;
+  appliedSampleRate = rate;
+  return true;
+}
+
+// The rate is published only when its tables stand, so another instance that finds it may use them.
+void Amplifier::buildChannels(double rate) {
+  const bool rebuild = rate != clipSampleRate.load(std::memory_order_acquire);
+  channels[0] = std::make_unique<QuellardCh1>(rate, rebuild);
+  channels[1] = std::make_unique<QuellardCh2>(rate, rebuild);
+  channels[2] = std::make_unique<QuellardCh3>(rate, rebuild);
+  clipSampleRate.store(rate, std::memory_order_release);
+}
+
+void Amplifier::buildTapers(double controlMinimum) {
+  for (std::size_t i = 0; i < tapers.size(); ++i) {
+    tapers[i] = std::make_unique<edit<double>>();
+    tapers[i]->curve = kPowerCurve;
+    tapers[i]->valueAtZero = controlMinimum;
+    tapers[i]->exponent = kTaperExponents[i % kKnobsPerChannel];
+  }
+}
+
+}  // namespace quellard

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: ISC
+#include "params/parameter_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace quellard {
+namespace {
+
+constexpr int kDisplayLen = 8;
+constexpr char kTooLong[] = "Huge!";
+
+int lastDigit(double number) { return static_cast<int>(std::fmod(number, 10.0)); }
+
+char digitCharacter(int digit) { return static_cast<char>('0' + digit); }
+
+// Half a hundredth outwards, so that cutting after two decimals rounds.
+float roundToHundredths(float value) {
+  if (std::fabs(value) < 0.005f) return 0.0f;
+  return value > 0.0f ? value + 0.005f : value - 0.005f;
+}
+
+// Writes the digits of a number backwards, ending in front of `end`; returns where they begin.
+// Stops when the text, with its sign place and point counted in `count`, is eight characters long.
+char* writeIntegerPart(double number, char* end, int& count) {
+  *--end = digitCharacter(lastDigit(number));
+  number *= 0.1;
+  count = 3;
+  while (number >= 1.0 && count < kDisplayLen) {
+    *--end = digitCharacter(lastDigit(number));
+    number *= 0.1;
+    ++count;
+  }
+  return end;
+}
+
+// The decimals that still fit, written from the hundredths leftwards.
+char* writeFraction(double hundredths, char* end, int count) {
+  const int places = std::min(2, kDisplayLen - count);
+  for (int i = 0; i < places; ++i) {
+    if (hundredths > 0.0) {
+      *--end = digitCharacter(lastDigit(hundredths));
+      hundredths *= 0.1;
+    } else {
+      *--end = '0';
+    }
+  }
+  return end;
+}
+
+}  // namespace
+
+void copyText(char* to, const char* from, int maxLen) {
+  const auto size = static_cast<std::size_t>(maxLen);
+  const std::size_t length = strnlen(from, size);
+  std::memcpy(to, from, length);
+  std::memset(to + length, 0, size + 1 - length);
+}
+
+void formatValue(float value, char* text, int maxLen) {
+  if (text == nullptr || maxLen < 0) return;
+  if (std::isnan(value)) value = 0.0f;
+
+  const double rounded = static_cast<double>(roundToHundredths(value));
+  const bool negative = rounded < 0.0;
+  const double magnitude = std::fabs(rounded);
+  if (magnitude > (negative ? 9999999.0 : 99999999.0)) return copyText(text, kTooLong, maxLen);
+
+  const double integer = std::floor(magnitude);
+  int count = 0;
+  char whole[2 * kDisplayLen] = {};
+  char* const point = whole + kDisplayLen;
+  *point = '.';
+  char* begin = writeIntegerPart(integer, point, count);
+  *--begin = negative ? '-' : ' ';
+
+  char fraction[3] = {};
+  char* const decimals = writeFraction((magnitude - integer) * 100.0, fraction + 2, count);
+  std::strcpy(point + 1, decimals);
+  copyText(text, begin, maxLen);
+}
+
+void writeParameterName(int index, char* text) {
+  const ParameterInfo* parameter = findParameter(index);
+  if (text == nullptr || parameter == nullptr || parameter->kind == ParameterKind::none) return;
+  std::strcpy(text, parameter->name);
+}
+
+void writeParameterDisplay(int index, float value, char* text) {
+  const ParameterInfo* parameter = findParameter(index);
+  if (text == nullptr || parameter == nullptr) return;
+  if (parameter->kind == ParameterKind::knob) {
+    formatValue(10.0f * value, text, kDisplayLen);
+  } else if (parameter->kind == ParameterKind::selector) {
+    const auto channel = static_cast<std::size_t>(channelFromSelect(value));
+    copyText(text, kChannelNames[channel], kDisplayLen);
+  }
+}
+
+}  // namespace quellard

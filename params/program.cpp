@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: ISC
+#include "params/program.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace quellard {
+namespace {
+
+constexpr char kUnnamed[] = "Init";
+
+bool continuesUtf8Sequence(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+}  // namespace
+
+QuellardProgram::QuellardProgram() : name{} {
+  for (std::atomic<float>& value : values) value.store(kKnobDefault, std::memory_order_relaxed);
+  values[kTypeParameter - 1].store(kTypeDefault, std::memory_order_relaxed);
+  rename(kUnnamed);
+}
+
+void QuellardProgram::rename(const char* newName) {
+  std::size_t length = strnlen(newName, kProgramNameSize);
+  if (length == kProgramNameSize) {
+    length = kProgramNameSize - 1;
+    while (length > 0 && continuesUtf8Sequence(newName[length])) --length;
+  }
+  std::memmove(name, newName, length);
+  std::memset(name + length, 0, sizeof name - length);
+}
+
+void QuellardProgram::writeNumberedName(int number, char* text) const {
+  if (std::strcmp(name, kUnnamed) == 0) {
+    std::snprintf(text, kProgramNameSize, "%s %d", kUnnamed, number);
+  } else {
+    writeName(text);
+  }
+}
+
+void QuellardProgram::writeName(char* text) const { std::strcpy(text, name); }
+
+}  // namespace quellard
