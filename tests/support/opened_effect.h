@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: ISC
+// An effect as a host holds it: opened through the entry, driven through its record, closed at the
+// end of its scope.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "shell/entry.h"
+#include "shell/quellard.h"
+
+namespace quellard::test {
+
+inline std::intptr_t answeringHost(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t,
+                                   void*, float) {
+  return opcode == audioMasterVersion ? kVstVersion : 0;
+}
+
+class OpenedEffect {
+ public:
+  OpenedEffect() : interface_(openInterface(answeringHost)), record_(interface_->effect) {}
+  ~OpenedEffect() { dispatch(effClose); }
+  OpenedEffect(const OpenedEffect&) = delete;
+  OpenedEffect& operator=(const OpenedEffect&) = delete;
+
+  std::intptr_t dispatch(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
+                         void* ptr = nullptr, float opt = 0.0f) {
+    return record_->dispatcher(record_, opcode, index, value, ptr, opt);
+  }
+  void setSampleRate(float rate) { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
+  void setProgram(int program) { dispatch(effSetProgram, 0, program); }
+  void setParameter(int index, float value) { record_->setParameter(record_, index, value); }
+  float getParameter(int index) { return record_->getParameter(record_, index); }
+  void process(double* in, double* out, int frames) {
+    record_->processDoubleReplacing(record_, &in, &out, frames);
+  }
+
+  AEffect& record() { return *record_; }
+  // The object behind the record, as the host extension reaches it.
+  Quellard& object() {
+    return dynamic_cast<Quellard&>(*static_cast<AudioEffect*>(record_->object));
+  }
+
+ private:
+  std::unique_ptr<Orv_TypeIF> interface_;
+  AEffect* record_;
+};
+
+}  // namespace quellard::test
