@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: ISC
+#include "tools/automation.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <fstream>
+#include <optional>
+#include <utility>
+
+#include "tools/errors.h"
+
+namespace quellard {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // spreadsheets put it in front
+
+struct Line {
+  int number;
+  double seconds;
+  std::string parameter;
+  std::string value;
+};
+
+std::vector<std::string> splitFields(std::string_view text) {
+  constexpr std::string_view kSeparators = ",; \t\r\n";
+  text = text.substr(0, text.find('#'));
+  std::vector<std::string> fields;
+  std::size_t start = text.find_first_not_of(kSeparators);
+  while (start != std::string_view::npos) {
+    const std::size_t end = std::min(text.find_first_of(kSeparators, start), text.size());
+    fields.emplace_back(text.substr(start, end - start));
+    start = text.find_first_not_of(kSeparators, end);
+  }
+  return fields;
+}
+
+// Headings: the first line that says anything has no time in front. "1..5" is a mistyped time.
+bool isHeading(const std::vector<std::string>& fields) {
+  return std::isalpha(static_cast<unsigned char>(fields.front().front())) != 0;
+}
+
+std::vector<Line> readLines(std::istream& text, const std::string& name) {
+  std::vector<Line> lines;
+  std::string raw;
+  bool first = true;
+  for (int number = 1; std::getline(text, raw); ++number) {
+    if (number == 1 && raw.starts_with(kByteOrderMark)) raw.erase(0, kByteOrderMark.size());
+    const std::vector<std::string> fields = splitFields(raw);
+    if (fields.empty()) continue;
+    if (std::exchange(first, false) && isHeading(fields)) continue;
+    const std::optional<double> seconds = parseNumber(fields.front());
+    if (!seconds || fields.size() != 3) {
+      throw UsageError(fmt::format("{}:{}: expected 'seconds, parameter, value'", name, number));
+    }
+    if (*seconds < 0.0) throw UsageError(fmt::format("{}:{}: negative time", name, number));
+    lines.push_back({number, *seconds, fields[1], fields[2]});
+  }
+  return lines;
+}
+
+}  // namespace
+
+std::vector<Move> parseAutomation(std::istream& text, const std::string& name, int channel) {
+  std::vector<Line> lines = readLines(text, name);
+  std::stable_sort(lines.begin(), lines.end(),
+                   [](const Line& a, const Line& b) { return a.seconds < b.seconds; });
+  std::vector<Move> moves;
+  for (const Line& line : lines) {
+    try {
+      moves.push_back({line.seconds, parseSetting(line.parameter, line.value, channel)});
+    } catch (const UsageError& error) {
+      throw UsageError(fmt::format("{}:{}: {}", name, line.number, error.what()));
+    }
+    const Setting& setting = moves.back().setting;
+    if (setting.parameter == kTypeParameter) channel = channelFromSelect(setting.value);
+  }
+  return moves;
+}
+
+std::vector<Move> readAutomation(const std::filesystem::path& file, int channel) {
+  std::ifstream text(file);
+  if (text) text.peek();  // a folder opens, but cannot be read
+  if (!text && !text.eof()) {
+    throw FileError(fmt::format("cannot read {}: {}", file.string(), std::strerror(errno)));
+  }
+  text.clear(text.rdstate() & std::ios::badbit);
+  std::vector<Move> moves = parseAutomation(text, file.string(), channel);
+  if (text.bad()) throw FileError(fmt::format("cannot read {}", file.string()));
+  return moves;
+}
+
+}  // namespace quellard

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: ISC
+// Knob moves over time, from a text file that a person or a spreadsheet wrote: one move a line,
+//   seconds, parameter, value
+// with commas, semicolons, tabs or spaces between. Empty lines, what follows a '#', and a line of
+// headings at the top are skipped. Parameters and values are written as knobs.h says; a bare knob
+// name means the channel that is selected at that time.
+#pragma once
+
+#include <filesystem>
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "tools/knobs.h"
+
+namespace quellard {
+
+struct Move {
+  double seconds;  // from the start of the file, >= 0
+  Setting setting;
+};
+
+// The moves in the order of time; moves at the same time keep the order of the file.
+// name: of the file, for messages. channel: the one selected at the start, 0..2.
+// Throws UsageError that begins with the name and the line's number.
+std::vector<Move> parseAutomation(std::istream& text, const std::string& name, int channel);
+
+// The same from a file; throws FileError when it cannot be read.
+std::vector<Move> readAutomation(const std::filesystem::path& file, int channel);
+
+}  // namespace quellard

@@ -1,0 +1,311 @@
+// SPDX-License-Identifier: ISC
+#include "tools/cli.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <fmt/format.h>
+#include <map>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "tools/audio_format.h"
+#include "tools/batch.h"
+#include "tools/errors.h"
+#include "tools/interrupt.h"
+#include "tools/listing.h"
+#include "tools/plot.h"
+
+namespace quellard {
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFileTrouble = 1;
+constexpr int kWrongUsage = 2;
+constexpr int kLongestBlock = 1 << 20;
+constexpr int kMostThreads = 256;
+constexpr double kLongestTail = 24 * 3600;
+
+// The knobs as the command line gives them, before anybody knows which channel plays.
+struct KnobOptions {
+  std::string program = "1";
+  std::string channel;
+  std::map<std::string, std::string> knobs;  // "gain" to "7.5"
+  std::vector<std::string> assignments;      // "vintage.gain=7.5"
+};
+
+struct Options {
+  std::string plugin;
+  KnobOptions knobs;
+  std::vector<std::string> inputs;
+  std::string output;
+  std::string automation;
+  std::string sampleFormat;
+  std::string fileType = "wav";
+  std::string block = "512";
+  std::string tail = "0";
+  std::string threads = "1";
+  bool mono = false;
+  bool raw = false;
+  bool quiet = false;
+  PlotSettings plot;
+  std::string page = "all";
+  std::string rate = "48000";
+  std::string note = "110";
+};
+
+double numberWithin(const char* what, const std::string& text, double lowest, double highest) {
+  const std::optional<double> value = parseNumber(text);
+  if (!value) throw UsageError(fmt::format("{}: '{}' is not a number", what, text));
+  if (*value < lowest || *value > highest) {
+    throw UsageError(fmt::format("{}: {} is outside {} to {}", what, text, lowest, highest));
+  }
+  return *value;
+}
+
+int integerWithin(const char* what, const std::string& text, int lowest, int highest) {
+  const double value = numberWithin(what, text, lowest, highest);
+  if (value != std::floor(value)) {
+    throw UsageError(fmt::format("{}: {} is not a whole number", what, text));
+  }
+  return static_cast<int>(value);
+}
+
+// Settles which channel the bare knob names mean: the chosen one, or else the program's own.
+StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& module, int& channel) {
+  StartingPoint start;
+  PluginInstance instance(module);
+  start.program = integerWithin("--program", options.program, 1, instance.record().numPrograms) - 1;
+  applyStart(instance, start);
+  channel = channelFromSelect(instance.parameter(kTypeParameter));
+  if (!options.channel.empty()) {
+    channel = parseChannel(options.channel);
+    start.settings.push_back({kTypeParameter, selectorValue(channel)});
+  }
+  for (const auto& [name, value] : options.knobs) {
+    start.settings.push_back(parseSetting(name, value, channel));
+  }
+  for (const std::string& assignment : options.assignments) {
+    const auto [name, value] = splitAssignment(assignment);
+    start.settings.push_back(parseSetting(name, value, channel));
+    const Setting& setting = start.settings.back();
+    if (setting.parameter == kTypeParameter) channel = channelFromSelect(setting.value);
+  }
+  return start;
+}
+
+void addKnobOptions(CLI::App& command, KnobOptions& knobs) {
+  command.add_option("--program", knobs.program, "Program to start from, 1 to 16 (1)")
+      ->group("Knobs");
+  command.add_option("--channel", knobs.channel, "clean, vintage or modern (the program's)")
+      ->group("Knobs");
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind != ParameterKind::knob || info.channel != 0) continue;
+    const std::string name = lowered(info.name);
+    command
+        .add_option_function<std::string>(
+            "--" + name, [&knobs, name](const std::string& value) { knobs.knobs[name] = value; },
+            "0 to 10, on the channel that plays")
+        ->type_name("VALUE")
+        ->group("Knobs");
+  }
+  command
+      .add_option("--set", knobs.assignments,
+                  "Any parameter: vintage.gain=7.5 or channel=clean, or index=VALUE with the "
+                  "value from 0 to 1")
+      ->type_name("PARAM=VALUE")
+      ->group("Knobs")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void addRenderOptions(CLI::App& command, Options& options) {
+  command.add_option("IN", options.inputs, "Audio files, or folders of them")->required();
+  command.add_option("-o,--output", options.output, "File to write; for several, a folder")
+      ->type_name("OUT")
+      ->required();
+  command.add_option("--format", options.sampleFormat,
+                     "Sample format (float where the file type can): " + sampleFormatNames());
+  command.add_option("--type", options.fileType, "File type of results in a folder (wav)");
+  command
+      .add_option("--automation", options.automation,
+                  "Knob moves: lines of 'seconds, parameter, value'")
+      ->type_name("FILE");
+  command.add_flag("--mono", options.mono, "Play the mean of all channels through one amplifier");
+  command.add_option("--tail", options.tail, "Seconds of silence to play after the end (0)");
+  command.add_option("--block", options.block, "Frames a block; knobs glide over one (512)");
+  command.add_flag("--no-preroll", options.raw,
+                   "Let the knobs glide in over the first block, as the plug-in starts");
+  command.add_option("-j,--jobs", options.threads, "Files to render at the same time (1)");
+  command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
+  addKnobOptions(command, options.knobs);
+}
+
+void addPlotOptions(CLI::App& command, Options& options) {
+  command.add_option("-o,--output", options.output, "Picture to write, .png or .svg")
+      ->type_name("OUT")
+      ->required();
+  command.add_option("--page", options.page, "tone, transfer, spectrum or all (all)");
+  command.add_option("--rate", options.rate, "Sample rate in Hz (48000)");
+  command.add_option("--note", options.note, "Note of the spectrum in Hz (110)");
+  addKnobOptions(command, options.knobs);
+}
+
+std::string summary(const Job& job, const RenderResult& result) {
+  const auto level = [](std::optional<double> value, const char* unit) {
+    return value ? fmt::format("{:.1f} {}", *value, unit) : std::string("none");
+  };
+  return fmt::format("{}: {:.2f} s, {:.1f} times real time, peak {}, loudness {}\n",
+                     job.output.string(), result.seconds,
+                     result.seconds / std::max(result.elapsed, 1e-9),
+                     level(result.peak_dbfs, "dBFS"), level(result.loudness_lufs, "LUFS"));
+}
+
+void warn(const Job& job, const RenderResult& result) {
+  if (result.clipped > 0) {
+    fmt::print(
+        stderr,
+        "quellard: warning: {}: {} samples clipped, turn MASTER down or use --format float\n",
+        job.output.string(), result.clipped);
+  }
+  if (result.lateMoves > 0) {
+    fmt::print(stderr, "quellard: warning: {}: {} knob moves lie after its end\n",
+               job.output.string(), result.lateMoves);
+  }
+}
+
+int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, bool quiet) {
+  int status = kDone;
+  for (std::size_t i = 0; i < jobs.size(); ++i) {
+    const Outcome& outcome = outcomes[i];
+    if (!outcome.result) {
+      fmt::print(stderr, "quellard: {}\n", outcome.error);
+      status = kFileTrouble;
+      continue;
+    }
+    if (!quiet) fmt::print("{}", summary(jobs[i], *outcome.result));
+    warn(jobs[i], *outcome.result);
+  }
+  return status;
+}
+
+int render(const Options& options) {
+  RenderSettings settings;
+  settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
+  settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail);
+  settings.mono = options.mono;
+  settings.settle = !options.raw;
+  settings.sampleFormat = options.sampleFormat;
+  const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
+
+  const PluginModule module(PluginModule::find(options.plugin));
+  int channel = 0;
+  settings.start = resolveKnobs(options.knobs, module, channel);
+  if (!options.automation.empty()) settings.moves = readAutomation(options.automation, channel);
+  const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
+                                         options.output, options.fileType, options.sampleFormat);
+  Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
+  const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
+  progress.clear();
+  return report(jobs, outcomes, options.quiet);
+}
+
+int plot(const Options& options) {
+  PlotSettings settings;
+  settings.page = parsePlotPage(options.page);
+  settings.rate = integerWithin("--rate", options.rate, 8000, 384000);
+  settings.note_hz = numberWithin("--note", options.note, 20.0, 2000.0);
+  const PluginModule module(PluginModule::find(options.plugin));
+  int channel = 0;
+  settings.start = resolveKnobs(options.knobs, module, channel);
+  plotAmplifier(module, options.output, settings);
+  return kDone;
+}
+
+int list(const CLI::App& command, const Options& options) {
+  const PluginModule module(PluginModule::find(options.plugin));
+  int channel = 0;
+  if (command.get_name() == "programs") {
+    fmt::print("{}", listPrograms(module));
+  } else if (command.get_name() == "info") {
+    fmt::print("{}", describePlugin(module));
+  } else {
+    fmt::print("{}", listParameters(module, resolveKnobs(options.knobs, module, channel)));
+  }
+  return kDone;
+}
+
+CLI::App& addCommand(CLI::App& app, Options& options, const char* name, const char* purpose) {
+  CLI::App& command = *app.add_subcommand(name, purpose);
+  command.add_option("--plugin", options.plugin, "The plug-in file, if not the one found")
+      ->type_name("FILE");
+  return command;
+}
+
+void buildApp(CLI::App& app, Options& options) {
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "quellard " QUELLARD_VERSION);
+  addRenderOptions(addCommand(app, options, "render", "Play audio files through the amplifier"),
+                   options);
+  addKnobOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
+  addCommand(app, options, "programs", "List the programs");
+  addCommand(app, options, "info", "Tell what the plug-in says about itself");
+  addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
+}
+
+// What a mistyped option or command may have meant.
+std::string hintFor(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  std::vector<std::string> known;
+  const CLI::App& command = chosen.empty() ? app : *chosen.front();
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+  }
+  for (const CLI::App* subcommand : command.get_subcommands({})) {
+    known.push_back(subcommand->get_name());
+  }
+  const std::vector<std::string> unknown = command.remaining(true);
+  return unknown.empty() ? "" : suggestion(unknown.front(), known);
+}
+
+int dispatch(const CLI::App& app, const Options& options) {
+  const CLI::App& command = *app.get_subcommands().front();
+  if (command.get_name() == "render") return render(options);
+  if (command.get_name() == "plot") return plot(options);
+  return list(command, options);
+}
+
+int tell(const std::string& message, int status) {
+  fmt::print(stderr, "quellard: {}\n", message);
+  return status;
+}
+
+}  // namespace
+
+int runCommand(int argc, const char* const* argv) {
+  CLI::App app("Plays recordings through a three-channel guitar amplifier.", "quellard");
+  Options options;
+  buildApp(app, options);
+  watchSignals();
+  try {
+    app.parse(argc, argv);
+    const int status = dispatch(app, options);
+    if (std::fflush(stdout) != 0) throw FileError("cannot write to standard output");
+    return status;
+  } catch (const CLI::Success& success) {
+    return app.exit(success);
+  } catch (const CLI::ExtrasError& error) {
+    return tell(error.what() + hintFor(app), kWrongUsage);
+  } catch (const CLI::ParseError& error) {
+    return tell(error.what(), kWrongUsage);
+  } catch (const UsageError& error) {
+    return tell(error.what(), kWrongUsage);
+  } catch (const Interrupted&) {
+    dieOfSignal();
+  } catch (const std::exception& error) {
+    return tell(error.what(), kFileTrouble);
+  }
+}
+
+}  // namespace quellard

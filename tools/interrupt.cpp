@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: ISC
+#include "tools/interrupt.h"
+
+#include <csignal>
+#include <cstdlib>
+
+#include "tools/errors.h"
+
+namespace quellard {
+namespace {
+
+volatile std::sig_atomic_t arrivedSignal = 0;
+
+void noteSignal(int number) { arrivedSignal = number; }
+
+}  // namespace
+
+void watchSignals() {
+  struct sigaction action = {};
+  action.sa_handler = noteSignal;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (int number : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction old = {};
+    sigaction(number, nullptr, &old);
+    // nohup and shells that run a job in the background ask for a signal to be ignored.
+    if (old.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void throwIfInterrupted() {
+  if (arrivedSignal != 0) throw Interrupted();
+}
+
+void dieOfSignal() {
+  const int number = arrivedSignal != 0 ? static_cast<int>(arrivedSignal) : SIGINT;
+  std::signal(number, SIG_DFL);
+  std::raise(number);
+  std::exit(128 + number);
+}
+
+}  // namespace quellard

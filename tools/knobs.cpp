@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: ISC
+#include "tools/knobs.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <fmt/format.h>
+#include <numeric>
+
+#include "tools/errors.h"
+
+namespace quellard {
+namespace {
+
+// The symbols of the parameter table join words with underscores.
+std::string asSymbol(std::string_view name) {
+  std::string symbol = lowered(name);
+  for (char& c : symbol) {
+    if (c == '.' || c == '-' || c == ' ') c = '_';
+  }
+  return symbol == "channel" ? "type" : symbol;
+}
+
+// Insertions, deletions and replacements that turn one word into the other.
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+std::vector<std::string> knownNames() {
+  std::vector<std::string> names = {"channel"};
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind == ParameterKind::knob) names.emplace_back(info.symbol);
+    if (info.kind == ParameterKind::knob && info.channel == 0) names.push_back(lowered(info.name));
+  }
+  return names;
+}
+
+const ParameterInfo& findByName(std::string_view name, int channel) {
+  const std::string symbol = asSymbol(name);
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind == ParameterKind::none) continue;
+    const bool bareKnob = info.channel == channel && symbol == lowered(info.name);
+    if (symbol == info.symbol || bareKnob) return info;
+  }
+  throw UsageError(fmt::format("unknown knob '{}'{}", name, suggestion(symbol, knownNames())));
+}
+
+float scaledValue(const std::string& what, std::string_view text, double highest) {
+  const std::optional<double> value = parseNumber(text);
+  if (!value) throw UsageError(fmt::format("{}: '{}' is not a number", what, text));
+  if (*value < 0.0 || *value > highest) {
+    throw UsageError(fmt::format("{}: {} is outside 0 to {}", what, text, highest));
+  }
+  return static_cast<float>(*value / highest);
+}
+
+Setting parseIndexed(double index, std::string_view value) {
+  if (index != std::floor(index) || index < 1 || index >= kNumParameters) {
+    throw UsageError(
+        fmt::format("there is no parameter {}: they are 1 to {}", index, kNumParameters - 1));
+  }
+  return {static_cast<int>(index), scaledValue(fmt::format("parameter {}", index), value, 1.0)};
+}
+
+}  // namespace
+
+std::string lowered(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return result;
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kWhite = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kWhite);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kWhite) - first + 1);
+}
+
+std::optional<double> parseNumber(std::string_view text) {
+  text = trimmed(text);
+  if (text.starts_with('+')) text.remove_prefix(1);
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return {};
+  return value;
+}
+
+std::string suggestion(std::string_view word, const std::vector<std::string>& known) {
+  std::size_t nearest = std::max<std::size_t>(1, word.size() / 3) + 1;
+  const std::string* best = nullptr;
+  for (const std::string& candidate : known) {
+    const std::size_t distance = editDistance(word, candidate);
+    if (distance < nearest) {
+      nearest = distance;
+      best = &candidate;
+    }
+  }
+  return best != nullptr ? fmt::format(", did you mean '{}'?", *best) : std::string();
+}
+
+int parseChannel(std::string_view text) {
+  const std::string wanted = lowered(trimmed(text));
+  std::vector<std::string> known;
+  for (const char* name : kChannelNames) {
+    known.push_back(lowered(name));
+    if (wanted == known.back()) return static_cast<int>(known.size()) - 1;
+  }
+  const std::string hint = suggestion(wanted, known);
+  throw UsageError(fmt::format("unknown channel '{}'{}", trimmed(text),
+                               hint.empty() ? ": clean, vintage or modern" : hint));
+}
+
+float selectorValue(int channel) {
+  return static_cast<float>(channel) / static_cast<float>(kNumChannels - 1);
+}
+
+Setting parseSetting(std::string_view name, std::string_view value, int channel) {
+  name = trimmed(name);
+  value = trimmed(value);
+  if (const std::optional<double> index = parseNumber(name)) return parseIndexed(*index, value);
+  const ParameterInfo& info = findByName(name, channel);
+  if (info.kind == ParameterKind::selector) return {info.index, selectorValue(parseChannel(value))};
+  return {info.index, scaledValue(std::string(name), value, 10.0)};
+}
+
+std::pair<std::string, std::string> splitAssignment(std::string_view text) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos) {
+    throw UsageError(fmt::format("'{}' is not of the form PARAM=VALUE", text));
+  }
+  return {std::string(trimmed(text.substr(0, equals))),
+          std::string(trimmed(text.substr(equals + 1)))};
+}
+
+}  // namespace quellard

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: ISC
+#include "tools/plugin_host.h"
+
+#include <array>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <mutex>
+#include <system_error>
+#include <vector>
+
+#include "shell/orv_type.h"
+#include "tools/errors.h"
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+using Entry = Orv_TypeIF* (*)(audioMasterCallback);
+
+// Like most hosts, this one sets its instances up one at a time.
+std::mutex setupMutex;
+
+std::intptr_t hostCallback(AEffect* /*effect*/, std::int32_t opcode, std::int32_t /*index*/,
+                           std::intptr_t /*value*/, void* /*pointer*/, float /*option*/) {
+  return opcode == audioMasterVersion ? kVstVersion : 0;
+}
+
+fs::path commandFolder() {
+#if defined(__APPLE__)
+  std::array<char, 4096> buffer = {};
+  std::uint32_t size = buffer.size();
+  if (_NSGetExecutablePath(buffer.data(), &size) != 0) return {};
+  return fs::path(buffer.data()).parent_path();
+#else
+  std::error_code error;
+  return fs::read_symlink("/proc/self/exe", error).parent_path();
+#endif
+}
+
+std::vector<fs::path> usualPlaces() {
+#if defined(__APPLE__)
+  const fs::path name = "quellard.vst/Contents/MacOS/quellard";
+#else
+  const fs::path name = "quellard.so";
+#endif
+  const fs::path folder = commandFolder();
+  return {folder / name, (folder / QUELLARD_PLUGIN_FROM_COMMAND / name).lexically_normal()};
+}
+
+}  // namespace
+
+void PluginModule::Unload::operator()(void* handle) const { dlclose(handle); }
+
+fs::path PluginModule::find(const std::string& chosen) {
+  if (!chosen.empty()) return chosen;
+  const char* fromEnvironment = std::getenv("QUELLARD_PLUGIN");
+  if (fromEnvironment != nullptr && *fromEnvironment != '\0') return fromEnvironment;
+  std::string places;
+  for (const fs::path& place : usualPlaces()) {
+    std::error_code error;
+    if (fs::exists(place, error)) return place;
+    places += (places.empty() ? "" : " or ") + place.string();
+  }
+  throw FileError(fmt::format("cannot find the plug-in as {}; name it with --plugin", places));
+}
+
+PluginModule::PluginModule(const fs::path& file) : file_(file) {
+  // A bare name would be looked up in the system's library folders.
+  const fs::path path = fs::absolute(file);
+  handle_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (handle_ == nullptr) throw FileError(fmt::format("cannot load the plug-in: {}", dlerror()));
+  entry_ = dlsym(handle_.get(), "getinterface");
+  if (entry_ == nullptr) {
+    throw FileError(fmt::format("{} is not the plug-in: it has no getinterface", file.string()));
+  }
+}
+
+AEffect* PluginModule::createEffect() const {
+  // The interface object is only needed for the record that it carries.
+  const std::unique_ptr<Orv_TypeIF> interface(reinterpret_cast<Entry>(entry_)(hostCallback));
+  AEffect* effect = interface != nullptr ? interface->effect : nullptr;
+  if (effect == nullptr || effect->magic != kEffectMagic) {
+    throw FileError(fmt::format("{} creates no effect", file_.string()));
+  }
+  const bool playsDoubles = (effect->flags & effFlagsCanDoubleReplacing) != 0;
+  if (!playsDoubles || effect->numInputs != 1 || effect->numOutputs != 1) {
+    effect->dispatcher(effect, effClose, 0, 0, nullptr, 0.0f);
+    throw FileError(fmt::format("{} is not a mono double-precision effect", file_.string()));
+  }
+  return effect;
+}
+
+PluginInstance::PluginInstance(const PluginModule& module) {
+  const std::lock_guard lock(setupMutex);
+  effect_ = module.createEffect();
+  call(effOpen);
+}
+
+PluginInstance::~PluginInstance() {
+  const std::lock_guard lock(setupMutex);
+  call(effMainsChanged, 0, 0);
+  call(effClose);
+}
+
+void PluginInstance::start(double rate, int blockLength) {
+  const std::lock_guard lock(setupMutex);
+  call(effSetProcessPrecision, 0, 1);
+  call(effSetSampleRate, 0, 0, nullptr, static_cast<float>(rate));
+  call(effSetBlockSize, 0, blockLength);
+  call(effMainsChanged, 0, 1);
+}
+
+void PluginInstance::process(const double* input, double* output, int frames) {
+  // The interface has no const; the plug-in only reads its input.
+  double* inputs[1] = {const_cast<double*>(input)};
+  double* outputs[1] = {output};
+  effect_->processDoubleReplacing(effect_, inputs, outputs, frames);
+}
+
+std::intptr_t PluginInstance::call(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                                   void* pointer, float option) const {
+  return effect_->dispatcher(effect_, opcode, index, value, pointer, option);
+}
+
+std::string PluginInstance::text(std::int32_t opcode, std::int32_t index,
+                                 std::intptr_t value) const {
+  std::array<char, 256> buffer = {};  // generous: some plug-ins overrun the published lengths
+  call(opcode, index, value, buffer.data());
+  return buffer.data();
+}
+
+}  // namespace quellard
