@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: ISC
+// What there is to time. Each benchmark reports in counters, which the table reads.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+namespace quellard::bench {
+
+// Counters of playing and of the recurrence, per input sample.
+inline constexpr char kShippedNs[] = "shipped_ns";
+inline constexpr char kPlainNs[] = "plain_ns";
+inline constexpr char kRatio[] = "ratio";  // plain / shipped
+inline constexpr char kRealTime[] = "x_real_time";
+// Counters of start-up, per call.
+inline constexpr char kShippedUs[] = "shipped_us";
+inline constexpr char kPlainUs[] = "plain_us";
+
+// turns: how often each contender plays its stretch of signal.
+void registerPlaying(int turns);
+void registerRecurrence(int turns);
+void registerSetup(int turns);
+
+// Prints "SHIPPED PLAIN": the us that each takes for the first rate set-up of this process.
+void printFirstSetup();
+
+}  // namespace quellard::bench

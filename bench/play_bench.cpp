@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: ISC
+// The road of a block, from the record's processDoubleReplacing, beside the plain model.
+#include <cstring>
+#include <string>
+
+#include "bench/benches.h"
+#include "bench/stopwatch.h"
+#include "tests/plain/plain_amplifier.h"
+#include "tests/support/opened_effect.h"
+#include "tests/support/signals.h"
+
+namespace quellard::bench {
+namespace {
+
+enum class Knobs { steady, audible, all };
+
+constexpr std::size_t kTurn = 8192;  // samples, a whole number of blocks
+
+struct Case {
+  int channel;
+  float rate;  // Hz
+  int frames;  // of a block
+  Knobs knobs;
+};
+
+// A knob on its way up and down, a little further with every block and each at a place of its own.
+float position(int block, int parameter) {
+  const int step = (block * 7 + parameter * 29) % 200;
+  return 0.3f + 0.004f * static_cast<float>(step < 100 ? step : 200 - step);
+}
+
+// One contender: an amplifier and where it is in the signal.
+template <typename Amplifier>
+class Player {
+ public:
+  explicit Player(const Case& settings) : case_(settings), out_(kTurn) {
+    amplifier_.setSampleRate(case_.rate);
+    for (int i = 1; i <= kNumControls; ++i) amplifier_.setParameter(i, position(0, i));
+    amplifier_.setParameter(kTypeParameter, 0.5f * static_cast<float>(case_.channel));
+  }
+
+  // One turn over the signal, with the moves of the knobs.
+  void play(std::vector<double>& in) {
+    const auto frames = static_cast<std::size_t>(case_.frames);
+    for (std::size_t done = 0; done < kTurn; done += frames) {
+      moveKnobs();
+      amplifier_.process(in.data() + done, out_.data() + done, case_.frames);
+    }
+  }
+
+  const std::vector<double>& output() const { return out_; }
+
+ private:
+  void moveKnobs() {
+    ++block_;
+    if (case_.knobs == Knobs::steady) return;
+    const int first = case_.knobs == Knobs::all ? 1 : 1 + kKnobsPerChannel * case_.channel;
+    const int count = case_.knobs == Knobs::all ? kNumControls : kKnobsPerChannel;
+    for (int i = first; i < first + count; ++i) amplifier_.setParameter(i, position(block_, i));
+  }
+
+  Case case_;
+  Amplifier amplifier_;
+  std::vector<double> out_;
+  int block_ = 0;
+};
+
+bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
+  return std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
+
+void playing(benchmark::State& state, const Case& settings) {
+  test::Random random(1);
+  std::vector<double> in =
+      test::pluckedNote(random, static_cast<double>(settings.rate), 110.0, 0.5, kTurn);
+  Player<test::OpenedEffect> shipped(settings);
+  Player<plain::Amplifier> plain(settings);
+  shipped.play(in);
+  plain.play(in);
+
+  Race race;
+  for (auto _ : state) {
+    const double shippedNs = nanoseconds([&] { shipped.play(in); });
+    const double plainNs = nanoseconds([&] { plain.play(in); });
+    state.SetIterationTime(shippedNs * 1e-9);
+    race.add(shippedNs / kTurn, plainNs / kTurn);
+    if (!sameBits(shipped.output(), plain.output())) {
+      state.SkipWithError("the shipped path and the plain model do not play the same");
+      return;
+    }
+  }
+  state.counters[kShippedNs] = race.shipped();
+  state.counters[kPlainNs] = race.plain();
+  state.counters[kRatio] = race.ratio();
+  state.counters[kRealTime] = 1e9 / static_cast<double>(settings.rate) / race.shipped();
+}
+
+const char* nameOf(Knobs knobs) {
+  switch (knobs) {
+    case Knobs::steady: return "steady";
+    case Knobs::audible: return "6 move";
+    case Knobs::all: return "18 move";
+  }
+  return "";
+}
+
+}  // namespace
+
+void registerPlaying(int turns) {
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    for (const float rate : {44100.0f, 48000.0f}) {
+      for (const int frames : {64, 512}) {
+        for (const Knobs knobs : {Knobs::steady, Knobs::audible, Knobs::all}) {
+          const Case settings = {channel, rate, frames, knobs};
+          const std::string name =
+              std::string("play/") + kChannelNames[static_cast<std::size_t>(channel)] + "/" +
+              std::to_string(static_cast<int>(rate)) + "/" + std::to_string(frames) + "/" +
+              nameOf(knobs);
+          benchmark::RegisterBenchmark(name.c_str(),
+                                       [settings](benchmark::State& s) { playing(s, settings); })
+              ->UseManualTime()
+              ->Iterations(turns);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace quellard::bench

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: ISC
+// The floor under the oversampled loop. Each output of its fifth-order lowpass needs the one
+// before: times a coefficient, plus a memory, plus an input term, plus the next input term. These
+// four dependent operations run F times for every input sample, in an order that may not change,
+// so no processor finishes a channel faster than their latencies allow.
+#include <string>
+
+#include "bench/benches.h"
+#include "bench/stopwatch.h"
+
+namespace quellard::bench {
+namespace {
+
+constexpr int kSamples = 8192;
+
+double recur(int factor, double start) {
+  double y = start;
+  // The compiler must neither know these nor fold them.
+  double a = 0.5;
+  double memory = 1e-3;
+  double input = 2e-3;
+  double next = -1e-3;
+  benchmark::DoNotOptimize(a);
+  benchmark::DoNotOptimize(memory);
+  benchmark::DoNotOptimize(input);
+  benchmark::DoNotOptimize(next);
+  for (int i = 0; i < kSamples * factor; ++i) y = a * y + memory + input + next;
+  return y;
+}
+
+void recurrence(benchmark::State& state, int factor) {
+  std::vector<double> times;
+  for (auto _ : state) {
+    const double ns = nanoseconds([factor] { benchmark::DoNotOptimize(recur(factor, 1.0)); });
+    state.SetIterationTime(ns * 1e-9);
+    times.push_back(ns / kSamples);
+  }
+  state.counters[kShippedNs] = *std::min_element(times.begin(), times.end());
+}
+
+}  // namespace
+
+void registerRecurrence(int turns) {
+  for (const int factor : {8, 7}) {
+    const std::string name = "recurrence/" + std::to_string(factor == 8 ? 44100 : 48000);
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [factor](benchmark::State& state) { recurrence(state, factor); })
+        ->UseManualTime()
+        ->Iterations(turns);
+  }
+}
+
+}  // namespace quellard::bench

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: ISC
+// What a host waits for before the first block.
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "bench/benches.h"
+#include "bench/stopwatch.h"
+#include "tests/plain/plain_amplifier.h"
+#include "tests/support/opened_effect.h"
+
+namespace quellard::bench {
+namespace {
+
+void report(benchmark::State& state, const Race& race) {
+  state.counters[kShippedUs] = race.shipped() * 1e-3;
+  state.counters[kPlainUs] = race.plain() * 1e-3;
+  state.counters[kRatio] = race.ratio();
+}
+
+// From the entry to the record.
+void construction(benchmark::State& state) {
+  Race race;
+  for (auto _ : state) {
+    std::optional<test::OpenedEffect> shipped;
+    std::optional<plain::Amplifier> plain;
+    const double shippedNs = nanoseconds([&] { shipped.emplace(); });
+    race.add(shippedNs, nanoseconds([&] { plain.emplace(); }));
+    state.SetIterationTime(shippedNs * 1e-9);
+  }
+  report(state, race);
+}
+
+// A new instance in a process that has met the oversampling factor: its tables stand.
+void seenSetup(benchmark::State& state) {
+  test::OpenedEffect().setSampleRate(44100.0f);
+  plain::Amplifier().setSampleRate(44100.0f);
+  Race race;
+  for (auto _ : state) {
+    test::OpenedEffect shipped;
+    plain::Amplifier plain;
+    const double shippedNs = nanoseconds([&] { shipped.setSampleRate(96000.0f); });
+    race.add(shippedNs, nanoseconds([&] { plain.setSampleRate(96000.0f); }));
+    state.SetIterationTime(shippedNs * 1e-9);
+  }
+  report(state, race);
+}
+
+struct FirstSetup {
+  double shipped_us, plain_us;
+};
+
+// A process meets its first rate once, so every turn is a process of its own.
+std::optional<FirstSetup> firstSetupOfAProcess() {
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+  const auto close = [](std::FILE* pipe) { pclose(pipe); };
+  const std::unique_ptr<std::FILE, decltype(close)> pipe(
+      popen(("'" + self + "' --first-setup").c_str(), "r"), close);
+  FirstSetup result{};
+  if (pipe == nullptr) return {};
+  if (std::fscanf(pipe.get(), "%lf %lf", &result.shipped_us, &result.plain_us) != 2) return {};
+  return result;
+}
+
+void firstSetup(benchmark::State& state) {
+  Race race;
+  for (auto _ : state) {
+    const std::optional<FirstSetup> times = firstSetupOfAProcess();
+    if (!times) {
+      state.SkipWithError("cannot run this program again for a fresh process");
+      return;
+    }
+    race.add(times->shipped_us * 1e3, times->plain_us * 1e3);
+    state.SetIterationTime(times->shipped_us * 1e-6);
+  }
+  report(state, race);
+}
+
+}  // namespace
+
+void registerSetup(int turns) {
+  const auto add = [turns](const char* name, void (*run)(benchmark::State&)) {
+    benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(turns);
+  };
+  add("setup/construction", construction);
+  add("setup/first rate of a process", firstSetup);
+  add("setup/another rate, tables seen", seenSetup);
+}
+
+void printFirstSetup() {
+  test::OpenedEffect shipped;
+  plain::Amplifier plain;
+  const double shippedNs = nanoseconds([&] { shipped.setSampleRate(44100.0f); });
+  const double plainNs = nanoseconds([&] { plain.setSampleRate(44100.0f); });
+  std::printf("%.3f %.3f\n", shippedNs * 1e-3, plainNs * 1e-3);
+}
+
+}  // namespace quellard::bench

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: ISC
+#include "bench/table_reporter.h"
+
+#include <cstdlib>
+#include <sstream>
+
+#include "bench/benches.h"
+
+namespace quellard::bench {
+namespace {
+
+double counter(const benchmark::BenchmarkReporter::Run& run, const char* name) {
+  const auto found = run.counters.find(name);
+  return found != run.counters.end() ? found->second.value : 0.0;
+}
+
+std::string firstWord(const std::string& path) { return path.substr(0, path.find('/')); }
+
+std::string rest(const std::string& path) { return path.substr(path.find('/') + 1); }
+
+const char* isaInForce() {
+  const char* isa = std::getenv("QUELLARD_ISA");
+  return isa != nullptr ? isa : "chosen by the processor";
+}
+
+}  // namespace
+
+bool TableReporter::ReportContext(const Context& context) {
+  std::printf("%d cores at %.0f MHz, instruction set: %s\n", context.cpu_info.num_cpus,
+              context.cpu_info.cycles_per_second * 1e-6, isaInForce());
+  return true;
+}
+
+void TableReporter::ReportRuns(const std::vector<Run>& runs) {
+  for (const Run& run : runs) report(run);
+  std::fflush(stdout);
+}
+
+void TableReporter::report(const Run& run) {
+  const std::string& name = run.run_name.function_name;
+  if (run.error_occurred) {
+    std::printf("%s: %s\n", name.c_str(), run.error_message.c_str());
+    return;
+  }
+  const std::string table = firstWord(name);
+  if (table != table_) beginTable(table);
+  if (table == "play") return reportPlaying(run, rest(name));
+  if (table == "setup") return reportSetup(run, rest(name));
+  reportRecurrence(run, rest(name));
+}
+
+void TableReporter::beginTable(const std::string& table) {
+  table_ = table;
+  if (table == "play") {
+    std::printf(
+        "\nPlaying, per input sample: fastest turn of each, ratio of the middle turn;\n"
+        "limit: how many times the time of the lowpass recurrence alone\n"
+        "%-8s %6s %6s %-8s %10s %10s %7s %12s %7s\n",
+        "channel", "Hz", "block", "knobs", "shipped ns", "plain ns", "ratio", "x real time",
+        "limit");
+  } else if (table == "setup") {
+    std::printf("\nStarting up: fastest of all turns\n%-31s %10s %10s %7s\n", "", "shipped us",
+                "plain us", "ratio");
+  } else {
+    std::printf("\nThe lowpass recurrence alone, per input sample\n%-8s %10s\n", "Hz", "ns");
+  }
+}
+
+void TableReporter::reportPlaying(const Run& run, const std::string& title) {
+  std::string channel, rate, block, knobs;
+  std::istringstream words(title);
+  std::getline(words, channel, '/');
+  std::getline(words, rate, '/');
+  std::getline(words, block, '/');
+  std::getline(words, knobs);
+  const double shipped = counter(run, kShippedNs);
+  std::printf("%-8s %6s %6s %-8s %10.1f %10.1f %7.2f %12.1f", channel.c_str(), rate.c_str(),
+              block.c_str(), knobs.c_str(), shipped, counter(run, kPlainNs), counter(run, kRatio),
+              counter(run, kRealTime));
+  const auto limit = limit_.find(rate);
+  limit != limit_.end() ? std::printf(" %7.2f\n", shipped / limit->second) : std::printf("\n");
+}
+
+void TableReporter::reportSetup(const Run& run, const std::string& title) {
+  std::printf("%-31s %10.1f %10.1f %7.2f\n", title.c_str(), counter(run, kShippedUs),
+              counter(run, kPlainUs), counter(run, kRatio));
+}
+
+void TableReporter::reportRecurrence(const Run& run, const std::string& rate) {
+  limit_[rate] = counter(run, kShippedNs);
+  std::printf("%-8s %10.1f\n", rate.c_str(), limit_[rate]);
+}
+
+}  // namespace quellard::bench

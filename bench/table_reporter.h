@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: ISC
+// Prints one line a benchmark, as a table that fits beside a sentence.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+
+namespace quellard::bench {
+
+class TableReporter : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context& context) override;
+  void ReportRuns(const std::vector<Run>& runs) override;
+
+ private:
+  void report(const Run& run);
+  void reportPlaying(const Run& run, const std::string& title);
+  void reportSetup(const Run& run, const std::string& title);
+  void reportRecurrence(const Run& run, const std::string& rate);
+  void beginTable(const std::string& table);
+
+  std::string table_;
+  std::map<std::string, double> limit_;  // ns per input sample, by rate
+};
+
+}  // namespace quellard::bench

@@ -1,0 +1,31 @@
+# Sourced by the other scripts: where the tree is, and the one way to configure and build it.
+# shellcheck shell=bash
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# The rooms of the core, and every folder that holds C++.
+core=(shell params dsp channels engine)
+# shellcheck disable=SC2034
+sources=("${core[@]}" adapters tools bench tests)
+
+cores() { nproc 2>/dev/null || sysctl -n hw.ncpu; }
+
+# configure PRESET: nothing where it has been done since the presets changed.
+configure() {
+  local made=$root/build/$1/build.ninja
+  [[ -e $made && $made -nt $root/CMakePresets.json ]] && return
+  (cd "$root" && cmake --preset "$1" --log-level=WARNING >&2)
+}
+
+# build PRESET [TARGET]: silent where nothing is to be done.
+build() {
+  configure "$1"
+  ninja -C "$root/build/$1" -n "${2:-all}" | grep -q 'no work to do' && return
+  (cd "$root" && cmake --build --preset "$1" --target "${2:-all}" >&2)
+}
+
+# cpp_files FOLDER...: their headers and sources, one a line.
+cpp_files() {
+  (cd "$root" && find "$@" -name '*.h' -o -name '*.cpp' | sort)
+}
