@@ -28,7 +28,8 @@ class Amplifier {
   // Plays `frames` samples of `in` into `out`; both may be the same array. A count below 1 touches
   // neither, but moved knobs still reach the channels. Silence before the first sample-rate setup,
   // where memory is short, and for a block in which a channel's signal turned non-finite.
-  // [audio thread] Holds processLock. Allocates only in the first block of another length.
+  // [audio thread] Holds processLock. Allocates in the first block of another length, and after
+  // reserve() only in a block that is longer than any before.
   void processBlock(double* in, double* out, int frames);
 
   // Builds everything that depends on the rate. Hz; the rate in force, NaN, infinities and rates
@@ -36,6 +37,17 @@ class Amplifier {
   // On an exception (memory) no channel is left, and the next call builds again.
   // controlMinimum: what every taper answers at a knob's minimum.
   bool prepare(double rate, double controlMinimum = 0.0);
+
+  // Makes room for blocks of up to `frames` samples, for hosts that change the length from block to
+  // block: they then play without allocating, across sample-rate setups too. Room never shrinks;
+  // counts below 1 change nothing. May throw std::bad_alloc, which leaves the room as it was. Not
+  // while a block is played.
+  void reserve(int frames);
+
+  // Goes back to where the last sample-rate setup left the sound: memories, fades, glides and
+  // levels, so that the same blocks give the same bits again. Knobs, selector, programs and room
+  // stay. Nothing before the first setup. [audio thread] Holds processLock, allocates nothing.
+  void reset();
 
   // Where the live value of a parameter is kept; null for indices without one.
   std::atomic<float>* liveValue(int index);
@@ -54,12 +66,19 @@ class Amplifier {
   std::unique_ptr<ChannelSwitcher> channelSwitch;
   std::unique_ptr<double[]> fadeBuffer;
   bool typePending;           // until the first block
-  std::int32_t bufferFrames;  // the length of fadeBuffer and channelBuffer
+  std::int32_t bufferFrames;  // the length of the last block; the buffers may be longer
   // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE for each channel.
   std::array<std::unique_ptr<edit<double>>, kNumControls> tapers;
   double appliedSampleRate;  // Hz; -1 before the first setup
   std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
   std::unique_ptr<double[]> channelBuffer;
+  // Blocks up to this length keep the buffers, which then hold at least as many; 0 without reserve.
+  std::int32_t reservedFrames;
+  // What the sections that glide were built as, from where the first block glides to the knobs: the
+  // input shelf and the tone stack of each channel.
+  static constexpr std::size_t kGlidingSections = 7;
+  using GlidingDesigns = std::array<IIRFilter::Coefficients, kGlidingSections>;
+  std::array<GlidingDesigns, kNumChannels> builtDesigns;
 
   // The rate, in Hz, for which a setup last asked for waveshaper tables in this process; -1 at
   // load. A setup at the same rate finds them made.

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "engine/amplifier.h"
 #include "engine/flush_to_zero.h"
@@ -80,14 +82,28 @@ void Amplifier::pushMovedControls(int channel, int frames) {
   if (moved(master)) amp.setMaster(tapered(master), frames);
 }
 
+void Amplifier::reserve(int frames) {
+  const std::lock_guard lock(processLock);
+  if (frames <= reservedFrames) return;
+  const auto size = static_cast<std::size_t>(frames);
+  auto channel = std::make_unique<double[]>(size);
+  fadeBuffer = std::make_unique<double[]>(size);
+  channelBuffer = std::move(channel);
+  reservedFrames = frames;
+  bufferFrames = 0;  // the buffers may be shorter now than those of a longer last block
+}
+
 // False where memory is short; the next block tries again.
 bool Amplifier::sizeBuffers(int frames) {
-  if (frames == bufferFrames) return true;
-  const auto size = static_cast<std::size_t>(frames);
-  bufferFrames = 0;
-  channelBuffer.reset(new (std::nothrow) double[size]);
-  fadeBuffer.reset(new (std::nothrow) double[size]);
-  if (channelBuffer == nullptr || fadeBuffer == nullptr) return false;
+  if (frames != bufferFrames && frames > reservedFrames) {
+    const auto size = static_cast<std::size_t>(frames);
+    const bool keepRoom = reservedFrames > 0;
+    bufferFrames = reservedFrames = 0;
+    channelBuffer.reset(new (std::nothrow) double[size]);
+    fadeBuffer.reset(new (std::nothrow) double[size]);
+    if (channelBuffer == nullptr || fadeBuffer == nullptr) return false;
+    if (keepRoom) reservedFrames = frames;
+  }
   bufferFrames = frames;
   return true;
 }

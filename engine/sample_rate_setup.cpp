@@ -14,6 +14,10 @@ namespace {
 constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
                                                                  1.0f, 1.0f, 1.0f};
 
+IIRFilter& glidingSection(AmpChannelBase& channel, std::size_t i) {
+  return i == 0 ? *channel.preFilters[0] : *channel.eqFilters[i - 1];
+}
+
 }  // namespace
 
 std::atomic<double> Amplifier::clipSampleRate{-1.0};
@@ -25,7 +29,9 @@ Amplifier::Amplifier()
       activeChannel(0),
       typePending(true),
       bufferFrames(0),
-      appliedSampleRate(-1.0) {
+      appliedSampleRate(-1.0),
+      reservedFrames(0),
+      builtDesigns{} {
   for (std::atomic<float>& value : controlValues) value.store(1.0f, std::memory_order_relaxed);
 }
 
@@ -71,6 +77,31 @@ void Amplifier::buildChannels(double rate) {
   channels[1] = std::make_unique<QuellardCh2>(rate, rebuild);
   channels[2] = std::make_unique<QuellardCh3>(rate, rebuild);
   clipSampleRate.store(rate, std::memory_order_release);
+
+  for (std::size_t c = 0; c < kNumChannels; ++c) {
+    for (std::size_t i = 0; i < kGlidingSections; ++i) {
+      builtDesigns[c][i] = glidingSection(*channels[c], i).coef;
+    }
+  }
+}
+
+// The next block finds every control unapplied, so it designs each gliding section again, from the
+// design it was built with.
+void Amplifier::reset() {
+  const std::lock_guard lock(processLock);
+  if (channelSwitch == nullptr) return;
+  for (std::size_t c = 0; c < kNumChannels; ++c) {
+    AmpChannelBase& channel = *channels[c];
+    channel.clearMemory();
+    channel.gainCurrent = channel.masterCurrent = 0.0;
+    for (std::size_t i = 0; i < kGlidingSections; ++i) {
+      glidingSection(channel, i).coef = builtDesigns[c][i];
+    }
+  }
+  channelSwitch->fadeState = ChannelSwitcher::idle;
+  channelSwitch->fadePos = 0;
+  appliedValues.fill(-1.0f);
+  typePending = true;
 }
 
 void Amplifier::buildTapers(double controlMinimum) {
