@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: ISC
+// The amplifier as a CLAP plug-in, mono or stereo. The C callbacks that a host sees are grouped as
+// CLAP groups them: life cycle and audio (clap_plugin.cpp), parameters, ports, state, presets. Each
+// translates and calls the amplifier; none decides. What CLAP says about threads holds: the audio
+// thread calls process, reset, start and stop, and flush while active; the main thread the rest.
+#pragma once
+
+#include <clap/entry.h>
+#include <clap/ext/audio-ports.h>
+#include <clap/ext/latency.h>
+#include <clap/ext/params.h>
+#include <clap/ext/state.h>
+#include <clap/plugin-factory.h>
+
+#include "adapters/shared/hosted_amp.h"
+
+namespace quellard {
+
+// One entry of the factory.
+struct ClapVariant {
+  clap_plugin_descriptor_t descriptor;
+  int sides;
+};
+
+class ClapPlugin {
+ public:
+  // Owned by the host until destroy(). May throw std::bad_alloc.
+  static const clap_plugin_t* create(const clap_host_t* host, const ClapVariant& variant);
+  static ClapPlugin& of(const clap_plugin_t* plugin);
+
+  ClapPlugin(const ClapPlugin&) = delete;
+  ClapPlugin& operator=(const ClapPlugin&) = delete;
+  ~ClapPlugin() = default;
+
+  HostedAmp amp;
+  const clap_host_t* const host;
+
+  // Tells the host that values have moved behind its back. [main thread]
+  void reportMovedValues() const;
+
+ private:
+  ClapPlugin(const clap_host_t* host, const ClapVariant& variant);
+
+  static bool activate(const clap_plugin_t* plugin, double rate, std::uint32_t minFrames,
+                       std::uint32_t maxFrames);
+  static clap_process_status process(const clap_plugin_t* plugin, const clap_process_t* process);
+  static const void* extension(const clap_plugin_t* plugin, const char* id);
+
+  clap_plugin_t plugin_;
+  bool active_ = false;
+};
+
+// Whether the event moves a parameter, and the move. An unknown id moves nothing.
+bool isParameterEvent(const clap_event_header_t* event);
+void applyEvent(HostedAmp& amp, const clap_event_header_t& event);
+
+// What the plug-in offers beyond its life cycle.
+extern const clap_plugin_params_t kClapParams;
+extern const clap_plugin_audio_ports_t kClapAudioPorts;
+extern const clap_plugin_latency_t kClapLatency;
+extern const clap_plugin_state_t kClapState;
+
+}  // namespace quellard

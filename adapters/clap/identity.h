@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: ISC
+// The names by which CLAP hosts remember the plug-ins. They never change.
+#pragma once
+
+namespace quellard {
+
+inline constexpr char kClapMonoId[] = "org.quellard.amplifier";
+inline constexpr char kClapStereoId[] = "org.quellard.amplifier-stereo";
+inline constexpr char kClapVendor[] = "Quellard";
+
+}  // namespace quellard

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/shared/hosted_amp.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "adapters/shared/samples.h"
+
+namespace quellard {
+namespace {
+
+constexpr auto kRelaxed = std::memory_order_relaxed;
+
+bool isStored(int index) { return index >= 1 && index <= kNumStoredValues; }
+
+template <typename Sample>
+Sample* channelAt(Sample* const* channels, int side, int begin) {
+  return channels[side] != nullptr ? channels[side] + begin : nullptr;
+}
+
+void readChannel(const AudioChannels& in, int side, int begin, int frames, double* to) {
+  if (side < in.count && in.twice != nullptr) {
+    readSamples(channelAt(in.twice, side, begin), to, frames);
+  } else if (side < in.count && in.single != nullptr) {
+    readSamples(channelAt(in.single, side, begin), to, frames);
+  } else {
+    readSamples(static_cast<const double*>(nullptr), to, frames);
+  }
+}
+
+void writeChannel(const double* from, const AudioChannels& out, int side, int begin, int frames) {
+  if (side >= out.count) return;
+  if (out.twice != nullptr) {
+    writeSamples(from, channelAt(out.twice, side, begin), frames);
+  } else if (out.single != nullptr) {
+    writeSamples(from, channelAt(out.single, side, begin), frames);
+  }
+}
+
+void writeSilence(const AudioChannels& out, int begin, int end) {
+  constexpr std::array<double, 64> kSilence{};
+  while (begin < end) {
+    const int frames = std::min(end - begin, static_cast<int>(kSilence.size()));
+    for (int i = 0; i < out.count; ++i) writeChannel(kSilence.data(), out, i, begin, frames);
+    begin += frames;
+  }
+}
+
+}  // namespace
+
+HostedAmp::HostedAmp(int sides) : sides_(sides) {
+  for (std::atomic<float>& value : wanted_) value.store(kKnobDefault, kRelaxed);
+  wanted_.back().store(kTypeDefault, kRelaxed);
+}
+
+bool HostedAmp::prepare(double rate, int maxFrames) {
+  if (!std::isfinite(rate) || rate <= 0.0 || maxFrames < 1) return false;
+  const Values now = values();
+  built_ = buildSides(rate, maxFrames, now);
+  rate_ = rate;
+  maxFrames_ = maxFrames;
+  told_ = now;
+  return true;
+}
+
+std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames,
+                                                   const Values& values) const {
+  std::vector<Side> built(static_cast<std::size_t>(sides_));
+  for (Side& side : built) {
+    side.samples.resize(static_cast<std::size_t>(maxFrames));
+    side.effect = std::make_unique<Quellard>(nullptr);
+    for (int index = 1; index <= kNumStoredValues; ++index) {
+      side.effect->setParameter(index, values[static_cast<std::size_t>(index - 1)]);
+    }
+    side.effect->setSampleRate(static_cast<float>(rate));
+    side.effect->reserve(maxFrames);
+  }
+  return built;
+}
+
+void HostedAmp::reset() {
+  for (Side& side : built_) side.effect->reset();
+}
+
+void HostedAmp::setValue(int index, float value) {
+  if (!isStored(index)) return;
+  const float held = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
+  wanted_[static_cast<std::size_t>(index - 1)].store(held, kRelaxed);
+}
+
+float HostedAmp::value(int index) const {
+  return isStored(index) ? wanted_[static_cast<std::size_t>(index - 1)].load(kRelaxed) : 0.0F;
+}
+
+void HostedAmp::setValues(const Values& values) {
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    setValue(index, values[static_cast<std::size_t>(index - 1)]);
+  }
+}
+
+HostedAmp::Values HostedAmp::values() const {
+  Values values{};
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    values[static_cast<std::size_t>(index - 1)] = value(index);
+  }
+  return values;
+}
+
+void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
+  adoptMovedValues();
+  if (built_.empty()) return writeSilence(out, begin, end);
+  while (begin < end) {
+    const int frames = std::min(end - begin, maxFrames_);
+    playPiece(in, out, begin, frames);
+    begin += frames;
+  }
+}
+
+void HostedAmp::adoptMovedValues() {
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    float& told = told_[static_cast<std::size_t>(index - 1)];
+    const float now = value(index);
+    if (now == told) continue;
+    told = now;
+    for (Side& side : built_) side.effect->setParameter(index, now);
+  }
+}
+
+// All sides are read before any is written: a host may have crossed the channels of one buffer.
+void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int begin,
+                          int frames) {
+  for (int i = 0; i < sides_; ++i) {
+    readChannel(in, i, begin, frames, built_[static_cast<std::size_t>(i)].samples.data());
+  }
+  for (Side& side : built_) {
+    double* samples = side.samples.data();
+    side.effect->processDoubleReplacing(&samples, &samples, frames);
+  }
+  for (int i = 0; i < sides_; ++i) {
+    writeChannel(built_[static_cast<std::size_t>(i)].samples.data(), out, i, begin, frames);
+  }
+}
+
+}  // namespace quellard

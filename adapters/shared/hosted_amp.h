@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: ISC
+// The amplifier as a format adapter sees it: one effect for each side (mono has one, stereo two
+// with the same settings), opened without a host, behind parameters that any thread may move and
+// audio buffers of either precision.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "params/parameter_table.h"
+#include "shell/quellard.h"
+
+namespace quellard {
+
+// One direction of a host's audio: an array of channel pointers in one of the two precisions, the
+// other null. Where an array, a channel or its pointer is missing, input is silence and output goes
+// nowhere.
+struct AudioChannels {
+  float* const* single = nullptr;
+  double* const* twice = nullptr;
+  int count = 0;
+};
+
+class HostedAmp {
+ public:
+  static constexpr int kMono = 1;
+  static constexpr int kStereo = 2;
+  // Until the output has died away, after any sound at any setting. Measured in tests/adapters.
+  static constexpr double kTailSeconds = 0.5;
+  using Values = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i
+
+  // Every parameter at its default. sides: kMono or kStereo.
+  explicit HostedAmp(int sides);
+
+  // Builds new effects for a rate in Hz and blocks of up to maxFrames; what was heard before is
+  // gone, the parameters stay. False, with everything as it was, for a rate or a count that is not
+  // positive and finite. May throw std::bad_alloc, likewise. Not while audio is played.
+  bool prepare(double rate, int maxFrames);
+
+  // Forgets the sound and keeps the parameters, as a new prepare() would. [audio thread] Never
+  // allocates.
+  void reset();
+
+  // Parameters 1..19; other indices keep nothing and read as 0. A value is held within 0..1, NaN at
+  // 0. The next stretch of audio plays it, on both sides. [any thread] No lock, no allocation.
+  void setValue(int index, float value);
+  float value(int index) const;
+  // The same for all nineteen, one after the other: a stretch that begins in between plays a
+  // mixture, the next one has them all.
+  void setValues(const Values& values);
+  Values values() const;
+
+  // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
+  // output may be the input, in any order of channels. [audio thread] Never allocates; stretches
+  // longer than maxFrames are played in pieces of it.
+  void play(const AudioChannels& in, const AudioChannels& out, int begin, int end);
+
+  int sides() const { return sides_; }
+  double rate() const { return rate_; }  // Hz; 0 before the first prepare()
+
+ private:
+  struct Side {
+    std::unique_ptr<Quellard> effect;
+    std::vector<double> samples;  // the host's, converted; played in place
+  };
+
+  std::vector<Side> buildSides(double rate, int maxFrames, const Values& values) const;
+  void adoptMovedValues();
+  void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
+
+  int sides_;
+  double rate_ = 0.0;
+  int maxFrames_ = 0;
+  std::vector<Side> built_;  // empty before the first prepare()
+  // What the world has asked for and what the effects have been told. The audio thread alone tells
+  // them, so that both sides move in the same block and nobody waits for their lock.
+  std::array<std::atomic<float>, kNumStoredValues> wanted_;
+  Values told_{};
+};
+
+}  // namespace quellard

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: ISC
+// The amplifier plays doubles; hosts bring floats or doubles. The one place where they meet.
+#pragma once
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+
+namespace quellard {
+
+// Rounds to the nearest float. What only a denormal float could hold becomes 0: the amplifier keeps
+// denormals out of its own path, and the plug-in behind it must not be slowed by them either.
+constexpr float toFloat(double sample) {
+  const double magnitude = sample < 0.0 ? -sample : sample;
+  return magnitude < static_cast<double>(FLT_MIN) ? 0.0F : static_cast<float>(sample);
+}
+
+// [audio thread] A null source reads as silence, a null target takes nothing. No overlap between
+// different arrays.
+inline void readSamples(const double* from, double* to, int frames) {
+  from != nullptr ? std::copy_n(from, frames, to) : std::fill_n(to, frames, 0.0);
+}
+
+inline void readSamples(const float* from, double* to, int frames) {
+  if (from == nullptr) return readSamples(static_cast<const double*>(nullptr), to, frames);
+  std::transform(from, from + frames, to, [](float x) { return static_cast<double>(x); });
+}
+
+inline void writeSamples(const double* from, double* to, int frames) {
+  if (to != nullptr) std::copy_n(from, frames, to);
+}
+
+inline void writeSamples(const double* from, float* to, int frames) {
+  if (to != nullptr) std::transform(from, from + frames, to, toFloat);
+}
+
+}  // namespace quellard

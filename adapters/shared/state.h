@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: ISC
+// The settings as a block of bytes that hosts keep in their projects. docs/state.md describes it
+// byte by byte; tests/adapters/data holds one of every version, and each must load for ever.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "params/parameter_table.h"
+
+namespace quellard {
+
+inline constexpr std::size_t kStateSize = 8 + 4 * std::size_t{kNumStoredValues} + 4;
+using StateBytes = std::array<std::uint8_t, kStateSize>;
+using StateValues = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i, 0..1
+
+// Any thread; neither allocates.
+StateBytes encodeState(const StateValues& values);
+
+// Nothing for bytes that are no state of this amplifier, or a damaged one, or one of a later
+// version: the caller then keeps what it has.
+std::optional<StateValues> decodeState(std::span<const std::uint8_t> bytes);
+
+// CRC-32 as in zlib and Ethernet (reflected polynomial 0xEDB88320). Written out here because a
+// plug-in that hosts load by the dozen should not bring a library for eight lines.
+std::uint32_t crc32(std::span<const std::uint8_t> bytes);
+
+}  // namespace quellard

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: ISC
+// The names under which VST 2.4 hosts look for the entry. Old ones ask for `main`, which a C++
+// function cannot be called, so the symbol is named beside the function.
+#include "adapters/vst2/vst2_effect.h"
+
+extern "C" {
+
+__attribute__((visibility("default"))) quellard::AEffect* VSTPluginMain(
+    quellard::audioMasterCallback host);
+__attribute__((visibility("default"))) quellard::AEffect* oldEntry(
+    quellard::audioMasterCallback host) __asm__("main");
+
+quellard::AEffect* VSTPluginMain(quellard::audioMasterCallback host) {
+  return quellard::Vst2Effect::create(host);
+}
+
+quellard::AEffect* oldEntry(quellard::audioMasterCallback host) {
+  return quellard::Vst2Effect::create(host);
+}
+
+}  // extern "C"

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: ISC
+// The factory bank: settings worth keeping, for every format, the command line and the documents.
+// All play the guitar takes equally loud (tests/adapters measures it), so that choosing one
+// compares sounds and not levels: change a knob, and MASTER has to be measured again.
+//
+// A preset sets its own channel's knobs. Those of the other two channels stand at their default, so
+// that a preset is the whole state of the amplifier: it sounds and saves the same whatever was set
+// before it, and turning the selector afterwards meets the channels as a new amplifier has them.
+//
+// Hosts remember presets by name: a name, once published, keeps its meaning.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "params/parameter_table.h"
+
+namespace quellard {
+
+struct FactoryPreset {
+  const char* name;                           // at most 23 characters, as program names are
+  const char* description;                    // what it is good for
+  int channel;                                // 0 CLEAN, 1 VINTAGE, 2 MODERN
+  std::array<float, kKnobsPerChannel> knobs;  // 0..10 in the order of the parameters
+};
+
+inline constexpr std::size_t kNumFactoryPresets = 12;
+inline constexpr int kFactoryNameLen = 23;
+
+// clang-format off
+inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
+  //                                                                       ch PRES   BASS   MID    TREBLE MASTER GAIN
+  {"Chime Clean",      "Open chords that ring, arpeggios with sparkle",     0, {6.0F, 4.5F, 4.0F, 6.5F, 5.00F, 3.0F}},
+  {"Warm Jazz",        "Neck pickup, round and dark, thumb and fingers",    0, {2.0F, 6.0F, 6.0F, 3.0F, 5.00F, 3.5F}},
+  {"Funk Cut",         "Tight muted sixteenths, little bass, much pick",    0, {7.0F, 2.5F, 5.0F, 7.5F, 5.00F, 2.5F}},
+  {"Pedal Platform",   "Flat and loud enough for the pedals in front",      0, {5.0F, 5.0F, 5.0F, 5.0F, 5.00F, 4.0F}},
+  {"Edge of Breakup",  "Clean when touched softly, hair when dug in",       0, {5.0F, 5.0F, 6.0F, 6.0F, 5.00F, 8.0F}},
+  {"Country Snap",     "Chicken picking and double stops on the bridge",    1, {7.0F, 4.0F, 4.5F, 7.0F, 5.00F, 1.5F}},
+  {"Blues Lead",       "Singing single notes that clean up with the volume",1, {5.0F, 5.5F, 6.5F, 5.5F, 5.00F, 5.0F}},
+  {"Classic Crunch",   "Rock rhythm with open chords still readable",       1, {6.0F, 5.0F, 6.0F, 6.0F, 5.00F, 6.5F}},
+  {"Stack Roar",       "Everything up, for riffs that fill the room",       1, {6.5F, 6.0F, 7.0F, 6.5F, 5.00F, 9.0F}},
+  {"Modern Rhythm",    "Palm mutes with a tight low end",                   2, {6.0F, 5.0F, 5.0F, 6.0F, 5.00F, 5.5F}},
+  {"Scooped Metal",    "Fast riffs, mids out, treble up",                   2, {7.0F, 7.0F, 2.0F, 7.0F, 5.00F, 7.5F}},
+  {"Soaring Solo",     "Long sustain with mids that cut through a band",    2, {5.0F, 4.5F, 8.0F, 5.5F, 5.00F, 8.5F}},
+}};
+// clang-format on
+
+// The selector value that adapters and presets set for a channel, 0..2.
+// name.
+constexpr float selectForChannel(int channel) { return 0.5F * static_cast<float>(channel); }
+
+// The value that a preset gives to parameter 1..19, 0..1.
+constexpr float presetValue(const FactoryPreset& preset, int index) {
+  const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
+  if (parameter.kind == ParameterKind::selector) return selectForChannel(preset.channel);
+  if (parameter.channel != preset.channel) return kKnobDefault;
+  return preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)] / 10.0F;
+}
+
+// All of them; entry i-1 is parameter i.
+constexpr std::array<float, kNumStoredValues> presetValues(const FactoryPreset& preset) {
+  std::array<float, kNumStoredValues> values{};
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    values[static_cast<std::size_t>(index - 1)] = presetValue(preset, index);
+  }
+  return values;
+}
+
+// Null for a name that is not in the bank, letter by letter.
+constexpr const FactoryPreset* findFactoryPreset(std::string_view name) {
+  for (const FactoryPreset& preset : kFactoryBank) {
+    if (name == preset.name) return &preset;
+  }
+  return nullptr;
+}
+
+}  // namespace quellard
