@@ -30,18 +30,18 @@ inline constexpr int kFactoryNameLen = 23;
 // clang-format off
 inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
   //                                                                       ch PRES   BASS   MID    TREBLE MASTER GAIN
-  {"Chime Clean",      "Open chords that ring, arpeggios with sparkle",     0, {6.0F, 4.5F, 4.0F, 6.5F, 5.00F, 3.0F}},
-  {"Warm Jazz",        "Neck pickup, round and dark, thumb and fingers",    0, {2.0F, 6.0F, 6.0F, 3.0F, 5.00F, 3.5F}},
-  {"Funk Cut",         "Tight muted sixteenths, little bass, much pick",    0, {7.0F, 2.5F, 5.0F, 7.5F, 5.00F, 2.5F}},
-  {"Pedal Platform",   "Flat and loud enough for the pedals in front",      0, {5.0F, 5.0F, 5.0F, 5.0F, 5.00F, 4.0F}},
-  {"Edge of Breakup",  "Clean when touched softly, hair when dug in",       0, {5.0F, 5.0F, 6.0F, 6.0F, 5.00F, 8.0F}},
-  {"Country Snap",     "Chicken picking and double stops on the bridge",    1, {7.0F, 4.0F, 4.5F, 7.0F, 5.00F, 1.5F}},
-  {"Blues Lead",       "Singing single notes that clean up with the volume",1, {5.0F, 5.5F, 6.5F, 5.5F, 5.00F, 5.0F}},
-  {"Classic Crunch",   "Rock rhythm with open chords still readable",       1, {6.0F, 5.0F, 6.0F, 6.0F, 5.00F, 6.5F}},
-  {"Stack Roar",       "Everything up, for riffs that fill the room",       1, {6.5F, 6.0F, 7.0F, 6.5F, 5.00F, 9.0F}},
-  {"Modern Rhythm",    "Palm mutes with a tight low end",                   2, {6.0F, 5.0F, 5.0F, 6.0F, 5.00F, 5.5F}},
-  {"Scooped Metal",    "Fast riffs, mids out, treble up",                   2, {7.0F, 7.0F, 2.0F, 7.0F, 5.00F, 7.5F}},
-  {"Soaring Solo",     "Long sustain with mids that cut through a band",    2, {5.0F, 4.5F, 8.0F, 5.5F, 5.00F, 8.5F}},
+  {"Chime Clean",      "Open chords that ring, arpeggios with sparkle",     0, {6.0F, 4.5F, 4.0F, 6.5F, 5.62F, 3.0F}},
+  {"Warm Jazz",        "Neck pickup, round and dark, thumb and fingers",    0, {2.0F, 6.0F, 6.0F, 3.0F, 4.39F, 3.5F}},
+  {"Funk Cut",         "Tight muted sixteenths, little bass, much pick",    0, {7.0F, 2.5F, 5.0F, 7.5F, 7.19F, 2.5F}},
+  {"Pedal Platform",   "Flat and loud enough for the pedals in front",      0, {5.0F, 5.0F, 5.0F, 5.0F, 3.92F, 4.0F}},
+  {"Edge of Breakup",  "Clean when touched softly, hair when dug in",       0, {5.0F, 5.0F, 6.0F, 6.0F, 1.93F, 8.0F}},
+  {"Country Snap",     "Chicken picking and double stops on the bridge",    1, {7.0F, 4.0F, 4.5F, 7.0F, 5.02F, 1.5F}},
+  {"Blues Lead",       "Singing single notes that clean up with the volume",1, {5.0F, 5.5F, 6.5F, 5.5F, 4.40F, 5.0F}},
+  {"Classic Crunch",   "Rock rhythm with open chords still readable",       1, {6.0F, 5.0F, 6.0F, 6.0F, 4.29F, 6.5F}},
+  {"Stack Roar",       "Everything up, for riffs that fill the room",       1, {6.5F, 6.0F, 7.0F, 6.5F, 3.98F, 9.0F}},
+  {"Modern Rhythm",    "Palm mutes with a tight low end",                   2, {6.0F, 5.0F, 5.0F, 6.0F, 3.93F, 5.5F}},
+  {"Scooped Metal",    "Fast riffs, mids out, treble up",                   2, {7.0F, 7.0F, 2.0F, 7.0F, 3.84F, 7.5F}},
+  {"Soaring Solo",     "Long sustain with mids that cut through a band",    2, {5.0F, 4.5F, 8.0F, 5.5F, 3.73F, 8.5F}},
 }};
 // clang-format on
 

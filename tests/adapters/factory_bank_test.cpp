@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: ISC
+// The bank plays the guitar takes of Debian's sonic-pi-samples equally loud and never beyond full
+// scale. `--gtest_filter=FactoryBank.*` prints the measured table; after a change of a knob, MASTER
+// is to be set so that the last column reads 0.0.
+#include "params/factory_bank.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ebur128.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <set>
+#include <sndfile.hh>
+#include <string>
+#include <vector>
+
+#include "tests/support/opened_effect.h"
+
+namespace quellard::test {
+namespace {
+
+constexpr double kLoudnessLufs = -20.0;
+constexpr double kToleranceLu = 1.0;
+constexpr int kBlock = 512;
+
+struct Take {
+  int rate = 0;
+  std::vector<double> samples;  // both sides of a stereo take, averaged
+};
+
+Take readTake(const std::filesystem::path& file) {
+  SndfileHandle sound(file.string());
+  const auto frames = static_cast<std::size_t>(sound.frames());
+  const auto channels = static_cast<std::size_t>(sound.channels());
+  std::vector<double> all(frames * channels);
+  sound.readf(all.data(), sound.frames());
+  Take take{sound.samplerate(), std::vector<double>(frames)};
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    take.samples[i / channels] += all[i] / static_cast<double>(channels);
+  }
+  return take;
+}
+
+std::vector<Take> guitarTakes() {
+  std::vector<Take> takes;
+  const std::filesystem::path folder = "/usr/share/sonic-pi/samples";
+  if (!std::filesystem::is_directory(folder)) return takes;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    const std::string name = file.path().filename().string();
+    if (name.rfind("guit_", 0) == 0) takes.push_back(readTake(file.path()));
+  }
+  return takes;
+}
+
+std::vector<double> playTake(const Take& take, const FactoryPreset& preset) {
+  OpenedEffect amp;
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    amp.setParameter(index, presetValue(preset, index));
+  }
+  amp.setSampleRate(static_cast<float>(take.rate));
+  std::vector<double> out = take.samples;
+  for (std::size_t done = 0; done < out.size(); done += kBlock) {
+    const auto frames = static_cast<int>(std::min<std::size_t>(kBlock, out.size() - done));
+    amp.process(&out[done], &out[done], frames);
+  }
+  return out;
+}
+
+struct Loudness {
+  double lufs;  // gated, over all takes together
+  double peak;  // of the samples, full scale is 1
+};
+
+Loudness measure(const FactoryPreset& preset, const std::vector<Take>& takes) {
+  std::vector<ebur128_state*> meters;
+  double peak = 0.0;
+  for (const Take& take : takes) {
+    const std::vector<double> out = playTake(take, preset);
+    for (const double sample : out) peak = std::max(peak, std::fabs(sample));
+    meters.push_back(ebur128_init(1, static_cast<unsigned long>(take.rate), EBUR128_MODE_I));
+    ebur128_add_frames_double(meters.back(), out.data(), out.size());
+  }
+  double lufs = 0.0;
+  ebur128_loudness_global_multiple(meters.data(), meters.size(), &lufs);
+  for (ebur128_state*& meter : meters) ebur128_destroy(&meter);
+  return {lufs, peak};
+}
+
+TEST(FactoryBank, PlaysTheGuitarTakesEquallyLoud) {
+  const std::vector<Take> takes = guitarTakes();
+  if (takes.empty()) GTEST_SKIP() << "the package sonic-pi-samples is not installed";
+  std::printf("%-24s %6s %6s %7s %7s\n", "preset", "LUFS", "peak", "MASTER", "to set");
+  for (const FactoryPreset& preset : kFactoryBank) {
+    const Loudness loudness = measure(preset, takes);
+    // MASTER is squared and comes last, so the level is exactly 40 dB for each tenfold of it.
+    const double master = static_cast<double>(preset.knobs[4]);
+    const double wanted = master * std::pow(10.0, (kLoudnessLufs - loudness.lufs) / 40.0);
+    std::printf("%-24s %6.1f %6.2f %7.2f %7.2f\n", preset.name, loudness.lufs, loudness.peak,
+                master, wanted);
+    EXPECT_NEAR(loudness.lufs, kLoudnessLufs, kToleranceLu) << preset.name;
+    EXPECT_LT(loudness.peak, 1.0) << preset.name;
+  }
+}
+
+// Hosts look presets up by name and list programs in 24 bytes.
+TEST(FactoryBank, NamesAreUniqueAndFitAndEveryChannelHasSome) {
+  std::set<std::string> names;
+  std::set<int> channels;
+  for (const FactoryPreset& preset : kFactoryBank) {
+    EXPECT_LE(std::string(preset.name).size(), static_cast<std::size_t>(kFactoryNameLen));
+    EXPECT_GT(std::string(preset.description).size(), 20U) << preset.name;
+    EXPECT_EQ(findFactoryPreset(preset.name), &preset);
+    names.insert(preset.name);
+    channels.insert(preset.channel);
+    for (const float knob : preset.knobs) EXPECT_TRUE(knob >= 0.0F && knob <= 10.0F);
+  }
+  EXPECT_EQ(names.size(), kFactoryBank.size());
+  EXPECT_EQ(channels, (std::set<int>{0, 1, 2}));
+}
+
+// A preset is the whole amplifier: its own channel as listed, the others as a new one has them.
+TEST(FactoryBank, APresetSetsEveryParameter) {
+  OpenedEffect fresh;
+  for (const FactoryPreset& preset : kFactoryBank) {
+    const auto values = presetValues(preset);
+    for (int index = 1; index <= kNumControls; ++index) {
+      const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
+      const float value = values[static_cast<std::size_t>(index - 1)];
+      if (parameter.channel == preset.channel) {
+        const int knob = (index - 1) % kKnobsPerChannel;
+        EXPECT_FLOAT_EQ(value * 10.0F, preset.knobs[static_cast<std::size_t>(knob)]);
+      } else {
+        EXPECT_EQ(value, fresh.getParameter(index));
+      }
+    }
+    EXPECT_EQ(channelFromSelect(values.back()), preset.channel) << preset.name;
+  }
+}
+
+}  // namespace
+}  // namespace quellard::test
