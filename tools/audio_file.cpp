@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -15,12 +16,18 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
+// The highest sample of integer formats. Some encoders of the library wrap at 1 itself.
+constexpr double kFullScale = 1.0 - 0x1p-31;
+
 // The library ends its sentences with a full stop; the command's lines have none.
 std::string reason(SNDFILE* file) {
-  std::string text(trimmed(sf_strerror(file)));
-  while (text.ends_with('.')) text.pop_back();
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  return text;
+  std::string_view text = trimmed(sf_strerror(file));
+  constexpr std::string_view kPrefix = "Error : ";
+  if (text.starts_with(kPrefix)) text.remove_prefix(kPrefix.size());
+  while (text.ends_with('.')) text.remove_suffix(1);
+  std::string line(text);
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  return line;
 }
 
 // The library reaches the output through these, so that no failed write goes unseen: several of
@@ -37,13 +44,10 @@ sf_count_t writeOutput(const void* bytes, sf_count_t count, void* user) {
 }
 sf_count_t tellOutput(void* user) { return static_cast<OutputFile*>(user)->seek(0, SEEK_CUR); }
 
-SNDFILE* openOutput(OutputFile& output, int format, int rate, int channels) {
+SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
   SF_VIRTUAL_IO io = {outputSize, seekOutput, readOutput, writeOutput, tellOutput};
-  SF_INFO info = {};
-  info.samplerate = rate;
-  info.channels = channels;
-  info.format = format;
-  return sf_open_virtual(&io, SFM_WRITE, &info, &output);
+  output.seek(0, SEEK_SET);
+  return SoundFile(sf_open_virtual(&io, mode, &info, &output));
 }
 
 }  // namespace
@@ -81,13 +85,17 @@ bool isAudioFile(const fs::path& path) {
 
 AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
                          std::int64_t expectedFrames)
-    : path_(path), output_(path), format_(format), channels_(channels) {
+    : path_(path), output_(path), format_(format), rate_(rate), channels_(channels) {
   const double bytes = static_cast<double>(expectedFrames) * channels * bytesPerSample(format);
   if (bytes > largestFile(format) - 65536) {
     throw FileError(fmt::format(
         "cannot write {}: longer than such a file can be, use .w64 or .rf64", path.string()));
   }
-  file_.reset(openOutput(output_, format, rate, channels));
+  SF_INFO info = {};
+  info.samplerate = rate;
+  info.channels = channels;
+  info.format = format;
+  file_ = openOutput(output_, SFM_WRITE, info);
   if (file_ == nullptr) {
     output_.throwIfFailed();
     throw FileError(fmt::format("cannot write {} with {} Hz and {} channel{}: {}", path.string(),
@@ -101,9 +109,8 @@ void AudioWriter::write(const double* interleaved, std::int64_t frames) {
   if (hasFullScale(format_)) {
     cut_.assign(interleaved, interleaved + frames * channels_);
     for (double& sample : cut_) {
-      if (sample >= -1.0 && sample <= 1.0) continue;
-      sample = std::clamp(sample, -1.0, 1.0);
-      ++clipped_;
+      if (sample > 1.0 || sample < -1.0) ++clipped_;
+      sample = std::clamp(sample, -1.0, kFullScale);
     }
     interleaved = cut_.data();
   }
@@ -120,7 +127,22 @@ void AudioWriter::finish() {
   if (error != SF_ERR_NO_ERROR) {
     throw FileError(fmt::format("cannot write {}: {}", path_.string(), sf_error_number(error)));
   }
+  checkRate();
   output_.commit();
+}
+
+void AudioWriter::checkRate() {
+  const int type = format_ & SF_FORMAT_TYPEMASK;
+  if (type == SF_FORMAT_RAW) return;  // says nothing about itself
+  SF_INFO info = {};
+  const SoundFile written = openOutput(output_, SFM_READ, info);
+  if (written == nullptr) {
+    throw FileError(fmt::format("cannot write {}: {}", path_.string(), reason(nullptr)));
+  }
+  constexpr double kTolerance = 1e-3;  // two cents; a sample dump rounds to nanoseconds
+  if (std::abs(info.samplerate - rate_) <= kTolerance * rate_) return;
+  throw FileError(fmt::format("cannot write {}: such a file cannot say {} Hz, only {} Hz",
+                              path_.string(), rate_, info.samplerate));
 }
 
 }  // namespace quellard

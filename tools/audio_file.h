@@ -61,9 +61,13 @@ class AudioWriter {
   std::int64_t clipped() const { return clipped_; }
 
  private:
+  // A few old types know one rate, or round it: then the piece would play at another pitch.
+  void checkRate();
+
   std::filesystem::path path_;
   OutputFile output_;
   int format_;
+  int rate_;
   int channels_;
   SoundFile file_;  // writes its header when it is closed: gone before the file it writes to
   std::vector<double> cut_;

@@ -95,60 +95,65 @@ StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& modul
   return start;
 }
 
+// An option with a value that is read later, so that every complaint about one sounds alike.
+CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
+                      const std::string& help) {
+  return command.add_option(names, value, help)->type_name(type);
+}
+
 void addKnobOptions(CLI::App& command, KnobOptions& knobs) {
-  command.add_option("--program", knobs.program, "Program to start from, 1 to 16 (1)")
-      ->group("Knobs");
-  command.add_option("--channel", knobs.channel, "clean, vintage or modern (the program's)")
-      ->group("Knobs");
+  constexpr const char* kGroup = "Knobs";
+  addValue(command, "--program", knobs.program, "N", "Program to start from, 1 to 16 (1)")
+      ->group(kGroup);
+  addValue(command, "--channel", knobs.channel, "CHANNEL",
+           "clean, vintage or modern (the program's)")
+      ->group(kGroup);
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob || info.channel != 0) continue;
     const std::string name = lowered(info.name);
+    const auto keep = [&knobs, name](const std::string& value) { knobs.knobs[name] = value; };
     command
-        .add_option_function<std::string>(
-            "--" + name, [&knobs, name](const std::string& value) { knobs.knobs[name] = value; },
-            "0 to 10, on the channel that plays")
+        .add_option_function<std::string>("--" + name, keep, "0 to 10, on the channel that plays")
         ->type_name("VALUE")
-        ->group("Knobs");
+        ->group(kGroup);
   }
   command
       .add_option("--set", knobs.assignments,
-                  "Any parameter: vintage.gain=7.5 or channel=clean, or index=VALUE with the "
+                  "Any parameter: vintage.gain=7.5 or channel=clean, or INDEX=VALUE with the "
                   "value from 0 to 1")
       ->type_name("PARAM=VALUE")
-      ->group("Knobs")
+      ->group(kGroup)
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void addRenderOptions(CLI::App& command, Options& options) {
-  command.add_option("IN", options.inputs, "Audio files, or folders of them")->required();
-  command.add_option("-o,--output", options.output, "File to write; for several, a folder")
-      ->type_name("OUT")
+  command.add_option("IN", options.inputs, "Audio files, or folders of them")
+      ->type_name("FILE")
       ->required();
-  command.add_option("--format", options.sampleFormat,
-                     "Sample format (float where the file type can): " + sampleFormatNames());
-  command.add_option("--type", options.fileType, "File type of results in a folder (wav)");
-  command
-      .add_option("--automation", options.automation,
-                  "Knob moves: lines of 'seconds, parameter, value'")
-      ->type_name("FILE");
+  addValue(command, "-o,--output", options.output, "OUT", "File to write; for several, a folder")
+      ->required();
+  addValue(command, "--format", options.sampleFormat, "FORMAT",
+           "Sample format (float where the file type can): " + sampleFormatNames());
+  addValue(command, "--type", options.fileType, "ENDING", "File type of results in a folder (wav)");
+  addValue(command, "--automation", options.automation, "FILE",
+           "Knob moves: lines of 'seconds, parameter, value'");
   command.add_flag("--mono", options.mono, "Play the mean of all channels through one amplifier");
-  command.add_option("--tail", options.tail, "Seconds of silence to play after the end (0)");
-  command.add_option("--block", options.block, "Frames a block; knobs glide over one (512)");
+  addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
+  addValue(command, "--block", options.block, "FRAMES", "Block, over which knobs glide (512)");
   command.add_flag("--no-preroll", options.raw,
                    "Let the knobs glide in over the first block, as the plug-in starts");
-  command.add_option("-j,--jobs", options.threads, "Files to render at the same time (1)");
+  addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");
   command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
   addKnobOptions(command, options.knobs);
 }
 
 void addPlotOptions(CLI::App& command, Options& options) {
-  command.add_option("-o,--output", options.output, "Picture to write, .png or .svg")
-      ->type_name("OUT")
+  addValue(command, "-o,--output", options.output, "OUT", "Picture to write, .png or .svg")
       ->required();
-  command.add_option("--page", options.page, "tone, transfer, spectrum or all (all)");
-  command.add_option("--rate", options.rate, "Sample rate in Hz (48000)");
-  command.add_option("--note", options.note, "Note of the spectrum in Hz (110)");
+  addValue(command, "--page", options.page, "PAGE", "tone, transfer, spectrum or all (all)");
+  addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
+  addValue(command, "--note", options.note, "HZ", "Note of the spectrum (110)");
   addKnobOptions(command, options.knobs);
 }
 
@@ -164,10 +169,9 @@ std::string summary(const Job& job, const RenderResult& result) {
 
 void warn(const Job& job, const RenderResult& result) {
   if (result.clipped > 0) {
-    fmt::print(
-        stderr,
-        "quellard: warning: {}: {} samples clipped, turn MASTER down or use --format float\n",
-        job.output.string(), result.clipped);
+    fmt::print(stderr,
+               "quellard: warning: {}: {} samples clipped, turn MASTER down or write floats\n",
+               job.output.string(), result.clipped);
   }
   if (result.lateMoves > 0) {
     fmt::print(stderr, "quellard: warning: {}: {} knob moves lie after its end\n",
@@ -185,6 +189,7 @@ int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, b
       continue;
     }
     if (!quiet) fmt::print("{}", summary(jobs[i], *outcome.result));
+    std::fflush(stdout);  // a warning follows the line that it is about
     warn(jobs[i], *outcome.result);
   }
   return status;
@@ -238,8 +243,7 @@ int list(const CLI::App& command, const Options& options) {
 
 CLI::App& addCommand(CLI::App& app, Options& options, const char* name, const char* purpose) {
   CLI::App& command = *app.add_subcommand(name, purpose);
-  command.add_option("--plugin", options.plugin, "The plug-in file, if not the one found")
-      ->type_name("FILE");
+  addValue(command, "--plugin", options.plugin, "FILE", "The plug-in, if not the one found");
   return command;
 }
 
@@ -254,19 +258,23 @@ void buildApp(CLI::App& app, Options& options) {
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
 }
 
-// What a mistyped option or command may have meant.
-std::string hintFor(const CLI::App& app) {
+// A wrong command line in one line, with what a mistyped option or command may have meant.
+std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   const auto chosen = app.get_subcommands();
-  std::vector<std::string> known;
   const CLI::App& command = chosen.empty() ? app : *chosen.front();
+  const std::vector<std::string> unknown = command.remaining(true);
+  if (unknown.empty()) return error.what();
+  std::vector<std::string> known;
   for (const CLI::Option* option : command.get_options()) {
     for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
   }
   for (const CLI::App* subcommand : command.get_subcommands({})) {
     known.push_back(subcommand->get_name());
   }
-  const std::vector<std::string> unknown = command.remaining(true);
-  return unknown.empty() ? "" : suggestion(unknown.front(), known);
+  const bool isOption = unknown.front().starts_with('-');
+  return fmt::format("unknown {} '{}'{}",
+                     isOption ? "option" : (chosen.empty() ? "command" : "argument"),
+                     unknown.front(), suggestion(unknown.front(), known));
 }
 
 int dispatch(const CLI::App& app, const Options& options) {
@@ -295,10 +303,8 @@ int runCommand(int argc, const char* const* argv) {
     return status;
   } catch (const CLI::Success& success) {
     return app.exit(success);
-  } catch (const CLI::ExtrasError& error) {
-    return tell(error.what() + hintFor(app), kWrongUsage);
   } catch (const CLI::ParseError& error) {
-    return tell(error.what(), kWrongUsage);
+    return tell(explain(app, error), kWrongUsage);
   } catch (const UsageError& error) {
     return tell(error.what(), kWrongUsage);
   } catch (const Interrupted&) {

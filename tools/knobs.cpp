@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
-#include <numeric>
 
 #include "tools/errors.h"
 
@@ -22,20 +21,24 @@ std::string asSymbol(std::string_view name) {
   return symbol == "channel" ? "type" : symbol;
 }
 
-// Insertions, deletions and replacements that turn one word into the other.
+// Insertions, deletions, replacements and swaps of neighbours that turn one word into the other.
 std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+  const std::size_t width = b.size() + 1;
+  std::vector<std::size_t> table((a.size() + 1) * width);
+  const auto at = [&](std::size_t i, std::size_t j) -> std::size_t& {
+    return table[i * width + j];
+  };
+  for (std::size_t i = 0; i <= a.size(); ++i) at(i, 0) = i;
+  for (std::size_t j = 0; j <= b.size(); ++j) at(0, j) = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t cost = a[i - 1] == b[j - 1] ? 0 : 1;
+      at(i, j) = std::min({at(i - 1, j) + 1, at(i, j - 1) + 1, at(i - 1, j - 1) + cost});
+      const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+      if (swapped) at(i, j) = std::min(at(i, j), at(i - 2, j - 2) + 1);
     }
   }
-  return row.back();
+  return table.back();
 }
 
 std::vector<std::string> knownNames() {

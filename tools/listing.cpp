@@ -40,8 +40,8 @@ std::string fourLetters(std::int32_t code) {
 std::string flagNames(std::int32_t flags) {
   constexpr std::array<std::pair<std::int32_t, const char*>, 6> kNames = {{
       {effFlagsHasEditor, "has an editor"},
-      {effFlagsCanReplacing, "single precision"},
-      {effFlagsCanDoubleReplacing, "double precision"},
+      {effFlagsCanReplacing, "can replacing"},
+      {effFlagsCanDoubleReplacing, "can double replacing"},
       {effFlagsProgramChunks, "programs as chunks"},
       {effFlagsIsSynth, "synthesizer"},
       {effFlagsNoSoundInStop, "silent when stopped"},
@@ -57,6 +57,33 @@ std::string orNone(const std::string& text) { return text.empty() ? "none" : tex
 
 std::string row(const char* name, const std::string& value) {
   return fmt::format("{:<18} {}\n", name, value);
+}
+
+// Capabilities that hosts usually ask for, of which the plug-in claims its own.
+std::string claims(const PluginInstance& instance) {
+  std::string claimed;
+  for (const char* ability :
+       {"sendVstEvents", "sendVstMidiEvent", "receiveVstEvents", "receiveVstMidiEvent",
+        "receiveVstTimeInfo", "offline", "midiProgramNames", "bypass", "1in1out", "2in2out"}) {
+    std::string writable = ability;
+    if (instance.call(effCanDo, 0, 0, writable.data()) <= 0) continue;
+    claimed += (claimed.empty() ? "" : ", ") + writable;
+  }
+  return claimed;
+}
+
+std::string describeJacks(Orv_TypeBase& extension) {
+  const int dry = extension.getDryInSigNum();
+  std::string text;
+  text += row("input jacks", fmt::format("{}, the first with {} signal(s) from number {}",
+                                         extension.getNumOfInJacks(), extension.getNumOfInSig(0),
+                                         extension.getStartNumInSig(0)));
+  text += row("output jacks", fmt::format("{}, the first with {} signal(s) from number {}",
+                                          extension.getNumOfOutJacks(), extension.getNumOfOutSig(0),
+                                          extension.getStartNumOutSig(0)));
+  text += row("dry input", dry < 0 ? "none" : fmt::format("signal {}", dry));
+  text += row("header version", fmt::format("{}", extension.getHeaderVersion()));
+  return text;
 }
 
 }  // namespace
@@ -109,7 +136,8 @@ std::string describePlugin(const PluginModule& module) {
   text += row("identity", fmt::format("{} (0x{:08X})", fourLetters(record.uniqueID),
                                       static_cast<std::uint32_t>(record.uniqueID)));
   text += row("version", fmt::format("{}", record.version));
-  text += row("interface", fmt::format("VST {}", instance.call(effGetVstVersion)));
+  text += row("interface",
+              fmt::format("VST {}", static_cast<double>(instance.call(effGetVstVersion)) / 1000.0));
   text +=
       row("category", instance.call(effGetPlugCategory) == kPlugCategEffect ? "effect" : "other");
   text += row("abilities", flagNames(record.flags));
@@ -118,6 +146,8 @@ std::string describePlugin(const PluginModule& module) {
   text += row("audio", fmt::format("{} in, {} out", record.numInputs, record.numOutputs));
   text += row("delay", fmt::format("{} samples", record.initialDelay));
   text += row("tail", fmt::format("{} samples", instance.call(effGetTailSize)));
+  text += row("claims", orNone(claims(instance)));
+  if (Orv_TypeBase* extension = instance.extension()) text += describeJacks(*extension);
   return text;
 }
 

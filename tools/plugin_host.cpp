@@ -9,7 +9,6 @@
 #include <system_error>
 #include <vector>
 
-#include "shell/orv_type.h"
 #include "tools/errors.h"
 #if defined(__APPLE__)
 #include <mach-o/dyld.h>
@@ -124,6 +123,11 @@ void PluginInstance::process(const double* input, double* output, int frames) {
 std::intptr_t PluginInstance::call(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                    void* pointer, float option) const {
   return effect_->dispatcher(effect_, opcode, index, value, pointer, option);
+}
+
+Orv_TypeBase* PluginInstance::extension() const {
+  if (effect_->uniqueID != fourCharacters("QULL")) return nullptr;
+  return static_cast<Orv_TypeBase*>(static_cast<AudioEffect*>(effect_->object));
 }
 
 std::string PluginInstance::text(std::int32_t opcode, std::int32_t index,

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "shell/vst2.h"
+#include "shell/orv_type.h"
 
 namespace quellard {
 
@@ -45,6 +45,9 @@ class PluginInstance {
                      void* pointer = nullptr, float option = 0.0f) const;
   std::string text(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0) const;
   const AEffect& record() const { return *effect_; }
+
+  // What this amplifier's own host asks beyond the published interface; null for another plug-in.
+  Orv_TypeBase* extension() const;
 
  private:
   AEffect* effect_;

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: ISC
+// What the renderer plays is what the plug-in plays when it is driven by hand.
+#include "tools/render.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "tests/tools/scratch.h"
+#include "tools/errors.h"
+
+namespace quellard {
+namespace {
+
+using test::Audio;
+using test::plugin;
+using test::Scratch;
+
+// Renders through files of doubles, so that no rounding hides a difference.
+Audio render(const Scratch& folder, const Audio& input, RenderSettings settings,
+             RenderResult* result = nullptr) {
+  test::writeAudio(folder / "in.wav", input);
+  settings.sampleFormat = "double";
+  Progress quiet(false);
+  const RenderResult got =
+      renderFile(plugin(), folder / "in.wav", folder / "out.wav", settings, quiet);
+  if (result != nullptr) *result = got;
+  return test::readAudio(folder / "out.wav");
+}
+
+void expectSameBits(const std::vector<double>& a, const std::vector<double>& b) {
+  ASSERT_EQ(a.size(), b.size());
+  EXPECT_EQ(std::memcmp(a.data(), b.data(), a.size() * sizeof(double)), 0);
+}
+
+// One turn of a knob by hand: at this frame, and the block that begins there.
+struct Step {
+  int frame;
+  std::vector<Setting> settings;
+};
+
+std::vector<double> playByHand(std::vector<double> signal, const std::vector<Step>& steps,
+                               int blockLength, bool settled) {
+  PluginInstance instance(plugin());
+  instance.start(48000, blockLength);
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (const Setting& s : steps[i].settings) instance.setParameter(s.parameter, s.value);
+    if (i == 0 && settled) instance.process(signal.data(), signal.data(), 0);
+    const int end = i + 1 < steps.size() ? steps[i + 1].frame : static_cast<int>(signal.size());
+    for (int at = steps[i].frame; at < end; at += blockLength) {
+      double* block = signal.data() + at;
+      instance.process(block, block, std::min(blockLength, end - at));
+    }
+  }
+  return signal;
+}
+
+TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
+  const Scratch folder;
+  const Audio input = {48000, 1, test::pluck(0.5)};
+  RenderSettings settings;
+  settings.start.settings = {{19, 0.5f}, {12, 0.8f}};
+  settings.moves = {
+      {0.0, {11, 0.7f}},        // at the start: part of it
+      {0.1, {12, 0.2f}},        // frame 4800, inside a block
+      {0.1000001, {10, 0.9f}},  // the same frame after rounding
+      {0.10004, {8, 0.1f}},     // two frames on
+      {0.2, {19, 0.0f}},        // another channel
+      {0.26, {6, 0.9f}},        // while the switch runs
+      {0.499999, {5, 1.0f}},    // rounds to the end: not heard
+      {7.0, {5, 0.0f}},
+  };
+  const std::vector<Step> steps = {
+      {0, {{19, 0.5f}, {12, 0.8f}, {11, 0.7f}}},
+      {4800, {{12, 0.2f}, {10, 0.9f}}},
+      {4802, {{8, 0.1f}}},
+      {9600, {{19, 0.0f}}},
+      {12480, {{6, 0.9f}}},
+  };
+  for (int blockLength : {512, 64, 1, 30000}) {
+    for (bool settle : {true, false}) {
+      SCOPED_TRACE(testing::Message() << "block " << blockLength << " settle " << settle);
+      settings.blockLength = blockLength;
+      settings.settle = settle;
+      RenderResult result;
+      const Audio output = render(folder, input, settings, &result);
+      expectSameBits(output.samples, playByHand(input.samples, steps, blockLength, settle));
+      EXPECT_EQ(result.lateMoves, 2u);
+    }
+  }
+}
+
+TEST(Render, StereoIsOneAmplifierForEachSideAndMonoTheirMean) {
+  const Scratch folder;
+  const std::vector<double> left = test::pluck(0.2);
+  const std::vector<double> right = test::pluck(0.2, 48000, 147.0);
+  Audio stereo = {48000, 2, {}};
+  std::vector<double> mean;
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    stereo.samples.insert(stereo.samples.end(), {left[i], right[i]});
+    mean.push_back((left[i] + right[i]) / 2.0);
+  }
+  RenderSettings settings;
+  const Audio both = render(folder, stereo, settings);
+  ASSERT_EQ(both.channels, 2);
+  std::vector<double> sides[2];
+  for (std::size_t i = 0; i < both.samples.size(); ++i) sides[i % 2].push_back(both.samples[i]);
+  expectSameBits(sides[0], render(folder, {48000, 1, left}, settings).samples);
+  expectSameBits(sides[1], render(folder, {48000, 1, right}, settings).samples);
+
+  settings.mono = true;
+  const Audio mixed = render(folder, stereo, settings);
+  EXPECT_EQ(mixed.channels, 1);
+  expectSameBits(mixed.samples, render(folder, {48000, 1, mean}, settings).samples);
+}
+
+TEST(Render, TheTailIsTheAmplifierRingingOut) {
+  const Scratch folder;
+  Audio input = {48000, 1, test::pluck(0.1)};
+  RenderSettings settings;
+  settings.tailSeconds = 0.05;
+  const Audio withTail = render(folder, input, settings);
+  settings.tailSeconds = 0.0;
+  input.samples.resize(input.samples.size() + 2400, 0.0);
+  expectSameBits(withTail.samples, render(folder, input, settings).samples);
+}
+
+TEST(Render, SettlingPlaysTheFirstSampleAtItsFullLevel) {
+  const Scratch folder;
+  const Audio input = {48000, 1, test::pluck(0.2)};
+  RenderSettings settings;
+  const auto energy = [](const std::vector<double>& samples) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < 512; ++i) sum += samples[i] * samples[i];
+    return sum;
+  };
+  settings.start.settings = {{19, 0.0f}};
+  const double settled = energy(render(folder, input, settings).samples);
+  settings.settle = false;
+  EXPECT_LT(energy(render(folder, input, settings).samples), 0.5 * settled);
+}
+
+TEST(Render, SamplesThatAreNoNumbersPlayAsSilence) {
+  const Scratch folder;
+  Audio input = {48000, 1, test::pluck(0.1)};
+  input.samples[100] = 0.0;
+  input.samples[2000] = 0.0;
+  const Audio clean = render(folder, input, {});
+  input.samples[100] = std::numeric_limits<double>::quiet_NaN();
+  input.samples[2000] = std::numeric_limits<double>::infinity();
+  expectSameBits(render(folder, input, {}).samples, clean.samples);
+}
+
+TEST(Render, MeasuresWhatItWrote) {
+  const Scratch folder;
+  const Audio input = {48000, 1, test::pluck(1.0)};
+  RenderSettings settings;
+  RenderResult result;
+  const Audio output = render(folder, input, settings, &result);
+  double peak = 0.0;
+  for (double sample : output.samples) peak = std::max(peak, std::abs(sample));
+  ASSERT_TRUE(result.peak_dbfs && result.loudness_lufs);
+  EXPECT_NEAR(*result.peak_dbfs, 20.0 * std::log10(peak), 1e-9);
+  EXPECT_LT(*result.loudness_lufs, *result.peak_dbfs);
+  EXPECT_EQ(result.seconds, 1.0);
+
+  // Twice the power is 3 dB: MASTER goes in with its square, so 5 times 2^(1/4).
+  const double before = *result.loudness_lufs;
+  settings.start.settings = {{17, 0.5f * std::pow(2.0f, 0.25f)}};
+  render(folder, input, settings, &result);
+  EXPECT_NEAR(*result.loudness_lufs - before, 3.01, 0.01);
+
+  render(folder, {48000, 1, std::vector<double>(4800, 0.0)}, {}, &result);
+  EXPECT_FALSE(result.peak_dbfs || result.loudness_lufs);
+}
+
+TEST(Render, RatesOutOfReachAreRefused) {
+  const Scratch folder;
+  for (int rate : {1, 999, 1000001}) {
+    EXPECT_THROW(render(folder, {rate, 1, {0.0, 0.1}}, {}), FileError) << rate;
+  }
+  for (int rate : {1000, 8000, 44100, 192000, 768000}) {
+    const Audio output = render(folder, {rate, 1, test::pluck(0.05, rate, 60.0)}, {});
+    EXPECT_EQ(output.rate, rate);
+    EXPECT_TRUE(std::all_of(output.samples.begin(), output.samples.end(), [](double sample) {
+      return std::isfinite(sample);
+    })) << rate;
+  }
+}
+
+}  // namespace
+}  // namespace quellard

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: ISC
+// What the tests of the command share: a folder that vanishes, audio files to put in it, and the
+// command itself as a process.
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#include "tests/support/signals.h"
+#include "tools/plugin_host.h"
+
+namespace quellard::test {
+
+namespace fs = std::filesystem;
+
+class Scratch {
+ public:
+  Scratch() {
+    std::string name = (fs::temp_directory_path() / "quellard-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder to test in");
+    folder_ = fs::canonical(name);
+  }
+  ~Scratch() { fs::remove_all(folder_); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  fs::path operator/(const std::string& name) const { return folder_ / name; }
+
+  // The names of all that is in the folder, hidden or not.
+  std::vector<std::string> names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder_)) {
+      found.push_back(entry.path().filename().string());
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+  }
+
+ private:
+  fs::path folder_;
+};
+
+struct Audio {
+  int rate = 48000;
+  int channels = 1;
+  std::vector<double> samples = {};  // interleaved
+};
+
+inline void writeAudio(const fs::path& path, Audio audio,
+                       int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE) {
+  SF_INFO info = {};
+  info.samplerate = audio.rate;
+  info.channels = audio.channels;
+  info.format = format;
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+  ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+  sf_write_double(file, audio.samples.data(), static_cast<sf_count_t>(audio.samples.size()));
+  sf_close(file);
+}
+
+inline Audio readAudio(const fs::path& path) {
+  SF_INFO info = {};
+  SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+  if (file == nullptr) return {0, 0, {}};
+  Audio audio = {info.samplerate, info.channels, {}};
+  audio.samples.resize(static_cast<std::size_t>(info.frames * info.channels));
+  sf_read_double(file, audio.samples.data(), static_cast<sf_count_t>(audio.samples.size()));
+  sf_close(file);
+  return audio;
+}
+
+// A plucked string, the same at every call. frequency: Hz.
+inline std::vector<double> pluck(double seconds, int rate = 48000, double frequency = 110.0) {
+  Random random(7);
+  return pluckedNote(random, rate, frequency, 0.3, static_cast<std::size_t>(seconds * rate));
+}
+
+inline std::string readText(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+inline void writeText(const fs::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+struct Ran {
+  int status;
+  std::string out;
+  std::string error;
+};
+
+// Runs the command with arguments as a shell reads them. before: shell commands that come first.
+inline Ran run(const std::string& arguments, const std::string& before = "") {
+  const Scratch folder;
+  const std::string line = before + " '" QUELLARD_COMMAND "' " + arguments + " >" +
+                           (folder / "out").string() + " 2>" + (folder / "error").string();
+  const int status = std::system(line.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(folder / "out"),
+          readText(folder / "error")};
+}
+
+// A run that must succeed in silence.
+inline void runWell(const std::string& arguments) {
+  const Ran ran = run(arguments);
+  EXPECT_EQ(ran.status, 0) << arguments;
+  EXPECT_EQ(ran.error, "") << arguments;
+}
+
+inline const PluginModule& plugin() {
+  static const PluginModule module(QUELLARD_PLUGIN_FILE);
+  return module;
+}
+
+}  // namespace quellard::test
