@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The bank plays the guitar takes of Debian's sonic-pi-samples equally loud and never beyond full
-// scale. `--gtest_filter=FactoryBank.*` prints the measured table; after a change of a knob, MASTER
-// is to be set so that the last column reads 0.0.
+// scale. `factory_bank_tests --gtest_filter=*Loud` prints the measured table; its last column is
+// the MASTER that would meet the level exactly.
 #include "params/factory_bank.h"
 
 #include <algorithm>

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: ISC
+// A CLAP host as small as it can be: loads the built file, creates plug-ins and drives them through
+// their C interface.
+#pragma once
+
+#include <algorithm>
+#include <clap/entry.h>
+#include <clap/ext/audio-ports.h>
+#include <clap/ext/params.h>
+#include <clap/ext/state.h>
+#include <clap/plugin-factory.h>
+#include <cstdint>
+#include <cstring>
+#include <dlfcn.h>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace quellard::test {
+
+inline const clap_plugin_entry_t* clapEntry() {
+  static void* const module = dlopen(QUELLARD_CLAP_FILE, RTLD_NOW | RTLD_LOCAL);
+  static const auto* const entry =
+      module != nullptr ? static_cast<const clap_plugin_entry_t*>(dlsym(module, "clap_entry"))
+                        : nullptr;
+  static const bool ready = entry != nullptr && entry->init(QUELLARD_CLAP_FILE);
+  return ready ? entry : nullptr;
+}
+
+inline const clap_plugin_factory_t* clapFactory() {
+  return static_cast<const clap_plugin_factory_t*>(
+      clapEntry()->get_factory(CLAP_PLUGIN_FACTORY_ID));
+}
+
+// One parameter event, and others that the plug-in has to leave alone.
+struct Move {
+  std::uint32_t time = 0;
+  clap_id id = 0;
+  double value = 0.0;
+  std::uint16_t space = CLAP_CORE_EVENT_SPACE_ID;
+  std::uint16_t type = CLAP_EVENT_PARAM_VALUE;
+};
+
+class MoveList {
+ public:
+  explicit MoveList(const std::vector<Move>& moves) {
+    for (const Move& move : moves) {
+      events_.push_back({.header = {.size = sizeof(clap_event_param_value_t),
+                                    .time = move.time,
+                                    .space_id = move.space,
+                                    .type = move.type,
+                                    .flags = 0},
+                         .param_id = move.id,
+                         .cookie = nullptr,
+                         .note_id = -1,
+                         .port_index = -1,
+                         .channel = -1,
+                         .key = -1,
+                         .value = move.value});
+    }
+    list_.ctx = this;
+    list_.size = [](const clap_input_events_t* list) {
+      return static_cast<std::uint32_t>(static_cast<MoveList*>(list->ctx)->events_.size());
+    };
+    list_.get = [](const clap_input_events_t* list, std::uint32_t i) {
+      const auto& events = static_cast<MoveList*>(list->ctx)->events_;
+      return i < events.size() ? &events[i].header : nullptr;
+    };
+  }
+  MoveList(const MoveList&) = delete;
+  MoveList& operator=(const MoveList&) = delete;
+
+  const clap_input_events_t* get() const { return &list_; }
+
+ private:
+  std::vector<clap_event_param_value_t> events_;
+  clap_input_events_t list_{};
+};
+
+// What the plug-in has called at its host.
+struct ClapHost {
+  clap_host_t table{};
+  clap_host_params_t params{};
+  int rescans = 0;
+  std::map<std::string, const void*> extensions;
+
+  ClapHost() {
+    table = {.clap_version = CLAP_VERSION,
+             .host_data = this,
+             .name = "test host",
+             .vendor = "",
+             .url = "",
+             .version = "1",
+             .get_extension = [](const clap_host_t* host, const char* id) -> const void* {
+               const auto& known = static_cast<ClapHost*>(host->host_data)->extensions;
+               const auto found = known.find(id);
+               return found != known.end() ? found->second : nullptr;
+             },
+             .request_restart = [](const clap_host_t*) {},
+             .request_process = [](const clap_host_t*) {},
+             .request_callback = [](const clap_host_t*) {}};
+    params.rescan = [](const clap_host_t* host, clap_param_rescan_flags flags) {
+      if ((flags & CLAP_PARAM_RESCAN_VALUES) != 0)
+        ++static_cast<ClapHost*>(host->host_data)->rescans;
+    };
+    extensions[CLAP_EXT_PARAMS] = &params;
+  }
+  ClapHost(const ClapHost&) = delete;
+  ClapHost& operator=(const ClapHost&) = delete;
+};
+
+class ClapInstance {
+ public:
+  static constexpr char kMono[] = "org.quellard.amplifier";
+  static constexpr char kStereo[] = "org.quellard.amplifier-stereo";
+
+  explicit ClapInstance(const char* id = kMono)
+      : plugin_(clapFactory()->create_plugin(clapFactory(), &host.table, id)) {
+    plugin_->init(plugin_);
+  }
+  ~ClapInstance() { plugin_->destroy(plugin_); }
+  ClapInstance(const ClapInstance&) = delete;
+  ClapInstance& operator=(const ClapInstance&) = delete;
+
+  const clap_plugin_t* get() const { return plugin_; }
+  template <typename Table>
+  const Table& extension(const char* id) const {
+    return *static_cast<const Table*>(plugin_->get_extension(plugin_, id));
+  }
+  const clap_plugin_params_t& params() const {
+    return extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
+  }
+  const clap_plugin_state_t& state() const {
+    return extension<clap_plugin_state_t>(CLAP_EXT_STATE);
+  }
+
+  bool activate(double rate, std::uint32_t maxFrames) {
+    return plugin_->activate(plugin_, rate, 1, maxFrames) && plugin_->start_processing(plugin_);
+  }
+  void deactivate() {
+    plugin_->stop_processing(plugin_);
+    plugin_->deactivate(plugin_);
+  }
+
+  double value(clap_id id) const {
+    double value = -1.0;
+    params().get_value(plugin_, id, &value);
+    return value;
+  }
+  std::vector<double> values() const {
+    std::vector<double> all;
+    for (clap_id id = 1; id <= 19; ++id) all.push_back(value(id));
+    return all;
+  }
+  void flush(const std::vector<Move>& moves) {
+    const MoveList list(moves);
+    params().flush(plugin_, list.get(), nullptr);
+  }
+
+  clap_process_status process(clap_audio_buffer_t& in, clap_audio_buffer_t& out,
+                              std::uint32_t frames, const clap_input_events_t* events) {
+    const clap_process_t block = {.steady_time = -1,
+                                  .frames_count = frames,
+                                  .transport = nullptr,
+                                  .audio_inputs = &in,
+                                  .audio_outputs = &out,
+                                  .audio_inputs_count = 1,
+                                  .audio_outputs_count = 1,
+                                  .in_events = events,
+                                  .out_events = nullptr};
+    return plugin_->process(plugin_, &block);
+  }
+
+  // The state, written `chunk` bytes at a time.
+  std::vector<std::uint8_t> save(std::size_t chunk = 1000) const {
+    Bytes kept{{}, chunk, 0};
+    const clap_ostream_t stream = {.ctx = &kept, .write = write};
+    return state().save(plugin_, &stream) ? kept.bytes : std::vector<std::uint8_t>{};
+  }
+  bool load(const std::vector<std::uint8_t>& bytes, std::size_t chunk = 1000) {
+    Bytes kept{bytes, chunk, 0};
+    const clap_istream_t stream = {.ctx = &kept, .read = read};
+    return state().load(plugin_, &stream);
+  }
+
+  ClapHost host;
+
+ private:
+  struct Bytes {
+    std::vector<std::uint8_t> bytes;
+    std::size_t chunk;
+    std::size_t done;
+  };
+
+  static std::int64_t write(const clap_ostream_t* stream, const void* bytes, std::uint64_t size) {
+    auto& sink = *static_cast<Bytes*>(stream->ctx);
+    const auto taken = std::min<std::size_t>(size, sink.chunk);
+    const auto* from = static_cast<const std::uint8_t*>(bytes);
+    sink.bytes.insert(sink.bytes.end(), from, from + taken);
+    return static_cast<std::int64_t>(taken);
+  }
+  static std::int64_t read(const clap_istream_t* stream, void* to, std::uint64_t size) {
+    auto& source = *static_cast<Bytes*>(stream->ctx);
+    const std::size_t left = source.bytes.size() - source.done;
+    const auto given = std::min<std::size_t>({size, source.chunk, left});
+    std::copy_n(source.bytes.data() + source.done, given, static_cast<std::uint8_t*>(to));
+    source.done += given;
+    return static_cast<std::int64_t>(given);
+  }
+
+  const clap_plugin_t* plugin_;
+};
+
+}  // namespace quellard::test
