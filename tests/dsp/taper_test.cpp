@@ -88,28 +88,6 @@ TEST(Taper, EndsAreReachedExactlyInBothDirections) {
   }
 }
 
-TEST(Taper, TheSystemsPowersAreRoundedOnce) {
-  for (int i = 0; i <= 1000; ++i) {
-    const float x = static_cast<float>(i) / 1000.0f;
-    const double wide = static_cast<double>(x);
-    EXPECT_EQ(taper({}).editProcessing(x), x);
-    EXPECT_EQ(taper({.exponent = 2.0f}).editProcessing(x), static_cast<float>(wide * wide));
-    EXPECT_EQ(taper({.exponent = 0.5f}).editProcessing(x), static_cast<float>(std::sqrt(wide)));
-  }
-}
-
-TEST(Taper, SteepnessBendsTheMiddleAndNothingElse) {
-  float before = 0.0f;
-  for (const float scale : {0.1f, 1.0f, 5.0f, 40.0f}) {
-    const edit<double> s = taper({.curve = kArctangentCurve, .scale = scale, .offset = 0.5f});
-    EXPECT_NEAR(s.editProcessing(0.5f), 0.5f, 1e-7f);
-    const float above = s.editProcessing(0.7f);
-    EXPECT_GT(above, before);
-    EXPECT_NEAR(above + s.editProcessing(0.3f), 1.0f, 1e-6f) << "the S is symmetric";
-    before = above;
-  }
-}
-
 TEST(Taper, MatchesThePlainModelToTheBit) {
   Random random(sessionSeed() ^ 0x7a9e);
   const auto draw = [&](double low, double high) {
