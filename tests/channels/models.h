@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: ISC
+// The three channels as one list, for what must hold of each of them.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <ostream>
+
+#include "channels/quellard_ch1.h"
+#include "channels/quellard_ch2.h"
+#include "channels/quellard_ch3.h"
+#include "tests/plain/plain_amplifier.h"
+
+namespace quellard::test {
+
+using AnyChannel = std::unique_ptr<AmpChannelBase>;
+
+template <class Channel>
+AnyChannel buildChannel(double rate, bool rebuildTables) {
+  return std::make_unique<Channel>(rate, rebuildTables);
+}
+
+struct ChannelModel {
+  const char* name;
+  plain::Model plain;
+  AnyChannel (*build)(double rate, bool rebuildTables);
+
+  AnyChannel at(double rate) const { return build(rate, true); }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const ChannelModel& model) {
+  return out << model.name;
+}
+
+inline constexpr std::array<ChannelModel, 3> kChannelModels = {{
+    {"CLEAN", plain::Model::clean, buildChannel<QuellardCh1>},
+    {"VINTAGE", plain::Model::vintage, buildChannel<QuellardCh2>},
+    {"MODERN", plain::Model::modern, buildChannel<QuellardCh3>},
+}};
+
+// All knobs, as a channel receives them after the tapers.
+struct Knobs {
+  double treble = 0.5, mid = 0.5, bass = 0.7071, presence = 0.5, gain = 0.125, master = 0.25;
+};
+
+template <class Channel>
+void turn(Channel& channel, const Knobs& knobs, int glide) {
+  channel.setEQ(knobs.treble, knobs.mid, knobs.bass, knobs.presence, glide);
+  channel.setGain(knobs.gain, glide);
+  channel.setMaster(knobs.master, glide);
+}
+
+// Turned at once, with both ramps ended before the first sample.
+inline AnyChannel tunedChannel(const ChannelModel& model, double rate, const Knobs& knobs = {}) {
+  AnyChannel channel = model.at(rate);
+  turn(*channel, knobs, 0);
+  channel->signalProcess(nullptr, nullptr, 0);
+  return channel;
+}
+
+inline std::vector<double> play(AmpChannelBase& channel, std::vector<double> input) {
+  std::vector<double> output(input.size());
+  channel.signalProcess(input.data(), output.data(), static_cast<int>(input.size()));
+  return output;
+}
+
+// Turns a section into a wire, glided or not.
+inline void bridge(IIRFilter& section) {
+  section.coef = section.ipBase = {0.0, 0.0, 1.0, 0.0, 0.0};
+  section.ipStep.fill(0.0);
+  section.ipCount = section.ipLength + 1.0;
+}
+
+inline void bridge(FilterBank& bank, std::int32_t count) {
+  for (std::int32_t i = 0; i < count; ++i) bridge(*bank[static_cast<std::size_t>(i)]);
+}
+
+}  // namespace quellard::test
