@@ -69,7 +69,7 @@ class DriveClipper {
     return static_cast<std::size_t>(overSample - kLowestFactor);
   }
 
-  std::array<Clipper, 2> tables_;
+  std::array<Clipper, 2> tables_{};
   std::array<std::once_flag, 2> generated_;
 };
 

@@ -18,7 +18,7 @@ template <class Value>
 float edit<Value>::curveAt(float t) const {
   switch (curve) {
     case kPowerCurve: {
-      const double d = static_cast<double>(t - offset);
+      const auto d = static_cast<double>(t - offset);
       return static_cast<float>(static_cast<double>(base) +
                                 static_cast<double>(scale) *
                                     std::pow(d, static_cast<double>(exponent)));

@@ -62,7 +62,7 @@ void formatValue(float value, char* text, int maxLen) {
   if (text == nullptr || maxLen < 0) return;
   if (std::isnan(value)) value = 0.0f;
 
-  const double rounded = static_cast<double>(roundToHundredths(value));
+  const auto rounded = static_cast<double>(roundToHundredths(value));
   const bool negative = rounded < 0.0;
   const double magnitude = std::fabs(rounded);
   if (magnitude > (negative ? 9999999.0 : 99999999.0)) return copyText(text, kTooLong, maxLen);

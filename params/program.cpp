@@ -23,6 +23,7 @@ void QuellardProgram::rename(const char* newName) {
   std::size_t length = strnlen(newName, kProgramNameSize);
   if (length == kProgramNameSize) {
     length = kProgramNameSize - 1;
+    // The analyzer does not know that strnlen has seen these bytes. NOLINTNEXTLINE(*CallAndMessage)
     while (length > 0 && continuesUtf8Sequence(newName[length])) --length;
   }
   std::memmove(name, newName, length);

@@ -74,6 +74,7 @@ class AudioEffect {
   virtual void float2string(float value, char* text, std::int32_t maxLen);  // see formatValue
   virtual void int2string(std::int32_t value, char* text, std::int32_t maxLen);
 
+  // Published names. NOLINTBEGIN(bugprone-reserved-identifier)
   virtual void __processDeprecated(float**, float**, std::int32_t) {}
   virtual float __getVuDeprecated() { return 0.0f; }
   virtual void __hasVuDeprecated(bool state) { setFlag(effFlagsHasVu, state); }
@@ -85,6 +86,7 @@ class AudioEffect {
   virtual void __setOfflineQualitiesDeprecated(std::int32_t qualities) {
     cEffect.offQualities = qualities;
   }
+  // NOLINTEND(bugprone-reserved-identifier)
 
  protected:
   // Asks the host; 0 without a callback.

@@ -104,6 +104,7 @@ class AudioEffectX : public AudioEffect {
                            float opt) override;
   void resume() override;  // asks a synthesizer's host for MIDI events
 
+  // Published names. NOLINTBEGIN(bugprone-reserved-identifier)
   virtual void __wantEventsDeprecated(std::int32_t filter);
   virtual std::int32_t __tempoAtDeprecated(std::int32_t position);
   virtual std::int32_t __getNumAutomatableParametersDeprecated();
@@ -130,6 +131,7 @@ class AudioEffectX : public AudioEffect {
   virtual std::int32_t __fxIdleDeprecated() { return 0; }
   virtual bool __keysRequiredDeprecated() { return false; }
   virtual bool __getChunkFileDeprecated(void* nativePath);
+  // NOLINTEND(bugprone-reserved-identifier)
 
  private:
   bool fillPublishedProperties(std::int32_t index, void* record);

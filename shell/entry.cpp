@@ -15,7 +15,8 @@ AEffect* createEffect(audioMasterCallback host) try {
     return nullptr;
   }
   AudioEffect* effect = createPluginFilter(host);
-  return effect != nullptr ? effect->getAeffect() : nullptr;
+  // The record owns the effect: it leads there, and effClose deletes it.
+  return effect != nullptr ? effect->getAeffect() : nullptr;  // NOLINT(*NewDeleteLeaks)
 } catch (...) {
   return nullptr;
 }

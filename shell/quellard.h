@@ -53,8 +53,9 @@ class Quellard final : public Orv_TypeBase, public Amplifier {
   int getStartNumInSig(int) override { return 0; }
   int getStartNumOutSig(int) override { return 0; }
   int getDryInSigNum() override { return -1; }
-  virtual int getNumOfOut1Jacks() { return 1; }
-  virtual int getNumOfOut1Sig(int) { return 1; }
+  // Operations of their own beside the base's two without the 1.
+  virtual int getNumOfOut1Jacks() { return 1; }   // NOLINT(bugprone-virtual-near-miss)
+  virtual int getNumOfOut1Sig(int) { return 1; }  // NOLINT(bugprone-virtual-near-miss)
 
  private:
   QuellardProgram& currentProgram() { return programs[static_cast<std::size_t>(curProgram)]; }
