@@ -15,8 +15,7 @@ AEffect* createEffect(audioMasterCallback host) try {
     return nullptr;
   }
   AudioEffect* effect = createPluginFilter(host);
-  // The record owns the effect: it leads there, and effClose deletes it.
-  return effect != nullptr ? effect->getAeffect() : nullptr;  // NOLINT(*NewDeleteLeaks)
+  return effect != nullptr ? effect->getAeffect() : nullptr;
 } catch (...) {
   return nullptr;
 }
@@ -33,6 +32,7 @@ Orv_TypeIF* openInterface(audioMasterCallback host) {
   if (interface == nullptr) return nullptr;
   AEffect* record = createEffect(host);
   if (record == nullptr) return nullptr;
+  // The record leads to the effect, which effClose deletes. NOLINTNEXTLINE(*NewDeleteLeaks)
   interface->effect = static_cast<AudioEffect*>(record->object)->getAeffect();
   return interface.release();
 }
