@@ -43,7 +43,7 @@ class ClapPlugin {
 
   static bool activate(const clap_plugin_t* plugin, double rate, std::uint32_t minFrames,
                        std::uint32_t maxFrames);
-  static clap_process_status process(const clap_plugin_t* plugin, const clap_process_t* process);
+  static clap_process_status process(const clap_plugin_t* plugin, const clap_process_t* block);
   static const void* extension(const clap_plugin_t* plugin, const char* id);
 
   clap_plugin_t plugin_;

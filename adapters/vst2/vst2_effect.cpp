@@ -21,8 +21,7 @@ AEffect* Vst2Effect::create(audioMasterCallback host) try {
 
 // The identity stays 'QULL': parameters, programs and sound are the effect's, so a project that was
 // saved with one of the two opens with the other.
-Vst2Effect::Vst2Effect() : effect_(nullptr) {
-  record_ = *effect_.getAeffect();
+Vst2Effect::Vst2Effect() : effect_(nullptr), record_(*effect_.getAeffect()) {
   record_.object = this;
   record_.dispatcher = dispatch;
   record_.process = [](AEffect*, float**, float**, std::int32_t) {};

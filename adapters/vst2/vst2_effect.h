@@ -34,8 +34,8 @@ class Vst2Effect {
   void reserve(std::intptr_t frames);
   void playSingle(const float* in, float* out, std::int32_t frames);
 
-  AEffect record_;
   Quellard effect_;
+  AEffect record_;               // a copy of the effect's with callbacks of our own
   std::vector<double> samples_;  // the host's floats, converted; played in place
 };
 

@@ -8,6 +8,7 @@
 #include <set>
 #include <thread>
 
+#include "adapters/clap/presets.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/buffers.h"
 #include "tests/adapters/clap_host.h"
@@ -370,6 +371,76 @@ TEST(Clap, ManyInstancesDoNotKnowOfEachOther) {
     plugin.process(buffer, buffer, 64, nullptr);
     expectPlayed(io[0], direct.play(in, {})[0]);
   }
+}
+
+// The bank as a host's browser sees it: every preset found, loaded, and then the plug-in's state.
+struct FoundPreset {
+  std::string name;
+  std::string loadKey;
+  std::vector<std::string> plugins;
+};
+
+std::vector<FoundPreset> browseBank() {
+  std::vector<FoundPreset> found;
+  static bool declared = false;
+  ClapPresetIndexer indexer{};
+  indexer.version = CLAP_VERSION;
+  indexer.declareLocation = [](const ClapPresetIndexer*, const ClapPresetLocation* location) {
+    declared = location->kind == kPresetInPlugin && location->location == nullptr;
+    return declared;
+  };
+  ClapPresetReceiver receiver{};
+  receiver.data = &found;
+  static const auto listOf = [](const ClapPresetReceiver* to) -> std::vector<FoundPreset>& {
+    return *static_cast<std::vector<FoundPreset>*>(to->data);
+  };
+  receiver.beginPreset = [](const ClapPresetReceiver* to, const char* name, const char* key) {
+    listOf(to).push_back({name, key, {}});
+    return true;
+  };
+  receiver.addPluginId = [](const ClapPresetReceiver* to, const ClapPresetPluginId* id) {
+    listOf(to).back().plugins.emplace_back(std::string(id->abi) + ":" + id->id);
+  };
+  receiver.setFlags = [](const ClapPresetReceiver*, std::uint32_t) {};
+  receiver.addCreator = [](const ClapPresetReceiver*, const char*) {};
+  receiver.setDescription = [](const ClapPresetReceiver*, const char*) {};
+  receiver.addFeature = [](const ClapPresetReceiver*, const char*) {};
+
+  const auto* factory =
+      static_cast<const ClapPresetFactory*>(clapEntry()->get_factory(kPresetDiscovery));
+  EXPECT_EQ(factory->count(factory), 1U);
+  EXPECT_EQ(factory->descriptor(factory, 1), nullptr);
+  EXPECT_EQ(factory->create(factory, &indexer, "org.quellard.nothing"), nullptr);
+  const ClapPresetProvider* provider =
+      factory->create(factory, &indexer, factory->descriptor(factory, 0)->id);
+  EXPECT_TRUE(provider->init(provider) && declared);
+  EXPECT_FALSE(provider->metadata(provider, kPresetInFile, "/no/such/file", &receiver));
+  EXPECT_TRUE(provider->metadata(provider, kPresetInPlugin, nullptr, &receiver));
+  provider->destroy(provider);
+  return found;
+}
+
+TEST(Clap, FactoryBankIsFoundAndLoaded) {
+  const std::vector<FoundPreset> found = browseBank();
+  ASSERT_EQ(found.size(), kFactoryBank.size());
+  ClapInstance plugin(ClapInstance::kStereo);
+  const clap_plugin_t* p = plugin.get();
+  const auto& presets = plugin.extension<ClapPresetLoad>(kPresetLoadExtension);
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    EXPECT_EQ(found[i].name, kFactoryBank[i].name);
+    EXPECT_EQ(found[i].plugins, (std::vector<std::string>{"clap:org.quellard.amplifier",
+                                                          "clap:org.quellard.amplifier-stereo"}));
+    ASSERT_TRUE(presets.fromLocation(p, kPresetInPlugin, nullptr, found[i].loadKey.c_str()));
+    EXPECT_EQ(plugin.value(19), kFactoryBank[i].channel);
+    const auto gain = static_cast<clap_id>(6 * kFactoryBank[i].channel + 6);
+    EXPECT_EQ(plugin.value(gain), static_cast<double>(kFactoryBank[i].knobs[5] / 10.0F));
+    EXPECT_EQ(plugin.host.rescans, static_cast<int>(i) + 1);
+  }
+  const std::vector<double> last = plugin.values();
+  EXPECT_FALSE(presets.fromLocation(p, kPresetInPlugin, nullptr, "No Such Preset"));
+  EXPECT_FALSE(presets.fromLocation(p, kPresetInPlugin, nullptr, nullptr));
+  EXPECT_FALSE(presets.fromLocation(p, kPresetInFile, "/x", found[0].loadKey.c_str()));
+  EXPECT_EQ(plugin.values(), last);
 }
 
 // Hosts may leave out buffers, send empty blocks, or more frames than they said.
