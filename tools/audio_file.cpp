@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -55,10 +54,10 @@ SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
 AudioReader::AudioReader(const fs::path& path) : path_(path) {
   std::error_code error;
   if (fs::is_directory(path, error)) {
-    throw FileError(fmt::format("cannot read {}: {}", path.string(), std::strerror(EISDIR)));
+    throw FileError(fmt::format("cannot read {}: {}", path.string(), systemMessage(EISDIR)));
   }
   if (access(path.c_str(), R_OK) != 0) {
-    throw FileError(fmt::format("cannot read {}: {}", path.string(), std::strerror(errno)));
+    throw FileError(fmt::format("cannot read {}: {}", path.string(), systemMessage(errno)));
   }
   file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
   if (file_ == nullptr) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstring>
 #include <fmt/format.h>
 #include <fstream>
 #include <optional>
@@ -84,7 +83,7 @@ std::vector<Move> readAutomation(const std::filesystem::path& file, int channel)
   std::ifstream text(file);
   if (text) text.peek();  // a folder opens, but cannot be read
   if (!text && !text.eof()) {
-    throw FileError(fmt::format("cannot read {}: {}", file.string(), std::strerror(errno)));
+    throw FileError(fmt::format("cannot read {}: {}", file.string(), systemMessage(errno)));
   }
   text.clear(text.rdstate() & std::ios::badbit);
   std::vector<Move> moves = parseAutomation(text, file.string(), channel);

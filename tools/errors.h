@@ -4,6 +4,8 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <system_error>
 
 namespace quellard {
 
@@ -18,6 +20,9 @@ class FileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// What an errno value means: "No space left on device". Any thread, unlike strerror.
+inline std::string systemMessage(int error) { return std::generic_category().message(error); }
 
 // SIGINT or SIGTERM arrived. The command cleans up, then dies of that signal.
 class Interrupted : public std::runtime_error {

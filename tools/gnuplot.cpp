@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <memory>
@@ -15,7 +14,9 @@
 #include "tools/errors.h"
 #include "tools/interrupt.h"
 
+#if defined(__APPLE__)
 extern char** environ;
+#endif
 
 namespace quellard {
 namespace {
@@ -26,7 +27,7 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 [[noreturn]] void fail(const char* what, int error) {
-  throw FileError(fmt::format("{}: {}", what, std::strerror(error)));
+  throw FileError(fmt::format("{}: {}", what, systemMessage(error)));
 }
 
 // A file without a name, which is gone when it is closed.
@@ -58,7 +59,7 @@ pid_t spawnGnuplot(int input, int output) {
 }
 
 void copyAll(std::FILE* from, OutputFile& to) {
-  std::array<char, 65536> buffer;
+  std::array<char, 65536> buffer = {};
   while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), from)) {
     to.write(buffer.data(), static_cast<std::int64_t>(got));
   }

@@ -72,7 +72,7 @@ std::string claims(const PluginInstance& instance) {
   return claimed;
 }
 
-std::string describeJacks(Orv_TypeBase& extension) {
+__attribute__((no_sanitize("vptr"))) std::string describeJacks(Orv_TypeBase& extension) {
   const int dry = extension.getDryInSigNum();
   std::string text;
   text += row("input jacks", fmt::format("{}, the first with {} signal(s) from number {}",

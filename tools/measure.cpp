@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <complex>
+#include <cstddef>
 #include <kissfft/kissfft.hh>
 #include <numbers>
 
@@ -76,7 +77,7 @@ Curve measureResponse(const PluginModule& module, const StartingPoint& start, in
   for (int i = 0; i <= kPoints; ++i) {
     const double hz = kLowest_hz * std::pow(kHighest_hz / kLowest_hz, double(i) / kPoints);
     const double at = hz * binsPerHz;
-    const std::size_t bin = static_cast<std::size_t>(at);
+    const auto bin = static_cast<std::size_t>(at);
     if (bin + 1 >= bins.size()) break;
     const double part = at - std::floor(at);
     curve.push_back({hz, decibels(bins[bin] + part * (bins[bin + 1] - bins[bin]))});
@@ -100,7 +101,7 @@ Curve measureTransfer(const PluginModule& module, const StartingPoint& start, in
   signal = play(module, start, rate, std::move(signal));
   Curve curve;
   for (int c = 4; c < kCycles; c += 4) {  // the first cycles are the sine setting in
-    const auto from = signal.begin() + c * cycle;
+    const auto from = signal.begin() + std::ptrdiff_t{c} * cycle;
     const auto [lowest, highest] = std::minmax_element(from, from + cycle);
     curve.push_back({levelOf(c + 0.5), *highest});
     curve.insert(curve.begin(), {-levelOf(c + 0.5), *lowest});

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -96,7 +95,7 @@ std::int64_t OutputFile::size() const {
 }
 
 void OutputFile::fail(int error) const {
-  throw FileError(fmt::format("cannot write {}: {}", shown_.string(), std::strerror(error)));
+  throw FileError(fmt::format("cannot write {}: {}", shown_.string(), systemMessage(error)));
 }
 
 void OutputFile::throwIfFailed() const {

@@ -149,7 +149,7 @@ class Page {
 const char* channelName(int channel) { return kChannelNames[static_cast<std::size_t>(channel)]; }
 
 const ParameterInfo& knobOf(int channel, int knob) {
-  return kParameters[static_cast<std::size_t>(channel * kKnobsPerChannel + knob)];
+  return *findParameter(channel * kKnobsPerChannel + knob);
 }
 
 StartingPoint on(int channel, StartingPoint start) {

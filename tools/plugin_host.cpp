@@ -79,6 +79,7 @@ PluginModule::PluginModule(const fs::path& file) : file_(file) {
 }
 
 AEffect* PluginModule::createEffect() const {
+  const std::lock_guard lock(setupMutex);
   // The interface object is only needed for the record that it carries.
   const std::unique_ptr<Orv_TypeIF> interface(reinterpret_cast<Entry>(entry_)(hostCallback));
   AEffect* effect = interface != nullptr ? interface->effect : nullptr;
@@ -93,9 +94,8 @@ AEffect* PluginModule::createEffect() const {
   return effect;
 }
 
-PluginInstance::PluginInstance(const PluginModule& module) {
+PluginInstance::PluginInstance(const PluginModule& module) : effect_(module.createEffect()) {
   const std::lock_guard lock(setupMutex);
-  effect_ = module.createEffect();
   call(effOpen);
 }
 
@@ -125,7 +125,9 @@ std::intptr_t PluginInstance::call(std::int32_t opcode, std::int32_t index, std:
   return effect_->dispatcher(effect_, opcode, index, value, pointer, option);
 }
 
-Orv_TypeBase* PluginInstance::extension() const {
+// The classes behind the object are the plug-in's, and only their layout is shared with it: a check
+// of their type would want them linked.
+__attribute__((no_sanitize("vptr"))) Orv_TypeBase* PluginInstance::extension() const {
   if (effect_->uniqueID != fourCharacters("QULL")) return nullptr;
   return static_cast<Orv_TypeBase*>(static_cast<AudioEffect*>(effect_->object));
 }

@@ -95,7 +95,7 @@ class Rig {
   // In place.
   void process(std::vector<double>& interleaved, int frames) {
     const std::size_t width = amplifiers_.size();
-    const std::size_t length = static_cast<std::size_t>(frames);
+    const auto length = static_cast<std::size_t>(frames);
     if (width == 1)
       return amplifiers_.front()->process(interleaved.data(), interleaved.data(), frames);
     side_.resize(length);
