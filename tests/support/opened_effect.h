@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// An effect as a host holds it: opened through the entry, driven through its record, closed at the
+// An effect as a host holds it: opened through an entry, driven through its record, closed at the
 // end of its scope.
 #pragma once
 
@@ -11,6 +11,8 @@
 
 namespace quellard::test {
 
+using Entry = Orv_TypeIF* (*)(audioMasterCallback);
+
 inline std::intptr_t answeringHost(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t,
                                    void*, float) {
   return opcode == audioMasterVersion ? kVstVersion : 0;
@@ -18,7 +20,8 @@ inline std::intptr_t answeringHost(AEffect*, std::int32_t opcode, std::int32_t, 
 
 class OpenedEffect {
  public:
-  OpenedEffect() : interface_(openInterface(answeringHost)), record_(interface_->effect) {}
+  explicit OpenedEffect(Entry entry = openInterface, audioMasterCallback host = answeringHost)
+      : interface_(entry(host)), record_(interface_->effect) {}
   ~OpenedEffect() { dispatch(effClose); }
   OpenedEffect(const OpenedEffect&) = delete;
   OpenedEffect& operator=(const OpenedEffect&) = delete;

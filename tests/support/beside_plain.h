@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: ISC
+// The effect and the plain model side by side: what is done to one is done to the other, and every
+// block must have the same bits.
+#pragma once
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+#include "tests/plain/plain_amplifier.h"
+#include "tests/support/opened_effect.h"
+#include "tests/support/signals.h"
+
+namespace quellard::test {
+
+inline testing::AssertionResult sameBits(const std::vector<double>& samples,
+                                         const std::vector<double>& expected) {
+  if (samples.size() != expected.size()) return testing::AssertionFailure() << "another length";
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    if (std::memcmp(&samples[i], &expected[i], sizeof(double)) != 0)
+      return testing::AssertionFailure()
+             << "sample " << i << ": " << samples[i] << " instead of " << expected[i];
+  }
+  return testing::AssertionSuccess();
+}
+
+class BesidePlain {
+ public:
+  explicit BesidePlain(Entry entry = openInterface) : effect(entry) {}
+
+  void setSampleRate(float rate) {
+    effect.setSampleRate(rate);
+    model.setSampleRate(rate);
+  }
+  void setParameter(int index, float value) {
+    effect.setParameter(index, value);
+    model.setParameter(index, value);
+  }
+  void setProgram(int program) {
+    effect.setProgram(program);
+    model.setProgram(program);
+  }
+  testing::AssertionResult play(std::vector<double> in) {
+    std::vector<double> out(in.size(), 1e9), expected(in.size(), -1e9);
+    effect.process(in.data(), out.data(), static_cast<int>(in.size()));
+    model.process(in.data(), expected.data(), static_cast<int>(in.size()));
+    return sameBits(out, expected);
+  }
+  // Noise of the given length, the same in every run.
+  testing::AssertionResult playNoise(int frames) {
+    return play(noise(random_, 0.5, static_cast<std::size_t>(frames)));
+  }
+
+  OpenedEffect effect;
+  plain::Amplifier model;
+
+ private:
+  Random random_{1};
+};
+
+}  // namespace quellard::test

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: ISC
+// What kind of build a test runs in, and how often it may repeat itself there.
+#pragma once
+
+#include <algorithm>
+
+namespace quellard::test {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool kSanitized = true;
+#else
+inline constexpr bool kSanitized = false;
+#endif
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
+// 32-bit programs are run by an emulator, some twenty times slower than the processor.
+inline constexpr bool kEmulated = sizeof(void*) == 4;
+
+#if defined(__OPTIMIZE__)
+inline constexpr bool kAtFullSpeed = !kSanitized && !kEmulated;
+#else
+inline constexpr bool kAtFullSpeed = false;
+#endif
+
+// Rounds of a test that takes as many of them as time allows.
+constexpr int effort(int rounds) { return kAtFullSpeed ? rounds : std::max(1, rounds / 8); }
+
+}  // namespace quellard::test
