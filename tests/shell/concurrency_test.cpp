@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: ISC
+// A host's threads meet in the effect. The thread sanitizer finds what these tests cannot see.
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+
+#include "tests/shell/host_view.h"
+#include "tests/support/beside_plain.h"
+#include "tests/support/effort.h"
+
+namespace quellard::test {
+namespace {
+
+TEST(Concurrency, ControlsMoveAndTextsAreReadDuringBlocks) {
+  BesidePlain pair;
+  OpenedEffect& effect = pair.effect;
+  pair.setSampleRate(44100.0f);
+  std::atomic<bool> playing{true};
+  std::thread audio([&] {
+    std::vector<double> block(64, 0.1);
+    for (int i = 0; i < effort(2000); ++i) effect.process(block.data(), block.data(), 64);
+    playing = false;
+  });
+  std::thread automation([&] {
+    Random random(2);
+    while (playing) {
+      effect.setParameter(random.integer(0, 20), static_cast<float>(random.unit()));
+      effect.getParameter(random.integer(0, 20));
+    }
+  });
+  int badTexts = 0;
+  for (int i = 0; playing; ++i) {
+    char text[80];
+    effect.setProgram(i % 16);
+    effect.dispatch(effSetProgramName, 0, 0, std::array<char, 3>{'a', 'b', 0}.data());
+    effect.dispatch(effGetProgramName, 0, 0, text);
+    badTexts += text != std::string("ab");
+    effect.dispatch(effGetParamDisplay, i % 20, 0, text);
+    effect.dispatch(effGetParameterProperties, i % 20, 0, std::array<char, 152>{}.data());
+    effect.object().getParameterDisplayOf(19, 0.5f, text);
+    badTexts += text != std::string("VINTAGE");
+  }
+  audio.join();
+  automation.join();
+  EXPECT_EQ(badTexts, 0);
+
+  // Nothing of the turmoil is left: with known values and a new rate the sound is known again.
+  pair.setProgram(4);
+  for (int i = 1; i <= 19; ++i) pair.setParameter(i, 0.75f);
+  pair.setSampleRate(96000.0f);
+  pair.effect.object().typePending = true;  // as the model, which has played no block
+  for (int i = 0; i < 4; ++i) EXPECT_TRUE(pair.playNoise(64));
+}
+
+// Also the very first set-ups of the process, which make the shared tables.
+TEST(Concurrency, InstancesPrepareAndPlayAtTheSameTime) {
+  std::atomic<int> waiting{2};
+  const auto instance = [&](std::array<float, 3> rates) {
+    BesidePlain pair;
+    --waiting;
+    while (waiting > 0) std::this_thread::yield();
+    for (const float rate : rates) {
+      pair.setSampleRate(rate);
+      for (int i = 0; i < 6; ++i) {
+        pair.setParameter(19, static_cast<float>(i % 3) / 2.0f);
+        if (!pair.playNoise(200)) return false;
+      }
+    }
+    return true;
+  };
+  auto other = std::async(std::launch::async, instance, std::array{44100.0f, 48000.0f, 44100.0f});
+  EXPECT_TRUE(instance({44100.0f, 96000.0f, 48000.0f}));
+  EXPECT_TRUE(other.get());
+}
+
+TEST(Concurrency, AStoreWaitsForTheLockThatABlockHolds) {
+  OpenedEffect effect;
+  effect.setSampleRate(44100.0f);
+  std::unique_lock lock(effect.object().processLock);
+  double x[4] = {};
+  effect.process(x, x, 4);  // the lock is recursive
+  effect.setParameter(3, 0.25f);
+  auto store = std::async(std::launch::async, [&] { effect.setParameter(3, 0.75f); });
+  EXPECT_EQ(store.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
+  EXPECT_EQ(effect.getParameter(3), 0.25f) << "reading takes no lock";
+  lock.unlock();
+  store.get();
+  EXPECT_EQ(effect.getParameter(3), 0.75f);
+}
+
+}  // namespace
+}  // namespace quellard::test

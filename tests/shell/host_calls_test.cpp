@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: ISC
+// Every opcode and callback of the built module, as a host sees it.
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/shell/module.h"
+
+namespace quellard::test {
+namespace {
+
+constexpr auto kIntMax = std::numeric_limits<std::int32_t>::max();
+constexpr auto kIntMin = std::numeric_limits<std::int32_t>::min();
+
+// Memory of the host in which every written byte shows.
+struct Canvas {
+  Canvas() { bytes.fill('\xA5'); }
+  bool clean(std::size_t from = 0) const {
+    return std::all_of(bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end(),
+                       [](char byte) { return byte == '\xA5'; });
+  }
+  std::array<char, 320> bytes;
+};
+
+class HostCalls : public testing::Test {
+ protected:
+  // The text that an opcode writes into at most `room` bytes.
+  std::string text(std::int32_t opcode, std::int32_t index, std::size_t room,
+                   std::intptr_t answer = 0, std::intptr_t value = 0) {
+    Canvas canvas;
+    EXPECT_EQ(effect.dispatch(opcode, index, value, canvas.bytes.data()), answer);
+    EXPECT_TRUE(canvas.clean(room)) << "opcode " << opcode << " wrote beyond " << room;
+    return canvas.clean() ? "untouched" : canvas.bytes.data();
+  }
+
+  // All that a host can see of the effect's state.
+  std::string state() {
+    const AEffect& record = effect.record();
+    std::string all(reinterpret_cast<const char*>(&record), sizeof record);
+    for (int i = -1; i <= 20; ++i) all += std::to_string(effect.getParameter(i)) + ' ';
+    all += std::to_string(effect.dispatch(effGetProgram));
+    for (int i = 0; i < 16; ++i) all += text(effGetProgramNameIndexed, i, 24, 1);
+    all += std::to_string(effect.object().blockSize);
+    return all;
+  }
+
+  OpenedEffect effect{moduleEntry("getinterface")};
+};
+
+TEST_F(HostCalls, ConstantAnswers) {
+  const struct {
+    std::int32_t opcode, index;
+    std::intptr_t value, answer;
+  } rows[] = {
+      {effOpen, 0, 0, 0},
+      {effGetProgram, 0, 0, 0},
+      {effSetBlockSize, 0, 64, 0},
+      {effMainsChanged, 0, 0, 0},
+      {effMainsChanged, 0, 1, 0},
+      {effIdentify, 0, 0, 0x4E764566},
+      {effCanBeAutomated, 3, 0, 1},
+      {effCanBeAutomated, -7, 0, 1},
+      {effCanBeAutomated, 20, 0, 1},
+      {effGetPlugCategory, 0, 0, 1},
+      {effGetVendorVersion, 0, 0, 1000},
+      {effGetVstVersion, 0, 0, 2400},
+      {effGetCurrentMidiProgram, 0, 0, -1},
+      {effGetTailSize, 0, 0, 0},
+      {effSetTotalSampleToProcess, 0, 12345, 12345},
+      {effSetTotalSampleToProcess, 0, -3, -3},
+      {effSetProcessPrecision, 0, 1, 0},
+      {effSetBypass, 0, 1, 0},
+      {effVendorSpecific, 1, 2, 0},
+      {effProcessEvents, 0, 0, 0},
+      {effSetSpeakerArrangement, 0, 0, 0},
+      {effGetSpeakerArrangement, 0, 0, 0},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(effect.dispatch(row.opcode, row.index, row.value), row.answer) << row.opcode;
+  for (const char* ability : {"bypass", "receiveVstMidiEvent", "1in1out", ""}) {
+    std::string question = ability;
+    EXPECT_EQ(effect.dispatch(effCanDo, 0, 0, question.data()), 0) << ability;
+  }
+}
+
+// Everything that the amplifier does not serve, the numbers that older interfaces used included.
+TEST_F(HostCalls, OtherOpcodesAnswerZeroAndChangeNothing) {
+  const std::set<std::int32_t> served = {0,  1,  2,  3,  4,  5,  6,  7,  8,  10, 11, 12,
+                                         22, 26, 29, 35, 45, 48, 49, 56, 58, 63, 69, 73};
+  std::vector<std::int32_t> opcodes = {kIntMin, kIntMax, -1, 1000, 65536, 0x7EADBEEF};
+  for (int i = 0; i < 200; ++i) {
+    if (served.count(i) == 0) opcodes.push_back(i);
+  }
+  effect.dispatch(effSetProgram, 0, 5);
+  const std::string before = state();
+  for (const std::int32_t opcode : opcodes) {
+    for (const std::int32_t index : {0, 3, -1}) {
+      Canvas canvas;
+      EXPECT_EQ(effect.dispatch(opcode, index, 7, canvas.bytes.data(), 0.5f), 0) << opcode;
+      EXPECT_TRUE(canvas.clean()) << opcode;
+      EXPECT_EQ(effect.dispatch(opcode, index, 0, nullptr, 0.5f), 0) << opcode;
+    }
+  }
+  effect.dispatch(effMainsChanged, 0, 1);
+  EXPECT_EQ(state(), before);
+}
+
+TEST_F(HostCalls, SpeakerArrangementsAreCleared) {
+  int input = 0, output = 0;
+  void *first = &input, *second = &output;
+  EXPECT_EQ(effect.dispatch(effGetSpeakerArrangement, 0, reinterpret_cast<std::intptr_t>(&first),
+                            &second),
+            0);
+  EXPECT_EQ(first, nullptr);
+  EXPECT_EQ(second, nullptr);
+}
+
+TEST_F(HostCalls, NamesAndLabels) {
+  EXPECT_EQ(text(effGetEffectName, 0, 33, 1), "NEW Quellard");
+  EXPECT_EQ(text(effGetProductString, 0, 65, 1), "NEW Quellard");
+  EXPECT_EQ(text(effGetVendorString, 0, 0, 0), "untouched");
+  const char* const knobs[] = {"PRESENCE", "BASS", "MID", "TREBLE", "MASTER", "GAIN"};
+  for (int i = 1; i <= 18; ++i) EXPECT_EQ(text(effGetParamName, i, 9), knobs[(i - 1) % 6]);
+  EXPECT_EQ(text(effGetParamName, 19, 9), "type");
+  for (int i = 1; i <= 19; ++i) EXPECT_EQ(text(effGetParamLabel, i, 1), "");
+  for (const int i : {0, -1, 20, kIntMax, kIntMin}) {
+    for (const int opcode : {effGetParamName, effGetParamLabel, effGetParamDisplay})
+      EXPECT_EQ(text(opcode, i, 0), "untouched") << opcode << ' ' << i;
+  }
+}
+
+TEST_F(HostCalls, DisplaysFollowTheLiveValue) {
+  EXPECT_EQ(text(effGetParamDisplay, 7, 9), " 5.00");
+  EXPECT_EQ(text(effGetParamDisplay, 19, 9), "MODERN");
+  effect.setParameter(7, 0.123f);
+  effect.setParameter(19, 0.33f);
+  EXPECT_EQ(text(effGetParamDisplay, 7, 9), " 1.23");
+  EXPECT_EQ(text(effGetParamDisplay, 13, 9), " 5.00");
+  EXPECT_EQ(text(effGetParamDisplay, 19, 9), "VINTAGE");
+  effect.setParameter(7, std::nanf(""));
+  EXPECT_EQ(text(effGetParamDisplay, 7, 9), " 0.00");
+}
+
+// Fields at their published places; the record that comes through here has no trailer.
+TEST_F(HostCalls, PropertiesFillThePublishedRecordOnly) {
+  for (int index = -1; index <= 20; ++index) {
+    Canvas canvas;
+    const bool known = index >= 1 && index <= 19;
+    EXPECT_EQ(effect.dispatch(effGetParameterProperties, index, 0, canvas.bytes.data()), known);
+    EXPECT_TRUE(canvas.clean(152)) << index;
+    std::array<char, 152> expected{};
+    const auto put = [&](std::size_t offset, auto value) {
+      std::memcpy(expected.data() + offset, &value, sizeof value);
+    };
+    if (index == 19) {
+      put(76, 2);  // flags: integer range, 0 to 2 in steps of 1
+      put(84, 2);
+      put(88, 1);
+    } else if (known) {
+      put(0, 0.01f);
+      put(76, 4);  // flags: float step
+    } else if (index != 0) {
+      expected.fill('\xA5');
+    }
+    EXPECT_EQ(std::memcmp(canvas.bytes.data(), expected.data(), expected.size()), 0) << index;
+  }
+  EXPECT_EQ(effect.dispatch(effGetParameterProperties, 1), 0);
+}
+
+TEST_F(HostCalls, ParametersAreStoredAsTheyCome) {
+  const float values[] = {0.25f, -3.0f,  1e30f, 1e-42f, std::numeric_limits<float>::infinity(),
+                          -0.0f, 0.125f, 2.0f,  0.33f};
+  for (const float value : values) {
+    for (int index = 1; index <= 19; ++index) {
+      effect.setParameter(index, value);
+      const float stored = effect.getParameter(index);
+      EXPECT_EQ(std::memcmp(&stored, &value, sizeof value), 0) << index << ' ' << value;
+    }
+  }
+  effect.setParameter(2, std::nanf(""));
+  EXPECT_TRUE(std::isnan(effect.getParameter(2)));
+  const std::string before = state();
+  for (const int index : {0, -1, 20, kIntMax, kIntMin}) {
+    effect.setParameter(index, 0.9f);
+    EXPECT_EQ(effect.getParameter(index), 0.0f) << index;
+  }
+  EXPECT_EQ(state(), before);
+}
+
+TEST_F(HostCalls, EveryProgramKeepsItsOwnValues) {
+  const auto value = [](int program, int index) {
+    return static_cast<float>(program * 20 + index) / 512.0f;
+  };
+  for (int program = 15; program >= 0; --program) {
+    EXPECT_EQ(effect.dispatch(effSetProgram, 0, program), 0);
+    EXPECT_EQ(effect.dispatch(effGetProgram), program);
+    for (int index = 1; index <= 19; ++index) {
+      EXPECT_EQ(effect.getParameter(index), index == 19 ? 1.0f : 0.5f) << "not yet touched";
+      effect.setParameter(index, value(program, index));
+    }
+  }
+  for (const int program : {7, 0, 15, 7}) {
+    effect.dispatch(effSetProgram, 0, program);
+    for (int index = 1; index <= 19; ++index)
+      EXPECT_EQ(effect.getParameter(index), value(program, index)) << program << ' ' << index;
+  }
+  const std::string before = state();
+  const std::intptr_t wide = sizeof(std::intptr_t) > 4 ? std::intptr_t{kIntMax} * 2 + 2 + 3 : 16;
+  for (const std::intptr_t none :
+       {std::intptr_t{16}, std::intptr_t{-1}, std::intptr_t{kIntMax}, std::intptr_t{kIntMin}, wide})
+    effect.dispatch(effSetProgram, 0, none);
+  EXPECT_EQ(state(), before);
+}
+
+TEST_F(HostCalls, ProgramsAreNamed) {
+  for (int program = 0; program < 16; ++program) {
+    effect.dispatch(effSetProgram, 0, program);
+    EXPECT_EQ(text(effGetProgramName, 0, 24), "Init " + std::to_string(program + 1));
+    EXPECT_EQ(text(effGetProgramNameIndexed, program, 24, 1, kIntMax), "Init")
+        << "category plays no part";
+  }
+  const auto rename = [this](std::string name) {
+    EXPECT_EQ(effect.dispatch(effSetProgramName, 0, 0, name.data()), 0);
+  };
+  effect.dispatch(effSetProgram, 0, 2);
+  rename("Lead");
+  EXPECT_EQ(text(effGetProgramName, 0, 24), "Lead");
+  EXPECT_EQ(text(effGetProgramNameIndexed, 2, 24, 1), "Lead");
+  EXPECT_EQ(text(effGetProgramNameIndexed, 1, 24, 1), "Init");
+  rename("A rather long name for such a little field");
+  EXPECT_EQ(text(effGetProgramName, 0, 24), "A rather long name for ");
+  rename("Init");
+  EXPECT_EQ(text(effGetProgramName, 0, 24), "Init 3");
+  rename("");
+  EXPECT_EQ(text(effGetProgramName, 0, 24), "");
+  for (const int none : {16, -1, kIntMax, kIntMin})
+    EXPECT_EQ(text(effGetProgramNameIndexed, none, 0, 0), "untouched") << none;
+}
+
+// Only the double-precision callback plays; only the first channel of each side is touched.
+TEST_F(HostCalls, ProcessCallbacksTouchOneChannel) {
+  effect.setSampleRate(44100.0f);
+  float single[4] = {1.0f, 2.0f, 3.0f, 4.0f};
+  float* singles[] = {single, single};
+  effect.record().processReplacing(&effect.record(), singles, singles, 4);
+  effect.record().process(&effect.record(), singles, singles, 4);
+  EXPECT_EQ((std::vector<float>(single, single + 4)), (std::vector<float>{1.0f, 2.0f, 3.0f, 4.0f}));
+
+  std::vector<double> in(32, 0.5), other(32, 7.0), first(32, 9.0), second(32, 9.0);
+  double *inputs[] = {in.data(), other.data()}, *outputs[] = {first.data(), second.data()};
+  effect.record().processDoubleReplacing(&effect.record(), inputs, outputs, 31);
+  EXPECT_EQ(second, std::vector<double>(32, 9.0));
+  EXPECT_EQ(in, std::vector<double>(32, 0.5));
+  EXPECT_EQ(first[31], 9.0);
+  EXPECT_EQ(std::count(first.begin(), first.end(), 9.0), 1);
+}
+
+}  // namespace
+}  // namespace quellard::test

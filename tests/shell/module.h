@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: ISC
+// The built plug-in, loaded as a host loads it.
+#pragma once
+
+#include <dlfcn.h>
+
+#include "tests/support/opened_effect.h"
+
+namespace quellard::test {
+
+// Null where the module does not export the name. The module stays loaded: what a sanitizer has to
+// say about it comes at the very end.
+inline Entry moduleEntry(const char* name) {
+  static void* const module = dlopen(QUELLARD_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+  return module != nullptr ? reinterpret_cast<Entry>(dlsym(module, name)) : nullptr;
+}
+
+}  // namespace quellard::test

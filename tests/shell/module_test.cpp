@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: ISC
+// What the module exports and what its entries hand out.
+#include "tests/shell/module.h"
+
+#include <array>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace quellard::test {
+namespace {
+
+using HostCall = std::tuple<AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float>;
+std::vector<HostCall> hostCalls;
+
+template <std::intptr_t Answer>
+std::intptr_t recordingHost(AEffect* effect, std::int32_t opcode, std::int32_t index,
+                            std::intptr_t value, void* ptr, float opt) {
+  hostCalls.emplace_back(effect, opcode, index, value, ptr, opt);
+  return Answer;
+}
+
+std::intptr_t throwingHost(AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float) {
+  throw std::runtime_error("a host that is shutting down");
+}
+
+TEST(Module, ExportsItsTwoEntriesAndNothingElse) {
+  FILE* list = popen("nm -D --defined-only '" QUELLARD_PLUGIN_FILE "'", "r");
+  ASSERT_NE(list, nullptr);
+  std::set<std::string> names;
+  char address[64], kind, name[512];
+  while (std::fscanf(list, "%63s %c %511s", address, &kind, name) == 3) names.insert(name);
+  ASSERT_EQ(pclose(list), 0);
+  EXPECT_EQ(names, (std::set<std::string>{"OrvTypeIF", "getinterface"}));
+}
+
+class ModuleEntry : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override { ASSERT_NE(entry = moduleEntry(GetParam()), nullptr) << dlerror(); }
+  Entry entry = nullptr;
+};
+INSTANTIATE_TEST_SUITE_P(Both, ModuleEntry, testing::Values("getinterface", "OrvTypeIF"),
+                         [](const auto& entry) { return std::string(entry.param); });
+
+TEST_P(ModuleEntry, AsksTheHostOnceForItsVersion) {
+  hostCalls.clear();
+  {
+    OpenedEffect effect(entry, recordingHost<-5>);  // any answer but 0 will do
+    effect.setSampleRate(44100.0f);
+    double x[2] = {};
+    effect.process(x, x, 2);
+    effect.dispatch(effMainsChanged, 0, 1);
+    effect.setParameter(3, 0.1f);
+  }
+  EXPECT_EQ(hostCalls, (std::vector<HostCall>{{nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f}}));
+}
+
+TEST_P(ModuleEntry, HasNoEffectForAHostThatFails) {
+  EXPECT_EQ(entry(nullptr), nullptr);
+  EXPECT_EQ(entry(recordingHost<0>), nullptr);
+  EXPECT_EQ(entry(throwingHost), nullptr);
+}
+
+TEST_P(ModuleEntry, FillsTheRecord) {
+  OpenedEffect effect(entry);
+  const AEffect& r = effect.record();
+  EXPECT_EQ(r.magic, 0x56737450);     // VstP
+  EXPECT_EQ(r.uniqueID, 0x51554C4C);  // QULL
+  EXPECT_EQ((std::array{r.numPrograms, r.numParams, r.numInputs, r.numOutputs, r.flags, r.version}),
+            (std::array{16, 20, 1, 1, 4112, 1}));
+  EXPECT_EQ((std::array{r.initialDelay, r.realQualities, r.offQualities}), (std::array{0, 0, 0}));
+  EXPECT_EQ((std::array{r.resvd1, r.resvd2}), (std::array<std::intptr_t, 2>{}));
+  EXPECT_EQ(r.ioRatio, 1.0f);
+  EXPECT_EQ(r.user, nullptr);
+  EXPECT_EQ(std::string(r.future, sizeof r.future), std::string(56, '\0'));
+  EXPECT_EQ(static_cast<AudioEffect*>(r.object)->getAeffect(), &r);
+  for (int index = 1; index <= 18; ++index) EXPECT_EQ(effect.getParameter(index), 0.5f);
+  EXPECT_EQ(effect.getParameter(19), 1.0f);
+}
+
+// The interface object and the effect may go in either order, and the effect's record is the one
+// that the interface named.
+TEST_P(ModuleEntry, InterfaceAndEffectAreReleasedInEitherOrder) {
+  for (const bool interfaceFirst : {true, false}) {
+    std::unique_ptr<Orv_TypeIF> interface(entry(answeringHost));
+    ASSERT_NE(interface, nullptr);
+    AEffect* record = interface->effect;
+    record->dispatcher(record, effSetSampleRate, 0, 0, nullptr, 48000.0f);
+    if (interfaceFirst) interface.reset();
+    double x[3] = {0.1, -0.2, 0.3};
+    double* channel = x;
+    record->processDoubleReplacing(record, &channel, &channel, 3);
+    EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
+    EXPECT_TRUE(interfaceFirst || interface->effect == record);
+  }
+}
+
+}  // namespace
+}  // namespace quellard::test
