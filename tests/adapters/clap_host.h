@@ -39,13 +39,14 @@ struct Move {
   double value = 0.0;
   std::uint16_t space = CLAP_CORE_EVENT_SPACE_ID;
   std::uint16_t type = CLAP_EVENT_PARAM_VALUE;
+  std::uint32_t size = sizeof(clap_event_param_value_t);
 };
 
 class MoveList {
  public:
   explicit MoveList(const std::vector<Move>& moves) {
     for (const Move& move : moves) {
-      events_.push_back({.header = {.size = sizeof(clap_event_param_value_t),
+      events_.push_back({.header = {.size = move.size,
                                     .time = move.time,
                                     .space_id = move.space,
                                     .type = move.type,

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: ISC
 // What the formats share: the state's bytes, value texts, and blocks cut at events.
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -148,6 +150,38 @@ TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
       if (std::fabs(io[i]) > kInaudible) last = i;
     }
     EXPECT_LT(static_cast<double>(last - end) / kRate, HostedAmp::kTailSeconds) << setting;
+  }
+}
+
+// A host may cross the channels of one buffer, mix the precisions, or lack a channel.
+TEST(HostedAmp, BuffersMayLieInAnyWay) {
+  constexpr int kFrames = 64;
+  Random random(sessionSeed() ^ 0xC055);
+  std::vector<float> left(kFrames);
+  std::vector<float> right(kFrames);
+  for (float& x : left) x = static_cast<float>(random.between(-0.5, 0.5));
+  for (float& x : right) x = static_cast<float>(random.between(-0.5, 0.5));
+  const auto play = [&](const AudioChannels& in, const AudioChannels& out) {
+    HostedAmp amp(HostedAmp::kStereo);
+    ASSERT_TRUE(amp.prepare(44100.0, kFrames));
+    amp.play(in, out, 0, kFrames);
+  };
+  std::array<float*, 2> straight = {left.data(), right.data()};
+  const AudioChannels in{.single = straight.data(), .count = 2};
+  std::vector<double> wide(2 * kFrames);
+  std::array<double*, 2> wideChannels = {wide.data(), &wide[kFrames]};
+  play(in, {.twice = wideChannels.data(), .count = 2});
+
+  std::vector<float> onlyLeft(kFrames, 9.0F);
+  std::array<float*, 2> half = {onlyLeft.data(), nullptr};
+  play(in, {.single = half.data(), .count = 2});
+
+  std::array<float*, 2> crossed = {right.data(), left.data()};
+  play(in, {.single = crossed.data(), .count = 2});
+  for (std::size_t i = 0; i < kFrames; ++i) {
+    ASSERT_EQ(right[i], static_cast<float>(wide[i]));
+    ASSERT_EQ(left[i], static_cast<float>(wide[kFrames + i]));
+    ASSERT_EQ(onlyLeft[i], static_cast<float>(wide[i]));
   }
 }
 
