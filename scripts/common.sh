@@ -15,7 +15,7 @@ cores() { nproc 2>/dev/null || sysctl -n hw.ncpu; }
 configure() {
   local made=$root/build/$1/build.ninja
   [[ -e $made && $made -nt $root/CMakePresets.json ]] && return
-  (cd "$root" && cmake --preset "$1" --log-level=WARNING >&2)
+  (cd "$root" && cmake --preset "$1" >/dev/null)
 }
 
 # build PRESET [TARGET]: silent where nothing is to be done.

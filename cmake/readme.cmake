@@ -1,0 +1,6 @@
+# The commands that README.md shows, run as they stand.
+if(QUELLARD_TOOLS AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  add_test(NAME readme.CommandsRunAsShown
+           COMMAND ${PROJECT_SOURCE_DIR}/scripts/readme ${PROJECT_BINARY_DIR})
+  set_tests_properties(readme.CommandsRunAsShown PROPERTIES TIMEOUT 600)
+endif()
