@@ -18,10 +18,10 @@
 namespace quellard {
 
 struct FactoryPreset {
-  const char* name;                           // at most 23 characters, as program names are
-  const char* description;                    // what it is good for
-  int channel;                                // 0 CLEAN, 1 VINTAGE, 2 MODERN
-  std::array<float, kKnobsPerChannel> knobs;  // 0..10 in the order of the parameters
+  const char* name;                            // at most 23 characters, as program names are
+  const char* description;                     // what it is good for
+  int channel;                                 // 0 CLEAN, 1 VINTAGE, 2 MODERN
+  std::array<double, kKnobsPerChannel> knobs;  // 0..10 in the order of the parameters
 };
 
 inline constexpr std::size_t kNumFactoryPresets = 12;
@@ -30,18 +30,18 @@ inline constexpr int kFactoryNameLen = 23;
 // clang-format off
 inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
   //                                                                       ch PRES   BASS   MID    TREBLE MASTER GAIN
-  {"Chime Clean",      "Open chords that ring, arpeggios with sparkle",     0, {6.0F, 4.5F, 4.0F, 6.5F, 5.62F, 3.0F}},
-  {"Warm Jazz",        "Neck pickup, round and dark, thumb and fingers",    0, {2.0F, 6.0F, 6.0F, 3.0F, 4.39F, 3.5F}},
-  {"Funk Cut",         "Tight muted sixteenths, little bass, much pick",    0, {7.0F, 2.5F, 5.0F, 7.5F, 7.19F, 2.5F}},
-  {"Pedal Platform",   "Flat and loud enough for the pedals in front",      0, {5.0F, 5.0F, 5.0F, 5.0F, 3.92F, 4.0F}},
-  {"Edge of Breakup",  "Clean when touched softly, hair when dug in",       0, {5.0F, 5.0F, 6.0F, 6.0F, 1.93F, 8.0F}},
-  {"Country Snap",     "Chicken picking and double stops on the bridge",    1, {7.0F, 4.0F, 4.5F, 7.0F, 5.02F, 1.5F}},
-  {"Blues Lead",       "Singing single notes that clean up with the volume",1, {5.0F, 5.5F, 6.5F, 5.5F, 4.40F, 5.0F}},
-  {"Classic Crunch",   "Rock rhythm with open chords still readable",       1, {6.0F, 5.0F, 6.0F, 6.0F, 4.29F, 6.5F}},
-  {"Stack Roar",       "Everything up, for riffs that fill the room",       1, {6.5F, 6.0F, 7.0F, 6.5F, 3.98F, 9.0F}},
-  {"Modern Rhythm",    "Palm mutes with a tight low end",                   2, {6.0F, 5.0F, 5.0F, 6.0F, 3.93F, 5.5F}},
-  {"Scooped Metal",    "Fast riffs, mids out, treble up",                   2, {7.0F, 7.0F, 2.0F, 7.0F, 3.84F, 7.5F}},
-  {"Soaring Solo",     "Long sustain with mids that cut through a band",    2, {5.0F, 4.5F, 8.0F, 5.5F, 3.73F, 8.5F}},
+  {"Chime Clean",      "Open chords that ring, arpeggios with sparkle",     0, {6.0, 4.5, 4.0, 6.5, 5.62, 3.0}},
+  {"Warm Jazz",        "Neck pickup, round and dark, thumb and fingers",    0, {2.0, 6.0, 6.0, 3.0, 4.39, 3.5}},
+  {"Funk Cut",         "Tight muted sixteenths, little bass, much pick",    0, {7.0, 2.5, 5.0, 7.5, 7.19, 2.5}},
+  {"Pedal Platform",   "Flat and loud enough for the pedals in front",      0, {5.0, 5.0, 5.0, 5.0, 3.92, 4.0}},
+  {"Edge of Breakup",  "Clean when touched softly, hair when dug in",       0, {5.0, 5.0, 6.0, 6.0, 1.93, 8.0}},
+  {"Country Snap",     "Chicken picking and double stops on the bridge",    1, {7.0, 4.0, 4.5, 7.0, 5.02, 1.5}},
+  {"Blues Lead",       "Singing single notes that clean up with the volume",1, {5.0, 5.5, 6.5, 5.5, 4.40, 5.0}},
+  {"Classic Crunch",   "Rock rhythm with open chords still readable",       1, {6.0, 5.0, 6.0, 6.0, 4.29, 6.5}},
+  {"Stack Roar",       "Everything up, for riffs that fill the room",       1, {6.5, 6.0, 7.0, 6.5, 3.98, 9.0}},
+  {"Modern Rhythm",    "Palm mutes with a tight low end",                   2, {6.0, 5.0, 5.0, 6.0, 3.93, 5.5}},
+  {"Scooped Metal",    "Fast riffs, mids out, treble up",                   2, {7.0, 7.0, 2.0, 7.0, 3.84, 7.5}},
+  {"Soaring Solo",     "Long sustain with mids that cut through a band",    2, {5.0, 4.5, 8.0, 5.5, 3.73, 8.5}},
 }};
 // clang-format on
 
@@ -49,12 +49,16 @@ inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
 // name.
 constexpr float selectForChannel(int channel) { return 0.5F * static_cast<float>(channel); }
 
+// A knob's value, 0..1, from its place on the scale of 0 to 10. Double until the end: from a float,
+// a quarter of all settings with two decimals would come out a bit away from what a host stores.
+constexpr float knobValue(double scale) { return static_cast<float>(scale / 10.0); }
+
 // The value that a preset gives to parameter 1..19, 0..1.
 constexpr float presetValue(const FactoryPreset& preset, int index) {
   const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
   if (parameter.kind == ParameterKind::selector) return selectForChannel(preset.channel);
   if (parameter.channel != preset.channel) return kKnobDefault;
-  return preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)] / 10.0F;
+  return knobValue(preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)]);
 }
 
 // All of them; entry i-1 is parameter i.

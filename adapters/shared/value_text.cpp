@@ -12,7 +12,7 @@
 namespace quellard {
 namespace {
 
-constexpr float kKnobScale = 10.0F;
+constexpr double kKnobScale = 10.0;
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kSpace = " \t\r\n";
@@ -32,11 +32,11 @@ bool sameName(std::string_view a, std::string_view b) {
 }
 
 std::optional<float> knobFromText(std::string_view text) {
-  float shown = 0.0F;
+  double shown = 0.0;
   const char* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, shown, std::chars_format::fixed);
   if (error != std::errc{} || rest != end || !std::isfinite(shown)) return std::nullopt;
-  return std::clamp(shown, 0.0F, kKnobScale) / kKnobScale;
+  return knobValue(std::clamp(shown, 0.0, kKnobScale));
 }
 
 std::optional<float> selectorFromText(std::string_view text) {
@@ -58,6 +58,14 @@ ValueText valueText(int index, float value) {
     text.back() = '\0';
   }
   return text;
+}
+
+float knobFromScale(float scale) {
+  const float shown = scale > 0.0F ? std::min(scale, static_cast<float>(kKnobScale)) : 0.0F;
+  std::array<char, 64> text{};  // 48 hold the smallest float
+  const auto [end, error] =
+      std::to_chars(text.data(), text.data() + text.size(), shown, std::chars_format::fixed);
+  return knobFromText({text.data(), end}).value_or(0.0F);
 }
 
 std::optional<float> valueFromText(int index, std::string_view text) {

@@ -447,7 +447,7 @@ TEST(Clap, FactoryBankIsFoundAndLoaded) {
     ASSERT_TRUE(presets.fromLocation(p, kPresetInPlugin, nullptr, found[i].loadKey.c_str()));
     EXPECT_EQ(plugin.value(19), kFactoryBank[i].channel);
     const auto gain = static_cast<clap_id>(6 * kFactoryBank[i].channel + 6);
-    EXPECT_EQ(plugin.value(gain), static_cast<double>(kFactoryBank[i].knobs[5] / 10.0F));
+    EXPECT_EQ(plugin.value(gain), static_cast<double>(knobValue(kFactoryBank[i].knobs[5])));
     EXPECT_EQ(plugin.host.rescans, static_cast<int>(i) + 1);
   }
   const std::vector<double> last = plugin.values();

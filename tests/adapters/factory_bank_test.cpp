@@ -94,7 +94,7 @@ TEST(FactoryBank, PlaysTheGuitarTakesEquallyLoud) {
   for (const FactoryPreset& preset : kFactoryBank) {
     const Loudness loudness = measure(preset, takes);
     // MASTER is squared and comes last, so the level is exactly 40 dB for each tenfold of it.
-    const double master = static_cast<double>(preset.knobs[4]);
+    const double master = preset.knobs[4];
     const double wanted = master * std::pow(10.0, (kLoudnessLufs - loudness.lufs) / 40.0);
     std::printf("%-24s %6.1f %6.2f %7.2f %7.2f\n", preset.name, loudness.lufs, loudness.peak,
                 master, wanted);
@@ -113,7 +113,7 @@ TEST(FactoryBank, NamesAreUniqueAndFitAndEveryChannelHasSome) {
     EXPECT_EQ(findFactoryPreset(preset.name), &preset);
     names.insert(preset.name);
     channels.insert(preset.channel);
-    for (const float knob : preset.knobs) EXPECT_TRUE(knob >= 0.0F && knob <= 10.0F);
+    for (const double knob : preset.knobs) EXPECT_TRUE(knob >= 0.0 && knob <= 10.0);
   }
   EXPECT_EQ(names.size(), kFactoryBank.size());
   EXPECT_EQ(channels, (std::set<int>{0, 1, 2}));
@@ -129,7 +129,7 @@ TEST(FactoryBank, APresetSetsEveryParameter) {
       const float value = values[static_cast<std::size_t>(index - 1)];
       if (parameter.channel == preset.channel) {
         const int knob = (index - 1) % kKnobsPerChannel;
-        EXPECT_FLOAT_EQ(value * 10.0F, preset.knobs[static_cast<std::size_t>(knob)]);
+        EXPECT_EQ(value, static_cast<float>(preset.knobs[static_cast<std::size_t>(knob)] / 10.0));
       } else {
         EXPECT_EQ(value, fresh.getParameter(index));
       }

@@ -101,6 +101,18 @@ TEST(ValueText, ReadsWhatPeopleType) {
 
 TEST(EventSplit, CutsOnlyWhereItsOwnEventsFall) {
   struct Event {
+// Of the settings with two decimals 279 come out a bit away when a float is divided by 10.
+TEST(ValueText, AKnobsScaleKeepsTheBits) {
+  for (int hundredths = 0; hundredths <= 1000; ++hundredths) {
+    const double scale = hundredths / 100.0;
+    ASSERT_EQ(knobFromScale(static_cast<float>(scale)), static_cast<float>(scale / 10.0)) << scale;
+  }
+  EXPECT_EQ(knobFromScale(-1.0F), 0.0F);
+  EXPECT_EQ(knobFromScale(1e38F), 1.0F);
+  EXPECT_EQ(knobFromScale(NAN), 0.0F);
+  EXPECT_NEAR(knobFromScale(1.17549435e-38F), 0.0F, 1e-30F);
+}
+
     std::uint32_t time;
     bool ours;
   };
