@@ -16,8 +16,8 @@ constexpr std::uint32_t kMostFrames = std::numeric_limits<std::int32_t>::max();
 
 AudioChannels channelsOf(const clap_audio_buffer_t* ports, std::uint32_t count) {
   if (ports == nullptr || count == 0) return {};
-  return {.single = ports->data32,
-          .twice = ports->data64,
+  return {.floats = ports->data32,
+          .doubles = ports->data64,
           .count = static_cast<int>(ports->channel_count)};
 }
 

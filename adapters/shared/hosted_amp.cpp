@@ -19,10 +19,10 @@ Sample* channelAt(Sample* const* channels, int side, int begin) {
 }
 
 void readChannel(const AudioChannels& in, int side, int begin, int frames, double* to) {
-  if (side < in.count && in.twice != nullptr) {
-    readSamples(channelAt(in.twice, side, begin), to, frames);
-  } else if (side < in.count && in.single != nullptr) {
-    readSamples(channelAt(in.single, side, begin), to, frames);
+  if (side < in.count && in.doubles != nullptr) {
+    readSamples(channelAt(in.doubles, side, begin), to, frames);
+  } else if (side < in.count && in.floats != nullptr) {
+    readSamples(channelAt(in.floats, side, begin), to, frames);
   } else {
     readSamples(static_cast<const double*>(nullptr), to, frames);
   }
@@ -30,10 +30,10 @@ void readChannel(const AudioChannels& in, int side, int begin, int frames, doubl
 
 void writeChannel(const double* from, const AudioChannels& out, int side, int begin, int frames) {
   if (side >= out.count) return;
-  if (out.twice != nullptr) {
-    writeSamples(from, channelAt(out.twice, side, begin), frames);
-  } else if (out.single != nullptr) {
-    writeSamples(from, channelAt(out.single, side, begin), frames);
+  if (out.doubles != nullptr) {
+    writeSamples(from, channelAt(out.doubles, side, begin), frames);
+  } else if (out.floats != nullptr) {
+    writeSamples(from, channelAt(out.floats, side, begin), frames);
   }
 }
 
@@ -55,6 +55,7 @@ HostedAmp::HostedAmp(int sides) : sides_(sides) {
 
 bool HostedAmp::prepare(double rate, int maxFrames) {
   if (!std::isfinite(rate) || rate <= 0.0 || maxFrames < 1) return false;
+  maxFrames = std::min(maxFrames, kLongestPiece);
   const Values now = values();
   built_ = buildSides(rate, maxFrames, now);
   rate_ = rate;

@@ -19,8 +19,8 @@ namespace quellard {
 // other null. Where an array, a channel or its pointer is missing, input is silence and output goes
 // nowhere.
 struct AudioChannels {
-  float* const* single = nullptr;
-  double* const* twice = nullptr;
+  float* const* floats = nullptr;
+  double* const* doubles = nullptr;
   int count = 0;
 };
 
@@ -29,9 +29,11 @@ class HostedAmp {
   static constexpr int kMono = 1;
   static constexpr int kStereo = 2;
   // Within this time after the input has fallen silent the output is below -120 dB of full scale.
-  // The longest memory is the low cut of the tone stack, down to 7 Hz, behind CLEAN's gain: 1.05 s
-  // was the most in 300 settings with MASTER full up (adapters_tests --gtest_filter=*Tail*).
+  // The longest memory is the low cut of the tone stack, down to 7 Hz, behind CLEAN's gain: about a
+  // second at the worst settings (adapters_tests --gtest_filter=*Tail* prints it).
   static constexpr double kTailSeconds = 2.0;
+  // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.
+  static constexpr int kLongestPiece = 1 << 20;
   using Values = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i
 
   // Every parameter at its default. sides: kMono or kStereo.
@@ -57,7 +59,7 @@ class HostedAmp {
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
   // output may be the input, in any order of channels. [audio thread] Never allocates; stretches
-  // longer than maxFrames are played in pieces of it.
+  // longer than maxFrames (or kLongestPiece) are played in pieces of it.
   void play(const AudioChannels& in, const AudioChannels& out, int begin, int end);
 
   int sides() const { return sides_; }

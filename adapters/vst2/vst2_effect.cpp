@@ -1,12 +1,19 @@
 // SPDX-License-Identifier: ISC
 #include "adapters/vst2/vst2_effect.h"
 
-#include <limits>
+#include <algorithm>
 #include <memory>
 
 #include "adapters/shared/samples.h"
 
 namespace quellard {
+namespace {
+
+// What a host announces is believed up to 20 seconds; beyond, it is a mistake that would cost
+// gigabytes, and a block that is really so long makes room for itself.
+constexpr std::intptr_t kLongestAnnounced = 1 << 20;
+
+}  // namespace
 
 AEffect* Vst2Effect::create(audioMasterCallback host) try {
   if (host == nullptr || host(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0F) == 0) {
@@ -47,7 +54,9 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
   Vst2Effect* self = of(record);
   if (self == nullptr) return 0;
   const std::intptr_t answer = self->effect_.dispatcher(opcode, index, value, ptr, opt);
-  if (opcode == effSetBlockSize) self->reserve(value);
+  if (opcode == effSetBlockSize && value >= 1 && value <= kLongestAnnounced) {
+    self->reserve(static_cast<std::int32_t>(value));
+  }
   if (opcode != effClose) return answer;
   const std::unique_ptr<Vst2Effect> last(self);
   return 1;
@@ -55,11 +64,10 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
   return 0;
 }
 
-void Vst2Effect::reserve(std::intptr_t frames) {
-  if (frames < 1 || frames > std::numeric_limits<std::int32_t>::max()) return;
+void Vst2Effect::reserve(std::int32_t frames) {
   const auto length = static_cast<std::size_t>(frames);
   if (length > samples_.size()) samples_.resize(length);
-  effect_.reserve(static_cast<std::int32_t>(frames));
+  effect_.reserve(frames);
 }
 
 // A block that is longer than announced makes room for itself, as the effect does: cutting it would

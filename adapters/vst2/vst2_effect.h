@@ -31,7 +31,7 @@ class Vst2Effect {
   static void processDouble(AEffect* record, double** inputs, double** outputs,
                             std::int32_t frames);
 
-  void reserve(std::intptr_t frames);
+  void reserve(std::int32_t frames);
   void playSingle(const float* in, float* out, std::int32_t frames);
 
   Quellard effect_;

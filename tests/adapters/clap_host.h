@@ -195,7 +195,7 @@ class ClapInstance {
 
   static std::int64_t write(const clap_ostream_t* stream, const void* bytes, std::uint64_t size) {
     auto& sink = *static_cast<Bytes*>(stream->ctx);
-    const auto taken = std::min<std::size_t>(size, sink.chunk);
+    const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, sink.chunk));
     const auto* from = static_cast<const std::uint8_t*>(bytes);
     sink.bytes.insert(sink.bytes.end(), from, from + taken);
     return static_cast<std::int64_t>(taken);
@@ -203,7 +203,8 @@ class ClapInstance {
   static std::int64_t read(const clap_istream_t* stream, void* to, std::uint64_t size) {
     auto& source = *static_cast<Bytes*>(stream->ctx);
     const std::size_t left = source.bytes.size() - source.done;
-    const auto given = std::min<std::size_t>({size, source.chunk, left});
+    const auto given =
+        static_cast<std::size_t>(std::min<std::uint64_t>({size, source.chunk, left}));
     std::copy_n(source.bytes.data() + source.done, given, static_cast<std::uint8_t*>(to));
     source.done += given;
     return static_cast<std::int64_t>(given);

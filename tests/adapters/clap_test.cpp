@@ -211,6 +211,9 @@ TEST(Clap, NonsenseIsRefused) {
     EXPECT_FALSE(plugin.activate(rate, 64)) << rate;
   }
   EXPECT_FALSE(plugin.activate(44100.0, 0));
+  EXPECT_FALSE(plugin.activate(44100.0, UINT32_MAX));
+  EXPECT_TRUE(plugin.activate(44100.0, INT32_MAX)) << "and takes no gigabytes";
+  plugin.deactivate();
 
   const auto& params = plugin.params();
   double value = 0.25;

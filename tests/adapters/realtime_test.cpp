@@ -128,7 +128,7 @@ TEST(Realtime, HostedAmpAllocatesOnlyWhenPrepared) {
   std::vector<float> left(3 * kMost, 0.1F);
   std::vector<float> right(3 * kMost, 0.2F);
   std::array<float*, 2> channels = {left.data(), right.data()};
-  const AudioChannels block{.single = channels.data(), .count = 2};
+  const AudioChannels block{.floats = channels.data(), .count = 2};
   const AllocationsOf playing;
   for (int i = 0; i < kBlocks; ++i) {
     moveSomething(random, [&](int index, float value) { amp.setValue(index, value); });

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: ISC
 // What the formats share: the state's bytes, value texts, and blocks cut at events.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -99,8 +101,6 @@ TEST(ValueText, ReadsWhatPeopleType) {
   EXPECT_EQ(reads(20, "5.00"), std::nullopt);
 }
 
-TEST(EventSplit, CutsOnlyWhereItsOwnEventsFall) {
-  struct Event {
 // Of the settings with two decimals 279 come out a bit away when a float is divided by 10.
 TEST(ValueText, AKnobsScaleKeepsTheBits) {
   for (int hundredths = 0; hundredths <= 1000; ++hundredths) {
@@ -113,6 +113,8 @@ TEST(ValueText, AKnobsScaleKeepsTheBits) {
   EXPECT_NEAR(knobFromScale(1.17549435e-38F), 0.0F, 1e-30F);
 }
 
+TEST(EventSplit, CutsOnlyWhereItsOwnEventsFall) {
+  struct Event {
     std::uint32_t time;
     bool ours;
   };
@@ -141,6 +143,7 @@ TEST(ValueText, AKnobsScaleKeepsTheBits) {
 TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
   constexpr double kRate = 48000.0;
   constexpr double kInaudible = 1e-6;  // -120 dB
+  double longest = 0.0;
   Random random(sessionSeed() ^ 0x7A11);
   for (int setting = 0; setting < effort(48); ++setting) {
     HostedAmp amp(HostedAmp::kMono);
@@ -155,14 +158,16 @@ TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
     const std::size_t end = io.size();
     io.resize(end + static_cast<std::size_t>(2.5 * kRate), 0.0);
     double* channel = io.data();
-    const AudioChannels block{.twice = &channel, .count = 1};
+    const AudioChannels block{.doubles = &channel, .count = 1};
     amp.play(block, block, 0, static_cast<int>(io.size()));
     std::size_t last = end;
     for (std::size_t i = end; i < io.size(); ++i) {
       if (std::fabs(io[i]) > kInaudible) last = i;
     }
-    EXPECT_LT(static_cast<double>(last - end) / kRate, HostedAmp::kTailSeconds) << setting;
+    longest = std::max(longest, static_cast<double>(last - end) / kRate);
   }
+  std::printf("longest tail: %.2f s\n", longest);
+  EXPECT_LT(longest, HostedAmp::kTailSeconds);
 }
 
 // A host may cross the channels of one buffer, mix the precisions, or lack a channel.
@@ -179,17 +184,17 @@ TEST(HostedAmp, BuffersMayLieInAnyWay) {
     amp.play(in, out, 0, kFrames);
   };
   std::array<float*, 2> straight = {left.data(), right.data()};
-  const AudioChannels in{.single = straight.data(), .count = 2};
+  const AudioChannels in{.floats = straight.data(), .count = 2};
   std::vector<double> wide(2 * kFrames);
   std::array<double*, 2> wideChannels = {wide.data(), &wide[kFrames]};
-  play(in, {.twice = wideChannels.data(), .count = 2});
+  play(in, {.doubles = wideChannels.data(), .count = 2});
 
   std::vector<float> onlyLeft(kFrames, 9.0F);
   std::array<float*, 2> half = {onlyLeft.data(), nullptr};
-  play(in, {.single = half.data(), .count = 2});
+  play(in, {.floats = half.data(), .count = 2});
 
   std::array<float*, 2> crossed = {right.data(), left.data()};
-  play(in, {.single = crossed.data(), .count = 2});
+  play(in, {.floats = crossed.data(), .count = 2});
   for (std::size_t i = 0; i < kFrames; ++i) {
     ASSERT_EQ(right[i], static_cast<float>(wide[i]));
     ASSERT_EQ(left[i], static_cast<float>(wide[kFrames + i]));

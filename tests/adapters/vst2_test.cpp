@@ -154,7 +154,8 @@ TEST(Vst2, NonsenseIsSurvived) {
   record.processReplacing(nullptr, nullptr, nullptr, 8);
   record.processReplacing(&record, nullptr, nullptr, 8);
   record.processDoubleReplacing(&record, nullptr, nullptr, 8);
-  for (const std::intptr_t size : {std::intptr_t{-1}, std::intptr_t{0}, std::intptr_t{1} << 40}) {
+  for (const std::intptr_t size :
+       {INTPTR_MIN, std::intptr_t{-1}, std::intptr_t{0}, INTPTR_MAX, std::intptr_t{INT32_MAX}}) {
     built.dispatch(effSetBlockSize, 0, size);
   }
   std::array<float, 8> out;
