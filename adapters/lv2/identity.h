@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: ISC
+// What LV2 hosts store of the plug-ins: their URIs and, in some, the numbers of the ports. Neither
+// ever changes. The module and the program that writes its description both read it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "params/parameter_table.h"
+
+namespace quellard {
+
+struct Lv2Variant {
+  const char* uri;
+  const char* name;
+  int sides;  // of the audio: one port in and one out for each
+};
+
+inline constexpr std::array<Lv2Variant, 2> kLv2Variants = {{
+    {"urn:quellard:amplifier", "Quellard", 1},
+    {"urn:quellard:amplifier-stereo", "Quellard Stereo", 2},
+}};
+
+// Port i-1 controls parameter i in every variant; behind these stand the inputs, then the outputs.
+inline constexpr std::uint32_t kLv2ControlPorts = kNumStoredValues;
+
+// Control ports keep knobs on the players' scale and the selector as a channel's number.
+inline constexpr double kLv2KnobScale = 10.0;
+
+}  // namespace quellard

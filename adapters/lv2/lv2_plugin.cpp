@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/lv2/lv2_plugin.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "adapters/shared/value_text.h"
+#include "params/factory_bank.h"
+
+namespace quellard {
+namespace {
+
+// Channels in between are rounded, since a host's slider may send any float.
+float valueFromControl(int index, float control) {
+  if (index != kTypeParameter) return knobFromScale(control);
+  const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
+  return selectForChannel(static_cast<int>(std::lround(channel)));
+}
+
+}  // namespace
+
+Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
+  seen_.fill(std::numeric_limits<float>::quiet_NaN());
+  if (!amp_.prepare(rate, maxFrames)) throw std::invalid_argument("sample rate");
+}
+
+void Lv2Plugin::connect(std::uint32_t port, void* data) {
+  auto* const samples = static_cast<float*>(data);
+  if (port < kLv2ControlPorts) {
+    controls_[port] = samples;
+    return;
+  }
+  const auto sides = static_cast<std::uint32_t>(amp_.sides());
+  const std::uint32_t audio = port - kLv2ControlPorts;
+  if (audio < sides) {
+    inputs_[audio] = samples;
+  } else if (audio < 2 * sides) {
+    outputs_[audio - sides] = samples;
+  }
+}
+
+void Lv2Plugin::readControls() {
+  for (std::uint32_t port = 0; port < kLv2ControlPorts; ++port) {
+    if (controls_[port] == nullptr) continue;
+    const float control = *controls_[port];
+    if (control == seen_[port]) continue;
+    seen_[port] = control;
+    const int index = static_cast<int>(port) + 1;
+    amp_.setValue(index, valueFromControl(index, control));
+  }
+}
+
+void Lv2Plugin::run(std::uint32_t frames) {
+  readControls();
+  const AudioChannels in{inputs_.data(), nullptr, amp_.sides()};
+  const AudioChannels out{outputs_.data(), nullptr, amp_.sides()};
+  constexpr std::uint32_t kMost = std::numeric_limits<std::int32_t>::max();
+  amp_.play(in, out, 0, static_cast<int>(std::min(frames, kMost)));
+}
+
+}  // namespace quellard

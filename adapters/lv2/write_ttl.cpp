@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: ISC
+// write_ttl FOLDER MODULE: writes what LV2 hosts read about the plug-ins before they load MODULE:
+// manifest.ttl, quellard.ttl and presets.ttl, from the parameter table and the factory bank.
+#include <cctype>
+#include <cstdio>
+#include <fmt/format.h>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "adapters/lv2/identity.h"
+#include "params/factory_bank.h"
+
+namespace quellard {
+namespace {
+
+constexpr const char* kPrefixes = R"(@prefix atom: <http://lv2plug.in/ns/ext/atom#> .
+@prefix bufsz: <http://lv2plug.in/ns/ext/buf-size#> .
+@prefix doap: <http://usefulinc.com/ns/doap#> .
+@prefix foaf: <http://xmlns.com/foaf/0.1/> .
+@prefix lv2: <http://lv2plug.in/ns/lv2core#> .
+@prefix opts: <http://lv2plug.in/ns/ext/options#> .
+@prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .
+@prefix pset: <http://lv2plug.in/ns/ext/presets#> .
+@prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .
+@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .
+@prefix urid: <http://lv2plug.in/ns/ext/urid#> .
+
+)";
+constexpr const char* kGroupUri = "urn:quellard:group:";
+constexpr const char* kPresetUri = "urn:quellard:preset:";
+
+// "Clean" from "CLEAN".
+std::string titled(const char* capitals) {
+  std::string text(capitals);
+  for (std::size_t i = 1; i < text.size(); ++i) {
+    text[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
+  }
+  return text;
+}
+
+// "edge-of-breakup" from "Edge of Breakup".
+std::string asUriPart(const char* name) {
+  std::string text(name);
+  for (char& c : text) {
+    c = c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return text;
+}
+
+std::string channelTitle(int channel) {
+  return titled(kChannelNames[static_cast<std::size_t>(channel)]);
+}
+
+std::string groupUri(int channel) { return kGroupUri + asUriPart(channelTitle(channel).c_str()); }
+
+std::string knobPort(const ParameterInfo& knob) {
+  return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+    lv2:index {} ;
+    lv2:symbol "{}" ;
+    lv2:name "{} {}" ;
+    lv2:shortName "{}" ;
+    lv2:default {:.1f} ;
+    lv2:minimum 0.0 ;
+    lv2:maximum {:.1f} ;
+    pg:group <{}>)",
+                     knob.index - 1, knob.symbol, channelTitle(knob.channel), titled(knob.name),
+                     titled(knob.name), static_cast<double>(kKnobDefault) * kLv2KnobScale,
+                     kLv2KnobScale, groupUri(knob.channel));
+}
+
+std::string selectorPort(const ParameterInfo& selector) {
+  std::string text = fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+    lv2:index {} ;
+    lv2:symbol "{}" ;
+    lv2:name "Channel" ;
+    lv2:portProperty lv2:integer , lv2:enumeration ;
+    lv2:default {} ;
+    lv2:minimum 0 ;
+    lv2:maximum {})",
+                                 selector.index - 1, selector.symbol,
+                                 channelFromSelect(kTypeDefault), kNumChannels - 1);
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"{}\" ; rdf:value {} ]",
+                        kChannelNames[static_cast<std::size_t>(channel)], channel);
+  }
+  return text;
+}
+
+std::string audioPort(const Lv2Variant& variant, bool input, int side) {
+  const char* const way = input ? "in" : "out";
+  const std::uint32_t first =
+      kLv2ControlPorts + (input ? 0U : static_cast<std::uint32_t>(variant.sides));
+  std::string text = fmt::format("a {} , lv2:AudioPort ;\n    lv2:index {} ;\n",
+                                 input ? "lv2:InputPort" : "lv2:OutputPort",
+                                 first + static_cast<std::uint32_t>(side));
+  if (variant.sides == 1) {
+    return text + fmt::format("    lv2:symbol \"{}\" ;\n    lv2:name \"{}\"", way, titled(way));
+  }
+  const char* const where = side == 0 ? "left" : "right";
+  return text + fmt::format(R"(    lv2:symbol "{}_{}" ;
+    lv2:name "{} {}" ;
+    lv2:designation pg:{} ;
+    pg:group <{}{}>)",
+                            way, where, titled(way), titled(where), where, kGroupUri, way);
+}
+
+std::string ports(const Lv2Variant& variant) {
+  std::string text;
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
+    const bool selects = parameter.kind == ParameterKind::selector;
+    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n",
+                        selects ? selectorPort(parameter) : knobPort(parameter));
+  }
+  for (const bool input : {true, false}) {
+    for (int side = 0; side < variant.sides; ++side) {
+      text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", audioPort(variant, input, side));
+    }
+  }
+  return text;
+}
+
+std::string plugin(const Lv2Variant& variant) {
+  std::string text = fmt::format(R"(<{}> a lv2:Plugin , lv2:SimulatorPlugin , doap:Project ;
+  doap:name "{}" ;
+  doap:license <http://opensource.org/licenses/isc> ;
+  doap:maintainer [ foaf:name "Quellard" ] ;
+  rdfs:comment "A three-channel guitar amplifier: CLEAN, VINTAGE and MODERN" ;
+  lv2:minorVersion 2 ;
+  lv2:microVersion 0 ;
+  lv2:optionalFeature lv2:hardRTCapable , opts:options , urid:map ;
+  opts:supportedOption bufsz:maxBlockLength ;
+)",
+                                 variant.uri, variant.name);
+  text += ports(variant);
+  if (variant.sides == 2) {
+    text += fmt::format("  pg:mainInput <{0}in> ;\n  pg:mainOutput <{0}out> ;\n", kGroupUri);
+  }
+  return text + "  rdfs:seeAlso <presets.ttl> .\n\n";
+}
+
+std::string groups() {
+  std::string text;
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    const std::string title = channelTitle(channel);
+    text += fmt::format("<{}> a pg:InputGroup ;\n  lv2:symbol \"{}\" ;\n  lv2:name \"{}\" .\n\n",
+                        groupUri(channel), asUriPart(title.c_str()), title);
+  }
+  text += fmt::format(R"(<{0}in> a pg:StereoGroup , pg:InputGroup ;
+  lv2:symbol "in" ;
+  lv2:name "Guitar" .
+
+<{0}out> a pg:StereoGroup , pg:OutputGroup ;
+  pg:source <{0}in> ;
+  lv2:symbol "out" ;
+  lv2:name "Amplifier" .
+)",
+                      kGroupUri);
+  return text;
+}
+
+// What a control port holds for a preset: its own knobs as the bank lists them.
+std::string presetControl(const FactoryPreset& preset, const ParameterInfo& parameter) {
+  if (parameter.kind == ParameterKind::selector) return fmt::format("{}", preset.channel);
+  if (parameter.channel != preset.channel) {
+    return fmt::format("{:.1f}", static_cast<double>(kKnobDefault) * kLv2KnobScale);
+  }
+  const auto knob = static_cast<std::size_t>((parameter.index - 1) % kKnobsPerChannel);
+  return fmt::format("{}", preset.knobs[knob]);
+}
+
+std::string presetHead(const FactoryPreset& preset) {
+  return fmt::format("<{}{}> a pset:Preset ;\n  lv2:appliesTo <{}> , <{}> ;\n", kPresetUri,
+                     asUriPart(preset.name), kLv2Variants[0].uri, kLv2Variants[1].uri);
+}
+
+std::string presetText(const FactoryPreset& preset) {
+  std::string text = presetHead(preset);
+  text +=
+      fmt::format("  rdfs:label \"{}\" ;\n  rdfs:comment \"{}\"", preset.name, preset.description);
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
+    text += fmt::format(" ;\n  lv2:port [ lv2:symbol \"{}\" ; pset:value {} ]", parameter.symbol,
+                        presetControl(preset, parameter));
+  }
+  return text + " .\n\n";
+}
+
+std::string manifest(const std::string& module) {
+  std::string text(kPrefixes);
+  for (const Lv2Variant& variant : kLv2Variants) {
+    text +=
+        fmt::format("<{}> a lv2:Plugin ;\n  lv2:binary <{}> ;\n  rdfs:seeAlso <quellard.ttl> .\n\n",
+                    variant.uri, module);
+  }
+  for (const FactoryPreset& preset : kFactoryBank) {
+    text += presetHead(preset) + "  rdfs:seeAlso <presets.ttl> .\n\n";
+  }
+  return text;
+}
+
+std::string description() {
+  std::string text(kPrefixes);
+  for (const Lv2Variant& variant : kLv2Variants) text += plugin(variant);
+  return text + groups();
+}
+
+std::string presets() {
+  std::string text(kPrefixes);
+  for (const FactoryPreset& preset : kFactoryBank) text += presetText(preset);
+  return text;
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  if (!(file << text).flush()) throw std::runtime_error("cannot write " + path);
+}
+
+}  // namespace
+}  // namespace quellard
+
+int main(int argc, char** argv) try {
+  if (argc != 3) {
+    std::fputs("usage: write_ttl FOLDER MODULE\n", stderr);
+    return 2;
+  }
+  const std::string folder = argv[1];
+  quellard::writeFile(folder + "/manifest.ttl", quellard::manifest(argv[2]));
+  quellard::writeFile(folder + "/quellard.ttl", quellard::description());
+  quellard::writeFile(folder + "/presets.ttl", quellard::presets());
+  return 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "write_ttl: %s\n", error.what());
+  return 1;
+}
