@@ -30,6 +30,7 @@ constexpr double kLongestTail = 24 * 3600;
 // The knobs as the command line gives them, before anybody knows which channel plays.
 struct KnobOptions {
   std::string program = "1";
+  std::string preset;
   std::string channel;
   std::map<std::string, std::string> knobs;  // "gain" to "7.5"
   std::vector<std::string> assignments;      // "vintage.gain=7.5"
@@ -72,11 +73,13 @@ int integerWithin(const char* what, const std::string& text, int lowest, int hig
   return static_cast<int>(value);
 }
 
-// Settles which channel the bare knob names mean: the chosen one, or else the program's own.
+// Settles which channel the bare knob names mean: the chosen one, or else that of the preset or the
+// program.
 StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& module, int& channel) {
   StartingPoint start;
   PluginInstance instance(module);
   start.program = integerWithin("--program", options.program, 1, instance.record().numPrograms) - 1;
+  if (!options.preset.empty()) start.settings = presetSettings(options.preset);
   applyStart(instance, start);
   channel = channelFromSelect(instance.parameter(kTypeParameter));
   if (!options.channel.empty()) {
@@ -105,8 +108,11 @@ void addKnobOptions(CLI::App& command, KnobOptions& knobs) {
   constexpr const char* kGroup = "Knobs";
   addValue(command, "--program", knobs.program, "N", "Program to start from, 1 to 16 (1)")
       ->group(kGroup);
+  addValue(command, "--preset", knobs.preset, "NAME",
+           "Preset to start from, see 'quellard presets'")
+      ->group(kGroup);
   addValue(command, "--channel", knobs.channel, "CHANNEL",
-           "clean, vintage or modern (the program's)")
+           "clean, vintage or modern (the program's or the preset's)")
       ->group(kGroup);
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob || info.channel != 0) continue;
@@ -229,6 +235,10 @@ int plot(const Options& options) {
 }
 
 int list(const CLI::App& command, const Options& options) {
+  if (command.get_name() == "presets") {
+    fmt::print("{}", listPresets());
+    return kDone;
+  }
   const PluginModule module(PluginModule::find(options.plugin));
   int channel = 0;
   if (command.get_name() == "programs") {
@@ -254,6 +264,7 @@ void buildApp(CLI::App& app, Options& options) {
                    options);
   addKnobOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
+  app.add_subcommand("presets", "List the factory presets");
   addCommand(app, options, "info", "Tell what the plug-in says about itself");
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
 }

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <fmt/format.h>
 
+#include "params/factory_bank.h"
 #include "tools/errors.h"
 
 namespace quellard {
@@ -137,6 +138,21 @@ Setting parseSetting(std::string_view name, std::string_view value, int channel)
   const ParameterInfo& info = findByName(name, channel);
   if (info.kind == ParameterKind::selector) return {info.index, selectorValue(parseChannel(value))};
   return {info.index, scaledValue(std::string(name), value, 10.0)};
+}
+
+std::vector<Setting> presetSettings(std::string_view name) {
+  const std::string wanted = lowered(trimmed(name));
+  std::vector<std::string> known;
+  for (const FactoryPreset& preset : kFactoryBank) {
+    known.push_back(lowered(preset.name));
+    if (wanted != known.back()) continue;
+    std::vector<Setting> settings;
+    for (int index = 1; index <= kNumStoredValues; ++index) {
+      settings.push_back({index, presetValue(preset, index)});
+    }
+    return settings;
+  }
+  throw UsageError(fmt::format("unknown preset '{}'{}", trimmed(name), suggestion(wanted, known)));
 }
 
 std::pair<std::string, std::string> splitAssignment(std::string_view text) {

@@ -37,6 +37,9 @@ float selectorValue(int channel);
 //   12                  0..1, the parameter of this index with the value as the plug-in keeps it
 Setting parseSetting(std::string_view name, std::string_view value, int channel);
 
+// All nineteen settings of a preset of the factory bank, by its name.
+std::vector<Setting> presetSettings(std::string_view name);
+
 // "NAME=VALUE" in its two halves, without the spaces around them.
 std::pair<std::string, std::string> splitAssignment(std::string_view text);
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <utility>
 
+#include "params/factory_bank.h"
 #include "params/parameter_table.h"
 #include "tools/knobs.h"
 
@@ -120,6 +121,21 @@ std::string listPrograms(const PluginModule& module) {
       text += fmt::format(" {:>8}", displayed(instance, first + knob));
     }
     text += '\n';
+  }
+  return text;
+}
+
+std::string listPresets() {
+  std::string text = fmt::format("{:<24} {:<8}", "name", "channel");
+  for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
+    text += fmt::format(" {:>8}", kParameters[static_cast<std::size_t>(knob)].name);
+  }
+  text += "  good for\n";
+  for (const FactoryPreset& preset : kFactoryBank) {
+    text += fmt::format("{:<24} {:<8}", preset.name,
+                        kChannelNames[static_cast<std::size_t>(preset.channel)]);
+    for (const double knob : preset.knobs) text += fmt::format(" {:>8.2f}", knob);
+    text += fmt::format("  {}\n", preset.description);
   }
   return text;
 }

@@ -16,6 +16,9 @@ std::string listParameters(const PluginModule& module, const StartingPoint& star
 // A row for each program: number, name, and the knobs of the channel that it selects.
 std::string listPrograms(const PluginModule& module);
 
+// A row for each preset of the factory bank: name, its channel and knobs, what it is good for.
+std::string listPresets();
+
 // All else that a host can ask: names, versions, identity, abilities, jacks.
 std::string describePlugin(const PluginModule& module);
 

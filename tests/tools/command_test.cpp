@@ -220,6 +220,19 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   EXPECT_NE(readText(out), first);
 }
 
+TEST_F(Command, APresetSoundsLikeTheKnobsThatItLists) {
+  runWell(toOut("-q --preset 'warm jazz'"));
+  const std::string preset = readText(out);
+  const std::string row = "Warm Jazz                CLEAN        2.00     6.00     6.00     3.00";
+  EXPECT_NE(run("presets").out.find(row), std::string::npos);
+  const std::string knobs = "--presence 2 --bass 6 --mid 6 --treble 3 --master 4.39 --gain 3.5";
+  runWell(toOut("-q --channel clean " + knobs));
+  EXPECT_EQ(readText(out), preset);
+  runWell(toOut("-q --preset 'Warm Jazz' --gain 9"));
+  EXPECT_NE(readText(out), preset) << "knobs turn on from the preset";
+  expectFailure(run(toOut("--preset 'Warm Jaz'")), 2, "did you mean 'warm jazz'?");
+}
+
 TEST_F(Command, ManyFilesGiveTheSameBytesOnAnyNumberOfThreads) {
   fs::create_directories(folder / "takes" / "old");
   for (int i = 0; i < 6; ++i) {
