@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: ISC
 // quellard_bench: times the amplifier beside the plain model and prints tables.
-#include <unistd.h>
-
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 #include "bench/benches.h"

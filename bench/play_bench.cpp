@@ -112,10 +112,10 @@ void registerPlaying(int turns) {
       for (const int frames : {64, 512}) {
         for (const Knobs knobs : {Knobs::steady, Knobs::audible, Knobs::all}) {
           const Case settings = {channel, rate, frames, knobs};
-          const std::string name =
-              std::string("play/") + kChannelNames[static_cast<std::size_t>(channel)] + "/" +
-              std::to_string(static_cast<int>(rate)) + "/" + std::to_string(frames) + "/" +
-              nameOf(knobs);
+          const std::string name = std::string("play/") +
+                                   kChannelNames[static_cast<std::size_t>(channel)] + "/" +
+                                   std::to_string(static_cast<int>(rate)) + "/" +
+                                   std::to_string(frames) + "/" + nameOf(knobs);
           benchmark::RegisterBenchmark(name.c_str(),
                                        [settings](benchmark::State& s) { playing(s, settings); })
               ->UseManualTime()

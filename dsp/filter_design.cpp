@@ -22,10 +22,8 @@ Weights firstOrder(int num, double K, double gainDb) {
   const double n = 1.0 / (1.0 + K);
   const double p1 = (1.0 - K) * n;
   switch (num) {
-    case lowPass1:
-      return {K * n, K * n, 0.0, p1, 0.0};
-    case highPass1:
-      return {n, -n, 0.0, p1, 0.0};
+    case lowPass1: return {K * n, K * n, 0.0, p1, 0.0};
+    case highPass1: return {n, -n, 0.0, p1, 0.0};
     case lowShelf1: {
       const double V = std::pow(10.0, gainDb / 20.0);
       return {(1.0 + V * K) * n, (V * K - 1.0) * n, 0.0, p1, 0.0};
@@ -113,25 +111,19 @@ FilterDesign designFilter(filterPrm_tag& prm, double pi) {
     case lowPass1:
     case highPass1:
     case lowShelf1:
-    case highShelf1:
-      return {firstOrder(num, K, prm.gain).stored(), num, 1, 1};
+    case highShelf1: return {firstOrder(num, K, prm.gain).stored(), num, 1, 1};
     case lowPass2Butterworth:
-    case highPass2Butterworth:
-      return second(butterworth(num, K));
+    case highPass2Butterworth: return second(butterworth(num, K));
     case bandPassEdges:
     case bandStopEdges:
       return second(bandBetween(num, std::tan(pi * prm.frqLow / prm.fs),
                                 std::tan(pi * prm.frqHigh / prm.fs)));
     case lowPass2:
-    case highPass2:
-      return second(damped(num, K, prm.q));
+    case highPass2: return second(damped(num, K, prm.q));
     case bandPass:
-    case notch:
-      return second(bandAround(num, K, prm.q));
-    case peaking:
-      return second(peak(K, prm.q, prm.gain));
-    default:
-      return {onePole(f, prm.fs, pi), num, 1, 0};
+    case notch: return second(bandAround(num, K, prm.q));
+    case peaking: return second(peak(K, prm.q, prm.gain));
+    default: return {onePole(f, prm.fs, pi), num, 1, 0};
   }
 }
 

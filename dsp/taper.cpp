@@ -23,14 +23,10 @@ float edit<Value>::curveAt(float t) const {
                                 static_cast<double>(scale) *
                                     std::pow(d, static_cast<double>(exponent)));
     }
-    case kFixedPowerCurve:
-      return std::pow(t, 1.4142135f);
-    case kArctangentCurve:
-      return arctangentAt(t);
-    case kPolynomialCurve:
-      return polynomialAt(t);
-    default:
-      return t;
+    case kFixedPowerCurve: return std::pow(t, 1.4142135f);
+    case kArctangentCurve: return arctangentAt(t);
+    case kPolynomialCurve: return polynomialAt(t);
+    default: return t;
   }
 }
 
