@@ -76,8 +76,8 @@ class Amplifier {
   std::int32_t reservedFrames;
   // What the sections that glide were built as, from where the first block glides to the knobs: the
   // input shelf and the tone stack of each channel.
-  static constexpr std::size_t kGlidingSections = 7;
-  using GlidingDesigns = std::array<IIRFilter::Coefficients, kGlidingSections>;
+  static constexpr std::size_t kMostGlidingSections = 8;
+  using GlidingDesigns = std::array<IIRFilter::Coefficients, kMostGlidingSections>;
   std::array<GlidingDesigns, kNumChannels> builtDesigns;
 
   // The rate, in Hz, for which a setup last asked for waveshaper tables in this process; -1 at

@@ -14,8 +14,21 @@ namespace {
 constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
                                                                  1.0f, 1.0f, 1.0f};
 
+// Sections that are run gliding: the input shelf and the tone stack, whose last section is never
+// retuned but starts gliding from nothing like the others.
+std::size_t glidingSections(const AmpChannelBase& channel) {
+  return 1 + static_cast<std::size_t>(channel.eqCount);
+}
+
 IIRFilter& glidingSection(AmpChannelBase& channel, std::size_t i) {
   return i == 0 ? *channel.preFilters[0] : *channel.eqFilters[i - 1];
+}
+
+void restartGlide(IIRFilter& section, const IIRFilter::Coefficients& built) {
+  section.coef = built;
+  section.ipBase.fill(0.0);
+  section.ipStep.fill(0.0);
+  section.ipCount = section.ipLength = 0.0;
 }
 
 }  // namespace
@@ -79,8 +92,8 @@ void Amplifier::buildChannels(double rate) {
   clipSampleRate.store(rate, std::memory_order_release);
 
   for (std::size_t c = 0; c < kNumChannels; ++c) {
-    for (std::size_t i = 0; i < kGlidingSections; ++i) {
-      builtDesigns[c][i] = glidingSection(*channels[c], i).coef;
+    for (std::size_t i = 0; i < glidingSections(*channels[c]); ++i) {
+      builtDesigns[c].at(i) = glidingSection(*channels[c], i).coef;
     }
   }
 }
@@ -94,8 +107,8 @@ void Amplifier::reset() {
     AmpChannelBase& channel = *channels[c];
     channel.clearMemory();
     channel.gainCurrent = channel.masterCurrent = 0.0;
-    for (std::size_t i = 0; i < kGlidingSections; ++i) {
-      glidingSection(channel, i).coef = builtDesigns[c][i];
+    for (std::size_t i = 0; i < glidingSections(channel); ++i) {
+      restartGlide(glidingSection(channel, i), builtDesigns[c][i]);
     }
   }
   channelSwitch->fadeState = ChannelSwitcher::idle;

@@ -67,7 +67,7 @@ ClapPlugin::ClapPlugin(const clap_host_t* clapHost, const ClapVariant& variant)
   plugin_.on_main_thread = [](const clap_plugin_t*) {};
 }
 
-// A host that activates begins anew: the first block sounds as that of an effect just opened.
+// A host that activates begins anew, with an effect just opened.
 bool ClapPlugin::activate(const clap_plugin_t* plugin, double rate, std::uint32_t /*minFrames*/,
                           std::uint32_t maxFrames) try {
   if (maxFrames > kMostFrames) return false;

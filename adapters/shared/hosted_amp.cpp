@@ -61,6 +61,7 @@ bool HostedAmp::prepare(double rate, int maxFrames) {
   rate_ = rate;
   maxFrames_ = maxFrames;
   told_ = now;
+  settled_ = false;
   return true;
 }
 
@@ -81,6 +82,7 @@ std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames,
 
 void HostedAmp::reset() {
   for (Side& side : built_) side.effect->reset();
+  settled_ = false;
 }
 
 void HostedAmp::setValue(int index, float value) {
@@ -110,6 +112,7 @@ HostedAmp::Values HostedAmp::values() const {
 void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
   adoptMovedValues();
   if (built_.empty()) return writeSilence(out, begin, end);
+  if (!settled_ && begin < end) settle();
   while (begin < end) {
     const int frames = std::min(end - begin, maxFrames_);
     playPiece(in, out, begin, frames);
@@ -125,6 +128,15 @@ void HostedAmp::adoptMovedValues() {
     told = now;
     for (Side& side : built_) side.effect->setParameter(index, now);
   }
+}
+
+// A block of no frames makes all three channels take their settings at once.
+void HostedAmp::settle() {
+  for (Side& side : built_) {
+    double* nothing = side.samples.data();
+    side.effect->processDoubleReplacing(&nothing, &nothing, 0);
+  }
+  settled_ = true;
 }
 
 // All sides are read before any is written: a host may have crossed the channels of one buffer.

@@ -58,8 +58,10 @@ class HostedAmp {
   Values values() const;
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
-  // output may be the input, in any order of channels. [audio thread] Never allocates; stretches
-  // longer than maxFrames (or kLongestPiece) are played in pieces of it.
+  // output may be the input, in any order of channels. The first stretch after prepare() or reset()
+  // finds every knob in its place, as a render does: the effect alone would glide there over one
+  // block, so that the beginning of a song would depend on the host's block length. [audio thread]
+  // Never allocates; stretches longer than maxFrames (or kLongestPiece) are played in pieces of it.
   void play(const AudioChannels& in, const AudioChannels& out, int begin, int end);
 
   int sides() const { return sides_; }
@@ -73,9 +75,11 @@ class HostedAmp {
 
   std::vector<Side> buildSides(double rate, int maxFrames, const Values& values) const;
   void adoptMovedValues();
+  void settle();
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
 
   int sides_;
+  bool settled_ = false;
   double rate_ = 0.0;
   int maxFrames_ = 0;
   std::vector<Side> built_;  // empty before the first prepare()

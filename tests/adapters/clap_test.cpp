@@ -25,7 +25,8 @@ float directValue(clap_id id, double plain) {
   return id == kTypeParameter ? static_cast<float>(plain) * 0.5F : static_cast<float>(plain);
 }
 
-// The amplifier as the plug-in must play it: one effect for each side, cut where events fall.
+// The amplifier as the plug-in must play it: one effect for each side, settled, cut where events
+// fall.
 class DirectAmp {
  public:
   explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {
@@ -33,6 +34,7 @@ class DirectAmp {
   }
   void setSampleRate(float rate) {
     for (auto& effect : effects_) effect->setSampleRate(rate);
+    settled_ = false;
   }
   void set(clap_id id, double plain) {
     for (auto& effect : effects_) {
@@ -46,6 +48,7 @@ class DirectAmp {
     const auto frames = static_cast<std::uint32_t>(in.front().size());
     std::uint32_t done = 0;
     const auto playTo = [&](std::uint32_t end) {
+      if (end > done && !settled_) settle();
       for (std::size_t side = 0; side < effects_.size() && end > done; ++side) {
         double* samples = out[side].data() + done;
         effects_[side]->process(samples, samples, static_cast<int>(end - done));
@@ -62,7 +65,14 @@ class DirectAmp {
   }
 
  private:
+  // As a render begins: the knobs are in their places before the first sample.
+  void settle() {
+    for (auto& effect : effects_) effect->process(nullptr, nullptr, 0);
+    settled_ = true;
+  }
+
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
+  bool settled_ = false;
 };
 
 std::vector<Move> drawMoves(Random& random, int frames) {
