@@ -32,6 +32,19 @@ inline const clap_plugin_factory_t* clapFactory() {
       clapEntry()->get_factory(CLAP_PLUGIN_FACTORY_ID));
 }
 
+// The channels that the pointers lead to, as a port. The pointers must outlive it.
+template <typename Sample>
+clap_audio_buffer_t bufferOf(std::vector<Sample*>& pointers) {
+  clap_audio_buffer_t buffer{};
+  if constexpr (sizeof(Sample) == sizeof(double)) {
+    buffer.data64 = pointers.data();
+  } else {
+    buffer.data32 = pointers.data();
+  }
+  buffer.channel_count = static_cast<std::uint32_t>(pointers.size());
+  return buffer;
+}
+
 // One parameter event, and others that the plug-in has to leave alone.
 struct Move {
   std::uint32_t time = 0;

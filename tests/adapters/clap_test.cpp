@@ -90,18 +90,6 @@ std::vector<Move> drawMoves(Random& random, int frames) {
   return moves;
 }
 
-template <typename Sample>
-clap_audio_buffer_t bufferOf(std::vector<Sample*>& pointers) {
-  clap_audio_buffer_t buffer{};
-  if constexpr (sizeof(Sample) == sizeof(double)) {
-    buffer.data64 = pointers.data();
-  } else {
-    buffer.data32 = pointers.data();
-  }
-  buffer.channel_count = static_cast<std::uint32_t>(pointers.size());
-  return buffer;
-}
-
 // One block through both; the plug-in in place or not.
 template <typename Sample>
 void playBoth(Random& random, ClapInstance& plugin, DirectAmp& direct, int sides) {

@@ -172,9 +172,7 @@ TEST(Realtime, ClapPlaysAutomationWithoutAllocating) {
   ASSERT_TRUE(plugin.activate(44100.0, kMost));
   Channels<float> io(2, std::vector<float>(kMost, 0.1F));
   auto pointers = pointersTo(io);
-  clap_audio_buffer_t buffer{};
-  buffer.data32 = pointers.data();
-  buffer.channel_count = 2;
+  clap_audio_buffer_t buffer = bufferOf(pointers);
   for (int i = 0; i < kBlocks; ++i) {
     const auto frames = static_cast<std::uint32_t>(random.integer(1, kMost));
     std::vector<Move> moves;
