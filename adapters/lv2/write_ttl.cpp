@@ -160,14 +160,15 @@ std::string groups() {
   return text;
 }
 
-// What a control port holds for a preset: its own knobs as the bank lists them.
+// What a control port holds for a preset: its own knobs as the bank lists them. With a point
+// always, as some hosts take no whole numbers for the value of a port.
 std::string presetControl(const FactoryPreset& preset, const ParameterInfo& parameter) {
-  if (parameter.kind == ParameterKind::selector) return fmt::format("{}", preset.channel);
+  if (parameter.kind == ParameterKind::selector) return fmt::format("{}.0", preset.channel);
   if (parameter.channel != preset.channel) {
     return fmt::format("{:.1f}", static_cast<double>(kKnobDefault) * kLv2KnobScale);
   }
   const auto knob = static_cast<std::size_t>((parameter.index - 1) % kKnobsPerChannel);
-  return fmt::format("{}", preset.knobs[knob]);
+  return fmt::format("{:#}", preset.knobs[knob]);
 }
 
 std::string presetHead(const FactoryPreset& preset) {
