@@ -3,6 +3,7 @@
 # `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed.
 set -euo pipefail
 
+root=$(cd "$(dirname "$0")/../.." && pwd)
 build=$2
 quellard=$build/quellard
 mono=urn:quellard:amplifier
@@ -124,6 +125,21 @@ case $1 in
     start jalv -x -n amp $(printf -- '-c %s ' "${ports[@]}") "$mono"
     "$quellard" render -q -o expected.wav mono.wav "${knobs[@]}"
     hear amp:in amp:out
+    ;;
+  install)
+    needs lv2ls
+    unset LV2_PATH
+    mkdir home
+    install=$root/scripts/install
+    HOME=$PWD/home "$install" --user "$build"
+    HOME=$PWD/home lv2ls | grep -qx $stereo
+    home/.local/bin/quellard render -q mono.wav -o heard.wav "${knobs[@]}"
+    expect heard.wav mono.wav "${knobs[@]}"
+    for file in .clap/quellard.clap .vst/quellard-vst2.so; do
+      cmp "home/$file" "$build/${file##*/}"
+    done
+    HOME=$PWD/home "$install" --user --remove
+    [[ -z $(find home -type f) ]]
     ;;
   *)
     echo "no case is called '$1'" >&2
