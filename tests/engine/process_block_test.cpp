@@ -226,10 +226,12 @@ TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
 TEST_F(ProcessBlock, ChannelsPlayUnderTheLockWithFlushToZero) {
   const unsigned hostsMode = floatingPointMode();
   unsigned inside = 0;
-  bool lockWasFree = true;
+  bool lockWasFree = false;
   fakes[2]->inBlock = [&] {
     inside = floatingPointMode();
-    std::thread([&] { lockWasFree = amp.processLock.try_lock(); }).join();
+    std::thread([&] {
+      if (const std::unique_lock lock(amp.processLock, std::try_to_lock); lock) lockWasFree = true;
+    }).join();
   };
   for (const unsigned mode : {hostsMode, hostsMode | kDenormalsAreZeroBit | kRoundDownBits,
                               hostsMode | kFlushToZeroBit, hostsMode | 0x3Fu}) {

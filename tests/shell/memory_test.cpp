@@ -182,7 +182,6 @@ TEST(Memory, AfterASetupThatFailsTheNextOneBuildsEverything) {
     pair.setParameter(19, 0.5f);
     pair.setSampleRate(48000.0f);
     ASSERT_TRUE(pair.playNoise(64));
-    pair.model.setSampleRate(44100.0f);
     {
       const Shortage shortage(place);
       pair.effect.setSampleRate(44100.0f);
@@ -193,7 +192,11 @@ TEST(Memory, AfterASetupThatFailsTheNextOneBuildsEverything) {
       pair.effect.process(block.data(), block.data(), 64);
       EXPECT_EQ(block, std::vector<double>(64, 0.0)) << "silence, place " << place;
       for (const auto& channel : pair.effect.object().channels) EXPECT_EQ(channel, nullptr);
-      pair.effect.setSampleRate(44100.0f);
+      // Going back to the earlier rate builds as well.
+      pair.model.setSampleRate(44100.0f);
+      pair.setSampleRate(place % 2 == 0 ? 44100.0f : 48000.0f);
+    } else {
+      pair.model.setSampleRate(44100.0f);
     }
     ASSERT_TRUE(pair.playNoise(64)) << place;
     pair.setParameter(19, 0.0f);
