@@ -4,23 +4,32 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
+#include <time.h>
 #include <vector>
 
 namespace quellard::bench {
 
+// The processor time of this thread, in ns: turns that the machine takes away do not count.
+inline double processorTime() {
+  timespec now = {};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
+
 // The time that `work` takes, in ns.
 template <typename Work>
 double nanoseconds(Work&& work) {
-  const auto begin = std::chrono::steady_clock::now();
+  const double begin = processorTime();
   work();
-  return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
+  return processorTime() - begin;
 }
 
-inline double median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+// The same behind a first time that does not count: in a host nobody else has just emptied the
+// cache of tables and code.
+template <typename Work>
+double warmNanoseconds(Work&& work) {
+  work();
+  return nanoseconds(work);
 }
 
 // The turns of the shipped code and of the plain model.
@@ -29,16 +38,15 @@ class Race {
   void add(double shipped, double plain) {
     shipped_.push_back(shipped);
     plain_.push_back(plain);
-    ratios_.push_back(plain / shipped);
   }
 
-  // The undisturbed turn of each, and the middle one of all ratios within one turn.
+  // The undisturbed turn of each.
   double shipped() const { return *std::min_element(shipped_.begin(), shipped_.end()); }
   double plain() const { return *std::min_element(plain_.begin(), plain_.end()); }
-  double ratio() const { return median(ratios_); }
+  double ratio() const { return plain() / shipped(); }
 
  private:
-  std::vector<double> shipped_, plain_, ratios_;
+  std::vector<double> shipped_, plain_;
 };
 
 }  // namespace quellard::bench

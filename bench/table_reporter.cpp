@@ -53,7 +53,7 @@ void TableReporter::beginTable(const std::string& table) {
   table_ = table;
   if (table == "play") {
     std::printf(
-        "\nPlaying, per input sample: fastest turn of each, ratio of the middle turn;\n"
+        "\nPlaying, per input sample: fastest turn of each and their ratio;\n"
         "limit: how many times the time of the lowpass recurrence alone\n"
         "%-8s %6s %6s %-8s %10s %10s %7s %12s %7s\n",
         "channel", "Hz", "block", "knobs", "shipped ns", "plain ns", "ratio", "x real time",

@@ -34,12 +34,7 @@ QuellardCh1::QuellardCh1(double sampleRate, bool rebuildTables) : AmpChannelBase
 }
 
 void QuellardCh1::signalProcess(double* in, double* out, int n) {
-  const auto beforeDrive = [this](double& x) {
-    runBank(postFilters, 0, postCount, x);
-    runBank(powerFilters, 0, powerCount, x);
-  };
-  const Clipper& drive = clip.at(overSample);
-  playChannel(*this, in, out, n, beforeDrive, [&drive](double y) { return drive.lookup(y); });
+  playChannel(*this, {clip.at(overSample), nullptr}, in, out, n);
 }
 
 void QuellardCh1::setEQ(double treble, double mid, double bass, double presence, int n) {

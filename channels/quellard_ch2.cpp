@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "channels/quellard_ch2.h"
 
-#include "channels/cascade.h"
+#include "channels/signal_chain.h"
 #include "channels/tone_controls.h"
 
 namespace quellard {
@@ -36,8 +36,7 @@ QuellardCh2::QuellardCh2(double sampleRate, bool rebuildTables)
 }
 
 void QuellardCh2::signalProcess(double* in, double* out, int n) {
-  const auto beforeDrive = [](double&) {};
-  playChannel(*this, in, out, n, beforeDrive, Cascade(*this, clip.at(overSample), *this));
+  playChannel(*this, {clip.at(overSample), this}, in, out, n);
 }
 
 void QuellardCh2::setEQ(double treble, double mid, double bass, double presence, int n) {

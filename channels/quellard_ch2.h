@@ -3,7 +3,8 @@
 // split, all oversampled, behind a drive that clips early and softly.
 #pragma once
 
-#include "channels/cascade.h"
+#include "channels/amp_channel.h"
+#include "channels/power_stage_split.h"
 
 namespace quellard {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "channels/quellard_ch3.h"
 
-#include "channels/cascade.h"
+#include "channels/signal_chain.h"
 #include "channels/tone_controls.h"
 
 namespace quellard {
@@ -37,8 +37,7 @@ QuellardCh3::QuellardCh3(double sampleRate, bool rebuildTables)
 }
 
 void QuellardCh3::signalProcess(double* in, double* out, int n) {
-  const auto beforeDrive = [this](double& x) { runBank(preFilters, 1, preCount, x); };
-  playChannel(*this, in, out, n, beforeDrive, Cascade(*this, clip.at(overSample), *this));
+  playChannel(*this, {clip.at(overSample), this}, in, out, n);
 }
 
 void QuellardCh3::setEQ(double treble, double mid, double bass, double presence, int n) {

@@ -3,7 +3,8 @@
 // filters between the stages.
 #pragma once
 
-#include "channels/cascade.h"
+#include "channels/amp_channel.h"
+#include "channels/power_stage_split.h"
 
 namespace quellard {
 

@@ -1,0 +1,405 @@
+// The road of a channel with its stages skewed, the same bits as the plain order several times as
+// fast. The oversampled loop is all recurrences, each waiting for its own last result. Here a pass
+// handles one input sample, and every stage works on a sample of its own, older the further down
+// the road it stands, so that all recurrences run side by side:
+//
+//   pass      k       k+1     k+2     k+3     k+4     k+5     k+6 ...
+//   before    x k     x k+1   x k+2   x k+3   x k+4   x k+5   x k+6    sections before the drive
+//   up                x k     x k+1   x k+2   x k+3   x k+4   x k+5    F sub-samples a pass ...
+//   sections                  T0 k    k+1     k+2     k+3     k+4      post, T1, power as well
+//   split                             ...
+//   down, behind                                      x k     x k+1    sections behind the loop
+//
+// Between two stages the F sub-samples of a sample lie in a frame of two halves. While the stages
+// run through one half, the waveshapers look up the other; so a lookup costs no pass of its own.
+//
+// At the start of a call the later stages have nothing to do yet, at its end the earlier ones have
+// nothing left. They run all the same, and only what they remember is put right: a stage takes its
+// memory when its first sample arrives and gives it back behind its last.
+#pragma once
+
+#include <cstddef>
+#include <utility>
+
+#include "channels/fast/skewed_state.h"
+#include "channels/fast/vector.h"
+
+namespace quellard::fast {
+inline namespace QUELLARD_FAST_ISA {
+
+#define QUELLARD_EACH [&](auto i) __attribute__((always_inline))
+
+// Coefficients in the shape in which the stages use them.
+struct Settings {
+  // Of the resampling lowpasses: for s0, for {s1, s3} and for {s2, s4}, up beside down. B weighs
+  // the first sub-sample of a sample, Z the zero-stuffed ones, see resample().
+  Pair A0, B0, B1, Z0, Z1;
+  Quad A13, A24, B13, B24, Z13, Z24;
+  Pair postPowerX0, postPowerX1, postPowerY1;
+  double power1X0, power1X1, power1Y1;
+  Pair splitCoef;
+  Quad halfSize[4];
+  const double* table[4];
+};
+
+// What the stages leave for each other, in sub-samples.
+struct Frame {
+  alignas(64) double up[8], post[8], power[8];
+  double splitLow[8], splitHigh[8];
+  double shaped01[8][2];  // what T0 and T1 make of up and post; sub-samples 0 2 1 3, 4 6 5 7
+  double shaped2[8];
+  double mixed[8];
+};
+
+// A lookup under way.
+struct Lookup {
+  Spot spot;
+  Quad below, above;
+};
+
+// Memory, in registers.
+struct Live {
+  Quad rack1[kPlaces], rack2[kPlaces];
+  Pair first;
+  Quad odd, even;
+  Pair postPower;
+  double power1;
+  Pair split;
+  Frame frame;
+  Lookup lookups[4];
+  Quad count[kPlaces];
+  Quad rackOut;
+  double driven;
+  double resampled;
+};
+
+template <int F, bool cascade, bool glides>
+class SkewedCore {
+ public:
+  SkewedCore(SkewedState& state, const double* in, double* out, int n)
+      : s_(state), in_(in), out_(out), n_(n) {}
+
+  void run();
+
+ private:
+  // By how many samples each stage lags behind the input.
+  static constexpr int kUpLag = 1;
+  static constexpr int kSectionsLag = 2;
+  static constexpr int kPowerLag = 3;
+  static constexpr int kSplitLag = 4;
+  static constexpr int kDownLag = cascade ? 5 : 3;
+  static constexpr int kOutLag = kDownLag + 3;
+  static Quad rackLags() { return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3)); }
+
+  struct Pass {
+    Quad rack;
+    Pair resampled[8], postPower[8], power1[8], branches[8];
+  };
+
+  QUELLARD_INLINE Settings settings() const;
+  template <class Exchange>
+  QUELLARD_INLINE static void atLag(int lag, Live& m, Memory& memory, const Exchange& exchange);
+  QUELLARD_INLINE void pass(const Settings& c, Live& m, int k);
+  template <int j>
+  QUELLARD_INLINE void subSample(const Settings& c, Live& m, Pass& p);
+  template <int j>
+  QUELLARD_INLINE void resample(const Settings& c, Live& m, Pass& p);
+  template <int j>
+  QUELLARD_INLINE void sections(const Settings& c, Live& m, Pass& p);
+  template <int j>
+  QUELLARD_INLINE void split(const Settings& c, Live& m, Pass& p);
+  template <int place>
+  QUELLARD_INLINE void rack(Live& m, Pass& p);
+  template <int j>
+  QUELLARD_INLINE void waveshaper(const Settings& c, Live& m);
+  template <int j>
+  QUELLARD_INLINE void waveshapers(const Settings& c, Live& m);
+  QUELLARD_INLINE void aim(const Settings& c, int table, Lookup& l, const double* from);
+  QUELLARD_INLINE void fetch(const Settings& c, int table, Lookup& l);
+  QUELLARD_INLINE static Quad between(const Lookup& l) {
+    return (l.above - l.below) * l.spot.rest + l.below;
+  }
+  template <int j>
+  QUELLARD_INLINE static void collect(const Pair* o, double* lane0, double* lane1 = nullptr);
+
+  SkewedState& s_;
+  const double* in_;
+  double* out_;
+  int n_;
+};
+
+template <int F, bool cascade, bool glides>
+void SkewedCore<F, cascade, glides>::run() {
+  const Settings c = settings();
+  Live m = {};
+  if constexpr (glides) {
+    forEach<kPlaces>(QUELLARD_EACH { m.count[i] = load<4>(s_.rackCount[i]) - rackLags(); });
+  }
+  const auto take = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
+    live = choose(due, load(memory, live), live);
+  };
+  const auto give = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
+    store(memory, choose(due, live, load(memory, live)));
+  };
+  for (int k = 0; k < n_ + kOutLag; ++k) {
+    if (k <= kOutLag) [[unlikely]]
+      atLag(k, m, s_.memory, take);
+    pass(c, m, k);
+    if (k >= n_ - 1) [[unlikely]]
+      atLag(k - (n_ - 1), m, s_.memory, give);
+  }
+}
+
+// Exchanges the memory of the stages that lag by so many samples.
+template <int F, bool cascade, bool glides>
+template <class Exchange>
+void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
+                                           const Exchange& exchange) {
+  const double d = lag;
+  const Quad inRack = equal(rackLags(), splat<4>(d));
+  forEach<kPlaces>(QUELLARD_EACH {
+    exchange(inRack, m.rack1[i], memory.rack1[i]);
+    exchange(inRack, m.rack2[i], memory.rack2[i]);
+  });
+  const Pair resampling = equal(pair(kUpLag, kDownLag), splat<2>(d));
+  exchange(resampling, m.first, memory.first);
+  exchange(quad(resampling, resampling), m.odd, memory.odd);
+  exchange(quad(resampling, resampling), m.even, memory.even);
+  if constexpr (cascade) {
+    exchange(equal(pair(kSectionsLag, kPowerLag), splat<2>(d)), m.postPower, memory.postPower);
+    exchange(lag == kPowerLag, m.power1, &memory.power1);
+    exchange(equal(splat<2>(kSplitLag), splat<2>(d)), m.split, memory.split);
+  }
+}
+
+template <int F, bool cascade, bool glides>
+Settings SkewedCore<F, cascade, glides>::settings() const {
+  Settings c;
+  const auto both = [](double x) { return splat<2>(x); };
+  const auto& a = s_.resampleA;
+  const auto& b = s_.resampleB;  // the other three are the same backwards
+  c.A0 = both(a[0]);
+  c.A13 = quad(both(a[1]), both(a[3]));
+  c.A24 = quad(both(a[2]), both(a[4]));
+  c.B0 = both(b[0]);
+  c.B1 = both(b[1]);
+  c.B13 = quad(both(b[2]), both(b[1]));
+  c.B24 = quad(both(b[2]), both(b[0]));
+  c.Z0 = pair(1.0, b[0]);
+  c.Z1 = pair(1.0, b[1]);
+  c.Z13 = quad(pair(1.0, b[2]), pair(1.0, b[1]));
+  c.Z24 = quad(pair(1.0, b[2]), pair(1.0, b[0]));
+  const auto& l = s_.loopCoef;
+  c.postPowerX0 = pair(l[0][0], l[1][0]);
+  c.postPowerX1 = pair(l[0][1], l[1][1]);
+  c.postPowerY1 = pair(l[0][2], l[1][2]);
+  c.power1X0 = l[2][0];
+  c.power1X1 = l[2][1];
+  c.power1Y1 = l[2][2];
+  c.splitCoef = both(s_.splitCoef);
+  forEach<4>(QUELLARD_EACH {
+    c.halfSize[i] = splat<4>(s_.halfSize[i]);
+    c.table[i] = s_.table[i];
+  });
+  return c;
+}
+
+template <int F, bool cascade, bool glides>
+void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
+  double x = k < n_ ? in_[k] : 0.0;
+  x = x - x == 0.0 ? x : 0.0;
+  Pass p;
+  p.rack = quad(pair(x, m.resampled), highHalf(m.rackOut));
+  forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, m, p); });
+
+  const Pair low = lowHalf(p.rack), high = highHalf(p.rack);
+  m.driven = ((s_.first + k) * s_.drive.step + s_.drive.start) * first(low);
+  m.resampled = second(p.resampled[0]);
+  m.rackOut = quad(low, pair(second(low), first(high)));
+  const int done = k - kOutLag;
+  if (done >= 0) {
+    out_[done] = ((s_.first + done) * s_.level.step + s_.level.start) * second(high);
+  }
+}
+
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass& p) {
+  resample<j>(c, m, p);
+  if constexpr (cascade) {
+    sections<j>(c, m, p);
+    split<j>(c, m, p);
+    waveshapers<j>(c, m);
+  } else {
+    waveshaper<j>(c, m);
+  }
+  if constexpr (j % 2 == 0) rack<j / 2>(m, p);
+  settle(m.first, m.odd, m.even, m.postPower, m.power1, m.split);
+}
+
+// The up lowpass in the first lane, down in the second. Zero-stuffed sub-samples leave the input
+// terms out: there Z makes them 1.0 * -0.0, and adding -0.0 changes no number, not even a zero.
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::resample(const Settings& c, Live& m, Pass& p) {
+  const Pair u = pair(j == 0 ? m.driven : -0.0, m.frame.mixed[j]);
+  const Quad uu = quad(u, u);
+  const Pair y = (j == 0 ? c.B0 : c.Z0) * u + m.first;
+  const Quad yy = quad(y, y);
+  const Quad odd = m.odd;
+  m.first = c.A0 * y + lowHalf(odd) + (j == 0 ? c.B1 : c.Z1) * u;
+  m.odd = c.A13 * yy + m.even + (j == 0 ? c.B13 : c.Z13) * uu;
+  m.even = c.A24 * yy + highThenZero(odd) + (j == 0 ? c.B24 : c.Z24) * uu;
+  p.resampled[j] = y;
+  collect<j>(p.resampled, m.frame.up);
+}
+
+// Of first order: the terms with two samples' delay are zero and left out. That can turn the sign
+// of a zero, which ends in the next lookup: it adds the zero to the table's centre.
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
+  constexpr int slot = j / 4 * 4 + j % 2 * 2 + j / 2 % 2;
+  const Pair x = load<2>(m.frame.shaped01[slot]);
+  const Pair y = c.postPowerX0 * x + m.postPower;
+  m.postPower = c.postPowerX1 * x + c.postPowerY1 * y;
+  const double z = c.power1X0 * second(y) + m.power1;
+  m.power1 = c.power1X1 * second(y) + c.power1Y1 * z;
+  p.postPower[j] = y;
+  p.power1[j] = pair(z, z);
+  collect<j>(p.postPower, m.frame.post);
+  collect<j>(p.power1, m.frame.power);
+}
+
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::split(const Settings& c, Live& m, Pass& p) {
+  const Pair in = splat<2>(m.frame.shaped2[j]);
+  const Pair old = m.split;
+  m.split = (old + turnFirst(in)) * c.splitCoef + in;
+  p.branches[j] = m.split + turnSecond(old);
+  collect<j>(p.branches, m.frame.splitLow, m.frame.splitHigh);
+}
+
+// One place of all four lanes, in the glided or fixed form of IIRFilter.
+template <int F, bool cascade, bool glides>
+template <int place>
+void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
+  const auto k = [&](int i) __attribute__((always_inline)) {
+    const Quad fixed = load<4>(s_.rackCoef[place][i]);
+    if constexpr (glides) return load<4>(s_.rackStep[place][i]) * m.count[place] + fixed;
+    return fixed;
+  };
+  const Quad x = p.rack;
+  const Quad y = k(2) * x + m.rack1[place];
+  m.rack1[place] = (k(3) * x + m.rack2[place]) + k(0) * y;
+  m.rack2[place] = k(4) * x + k(1) * y;
+  if constexpr (glides) m.count[place] = m.count[place] + splat<4>(1.0);
+  p.rack = place == kPlaces - 1 ? choose(load<4>(s_.lastPlaceUsed), y, x) : y;
+}
+
+// CLEAN: a lookup for the half of the frame that the stages have left. It takes a whole pass, since
+// up and down share a vector and would wait for each other's sub-samples otherwise.
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
+  constexpr int half = j < 4 ? 1 : 0;
+  if constexpr (j % 4 == 0) fetch(c, 0, m.lookups[half]);
+  if constexpr (j % 4 == 1) store(m.frame.mixed + 4 * half, between(m.lookups[half]));
+  if constexpr (j % 4 == 2) aim(c, 0, m.lookups[half], m.frame.up + 4 * half);
+}
+
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
+  constexpr int at = j < 4 ? 4 : 0;
+  Lookup& t0 = m.lookups[0];
+  Lookup& t1 = m.lookups[1];
+  Lookup& t2 = m.lookups[2];
+  Lookup& t3 = m.lookups[3];
+  constexpr bool brief = F == 7 && j > 3;
+#ifndef SCHED
+#define SCHED 3
+#endif
+  constexpr int late = SCHED >= 3 && !brief ? 1 : 0;
+  if constexpr (j % 4 == 0) {
+    aim(c, 0, t0, m.frame.up + at);
+    aim(c, 1, t1, m.frame.post + at);
+  }
+  if constexpr (j % 4 == late) {
+    aim(c, 2, t2, m.frame.power + at);
+    aim(c, 3, t3, m.frame.splitHigh + at);
+  }
+  constexpr int fetching = SCHED == 4 ? 2 : 1;
+  if constexpr (j % 4 == fetching) {
+    fetch(c, 0, t0);
+    fetch(c, 1, t1);
+  }
+  if constexpr (j % 4 == fetching + late) {
+    fetch(c, 2, t2);
+    fetch(c, 3, t3);
+  }
+  if constexpr (j % 4 == 2) {
+    const Quad a = between(t0), b = between(t1);
+    store(m.frame.shaped01[at], firsts(a, b));
+    store(m.frame.shaped01[at + 2], seconds(a, b));
+  }
+  if constexpr (j % 4 == 2 + late) {
+    store(m.frame.shaped2 + at, between(t2));
+    const Quad low = load<4>(m.frame.splitLow + at) * splat<4>(0.7);
+    store(m.frame.mixed + at, (low + between(t3)) * splat<4>(0.66));
+  }
+}
+
+// Clamps and finds the table entries around four values.
+template <int F, bool cascade, bool glides>
+void SkewedCore<F, cascade, glides>::aim(const Settings& c, int table, Lookup& l,
+                                         const double* from) {
+  const Quad half = c.halfSize[table];
+  const Quad x = larger(splat<4>(-1.0), smaller(splat<4>(1.0), load<4>(from)));
+  locate(half + x * half, l.spot);
+}
+
+// One load brings both neighbours.
+template <int F, bool cascade, bool glides>
+void SkewedCore<F, cascade, glides>::fetch(const Settings& c, int table, Lookup& l) {
+  const auto entry = [&](int i) __attribute__((always_inline)) {
+    return load<2>(c.table[table] + indexOf(l.spot, i));
+  };
+  const Quad even = quad(entry(0), entry(2)), odd = quad(entry(1), entry(3));
+  l.below = firsts(even, odd);
+  l.above = seconds(even, odd);
+}
+
+// Turns the lanes of pairs into sub-samples, as many at a time as a vector holds: what is stored in
+// one piece can be loaded in one piece at once.
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, double* lane1) {
+  if constexpr (j % nativeLanes == nativeLanes - 1 || j == F - 1) {
+    constexpr int at = j / nativeLanes * nativeLanes;
+    const auto o1 = o[at + 1 < F ? at + 1 : at];
+    if constexpr (nativeLanes == 2) {
+      store(lane0 + at, firsts(o[at], o1));
+      if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1));
+    } else {
+      store(lane0 + at, firsts(o[at], o1, o[at + 2], o[j]));
+      if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1, o[at + 2], o[j]));
+    }
+  }
+}
+
+template <int F, bool cascade>
+inline void runFor(SkewedState& s, const double* in, double* out, int n) {
+  if (s.glides) return SkewedCore<F, cascade, true>(s, in, out, n).run();
+  SkewedCore<F, cascade, false>(s, in, out, n).run();
+}
+
+inline void runSkewed(SkewedState& s, const double* in, double* out, int n) {
+  if (s.overSample == 7)
+    return s.cascade ? runFor<7, true>(s, in, out, n) : runFor<7, false>(s, in, out, n);
+  s.cascade ? runFor<8, true>(s, in, out, n) : runFor<8, false>(s, in, out, n);
+}
+
+}  // namespace QUELLARD_FAST_ISA
+}  // namespace quellard::fast

@@ -1,0 +1,9 @@
+// The fast core, built for avx2.
+#define QUELLARD_FAST_ISA avx2
+#include "channels/fast/skewed_core.h"
+
+namespace quellard::fast {
+void runAvx2(SkewedState& state, const double* in, double* out, int n) {
+  runSkewed(state, in, out, n);
+}
+}  // namespace quellard::fast
