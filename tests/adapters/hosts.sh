@@ -126,6 +126,29 @@ case $1 in
     "$quellard" render -q -o expected.wav mono.wav "${knobs[@]}"
     hear amp:in amp:out
     ;;
+  quellard-jack)
+    needs jackd jack_wait jack_lsp
+    serve
+    start "$build/quellard-jack" --name amp --no-connect --preset "Warm Jazz" \
+      --set type=vintage --set vintage_gain=7.39
+    "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz" "${knobs[@]:0:4}"
+    hear amp:in amp:out
+    kill "${servers[1]}"
+    wait "${servers[1]}"
+    tail -n 1 program.log | grep -qx '[0-9]* xruns'
+    ;;
+  panel)  # keys through a terminal of its own: the last preset, VINTAGE, GAIN down by one, leave
+    needs jackd jack_wait jack_lsp script
+    serve
+    export TERM=xterm
+    start script -qefc "$build/quellard-jack --name amp --no-connect" seen
+    "$quellard" render -q -o expected.wav mono.wav --preset "Soaring Solo" --channel vintage --gain 4
+    printf 'p2<' >&3
+    hear amp:in amp:out
+    grep -q 'Soaring Solo (changed): ' seen
+    printf q >&3
+    wait "${servers[1]}"
+    ;;
   install)
     needs lv2ls
     unset LV2_PATH

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/jack/amp_client.h"
+
+#include <algorithm>
+#include <cmath>
+#include <jack/midiport.h>
+#include <stdexcept>
+
+#include "adapters/shared/event_split.h"
+#include "params/factory_bank.h"
+
+namespace quellard {
+namespace {
+
+constexpr std::size_t kAllPorts = 1000;
+
+void raisePeak(std::atomic<float>& peak, const float* samples, jack_nframes_t frames) {
+  float highest = peak;
+  for (jack_nframes_t i = 0; i < frames; ++i) highest = std::max(highest, std::fabs(samples[i]));
+  peak = highest;
+}
+
+// What JACK has to say about a missing server is six lines long.
+jack_client_t* open(const std::string& name) {
+  jack_set_error_function([](const char*) {});
+  return jack_client_open(name.c_str(), JackNoStartServer, nullptr);
+}
+
+}  // namespace
+
+AmpClient::AmpClient(const std::string& name, int sides)
+    : amp_(sides), client_(open(name), jack_client_close) {
+  if (!client_) throw std::runtime_error("no JACK server is running");
+  inputs_ = addAudioPorts("in", JackPortIsInput);
+  outputs_ = addAudioPorts("out", JackPortIsOutput);
+  midi_ = addPort("midi", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput);
+}
+
+jack_port_t* AmpClient::addPort(const std::string& name, const char* type, unsigned long flags) {
+  jack_port_t* port = jack_port_register(client_.get(), name.c_str(), type, flags, 0);
+  if (port == nullptr) throw std::runtime_error("JACK gives no port");
+  return port;
+}
+
+AmpClient::Ports AmpClient::addAudioPorts(const std::string& name, unsigned long flags) {
+  if (amp_.sides() == HostedAmp::kMono) return {addPort(name, JACK_DEFAULT_AUDIO_TYPE, flags)};
+  return {addPort(name + "_left", JACK_DEFAULT_AUDIO_TYPE, flags),
+          addPort(name + "_right", JACK_DEFAULT_AUDIO_TYPE, flags)};
+}
+
+void AmpClient::start(bool connect) {
+  if (!amp_.prepare(rate(), kLongestPeriod)) throw std::runtime_error("JACK has no sample rate");
+  jack_set_process_callback(
+      client_.get(),
+      [](jack_nframes_t frames, void* self) {
+        static_cast<AmpClient*>(self)->play(frames);
+        return 0;
+      },
+      this);
+  jack_set_xrun_callback(
+      client_.get(),
+      [](void* self) {
+        ++static_cast<AmpClient*>(self)->xruns_;
+        return 0;
+      },
+      this);
+  jack_on_shutdown(
+      client_.get(), [](void* self) { static_cast<AmpClient*>(self)->serverIsGone_ = true; }, this);
+  if (jack_activate(client_.get()) != 0) throw std::runtime_error("JACK does not start");
+  if (connect) connectToInterface();
+}
+
+// A mono amplifier is heard on both sides.
+void AmpClient::connectToInterface() {
+  const bool mono = amp_.sides() == HostedAmp::kMono;
+  const std::size_t outputs = mono ? 2 : 1;
+  for (std::size_t side = 0; side < static_cast<std::size_t>(amp_.sides()); ++side) {
+    connectAll(JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, inputs_[side], side, 1);
+    connectAll(JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, outputs_[side], side, outputs);
+  }
+  connectAll(JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, midi_, 0, kAllPorts);
+}
+
+// Connects a port of our own to the interface's ports of a type and direction, from the first-th
+// on. An interface that has fewer is no fault.
+void AmpClient::connectAll(const char* type, unsigned long flags, jack_port_t* own,
+                           std::size_t first, std::size_t most) {
+  const std::unique_ptr<const char*, void (*)(void*)> ports(
+      jack_get_ports(client_.get(), nullptr, type, flags | JackPortIsPhysical), jack_free);
+  const char* const name = jack_port_name(own);
+  for (std::size_t i = 0; ports && ports.get()[i] != nullptr; ++i) {
+    if (i < first || i >= first + most) continue;
+    const char* const other = ports.get()[i];
+    const bool theirsIsSource = (flags & JackPortIsOutput) != 0;
+    jack_connect(client_.get(), theirsIsSource ? other : name, theirsIsSource ? name : other);
+  }
+}
+
+void AmpClient::loadPreset(int index) {
+  amp_.setValues(presetValues(kFactoryBank[static_cast<std::size_t>(index)]));
+  lastPreset_ = index;
+}
+
+std::optional<MidiAction> AmpClient::actionOf(void* midi, std::uint32_t event) const {
+  jack_midi_event_t message{};
+  if (jack_midi_event_get(&message, midi, event) != 0) return std::nullopt;
+  return midiAction({message.buffer, message.size}, channelFromSelect(amp_.value(kTypeParameter)));
+}
+
+void AmpClient::apply(const MidiAction& action) {
+  if (action.preset >= 0) return loadPreset(action.preset);
+  amp_.setValue(action.parameter, action.value);
+}
+
+// [audio thread]
+void AmpClient::play(jack_nframes_t frames) {
+  std::array<float*, HostedAmp::kStereo> in{};
+  std::array<float*, HostedAmp::kStereo> out{};
+  const auto sides = static_cast<std::size_t>(amp_.sides());
+  for (std::size_t i = 0; i < sides; ++i) {
+    in[i] = static_cast<float*>(jack_port_get_buffer(inputs_[i], frames));
+    out[i] = static_cast<float*>(jack_port_get_buffer(outputs_[i], frames));
+    raisePeak(inputPeak_, in[i], frames);
+  }
+  void* const midi = jack_port_get_buffer(midi_, frames);
+  splitAtEvents(
+      frames, jack_midi_get_event_count(midi),
+      [&](std::uint32_t event) -> std::optional<std::uint32_t> {
+        if (!actionOf(midi, event)) return std::nullopt;
+        jack_midi_event_t message{};
+        jack_midi_event_get(&message, midi, event);
+        return message.time;
+      },
+      [&](std::uint32_t event) {
+        if (const auto action = actionOf(midi, event)) apply(*action);
+      },
+      [&](std::uint32_t begin, std::uint32_t end) {
+        amp_.play({.floats = in.data(), .count = amp_.sides()},
+                  {.floats = out.data(), .count = amp_.sides()}, static_cast<int>(begin),
+                  static_cast<int>(end));
+      });
+  for (std::size_t i = 0; i < sides; ++i) raisePeak(outputPeak_, out[i], frames);
+}
+
+}  // namespace quellard
