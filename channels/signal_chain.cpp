@@ -10,7 +10,7 @@ namespace quellard {
 namespace {
 
 // Below these lengths, in samples, filling and draining the fast core costs more than it saves:
-// measured on all instruction sets, see scripts/bench --blocks.
+// measured on all instruction sets.
 constexpr int kShortestSkewedClean = 6;
 constexpr int kShortestSkewedCascade = 4;
 
@@ -33,7 +33,8 @@ int steadyLength(const AmpChannelBase& channel, int most) {
 void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
                  int n) {
   const int shortest = parts.split != nullptr ? kShortestSkewedCascade : kShortestSkewedClean;
-  const bool skewable = fast::canLend(channel, parts);
+  fast::Loan loan(channel, parts);
+  const bool skewable = loan.isPossible();
   Stretch stretch = {in,
                      out,
                      0,
@@ -45,7 +46,7 @@ void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double*
     const int length = steadyLength(channel, n - stretch.first);
     stretch.end += length;
     if (skewable && length >= shortest) {
-      fast::playSkewed(channel, parts, stretch);
+      loan.play(stretch);
     } else {
       playPlain(channel, parts, stretch);
     }

@@ -59,7 +59,8 @@ class Amplifier {
   // The knobs, 0..1, six per channel in the order of the parameters: PRESENCE, BASS, MID, TREBLE,
   // MASTER, GAIN.
   std::array<std::atomic<float>, kNumControls> controlValues;
-  // As last pushed to the channels: BASS, MID, TREBLE, PRESENCE, MASTER, GAIN. Negative: never.
+  // As last pushed to the channels: BASS, MID, TREBLE, PRESENCE, MASTER, GAIN. After a setup -1,
+  // which no host means, so that every knob counts as moved.
   std::array<float, kNumControls> appliedValues;
   std::atomic<float> typeValue;  // the channel selector, 0..1
   std::int32_t activeChannel;    // the audible one
@@ -89,8 +90,7 @@ class Amplifier {
   void pushMovedControls(int frames);
   void pushMovedControls(int channel, int frames);
   bool sizeBuffers(int frames);
-  int findSwitchPoint(int frames);
-  bool playChannels(int outgoing, int split, double* in, int frames);
+  bool playChannels(int outgoing, int switchPoint, double* in, int frames);
   void writeOutput(double* out, int frames) const;
   void rememberControls();
 

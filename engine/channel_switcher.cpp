@@ -38,16 +38,18 @@ ChannelSwitcher::ChannelSwitcher(double sampleRate, float select)
   }
 }
 
-void ChannelSwitcher::fillGain(float select, int n, double* gain) {
+int ChannelSwitcher::fillGain(float select, int n, double* gain) {
   const bool beganFadingIn = fadeState == fadingIn;
   if (fadeState == idle && hasMoved(select, lastSelect)) fadeState = fadingOut;
 
   int done = 0;
   if (fadeState == fadingOut) done += fillFade(fadeOutGain.get(), fadingIn, n, gain);
+  const int switchPoint = fadeState == fadingIn && fadePos == 0 ? done : n;
   if (fadeState == fadingIn) done += fillFade(fadeInGain.get(), idle, n - done, gain + done);
   if (done < n) std::fill(gain + done, gain + n, 1.0);
 
   if (!beganFadingIn) lastSelect = select;
+  return switchPoint;
 }
 
 // Copies what is left of one half, as far as there is room, and enters the next state at its end.

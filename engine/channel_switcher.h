@@ -19,8 +19,9 @@ class ChannelSwitcher {
   // Writes one gain per sample and moves the fade on. A selector that differs from the recorded
   // one starts a switch if none is running; one that moves during the fade-in is left unrecorded
   // and starts its own switch at the next block that begins idle. Of all gains of a switch one is
-  // 0: the point at which the channels change places. n below 1 writes nothing. [audio thread]
-  void fillGain(float select, int n, double* gain);
+  // 0: the point at which the channels change places. Returns where it stands in this block, n if
+  // it does not. n below 1 writes nothing. [audio thread]
+  int fillGain(float select, int n, double* gain);
 
   enum FadeState : std::int32_t { idle = 0, fadingOut = 1, fadingIn = 2 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -21,8 +22,14 @@ constexpr std::size_t firstOf(std::size_t channel) { return channel * kKnobsPerC
 // Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
 float withinKnobRange(float value) { return value > 0.0f ? std::min(value, 1.0f) : 0.0f; }
 
+// x - x is 0 for finite numbers alone. Four sums side by side, since one would wait for itself.
 bool allFinite(const double* samples, int count) {
-  return std::all_of(samples, samples + count, [](double x) { return std::isfinite(x); });
+  std::array<double, 4> sums = {};
+  for (; count >= 4; samples += 4, count -= 4) {
+    for (std::size_t i = 0; i < 4; ++i) sums[i] += samples[i] - samples[i];
+  }
+  for (; count > 0; ++samples, --count) sums[0] += *samples - *samples;
+  return sums[0] + sums[1] + sums[2] + sums[3] == 0.0;
 }
 
 void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
@@ -38,10 +45,11 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   adoptFirstSelector();
   pushMovedControls(frames);
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
-  channelSwitch->fillGain(typeValue.load(std::memory_order_relaxed), frames, fadeBuffer.get());
+  const float select = typeValue.load(std::memory_order_relaxed);
+  const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
   const int outgoing = activeChannel;
-  const int split = findSwitchPoint(frames);
-  const bool sound = playChannels(outgoing, split, in, frames);
+  if (switchPoint < frames) activeChannel = channelFromSelect(select);
+  const bool sound = playChannels(outgoing, switchPoint, in, frames);
   sound ? writeOutput(out, frames) : writeSilence(out, frames);
   rememberControls();
 }
@@ -66,8 +74,7 @@ void Amplifier::pushMovedControls(int channel, int frames) {
     return controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
   };
   const auto moved = [&](Knob knob) {
-    const float applied = appliedValues[firstOf(c) + kAppliedPlace[knob]];
-    return value(knob) != applied || applied < 0.0f;
+    return value(knob) != appliedValues[firstOf(c) + kAppliedPlace[knob]];
   };
   const auto tapered = [&](Knob knob) {
     const auto& taper = *tapers[firstOf(c) + kTaperPlace[knob]];
@@ -97,6 +104,7 @@ void Amplifier::reserve(int frames) {
 bool Amplifier::sizeBuffers(int frames) {
   if (frames != bufferFrames && frames > reservedFrames) {
     const auto size = static_cast<std::size_t>(frames);
+    if (size > PTRDIFF_MAX / sizeof(double)) return false;  // some compilers throw all the same
     const bool keepRoom = reservedFrames > 0;
     bufferFrames = reservedFrames = 0;
     channelBuffer.reset(new (std::nothrow) double[size]);
@@ -108,28 +116,18 @@ bool Amplifier::sizeBuffers(int frames) {
   return true;
 }
 
-// The one sample of gain 0 belongs to the incoming channel, as does everything after it. Without
-// one the whole block belongs to the audible channel.
-int Amplifier::findSwitchPoint(int frames) {
-  const double* fade = fadeBuffer.get();
-  const double* point = std::find_if(fade, fade + frames, [](double g) { return g <= 0.0; });
-  if (point != fade + frames) {
-    activeChannel = channelFromSelect(typeValue.load(std::memory_order_relaxed));
-  }
-  return static_cast<int>(point - fade);
-}
-
-// False where a channel's signal has turned non-finite; that channel then starts afresh in the next
-// block.
-bool Amplifier::playChannels(int outgoing, int split, double* in, int frames) {
+// The sample of gain 0 belongs to the incoming channel, as does everything after it; without a
+// switch the second call has no sample to play. False where a channel's signal has turned
+// non-finite; that channel then starts afresh in the next block.
+bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
   AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
   AmpChannelBase& after = *channels[static_cast<std::size_t>(activeChannel)];
-  before.signalProcess(in, out, split);
-  after.signalProcess(in + split, out + split, frames - split);
+  before.signalProcess(in, out, switchPoint);
+  after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);
 
-  const bool beforeIsSound = allFinite(out, split);
-  const bool afterIsSound = allFinite(out + split, frames - split);
+  const bool beforeIsSound = allFinite(out, switchPoint);
+  const bool afterIsSound = allFinite(out + switchPoint, frames - switchPoint);
   if (!beforeIsSound) before.clearMemory();
   if (!afterIsSound) after.clearMemory();
   return beforeIsSound && afterIsSound;

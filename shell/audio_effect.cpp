@@ -11,7 +11,8 @@ namespace quellard {
 namespace {
 
 // The record's callbacks: each reaches the effect through the record and calls its operation.
-// Hosts are C programs, so no exception may pass.
+// Hosts are C programs, so no exception may pass: operations that allocate are reached through the
+// dispatcher, which catches; the others do not throw.
 
 AudioEffect* effectOf(AEffect* record) {
   return record != nullptr ? static_cast<AudioEffect*>(record->object) : nullptr;

@@ -21,7 +21,8 @@ class Quellard final : public Orv_TypeBase, public Amplifier {
   void setSampleRate(float newRate) override;
   // The amplifier has no single-precision path: the outputs stay as they are.
   void processReplacing(float**, float**, std::int32_t) override {}
-  // One channel in, one out. A missing channel plays as silence.
+  // One channel in, one out. Without an input channel the output is silence and nothing moves on;
+  // without an output channel nothing happens.
   void processDoubleReplacing(double** inputs, double** outputs,
                               std::int32_t sampleFrames) override;
 

@@ -89,15 +89,26 @@ struct AEffect {
 // Hosts were compiled against these offsets; 64-bit first, then 32-bit.
 inline constexpr bool kWide = sizeof(void*) == 8;
 static_assert(sizeof(AEffect) == (kWide ? 192 : 144));
+static_assert(offsetof(AEffect, magic) == (kWide ? 0 : 0));
 static_assert(offsetof(AEffect, dispatcher) == (kWide ? 8 : 4));
+static_assert(offsetof(AEffect, process) == (kWide ? 16 : 8));
+static_assert(offsetof(AEffect, setParameter) == (kWide ? 24 : 12));
 static_assert(offsetof(AEffect, getParameter) == (kWide ? 32 : 16));
 static_assert(offsetof(AEffect, numPrograms) == (kWide ? 40 : 20));
+static_assert(offsetof(AEffect, numParams) == (kWide ? 44 : 24));
+static_assert(offsetof(AEffect, numInputs) == (kWide ? 48 : 28));
+static_assert(offsetof(AEffect, numOutputs) == (kWide ? 52 : 32));
 static_assert(offsetof(AEffect, flags) == (kWide ? 56 : 36));
 static_assert(offsetof(AEffect, resvd1) == (kWide ? 64 : 40));
+static_assert(offsetof(AEffect, resvd2) == (kWide ? 72 : 44));
 static_assert(offsetof(AEffect, initialDelay) == (kWide ? 80 : 48));
+static_assert(offsetof(AEffect, realQualities) == (kWide ? 84 : 52));
+static_assert(offsetof(AEffect, offQualities) == (kWide ? 88 : 56));
 static_assert(offsetof(AEffect, ioRatio) == (kWide ? 92 : 60));
 static_assert(offsetof(AEffect, object) == (kWide ? 96 : 64));
+static_assert(offsetof(AEffect, user) == (kWide ? 104 : 68));
 static_assert(offsetof(AEffect, uniqueID) == (kWide ? 112 : 72));
+static_assert(offsetof(AEffect, version) == (kWide ? 116 : 76));
 static_assert(offsetof(AEffect, processReplacing) == (kWide ? 120 : 80));
 static_assert(offsetof(AEffect, processDoubleReplacing) == (kWide ? 128 : 84));
 static_assert(offsetof(AEffect, future) == (kWide ? 136 : 88));

@@ -5,81 +5,16 @@
 #include <cstring>
 
 #include "channels/fast/dispatch.h"
-#include "channels/fast/skewed_state.h"
 
 namespace quellard::fast {
 namespace {
-
-// Where a section stands in the rack of the core.
-struct Placed {
-  IIRFilter* section;
-  int lane;
-  int place;
-  bool glided;
-};
-
-struct Rack {
-  std::array<Placed, kLanes * kPlaces> placed;
-  int count = 0;
-
-  void add(IIRFilter* section, int lane, int place, bool glided) {
-    placed[static_cast<std::size_t>(count++)] = {section, lane, place, glided};
-  }
-  Placed* begin() { return placed.data(); }
-  Placed* end() { return placed.data() + count; }
-};
-
-// Shares the sections behind the loop among three lanes, so that only last places stay empty.
-class LanesBehind {
- public:
-  LanesBehind(Rack& rack, int total) : rack_(rack), total_(total) {}
-
-  void add(IIRFilter* section, bool glided) {
-    rack_.add(section, lane_, place_++, glided);
-    const int length = total_ / 3 + (lane_ - 1 < total_ % 3 ? 1 : 0);
-    if (place_ < length) return;
-    place_ = 0;
-    ++lane_;
-  }
-
- private:
-  Rack& rack_;
-  int total_;
-  int lane_ = 1;
-  int place_ = 0;
-};
 
 template <class Visit>
 void eachSection(const FilterBank& bank, std::int32_t count, const Visit& visit) {
   for (std::int32_t i = 0; i < count; ++i) visit(bank[static_cast<std::size_t>(i)].get(), i);
 }
 
-Rack layOut(const AmpChannelBase& c, const ChainParts& parts) {
-  Rack rack;
-  const auto inFront = [&rack](IIRFilter* section, bool glided) {
-    rack.add(section, 0, rack.count, glided);
-  };
-  eachSection(c.preFilters, c.preCount, [&](IIRFilter* f, int i) { inFront(f, i == 0); });
-  if (parts.split == nullptr) {
-    eachSection(c.postFilters, c.postCount, [&](IIRFilter* f, int) { inFront(f, false); });
-    eachSection(c.powerFilters, c.powerCount, [&](IIRFilter* f, int) { inFront(f, false); });
-  }
-  LanesBehind behind(rack, c.eqCount + c.reviseCount + 1);
-  eachSection(c.eqFilters, c.eqCount, [&](IIRFilter* f, int) { behind.add(f, true); });
-  eachSection(c.reviseFilters, c.reviseCount, [&](IIRFilter* f, int) { behind.add(f, false); });
-  behind.add(c.dcBlocker.get(), false);
-  return rack;
-}
-
-std::array<IIRFilter*, 3> loopSections(const AmpChannelBase& c) {
-  return {c.postFilters[0].get(), c.powerFilters[0].get(), c.powerFilters[1].get()};
-}
-
-bool isGliding(const Placed& at) {
-  return at.glided && at.section->ipCount <= at.section->ipLength;
-}
-
-// Memory as the core arranges it; visit(i, up, down).
+// The resamplers' memory as the core arranges it; visit(i, up, down).
 template <class Visit>
 void eachResamplerState(Memory& m, const Visit& visit) {
   visit(0, m.first[0], m.first[1]);
@@ -95,7 +30,7 @@ void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
 
 void lendSection(const Placed& at, SkewedState& s) {
   const IIRFilter& f = *at.section;
-  const bool gliding = isGliding(at);
+  const bool gliding = at.isGliding();
   for (std::size_t i = 0; i < f.coef.size(); ++i) {
     double& fixed = s.rackCoef[at.place][i][at.lane];
     if (gliding) {
@@ -105,74 +40,26 @@ void lendSection(const Placed& at, SkewedState& s) {
       fixed = at.glided ? f.ipStep[i] * f.ipCount + f.ipBase[i] : f.coef[i];
     }
   }
-  s.rackCount[at.place][at.lane] = gliding ? f.ipCount : 0.0;
-  s.glides |= gliding;
+  if (gliding) s.rackCount[at.place][at.lane] = f.ipCount;
   if (at.place == kPlaces - 1) setAllBits(s.lastPlaceUsed[at.lane]);
   s.memory.rack1[at.place][at.lane] = f.state1;
   s.memory.rack2[at.place][at.lane] = f.state2;
-}
-
-void lendRack(Rack& rack, SkewedState& s) {
-  for (auto& place : s.rackCoef) place[2][0] = 1.0;  // empty places in front pass the signal on
-  setAllBits(s.lastPlaceUsed[0]);
-  for (auto& place : s.rackStep) {
-    for (auto& coefficient : place) {
-      for (double& step : coefficient) step = -0.0;
-    }
-  }
-  for (const Placed& at : rack) lendSection(at, s);
-}
-
-void lendLoop(const AmpChannelBase& c, const ChainParts& parts, SkewedState& s) {
-  std::copy(c.resampleA.begin(), c.resampleA.end(), s.resampleA);
-  std::copy_n(c.resampleB.begin(), 3, s.resampleB);
-  eachResamplerState(s.memory, [&c](std::size_t i, double& up, double& down) {
-    up = c.upState[i];
-    down = c.downState[i];
-  });
-  s.overSample = c.overSample;
-  s.cascade = parts.split != nullptr;
-  const auto lendTable = [&s](std::size_t i, const Clipper& clipper) {
-    s.table[i] = clipper.table.data();
-    s.halfSize[i] = clipper.halfSize;
-  };
-  lendTable(0, parts.drive);
-  if (!s.cascade) return;
-
-  for (std::size_t i = 0; i < cascadeClip.size(); ++i) lendTable(i + 1, cascadeClip[i]);
-  const auto loop = loopSections(c);
-  for (std::size_t i = 0; i < loop.size(); ++i) {
-    loopState(s.memory, i) = loop[i]->state1;
-    s.loopCoef[i][0] = loop[i]->coef[2];
-    s.loopCoef[i][1] = loop[i]->coef[3];
-    s.loopCoef[i][2] = loop[i]->coef[0];
-  }
-  s.memory.split[0] = parts.split->splitLow;
-  s.memory.split[1] = parts.split->splitHigh;
-  s.splitCoef = parts.split->splitCoef;
 }
 
 void takeBackSection(const Placed& at, const Memory& memory, int n) {
   IIRFilter& f = *at.section;
   f.state1 = memory.rack1[at.place][at.lane];
   f.state2 = memory.rack2[at.place][at.lane];
-  if (!isGliding(at)) return;
+  if (!at.isGliding()) return;
   f.ipCount += n;
   if (f.ipCount <= f.ipLength) return;
   f.ipBase = f.coef;
   f.ipStep.fill(0.0);
 }
 
-void takeBackLoop(AmpChannelBase& c, const ChainParts& parts, Memory& memory) {
-  eachResamplerState(memory, [&c](std::size_t i, const double& up, const double& down) {
-    c.upState[i] = up;
-    c.downState[i] = down;
-  });
-  if (parts.split == nullptr) return;
-  const auto loop = loopSections(c);
-  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = loopState(memory, i);
-  parts.split->splitLow = memory.split[0];
-  parts.split->splitHigh = memory.split[1];
+void lendTable(std::size_t i, const Clipper& clipper, SkewedState& s) {
+  s.table[i] = clipper.table.data();
+  s.halfSize[i] = clipper.halfSize;
 }
 
 bool isFirstOrder(const IIRFilter& f) {
@@ -181,28 +68,121 @@ bool isFirstOrder(const IIRFilter& f) {
 
 }  // namespace
 
-bool canLend(const AmpChannelBase& channel, const ChainParts& parts) {
-  Rack rack = layOut(channel, parts);
-  for (const Placed& at : rack) {
-    if (at.section->form == 0) return false;
+Loan::Loan(AmpChannelBase& channel, const ChainParts& parts) : channel_(channel), parts_(parts) {
+  layOut();
+}
+
+void Loan::add(IIRFilter* section, int lane, int place, bool glided) {
+  placed_[count_++] = {section, lane, place, glided};
+}
+
+// The sections before the drive in lane 0; those behind the loop shared among the other three, so
+// that only last places stay empty.
+void Loan::layOut() {
+  const AmpChannelBase& c = channel_;
+  int place = 0;
+  const auto inFront = [&](IIRFilter* section, bool glided) { add(section, 0, place++, glided); };
+  eachSection(c.preFilters, c.preCount, [&](IIRFilter* f, int i) { inFront(f, i == 0); });
+  if (parts_.split == nullptr) {
+    eachSection(c.postFilters, c.postCount, [&](IIRFilter* f, int) { inFront(f, false); });
+    eachSection(c.powerFilters, c.powerCount, [&](IIRFilter* f, int) { inFront(f, false); });
   }
-  if (parts.split == nullptr) return true;
-  const auto loop = loopSections(channel);
+
+  const int total = c.eqCount + c.reviseCount + 1;
+  int lane = 1;
+  place = 0;
+  const auto behind = [&](IIRFilter* section, bool glided) {
+    add(section, lane, place++, glided);
+    const int length = total / 3 + (lane - 1 < total % 3 ? 1 : 0);
+    if (place < length) return;
+    place = 0;
+    ++lane;
+  };
+  eachSection(c.eqFilters, c.eqCount, [&](IIRFilter* f, int) { behind(f, true); });
+  eachSection(c.reviseFilters, c.reviseCount, [&](IIRFilter* f, int) { behind(f, false); });
+  behind(c.dcBlocker.get(), false);
+}
+
+std::array<IIRFilter*, 3> Loan::loopSections() const {
+  return {channel_.postFilters[0].get(), channel_.powerFilters[0].get(),
+          channel_.powerFilters[1].get()};
+}
+
+bool Loan::isPossible() const {
+  const auto end = placed_.begin() + static_cast<std::ptrdiff_t>(count_);
+  if (!std::all_of(placed_.begin(), end, [](const Placed& at) { return at.section->form != 0; })) {
+    return false;
+  }
+  if (parts_.split == nullptr) return true;
+  const auto loop = loopSections();
   return isFirstOrder(*loop[0]) && isFirstOrder(*loop[1]) && isFirstOrder(*loop[2]);
 }
 
-void playSkewed(AmpChannelBase& channel, const ChainParts& parts, const Stretch& stretch) {
+void Loan::play(const Stretch& stretch) {
   const int n = stretch.end - stretch.first;
-  Rack rack = layOut(channel, parts);
-  SkewedState s = {};
-  lendRack(rack, s);
-  lendLoop(channel, parts, s);
+  SkewedState s;
+  lendRack(s);
+  lendLoop(s);
   s.drive = {stretch.drive.start, stretch.drive.step};
   s.level = {stretch.level.start, stretch.level.step};
   s.first = stretch.first;
   core()(s, stretch.in + stretch.first, stretch.out + stretch.first, n);
-  for (const Placed& at : rack) takeBackSection(at, s.memory, n);
-  takeBackLoop(channel, parts, s.memory);
+  for (std::size_t i = 0; i < count_; ++i) takeBackSection(placed_[i], s.memory, n);
+  takeBackLoop(s.memory);
+}
+
+void Loan::lendRack(SkewedState& s) const {
+  std::memset(s.rackCoef, 0, sizeof s.rackCoef);
+  std::memset(&s.memory, 0, sizeof s.memory);
+  std::memset(s.lastPlaceUsed, 0, sizeof s.lastPlaceUsed);
+  for (auto& place : s.rackCoef) place[2][0] = 1.0;  // empty places in front pass the signal on
+  setAllBits(s.lastPlaceUsed[0]);
+
+  const auto end = placed_.begin() + static_cast<std::ptrdiff_t>(count_);
+  s.glides = std::any_of(placed_.begin(), end, [](const Placed& at) { return at.isGliding(); });
+  if (s.glides) {
+    std::memset(s.rackCount, 0, sizeof s.rackCount);
+    std::fill_n(&s.rackStep[0][0][0], sizeof s.rackStep / sizeof(double), -0.0);
+  }
+  for (std::size_t i = 0; i < count_; ++i) lendSection(placed_[i], s);
+}
+
+void Loan::lendLoop(SkewedState& s) const {
+  const AmpChannelBase& c = channel_;
+  std::copy(c.resampleA.begin(), c.resampleA.end(), s.resampleA);
+  std::copy_n(c.resampleB.begin(), 3, s.resampleB);
+  eachResamplerState(s.memory, [&c](std::size_t i, double& up, double& down) {
+    up = c.upState[i];
+    down = c.downState[i];
+  });
+  s.overSample = c.overSample;
+  s.cascade = parts_.split != nullptr;
+  lendTable(0, parts_.drive, s);
+  if (!s.cascade) return;
+
+  for (std::size_t i = 0; i < cascadeClip.size(); ++i) lendTable(i + 1, cascadeClip[i], s);
+  const auto loop = loopSections();
+  for (std::size_t i = 0; i < loop.size(); ++i) {
+    loopState(s.memory, i) = loop[i]->state1;
+    s.loopCoef[i][0] = loop[i]->coef[2];
+    s.loopCoef[i][1] = loop[i]->coef[3];
+    s.loopCoef[i][2] = loop[i]->coef[0];
+  }
+  s.memory.split[0] = parts_.split->splitLow;
+  s.memory.split[1] = parts_.split->splitHigh;
+  s.splitCoef = parts_.split->splitCoef;
+}
+
+void Loan::takeBackLoop(Memory& memory) {
+  eachResamplerState(memory, [this](std::size_t i, const double& up, const double& down) {
+    channel_.upState[i] = up;
+    channel_.downState[i] = down;
+  });
+  if (parts_.split == nullptr) return;
+  const auto loop = loopSections();
+  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = loopState(memory, i);
+  parts_.split->splitLow = memory.split[0];
+  parts_.split->splitHigh = memory.split[1];
 }
 
 }  // namespace quellard::fast

@@ -4,16 +4,47 @@
 // everything said about a section holds between calls.
 #pragma once
 
+#include <array>
+
+#include "channels/fast/skewed_state.h"
 #include "channels/signal_chain.h"
 
 namespace quellard::fast {
 
-// Whether every section has the form that its voicing gives it: no one-pole recursion, and first
-// order inside the oversampled loop. Others play in the plain order.
-bool canLend(const AmpChannelBase& channel, const ChainParts& parts);
+// Where a section stands in the rack of the core.
+struct Placed {
+  IIRFilter* section;
+  int lane;
+  int place;
+  bool glided;
 
-// Plays a stretch over which no glide ends, but on its last sample. [audio thread] Allocates
-// nothing.
-void playSkewed(AmpChannelBase& channel, const ChainParts& parts, const Stretch& stretch);
+  bool isGliding() const { return glided && section->ipCount <= section->ipLength; }
+};
+
+// One channel for the length of one call. [audio thread] Allocates nothing.
+class Loan {
+ public:
+  Loan(AmpChannelBase& channel, const ChainParts& parts);
+
+  // Whether every section has the form that its voicing gives it: no one-pole recursion, and first
+  // order inside the oversampled loop. Others play in the plain order.
+  bool isPossible() const;
+
+  // Plays a stretch over which no glide ends, but on its last sample.
+  void play(const Stretch& stretch);
+
+ private:
+  void layOut();
+  void add(IIRFilter* section, int lane, int place, bool glided);
+  std::array<IIRFilter*, 3> loopSections() const;
+  void lendRack(SkewedState& s) const;
+  void lendLoop(SkewedState& s) const;
+  void takeBackLoop(Memory& memory);
+
+  AmpChannelBase& channel_;
+  ChainParts parts_;
+  std::array<Placed, kLanes * kPlaces> placed_;
+  std::size_t count_ = 0;
+};
 
 }  // namespace quellard::fast

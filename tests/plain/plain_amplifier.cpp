@@ -486,11 +486,7 @@ void Amplifier::process(const double* in, double* out, int frames) {
 void Amplifier::pushControls(int n) {
   for (std::size_t c = 0; c < 3; ++c) {
     const auto value = [&](std::size_t knob) { return values()[6 * c + knob]; };
-    // A host may send -1, which the set-up also uses for "never applied".
-    const auto moved = [&](std::size_t knob) {
-      const float applied = applied_[6 * c + knob];
-      return value(knob) != applied || applied < 0.0F;
-    };
+    const auto moved = [&](std::size_t knob) { return value(knob) != applied_[6 * c + knob]; };
     enum : std::size_t { presence = 1, bass, mid, treble, master, gain };
     if (moved(bass) || moved(mid) || moved(treble) || moved(presence))
       channels_[c].setEQ(tapered(1.0F, value(treble)), tapered(1.0F, value(mid)),
