@@ -102,7 +102,8 @@ void Amplifier::reserve(int frames) {
 
 // False where memory is short; the next block tries again.
 bool Amplifier::sizeBuffers(int frames) {
-  if (frames != bufferFrames && frames > reservedFrames) {
+  const bool fits = reservedFrames > 0 ? frames <= reservedFrames : frames == bufferFrames;
+  if (!fits) {
     const auto size = static_cast<std::size_t>(frames);
     if (size > PTRDIFF_MAX / sizeof(double)) return false;  // some compilers throw all the same
     const bool keepRoom = reservedFrames > 0;
