@@ -2,25 +2,12 @@
 #include "adapters/lv2/lv2_plugin.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <stdexcept>
 
 #include "adapters/shared/value_text.h"
-#include "params/factory_bank.h"
 
 namespace quellard {
-namespace {
-
-// Channels in between are rounded, since a host's slider may send any float.
-float valueFromControl(int index, float control) {
-  if (index != kTypeParameter) return knobFromScale(control);
-  const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
-  return selectForChannel(static_cast<int>(std::lround(channel)));
-}
-
-}  // namespace
-
 Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
   seen_.fill(std::numeric_limits<float>::quiet_NaN());
   if (!amp_.prepare(rate, maxFrames)) throw std::invalid_argument("sample rate");

@@ -68,6 +68,12 @@ float knobFromScale(float scale) {
   return knobFromText({text.data(), end}).value_or(0.0F);
 }
 
+float valueFromControl(int index, float control) {
+  if (index != kTypeParameter) return knobFromScale(control);
+  const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
+  return selectForChannel(static_cast<int>(std::lround(channel)));
+}
+
 std::optional<float> valueFromText(int index, std::string_view text) {
   const ParameterInfo* parameter = findParameter(index);
   if (parameter == nullptr) return std::nullopt;

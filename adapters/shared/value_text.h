@@ -27,4 +27,8 @@ std::optional<float> valueFromText(int index, std::string_view text);
 // with two decimals. Held within 0..10, NaN at 0.
 float knobFromScale(float scale);
 
+// The value of a parameter as formats keep it whose controls read like the amplifier's: knobs on
+// their scale, the selector as a channel's number, 0..2, rounded since a slider may send any float.
+float valueFromControl(int index, float control);
+
 }  // namespace quellard
