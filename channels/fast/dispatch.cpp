@@ -26,7 +26,7 @@ bool available(Isa isa) {
 namespace {
 
 Isa firstChoice() {
-  const char* forced = std::getenv("QUELLARD_ISA");
+  const char* forced = std::getenv("QUELLARD_ISA");  // NOLINT(concurrency-mt-unsafe)
   if (forced != nullptr) {
     if (std::strcmp(forced, "baseline") == 0) return Isa::baseline;
     if (std::strcmp(forced, "avx2") == 0 && available(Isa::avx2)) return Isa::avx2;

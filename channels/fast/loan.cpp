@@ -109,10 +109,8 @@ std::array<IIRFilter*, 3> Loan::loopSections() const {
 }
 
 bool Loan::isPossible() const {
-  const auto end = placed_.begin() + static_cast<std::ptrdiff_t>(count_);
-  if (!std::all_of(placed_.begin(), end, [](const Placed& at) { return at.section->form != 0; })) {
-    return false;
-  }
+  const auto isBiquad = [](const Placed& at) { return at.section->form != 0; };
+  if (!std::ranges::all_of(sections(), isBiquad)) return false;
   if (parts_.split == nullptr) return true;
   const auto loop = loopSections();
   return isFirstOrder(*loop[0]) && isFirstOrder(*loop[1]) && isFirstOrder(*loop[2]);
@@ -120,14 +118,15 @@ bool Loan::isPossible() const {
 
 void Loan::play(const Stretch& stretch) {
   const int n = stretch.end - stretch.first;
-  SkewedState s;
+  // Filled below as far as it is read.
+  SkewedState s;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   lendRack(s);
   lendLoop(s);
   s.drive = {stretch.drive.start, stretch.drive.step};
   s.level = {stretch.level.start, stretch.level.step};
   s.first = stretch.first;
   core()(s, stretch.in + stretch.first, stretch.out + stretch.first, n);
-  for (std::size_t i = 0; i < count_; ++i) takeBackSection(placed_[i], s.memory, n);
+  for (const Placed& at : sections()) takeBackSection(at, s.memory, n);
   takeBackLoop(s.memory);
 }
 
@@ -138,13 +137,12 @@ void Loan::lendRack(SkewedState& s) const {
   for (auto& place : s.rackCoef) place[2][0] = 1.0;  // empty places in front pass the signal on
   setAllBits(s.lastPlaceUsed[0]);
 
-  const auto end = placed_.begin() + static_cast<std::ptrdiff_t>(count_);
-  s.glides = std::any_of(placed_.begin(), end, [](const Placed& at) { return at.isGliding(); });
+  s.glides = std::ranges::any_of(sections(), &Placed::isGliding);
   if (s.glides) {
     std::memset(s.rackCount, 0, sizeof s.rackCount);
     std::fill_n(&s.rackStep[0][0][0], sizeof s.rackStep / sizeof(double), -0.0);
   }
-  for (std::size_t i = 0; i < count_; ++i) lendSection(placed_[i], s);
+  for (const Placed& at : sections()) lendSection(at, s);
 }
 
 void Loan::lendLoop(SkewedState& s) const {

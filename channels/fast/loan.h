@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <span>
 
 #include "channels/fast/skewed_state.h"
 #include "channels/signal_chain.h"
@@ -37,13 +38,14 @@ class Loan {
   void layOut();
   void add(IIRFilter* section, int lane, int place, bool glided);
   std::array<IIRFilter*, 3> loopSections() const;
+  std::span<const Placed> sections() const { return {placed_.data(), count_}; }
   void lendRack(SkewedState& s) const;
   void lendLoop(SkewedState& s) const;
   void takeBackLoop(Memory& memory);
 
   AmpChannelBase& channel_;
   ChainParts parts_;
-  std::array<Placed, kLanes * kPlaces> placed_;
+  std::array<Placed, std::size_t{kLanes}* kPlaces> placed_ = {};
   std::size_t count_ = 0;
 };
 
