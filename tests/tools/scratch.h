@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: ISC
 // What the tests of the command share: a folder that vanishes, audio files to put in it, and the
-// command itself as a process.
+// plug-in that plays them.
 #pragma once
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sndfile.h>
-#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 #include "tests/support/signals.h"
@@ -55,12 +52,8 @@ struct Audio {
   std::vector<double> samples = {};  // interleaved
 };
 
-inline void writeAudio(const fs::path& path, Audio audio,
-                       int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE) {
-  SF_INFO info = {};
-  info.samplerate = audio.rate;
-  info.channels = audio.channels;
-  info.format = format;
+inline void writeAudio(const fs::path& path, const Audio& audio) {
+  SF_INFO info = {0, audio.rate, audio.channels, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 0, 0};
   SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
   ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
   sf_write_double(file, audio.samples.data(), static_cast<sf_count_t>(audio.samples.size()));
@@ -82,40 +75,6 @@ inline Audio readAudio(const fs::path& path) {
 inline std::vector<double> pluck(double seconds, int rate = 48000, double frequency = 110.0) {
   Random random(7);
   return pluckedNote(random, rate, frequency, 0.3, static_cast<std::size_t>(seconds * rate));
-}
-
-inline std::string readText(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-inline void writeText(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-struct Ran {
-  int status;
-  std::string out;
-  std::string error;
-};
-
-// Runs the command with arguments as a shell reads them. before: shell commands that come first.
-inline Ran run(const std::string& arguments, const std::string& before = "") {
-  const Scratch folder;
-  const std::string line = before + " '" QUELLARD_COMMAND "' " + arguments + " >" +
-                           (folder / "out").string() + " 2>" + (folder / "error").string();
-  const int status = std::system(line.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(folder / "out"),
-          readText(folder / "error")};
-}
-
-// A run that must succeed in silence.
-inline void runWell(const std::string& arguments) {
-  const Ran ran = run(arguments);
-  EXPECT_EQ(ran.status, 0) << arguments;
-  EXPECT_EQ(ran.error, "") << arguments;
 }
 
 inline const PluginModule& plugin() {
