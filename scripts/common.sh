@@ -11,10 +11,11 @@ sources=("${core[@]}" adapters tools bench tests)
 
 cores() { nproc 2>/dev/null || sysctl -n hw.ncpu; }
 
-# configure PRESET: nothing where it has been done since the presets changed.
+# configure PRESET: nothing where it has been done since the presets changed or packages arrived,
+# with which more can be built.
 configure() {
   local made=$root/build/$1/build.ninja
-  [[ -e $made && $made -nt $root/CMakePresets.json ]] && return
+  [[ -e $made && ! $made -ot $root/CMakePresets.json && ! $made -ot $root/build/packages ]] && return
   (cd "$root" && cmake --preset "$1" >/dev/null)
 }
 
