@@ -28,19 +28,17 @@ int steadyLength(const AmpChannelBase& channel, int most) {
   return most;
 }
 
-}  // namespace
-
-void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
-                 int n) {
+void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
+               int n) {
   const int shortest = parts.split != nullptr ? kShortestSkewedCascade : kShortestSkewedClean;
   fast::Loan loan(channel, parts);
-  const bool skewable = loan.isPossible();
-  Stretch stretch = {in,
-                     out,
-                     0,
-                     0,
-                     BlockRamp(channel.gainCurrent, channel.gainTarget, n),
-                     BlockRamp(channel.masterCurrent, channel.masterTarget, n)};
+  const bool skewable = n >= shortest && loan.isPossible();
+  Stretch stretch = {.in = in,
+                     .out = out,
+                     .first = 0,
+                     .end = 0,
+                     .drive = BlockRamp(channel.gainCurrent, channel.gainTarget, n),
+                     .level = BlockRamp(channel.masterCurrent, channel.masterTarget, n)};
   while (stretch.end < n) {
     stretch.first = stretch.end;
     const int length = steadyLength(channel, n - stretch.first);
@@ -51,6 +49,13 @@ void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double*
       playPlain(channel, parts, stretch);
     }
   }
+}
+
+}  // namespace
+
+void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
+                 int n) {
+  if (n > 0) playBlock(channel, parts, in, out, n);
   channel.gainCurrent = channel.gainTarget;
   channel.masterCurrent = channel.masterTarget;
 }

@@ -57,8 +57,8 @@ struct Lookup {
   Quad below, above;
 };
 
-// Memory, in registers.
-struct Live {
+// Memory, in registers, in the order of the road.
+struct Live {  // NOLINT(clang-analyzer-optin.performance.Padding)
   Quad rack1[kPlaces], rack2[kPlaces];
   Pair first;
   Quad odd, even;
@@ -174,7 +174,7 @@ void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
 
 template <int F, bool cascade, bool glides>
 Settings SkewedCore<F, cascade, glides>::settings() const {
-  Settings c;
+  Settings c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
   const auto both = [](double x) { return splat<2>(x); };
   const auto& a = s_.resampleA;
   const auto& b = s_.resampleB;  // the other three are the same backwards
@@ -208,7 +208,7 @@ template <int F, bool cascade, bool glides>
 void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
   double x = k < n_ ? in_[k] : 0.0;
   x = x - x == 0.0 ? x : 0.0;
-  Pass p;
+  Pass p;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
   p.rack = quad(pair(x, m.resampled), highHalf(m.rackOut));
   forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, m, p); });
 
@@ -303,7 +303,7 @@ void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
-  constexpr int half = j < 4 ? 1 : 0;
+  constexpr std::size_t half = j < 4 ? 1 : 0;
   if constexpr (j % 4 == 0) fetch(c, 0, m.lookups[half]);
   if constexpr (j % 4 == 1) store(m.frame.mixed + 4 * half, between(m.lookups[half]));
   if constexpr (j % 4 == 2) aim(c, 0, m.lookups[half], m.frame.up + 4 * half);
@@ -317,11 +317,9 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
   Lookup& t1 = m.lookups[1];
   Lookup& t2 = m.lookups[2];
   Lookup& t3 = m.lookups[3];
-  constexpr bool brief = F == 7 && j > 3;
-#ifndef SCHED
-#define SCHED 3
-#endif
-  constexpr int late = SCHED >= 3 && !brief ? 1 : 0;
+  // The second pair of lookups follows one sub-sample behind the first, to spread the work; the
+  // short half of seven has no room for that.
+  constexpr int late = F == 7 && j > 3 ? 0 : 1;
   if constexpr (j % 4 == 0) {
     aim(c, 0, t0, m.frame.up + at);
     aim(c, 1, t1, m.frame.post + at);
@@ -330,12 +328,11 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
     aim(c, 2, t2, m.frame.power + at);
     aim(c, 3, t3, m.frame.splitHigh + at);
   }
-  constexpr int fetching = SCHED == 4 ? 2 : 1;
-  if constexpr (j % 4 == fetching) {
+  if constexpr (j % 4 == 1) {
     fetch(c, 0, t0);
     fetch(c, 1, t1);
   }
-  if constexpr (j % 4 == fetching + late) {
+  if constexpr (j % 4 == 1 + late) {
     fetch(c, 2, t2);
     fetch(c, 3, t3);
   }

@@ -47,8 +47,8 @@ struct Lanes;
 
 template <int lanes>
 struct Lanes<lanes, true> {
-  typedef double Vector __attribute__((vector_size(lanes * sizeof(double))));
-  typedef double Loose __attribute__((vector_size(lanes * sizeof(double)), aligned(8), may_alias));
+  using Vector __attribute__((vector_size(lanes * sizeof(double)))) = double;
+  using Loose __attribute__((vector_size(lanes * sizeof(double)), aligned(8), may_alias)) = double;
   Vector v;
 };
 
@@ -213,7 +213,7 @@ QUELLARD_INLINE void store(double* to, double x) { *to = x; }
 
 // The lanes of a where used has all bits set, of b where it has none.
 QUELLARD_INLINE Pair choose(Pair used, Pair a, Pair b) {
-  typedef std::int64_t Bits __attribute__((vector_size(16)));
+  using Bits __attribute__((vector_size(16))) = std::int64_t;
   const Bits u = reinterpret_cast<Bits>(used.v);
   return {reinterpret_cast<Pair::Vector>((reinterpret_cast<Bits>(a.v) & u) |
                                          (reinterpret_cast<Bits>(b.v) & ~u))};
@@ -228,11 +228,11 @@ QUELLARD_INLINE Quad choose(Quad used, Quad a, Quad b) {
 
 // a with the sign of its first (second) lane turned.
 QUELLARD_INLINE Pair turnFirst(Pair a) {
-  typedef std::int64_t Bits __attribute__((vector_size(16)));
+  using Bits __attribute__((vector_size(16))) = std::int64_t;
   return {reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{INT64_MIN, 0})};
 }
 QUELLARD_INLINE Pair turnSecond(Pair a) {
-  typedef std::int64_t Bits __attribute__((vector_size(16)));
+  using Bits __attribute__((vector_size(16))) = std::int64_t;
   return {reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{0, INT64_MIN})};
 }
 
@@ -254,7 +254,7 @@ QUELLARD_INLINE void locate(Quad position, Spot& spot) {
   spot.rest = position - whole;
 }
 QUELLARD_INLINE std::size_t indexOf(const Spot& spot, int lane) {
-  std::uint32_t low;
+  std::uint32_t low = 0;
   __builtin_memcpy(&low, &spot.index[lane], sizeof low);
   return low;
 }
