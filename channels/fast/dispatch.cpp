@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 #include "channels/fast/dispatch.h"
 
 #include <atomic>

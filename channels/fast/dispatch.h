@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // Chooses the instruction set of the fast core.
 #pragma once
 

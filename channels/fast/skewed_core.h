@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // The road of a channel with its stages skewed, the same bits as the plain order several times as
 // fast. The oversampled loop is all recurrences, each waiting for its own last result. Here a pass
 // handles one input sample, and every stage works on a sample of its own, older the further down

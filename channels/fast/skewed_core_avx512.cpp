@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // The fast core, built for avx512.
 #define QUELLARD_FAST_ISA avx512
 #include "channels/fast/skewed_core.h"

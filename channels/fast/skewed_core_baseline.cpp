@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // The fast core, built for baseline.
 #define QUELLARD_FAST_ISA baseline
 #include "channels/fast/skewed_core.h"

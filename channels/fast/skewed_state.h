@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // What a channel lends to the fast core for the length of a call, as plain arrays: filled from
 // the channel's sections before the call and written back after it. No functions stand here, so
 // that every instruction set's core can include it.

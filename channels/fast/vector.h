@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: ISC
 // Short vectors of doubles over the compiler's portable vector types. Two lanes are native
 // everywhere; four are native with AVX and a pair of pairs otherwise. Every lane does exactly
 // what a scalar would: one rounding per operation, no fused forms.
