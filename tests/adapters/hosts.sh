@@ -4,7 +4,7 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
-build=$2
+build=$(cd "$2" && pwd)
 quellard=$build/quellard
 mono=urn:quellard:amplifier
 stereo=urn:quellard:amplifier-stereo
