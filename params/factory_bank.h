@@ -46,7 +46,6 @@ inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
 // clang-format on
 
 // The selector value that adapters and presets set for a channel, 0..2.
-// name.
 constexpr float selectForChannel(int channel) { return 0.5F * static_cast<float>(channel); }
 
 // A knob's value, 0..1, from its place on the scale of 0 to 10. Double until the end: from a float,

@@ -45,7 +45,9 @@ void applyStart(PluginInstance& amplifier, const StartingPoint& start);
 // Lets the knobs reach their places before the first sample is played. The amplifier glides to a
 // new setting over one block and rises from silence in its first one, which is right for a hand
 // on a knob, but would fade in the beginning of every file, slower with longer blocks. A block of
-// no frames makes all three channels take their settings at once and leaves no other trace.
+// no frames puts the filters of all three channels and the drive and level of the audible one in
+// their places, and leaves no other trace. A channel that a move switches to later still raises
+// drive and level from nothing over its first block, as it does in every host.
 void settle(PluginInstance& amplifier);
 
 // Cuts the time of a render into blocks: none longer than blockLength, and one beginning exactly
