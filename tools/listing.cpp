@@ -7,6 +7,7 @@
 
 #include "params/factory_bank.h"
 #include "params/parameter_table.h"
+#include "shell/parameter_properties.h"
 #include "tools/knobs.h"
 
 namespace quellard {
@@ -32,10 +33,14 @@ std::string rangeOf(PluginInstance& scratch, int index) {
   return range;
 }
 
-std::string fourLetters(std::int32_t code) {
+std::string fourLetters(std::intptr_t code) {
   std::string letters;
   for (int shift = 24; shift >= 0; shift -= 8) letters += static_cast<char>(code >> shift & 0xff);
-  return letters;
+  return fmt::format("{} (0x{:08X})", letters, static_cast<std::uint32_t>(code));
+}
+
+void append(std::string& list, const std::string& word) {
+  list += (list.empty() ? "" : ", ") + word;
 }
 
 std::string flagNames(std::int32_t flags) {
@@ -49,7 +54,7 @@ std::string flagNames(std::int32_t flags) {
   }};
   std::string names;
   for (const auto& [flag, name] : kNames) {
-    if ((flags & flag) != 0) names += (names.empty() ? "" : ", ") + std::string(name);
+    if ((flags & flag) != 0) append(names, name);
   }
   return names;
 }
@@ -67,13 +72,79 @@ std::string claims(const PluginInstance& instance) {
        {"sendVstEvents", "sendVstMidiEvent", "receiveVstEvents", "receiveVstMidiEvent",
         "receiveVstTimeInfo", "offline", "midiProgramNames", "bypass", "1in1out", "2in2out"}) {
     std::string writable = ability;
-    if (instance.call(effCanDo, 0, 0, writable.data()) <= 0) continue;
-    claimed += (claimed.empty() ? "" : ", ") + writable;
+    if (instance.call(effCanDo, 0, 0, writable.data()) > 0) append(claimed, writable);
   }
   return claimed;
 }
 
-__attribute__((no_sanitize("vptr"))) std::string describeJacks(Orv_TypeBase& extension) {
+// Optional services, of which those that the plug-in answers with anything but 0.
+std::string services(const PluginInstance& scratch) {
+  std::array<std::intptr_t, 64> answer = {};  // room for the longest record that any of them fills
+  std::array<void*, 2> arrangements = {};
+  const auto inputArrangement = reinterpret_cast<std::intptr_t>(arrangements.data());
+  std::string served;
+  const auto ask = [&](const char* service, std::int32_t opcode, std::intptr_t value, void* to) {
+    answer = {};
+    if (scratch.call(opcode, 0, value, to) != 0) append(served, service);
+  };
+  ask("editor", effEditGetRect, 0, answer.data());
+  ask("chunks", effGetChunk, 0, answer.data());
+  ask("values from text", effString2Parameter, 0, answer.data());
+  ask("input pin properties", effGetInputProperties, 0, answer.data());
+  ask("output pin properties", effGetOutputProperties, 0, answer.data());
+  ask("speaker arrangement", effGetSpeakerArrangement, inputArrangement, &arrangements[1]);
+  ask("bypass", effSetBypass, 0, nullptr);
+  ask("vendor specific", effVendorSpecific, 0, nullptr);
+  return served;
+}
+
+std::string propertyFlags(std::int32_t flags) {
+  std::string names;
+  if ((flags & kVstParameterIsSwitch) != 0) append(names, "switch");
+  if ((flags & kVstParameterUsesIntegerMinMax) != 0) append(names, "integer range");
+  if ((flags & kVstParameterUsesFloatStep) != 0) append(names, "float step");
+  return fmt::format("flags {} ({})", flags, names.empty() ? "none" : names);
+}
+
+// What a host learns of one parameter apart from its name and value.
+__attribute__((no_sanitize("vptr"))) std::string propertiesOf(PluginInstance& scratch, int index) {
+  HostExtension* const extension = scratch.extension();
+  ExtendedParameterProperties all = {};
+  const VstParameterProperties& properties = all.published;
+  const bool told = extension != nullptr
+                        ? extension->getParameterProperties(index, &all.published)
+                        : scratch.call(effGetParameterProperties, index, 0, &all.published) != 0;
+  std::string text = told ? propertyFlags(properties.flags) : "no properties";
+  if ((properties.flags & kVstParameterUsesFloatStep) != 0) {
+    text += fmt::format(", step {}", properties.stepFloat);
+  }
+  if ((properties.flags & kVstParameterUsesIntegerMinMax) != 0) {
+    text += fmt::format(", {} to {}, step {}", properties.minInteger, properties.maxInteger,
+                        properties.stepInteger);
+  }
+  if (told) text += fmt::format(", mark {}, shown as {}", all.trailer[0], rangeOf(scratch, index));
+  const std::string unit = scratch.text(effGetParamLabel, index);
+  if (!unit.empty()) text += ", in " + unit;
+  return text + (scratch.call(effCanBeAutomated, index) != 0 ? ", automated" : ", not automated");
+}
+
+// A row for each run of parameters that are alike.
+std::string describeParameters(const PluginModule& module) {
+  PluginInstance scratch(module);
+  const int count = scratch.record().numParams;
+  std::string text;
+  for (int first = 0, next = 0; first < count; first = next) {
+    const std::string properties = propertiesOf(scratch, first);
+    while (next < count && propertiesOf(scratch, next) == properties) ++next;
+    const std::string name = next == first + 1
+                                 ? fmt::format("parameter {}", first)
+                                 : fmt::format("parameters {} to {}", first, next - 1);
+    text += row(name.c_str(), properties);
+  }
+  return text;
+}
+
+__attribute__((no_sanitize("vptr"))) std::string describeJacks(HostExtension& extension) {
   const int dry = extension.getDryInSigNum();
   std::string text;
   text += row("input jacks", fmt::format("{}, the first with {} signal(s) from number {}",
@@ -82,8 +153,14 @@ __attribute__((no_sanitize("vptr"))) std::string describeJacks(Orv_TypeBase& ext
   text += row("output jacks", fmt::format("{}, the first with {} signal(s) from number {}",
                                           extension.getNumOfOutJacks(), extension.getNumOfOutSig(0),
                                           extension.getStartNumOutSig(0)));
+  text += row("second output",
+              fmt::format("{}, the first with {} signal(s)", extension.getNumOfOut1Jacks(),
+                          extension.getNumOfOut1Sig(0)));
   text += row("dry input", dry < 0 ? "none" : fmt::format("signal {}", dry));
   text += row("header version", fmt::format("{}", extension.getHeaderVersion()));
+  std::array<char, 256> shown = {};
+  extension.getParameterDisplayOf(kTypeParameter, 0.5f, shown.data());
+  text += row("text of a value", fmt::format("{} at 0.5 is {}", kTypeParameter, shown.data()));
   return text;
 }
 
@@ -149,8 +226,8 @@ std::string describePlugin(const PluginModule& module) {
   text += row("product", instance.text(effGetProductString));
   text += row("vendor", orNone(instance.text(effGetVendorString)));
   text += row("vendor version", fmt::format("{}", instance.call(effGetVendorVersion)));
-  text += row("identity", fmt::format("{} (0x{:08X})", fourLetters(record.uniqueID),
-                                      static_cast<std::uint32_t>(record.uniqueID)));
+  text += row("identity", fourLetters(record.uniqueID));
+  text += row("identify", fourLetters(instance.call(effIdentify)));
   text += row("version", fmt::format("{}", record.version));
   text += row("interface",
               fmt::format("VST {}", static_cast<double>(instance.call(effGetVstVersion)) / 1000.0));
@@ -160,10 +237,16 @@ std::string describePlugin(const PluginModule& module) {
   text += row("parameters", fmt::format("{} (0 is an empty slot)", record.numParams));
   text += row("programs", fmt::format("{}", record.numPrograms));
   text += row("audio", fmt::format("{} in, {} out", record.numInputs, record.numOutputs));
-  text += row("delay", fmt::format("{} samples", record.initialDelay));
+  text += row("initial delay", fmt::format("{} samples", record.initialDelay));
   text += row("tail", fmt::format("{} samples", instance.call(effGetTailSize)));
-  text += row("claims", orNone(claims(instance)));
-  if (Orv_TypeBase* extension = instance.extension()) text += describeJacks(*extension);
+  text += row("io ratio", fmt::format("{}", record.ioRatio));
+  text += row("qualities",
+              fmt::format("{} real time, {} offline", record.realQualities, record.offQualities));
+  text += row("MIDI program", fmt::format("{}", instance.call(effGetCurrentMidiProgram)));
+  text += row("can do", orNone(claims(instance)));
+  text += row("services", orNone(services(instance)));
+  text += describeParameters(module);
+  if (HostExtension* extension = instance.extension()) text += describeJacks(*extension);
   return text;
 }
 

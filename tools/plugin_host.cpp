@@ -127,9 +127,9 @@ std::intptr_t PluginInstance::call(std::int32_t opcode, std::int32_t index, std:
 
 // The classes behind the object are the plug-in's, and only their layout is shared with it: a check
 // of their type would want them linked.
-__attribute__((no_sanitize("vptr"))) Orv_TypeBase* PluginInstance::extension() const {
+__attribute__((no_sanitize("vptr"))) HostExtension* PluginInstance::extension() const {
   if (effect_->uniqueID != fourCharacters("QULL")) return nullptr;
-  return static_cast<Orv_TypeBase*>(static_cast<AudioEffect*>(effect_->object));
+  return static_cast<HostExtension*>(static_cast<AudioEffect*>(effect_->object));
 }
 
 std::string PluginInstance::text(std::int32_t opcode, std::int32_t index,

@@ -15,6 +15,14 @@ namespace quellard {
 
 class PluginModule;
 
+// The effect's class as a host declares it: what the effect adds behind the common operations, in
+// its order.
+class HostExtension : public Orv_TypeBase {
+ public:
+  virtual int getNumOfOut1Jacks() = 0;   // NOLINT(bugprone-virtual-near-miss)
+  virtual int getNumOfOut1Sig(int) = 0;  // NOLINT(bugprone-virtual-near-miss)
+};
+
 // One instance of the amplifier: one channel of audio. Calls must not overlap; different instances
 // may run on different threads.
 class PluginInstance {
@@ -47,7 +55,7 @@ class PluginInstance {
   const AEffect& record() const { return *effect_; }
 
   // What this amplifier's own host asks beyond the published interface; null for another plug-in.
-  Orv_TypeBase* extension() const;
+  HostExtension* extension() const;
 
  private:
   AEffect* effect_;
