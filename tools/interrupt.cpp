@@ -18,7 +18,6 @@ void noteSignal(int number) { arrivedSignal = number; }
 void watchSignals() {
   struct sigaction action = {};
   action.sa_handler = noteSignal;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (int number : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction old = {};
     sigaction(number, nullptr, &old);

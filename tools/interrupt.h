@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Ctrl-C without half-written files: the first SIGINT or SIGTERM only raises a flag, the work
-// notices it between two blocks and unwinds. A second one kills at once, should that hang.
+// Ctrl-C without half-written files: SIGINT, SIGTERM and SIGHUP only raise a flag, the work notices
+// it between two blocks and unwinds. However often one presses, the clean-up runs to its end.
+// Should it hang, SIGQUIT (Ctrl-\) kills at once.
 #pragma once
 
 namespace quellard {
