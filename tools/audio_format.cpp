@@ -4,6 +4,7 @@
 #include <array>
 #include <fmt/format.h>
 #include <limits>
+#include <optional>
 #include <sndfile.h>
 #include <vector>
 
@@ -88,7 +89,7 @@ std::string endingOf(const std::filesystem::path& name) {
   return extension.empty() ? extension : extension.substr(1);
 }
 
-int typeFor(const std::filesystem::path& name) {
+std::optional<int> knownType(const std::filesystem::path& name) {
   const std::string ending = endingOf(name);
   for (const Named& other : kOtherEndings) {
     if (ending == other.name) return other.code;
@@ -96,6 +97,11 @@ int typeFor(const std::filesystem::path& name) {
   for (const SF_FORMAT_INFO& type : libraryTypes()) {
     if (ending == type.extension) return type.format;
   }
+  return {};
+}
+
+int typeFor(const std::filesystem::path& name) {
+  if (const std::optional<int> type = knownType(name)) return *type;
   throw UsageError(fmt::format("cannot tell the file type of '{}' from its ending: use one of {}",
                                name.string(), fileTypeNames()));
 }
@@ -120,6 +126,8 @@ int sampleFormatCode(const std::string& name) {
 }
 
 }  // namespace
+
+bool hasAudioEnding(const std::filesystem::path& name) { return knownType(name).has_value(); }
 
 int formatFor(const std::filesystem::path& name, const std::string& sampleFormat) {
   const int typed = typeFor(name);

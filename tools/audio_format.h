@@ -14,6 +14,9 @@ namespace quellard {
 // Throws UsageError for an unknown ending or sample format, or a pair that does not exist.
 int formatFor(const std::filesystem::path& name, const std::string& sampleFormat);
 
+// Whether a name's ending is one that formatFor() knows.
+bool hasAudioEnding(const std::filesystem::path& name);
+
 // "pcm16, pcm24, ..." and ".wav, .flac, ...", for help and messages.
 std::string sampleFormatNames();
 std::string fileTypeNames();

@@ -130,10 +130,17 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
   std::error_code error;
   const bool oneFile = inputs.size() == 1 && !fs::is_directory(inputs.front(), error);
   const bool toFolder = !oneFile || fs::is_directory(output, error) || !output.has_filename();
+  const std::vector<Found> found = findInputs(inputs, output);
+  if (!oneFile && hasAudioEnding(output) && !fs::is_directory(output, error)) {
+    throw UsageError(
+        fmt::format("several results need a folder, and {} is named like a file: "
+                    "put a slash behind it if it shall be one",
+                    output.string()));
+  }
   std::vector<Job> jobs;
-  for (const Found& found : findInputs(inputs, output)) {
-    const fs::path inFolder = output / fs::path(found.nameInFolder).replace_extension(fileType);
-    jobs.push_back({found.input, toFolder ? inFolder : output});
+  for (const auto& [input, nameInFolder] : found) {
+    const fs::path inFolder = output / fs::path(nameInFolder).replace_extension(fileType);
+    jobs.push_back({input, toFolder ? inFolder : output});
     formatFor(jobs.back().output, sampleFormat);  // a bad ending is told before any work
   }
   refuseCollisions(jobs);

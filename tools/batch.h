@@ -21,8 +21,9 @@ struct Job {
 // output: for one input that is a file, the name of the result, or a folder to put it in; otherwise
 // a folder, made when missing. A result in a folder has its input's name (and its place below the
 // input folder) with the ending fileType. What already lies in the output folder is no input.
-// Throws UsageError when an output would be an input or another job's output, or when its ending
-// names no file type; FileError when an input is missing or holds nothing to render.
+// Throws UsageError when an output would be an input or another job's output, when its ending
+// names no file type, or when a folder to be made is named like an audio file; FileError when an
+// input is missing or holds nothing to render.
 std::vector<Job> planJobs(const std::vector<std::filesystem::path>& inputs,
                           const std::filesystem::path& output, const std::string& fileType,
                           const std::string& sampleFormat);
