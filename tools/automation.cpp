@@ -60,6 +60,14 @@ std::vector<Line> readLines(std::istream& text, const std::string& name) {
   return lines;
 }
 
+Setting settingOf(const Line& line, const std::string& name, int channel) {
+  try {
+    return parseSetting(line.parameter, line.value, channel);
+  } catch (const UsageError& error) {
+    throw UsageError(fmt::format("{}:{}: {}", name, line.number, error.what()));
+  }
+}
+
 }  // namespace
 
 std::vector<Move> parseAutomation(std::istream& text, const std::string& name, int channel) {
@@ -67,14 +75,13 @@ std::vector<Move> parseAutomation(std::istream& text, const std::string& name, i
   std::stable_sort(lines.begin(), lines.end(),
                    [](const Line& a, const Line& b) { return a.seconds < b.seconds; });
   std::vector<Move> moves;
-  for (const Line& line : lines) {
-    try {
-      moves.push_back({line.seconds, parseSetting(line.parameter, line.value, channel)});
-    } catch (const UsageError& error) {
-      throw UsageError(fmt::format("{}:{}: {}", name, line.number, error.what()));
+  auto settled = lines.cbegin();  // the channel is known up to here
+  for (auto line = lines.cbegin(); line != lines.cend(); ++line) {
+    for (; settled != lines.cend() && settled->seconds <= line->seconds; ++settled) {
+      if (!namesSelector(settled->parameter)) continue;
+      channel = channelFromSelect(settingOf(*settled, name, channel).value);
     }
-    const Setting& setting = moves.back().setting;
-    if (setting.parameter == kTypeParameter) channel = channelFromSelect(setting.value);
+    moves.push_back({line->seconds, settingOf(*line, name, channel)});
   }
   return moves;
 }
@@ -89,6 +96,14 @@ std::vector<Move> readAutomation(const std::filesystem::path& file, int channel)
   std::vector<Move> moves = parseAutomation(text, file.string(), channel);
   if (text.bad()) throw FileError(fmt::format("cannot read {}", file.string()));
   return moves;
+}
+
+int channelAtStart(const std::vector<Move>& moves, int channel) {
+  for (const Move& move : moves) {
+    if (move.seconds > 0.0) break;
+    if (move.setting.parameter == kTypeParameter) channel = channelFromSelect(move.setting.value);
+  }
+  return channel;
 }
 
 }  // namespace quellard

@@ -3,7 +3,7 @@
 //   seconds, parameter, value
 // with commas, semicolons, tabs or spaces between. Empty lines, what follows a '#', and a line of
 // headings at the top are skipped. Parameters and values are written as knobs.h says; a bare knob
-// name means the channel that is selected at that time.
+// name means the channel that plays from that time on, whichever of the two lines comes first.
 #pragma once
 
 #include <filesystem>
@@ -27,5 +27,8 @@ std::vector<Move> parseAutomation(std::istream& text, const std::string& name, i
 
 // The same from a file; throws FileError when it cannot be read.
 std::vector<Move> readAutomation(const std::filesystem::path& file, int channel);
+
+// The channel that plays first: what the moves at time 0 select, otherwise the one given.
+int channelAtStart(const std::vector<Move>& moves, int channel);
 
 }  // namespace quellard

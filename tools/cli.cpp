@@ -73,28 +73,39 @@ int integerWithin(const char* what, const std::string& text, int lowest, int hig
   return static_cast<int>(value);
 }
 
-// Settles which channel the bare knob names mean: the chosen one, or else that of the preset or the
-// program.
-StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& module, int& channel) {
-  StartingPoint start;
+// The assignments to the channel selector, or those to everything else.
+void assign(const KnobOptions& options, bool selector, int channel, StartingPoint& start) {
+  for (const std::string& assignment : options.assignments) {
+    const auto [name, value] = splitAssignment(assignment);
+    if (namesSelector(name) != selector) continue;
+    start.settings.push_back(parseSetting(name, value, channel));
+  }
+}
+
+// Begins at the program or the preset and turns the selector, however it is named. Returns the
+// channel that plays then: the one whose knobs the bare names mean.
+int chooseChannel(const KnobOptions& options, const PluginModule& module, StartingPoint& start) {
   PluginInstance instance(module);
   start.program = integerWithin("--program", options.program, 1, instance.record().numPrograms) - 1;
   if (!options.preset.empty()) start.settings = presetSettings(options.preset);
-  applyStart(instance, start);
-  channel = channelFromSelect(instance.parameter(kTypeParameter));
   if (!options.channel.empty()) {
-    channel = parseChannel(options.channel);
-    start.settings.push_back({kTypeParameter, selectorValue(channel)});
+    start.settings.push_back({kTypeParameter, selectorValue(parseChannel(options.channel))});
   }
+  assign(options, true, 0, start);
+  applyStart(instance, start);
+  return channelFromSelect(instance.parameter(kTypeParameter));
+}
+
+void turnKnobs(const KnobOptions& options, int channel, StartingPoint& start) {
   for (const auto& [name, value] : options.knobs) {
     start.settings.push_back(parseSetting(name, value, channel));
   }
-  for (const std::string& assignment : options.assignments) {
-    const auto [name, value] = splitAssignment(assignment);
-    start.settings.push_back(parseSetting(name, value, channel));
-    const Setting& setting = start.settings.back();
-    if (setting.parameter == kTypeParameter) channel = channelFromSelect(setting.value);
-  }
+  assign(options, false, channel, start);
+}
+
+StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& module) {
+  StartingPoint start;
+  turnKnobs(options, chooseChannel(options, module, start), start);
   return start;
 }
 
@@ -140,17 +151,22 @@ void addRenderOptions(CLI::App& command, Options& options) {
   addValue(command, "-o,--output", options.output, "OUT", "File to write; for several, a folder")
       ->required();
   addValue(command, "--format", options.sampleFormat, "FORMAT",
-           "Sample format (float where the file type can): " + sampleFormatNames());
+           "Sample format (float where the file type can): " + sampleFormatNames() +
+               ". All but float and double are cut at full scale");
   addValue(command, "--type", options.fileType, "ENDING", "File type of results in a folder (wav)");
   addValue(command, "--automation", options.automation, "FILE",
            "Knob moves: lines of 'seconds, parameter, value'");
-  command.add_flag("--mono", options.mono, "Play the mean of all channels through one amplifier");
+  command.add_flag("--mono", options.mono,
+                   "Play the mean of all channels through one amplifier: a take recorded on both "
+                   "sides drives it as one side does");
   addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
   addValue(command, "--block", options.block, "FRAMES", "Block, over which knobs glide (512)");
   command.add_flag("--no-preroll", options.raw,
                    "Let the knobs glide in over the first block, as the plug-in starts");
   addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");
   command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
+  command.footer("File types, by the ending of OUT: " + fileTypeNames() +
+                 ".\n.sd2 is only read, .raw (without a header) only written.");
   addKnobOptions(command, options.knobs);
 }
 
@@ -202,6 +218,7 @@ int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, b
 }
 
 int render(const Options& options) {
+  if (options.output.empty()) throw UsageError("--output: '' is no name for a file");
   RenderSettings settings;
   settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
   settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail);
@@ -211,9 +228,12 @@ int render(const Options& options) {
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
 
   const PluginModule module(PluginModule::find(options.plugin));
-  int channel = 0;
-  settings.start = resolveKnobs(options.knobs, module, channel);
-  if (!options.automation.empty()) settings.moves = readAutomation(options.automation, channel);
+  int channel = chooseChannel(options.knobs, module, settings.start);
+  if (!options.automation.empty()) {
+    settings.moves = readAutomation(options.automation, channel);
+    channel = channelAtStart(settings.moves, channel);
+  }
+  turnKnobs(options.knobs, channel, settings.start);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
@@ -228,8 +248,7 @@ int plot(const Options& options) {
   settings.rate = integerWithin("--rate", options.rate, 8000, 384000);
   settings.note_hz = numberWithin("--note", options.note, 20.0, 2000.0);
   const PluginModule module(PluginModule::find(options.plugin));
-  int channel = 0;
-  settings.start = resolveKnobs(options.knobs, module, channel);
+  settings.start = resolveKnobs(options.knobs, module);
   plotAmplifier(module, options.output, settings);
   return kDone;
 }
@@ -240,13 +259,12 @@ int list(const CLI::App& command, const Options& options) {
     return kDone;
   }
   const PluginModule module(PluginModule::find(options.plugin));
-  int channel = 0;
   if (command.get_name() == "programs") {
     fmt::print("{}", listPrograms(module));
   } else if (command.get_name() == "info") {
     fmt::print("{}", describePlugin(module));
   } else {
-    fmt::print("{}", listParameters(module, resolveKnobs(options.knobs, module, channel)));
+    fmt::print("{}", listParameters(module, resolveKnobs(options.knobs, module)));
   }
   return kDone;
 }
@@ -295,6 +313,24 @@ int dispatch(const CLI::App& app, const Options& options) {
   return list(command, options);
 }
 
+// The command line from its last word to its first, as the parser takes it. After "--" all are
+// files: one that begins with a dash gets its folder put in front. The parser's own rule for "--"
+// fails once a file has been named.
+std::vector<std::string> wordsBackwards(int argc, const char* const* argv) {
+  std::vector<std::string> words;
+  bool onlyFiles = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (!onlyFiles && word == "--") {
+      onlyFiles = true;
+      continue;
+    }
+    words.push_back(onlyFiles && word.starts_with('-') ? "./" + word : word);
+  }
+  std::reverse(words.begin(), words.end());
+  return words;
+}
+
 int tell(const std::string& message, int status) {
   fmt::print(stderr, "quellard: {}\n", message);
   return status;
@@ -308,7 +344,7 @@ int runCommand(int argc, const char* const* argv) {
   buildApp(app, options);
   watchSignals();
   try {
-    app.parse(argc, argv);
+    app.parse(wordsBackwards(argc, argv));
     const int status = dispatch(app, options);
     if (std::fflush(stdout) != 0) throw FileError("cannot write to standard output");
     return status;

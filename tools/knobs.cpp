@@ -140,6 +140,11 @@ Setting parseSetting(std::string_view name, std::string_view value, int channel)
   return {info.index, scaledValue(std::string(name), value, 10.0)};
 }
 
+bool namesSelector(std::string_view name) {
+  if (const std::optional<double> index = parseNumber(name)) return *index == kTypeParameter;
+  return asSymbol(trimmed(name)) == kParameters[kTypeParameter].symbol;
+}
+
 std::vector<Setting> presetSettings(std::string_view name) {
   const std::string wanted = lowered(trimmed(name));
   std::vector<std::string> known;

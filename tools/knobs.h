@@ -37,6 +37,9 @@ float selectorValue(int channel);
 //   12                  0..1, the parameter of this index with the value as the plug-in keeps it
 Setting parseSetting(std::string_view name, std::string_view value, int channel);
 
+// Whether a name is one of the channel selector's: channel, type, 19.
+bool namesSelector(std::string_view name);
+
 // All nineteen settings of a preset of the factory bank, by its name.
 std::vector<Setting> presetSettings(std::string_view name);
 

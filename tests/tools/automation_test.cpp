@@ -41,12 +41,12 @@ TEST(Automation, ReadsWhatPeopleAndSpreadsheetsWrite) {
 }
 
 TEST(Automation, BareKnobsFollowTheChannelOfTheirTime) {
-  // Written out of order: at 1 s CLEAN plays, at 3 s MODERN.
+  // Written out of order: at 1 s CLEAN plays, from 2 s on MODERN.
   std::vector<int> parameters;
-  for (const Move& move : parse("3 gain 3\n2 channel modern\n1 gain 1\n2 mid 4\n")) {
+  for (const Move& move : parse("3 gain 3\n2 mid 4\n2 channel modern\n1 gain 1\n")) {
     parameters.push_back(move.setting.parameter);
   }
-  EXPECT_EQ(parameters, (std::vector<int>{6, 19, 15, 18}));
+  EXPECT_EQ(parameters, (std::vector<int>{6, 15, 19, 18}));
 }
 
 TEST(Automation, ErrorsNameTheLine) {

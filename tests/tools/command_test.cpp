@@ -104,11 +104,14 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o a.xyz", "file type"},
       {2, "render in.wav -o a.flac --format float", "cannot hold"},
       {2, "render in.wav -o in.wav", "is also an input"},
+      {2, "render in.wav -o ''", "is no name"},
+      {2, "render in.wav note.txt -o a.wav", "need a folder"},
       {2, "plot -o a.jpg", ".png"},
       {1, "render none.wav -o a.wav", "No such file"},
       {1, "render note.txt -o a.wav", "cannot read"},
       {1, "render empty -o a.wav", "no audio files in"},
       {1, "render in.wav -o no/a.wav", "No such file"},
+      {1, "render in.wav -o a -- -o", "cannot read ./-o"},
       {1, "render in.wav -o a.wav --automation none.txt", "No such file"},
       {1, "render in.wav -o a.wav --automation empty", "cannot read"},
       {1, "render in.wav -o a.wav --plugin note.txt", "cannot load the plug-in"},
@@ -141,7 +144,9 @@ TEST_F(Command, AnInterruptedRenderLeavesTheOldFileAndNothingElse) {
     const std::string in = folder / "in.wav", out = folder / "out.wav";
     const pid_t child = fork();
     if (child == 0) {
-      execl(QUELLARD_COMMAND, "quellard", "render", in.c_str(), "-o", out.c_str(), nullptr);
+      // Blocks so long that the later signals come before the first one is noticed.
+      execl(QUELLARD_COMMAND, "quellard", "render", in.c_str(), "-o", out.c_str(), "--block",
+            "48000", nullptr);
       _exit(127);
     }
     int status = 0;
@@ -149,7 +154,10 @@ TEST_F(Command, AnInterruptedRenderLeavesTheOldFileAndNothingElse) {
       ASSERT_EQ(waitpid(child, &status, WNOHANG), 0) << "ended before it could be interrupted";
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    kill(child, number);
+    for (int i = 0; i < 5; ++i) {
+      kill(child, number);
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << status;
     EXPECT_EQ(folder.names(), before);
@@ -216,7 +224,12 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   }
   EXPECT_EQ(linesOf(ran.out), 20u);
   EXPECT_EQ(linesOf(run("programs").out), 17u);
-  EXPECT_TRUE(contains(run("info").out, "NEW Quellard"));
+  const std::string info = run("info").out;
+  for (const char* part :
+       {"NEW Quellard", "NvEf", "parameters 1 to 18 flags 4 (float step), step 0.01",
+        "flags 2 (integer range), 0 to 2, step 1", "second output      1, the first with 1"}) {
+    EXPECT_TRUE(contains(info, part)) << part << info;
+  }
   const std::string row = "Warm Jazz                CLEAN        2.00     6.00     6.00     3.00";
   EXPECT_TRUE(contains(run("presets").out, row));
 
@@ -224,6 +237,12 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   const std::string hot = rendered("--channel vintage --gain 7.5 --bass 4");
   EXPECT_EQ(rendered("--set 19=0.5 --set vintage_gain=7.5 --set 8=0.4"), hot);
   EXPECT_NE(rendered("--channel vintage --gain 7.4 --bass 4"), hot);
+  // Bare names mean the channel that plays, whoever chooses it and wherever in the line.
+  write("moves", "0 bass 4\n0 channel vintage\n");
+  for (const char* choice : {"--set bass=4 --set channel=vintage", "--automation moves",
+                             "--channel clean --bass 4 --set type=vintage"}) {
+    EXPECT_EQ(rendered(std::string("--gain 7.5 ") + choice), hot) << choice;
+  }
   const std::string jazz = rendered("--preset 'warm jazz'");
   const std::string knobs = "--presence 2 --bass 6 --mid 6 --treble 3 --master 4.39 --gain 3.5";
   EXPECT_EQ(rendered("--channel clean " + knobs), jazz);
