@@ -89,7 +89,7 @@ struct AEffect {
 // Hosts were compiled against these offsets; 64-bit first, then 32-bit.
 inline constexpr bool kWide = sizeof(void*) == 8;
 static_assert(sizeof(AEffect) == (kWide ? 192 : 144));
-static_assert(offsetof(AEffect, magic) == (kWide ? 0 : 0));
+static_assert(offsetof(AEffect, magic) == 0);
 static_assert(offsetof(AEffect, dispatcher) == (kWide ? 8 : 4));
 static_assert(offsetof(AEffect, process) == (kWide ? 16 : 8));
 static_assert(offsetof(AEffect, setParameter) == (kWide ? 24 : 12));

@@ -24,8 +24,6 @@ void eachResamplerState(Memory& m, const Visit& visit) {
   visit(4, m.even[2], m.even[3]);
 }
 
-double& loopState(Memory& m, std::size_t i) { return i == 2 ? m.power1 : m.postPower[i]; }
-
 void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
 
 void lendSection(const Placed& at, SkewedState& s) {
@@ -161,7 +159,7 @@ void Loan::lendLoop(SkewedState& s) const {
   for (std::size_t i = 0; i < cascadeClip.size(); ++i) lendTable(i + 1, cascadeClip[i], s);
   const auto loop = loopSections();
   for (std::size_t i = 0; i < loop.size(); ++i) {
-    loopState(s.memory, i) = loop[i]->state1;
+    s.memory.sections[i] = loop[i]->state1;
     s.loopCoef[i][0] = loop[i]->coef[2];
     s.loopCoef[i][1] = loop[i]->coef[3];
     s.loopCoef[i][2] = loop[i]->coef[0];
@@ -178,7 +176,7 @@ void Loan::takeBackLoop(Memory& memory) {
   });
   if (parts_.split == nullptr) return;
   const auto loop = loopSections();
-  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = loopState(memory, i);
+  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = memory.sections[i];
   parts_.split->splitLow = memory.split[0];
   parts_.split->splitHigh = memory.split[1];
 }

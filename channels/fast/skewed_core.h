@@ -36,8 +36,7 @@ struct Settings {
   // the first sub-sample of a sample, Z the zero-stuffed ones, see resample().
   Pair A0, B0, B1, Z0, Z1;
   Quad A13, A24, B13, B24, Z13, Z24;
-  Pair postPowerX0, postPowerX1, postPowerY1;
-  double power1X0, power1X1, power1Y1;
+  Quad sectionsX0, sectionsX1, sectionsY1;
   Pair splitCoef;
   Quad halfSize[4];
   const double* table[4];
@@ -45,7 +44,7 @@ struct Settings {
 
 // What the stages leave for each other, in sub-samples.
 struct Frame {
-  alignas(64) double up[8], post[8], power[8];
+  alignas(64) double up[8], post[8], power0[8], power[8];
   double splitLow[8], splitHigh[8];
   double shaped01[8][2];  // what T0 and T1 make of up and post; sub-samples 0 2 1 3, 4 6 5 7
   double shaped2[8];
@@ -58,13 +57,12 @@ struct Lookup {
   Quad below, above;
 };
 
-// Memory, in registers, in the order of the road.
-struct Live {  // NOLINT(clang-analyzer-optin.performance.Padding)
+// Memory, in registers.
+struct Live {
   Quad rack1[kPlaces], rack2[kPlaces];
   Pair first;
   Quad odd, even;
-  Pair postPower;
-  double power1;
+  Quad sections;
   Pair split;
   Frame frame;
   Lookup lookups[4];
@@ -85,16 +83,16 @@ class SkewedCore {
  private:
   // By how many samples each stage lags behind the input.
   static constexpr int kUpLag = 1;
-  static constexpr int kSectionsLag = 2;
-  static constexpr int kPowerLag = 3;
-  static constexpr int kSplitLag = 4;
-  static constexpr int kDownLag = cascade ? 5 : 3;
+  static Quad sectionLags() { return quad(pair(2, 3), pair(4, 0)); }
+  static constexpr int kSplitLag = 5;
+  static constexpr int kDownLag = cascade ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 3;
   static Quad rackLags() { return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3)); }
 
   struct Pass {
     Quad rack;
-    Pair resampled[8], postPower[8], power1[8], branches[8];
+    Pair resampled[8], branches[8];
+    Quad sections[8];
   };
 
   QUELLARD_INLINE Settings settings() const;
@@ -122,6 +120,8 @@ class SkewedCore {
   }
   template <int j>
   QUELLARD_INLINE static void collect(const Pair* o, double* lane0, double* lane1 = nullptr);
+  template <int j>
+  QUELLARD_INLINE static void collect(const Quad* o, double* lane0, double* lane2);
 
   SkewedState& s_;
   const double* in_;
@@ -167,8 +167,7 @@ void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
   exchange(quad(resampling, resampling), m.odd, memory.odd);
   exchange(quad(resampling, resampling), m.even, memory.even);
   if constexpr (cascade) {
-    exchange(equal(pair(kSectionsLag, kPowerLag), splat<2>(d)), m.postPower, memory.postPower);
-    exchange(lag == kPowerLag, m.power1, &memory.power1);
+    exchange(equal(sectionLags(), splat<4>(d)), m.sections, memory.sections);
     exchange(equal(splat<2>(kSplitLag), splat<2>(d)), m.split, memory.split);
   }
 }
@@ -191,12 +190,9 @@ Settings SkewedCore<F, cascade, glides>::settings() const {
   c.Z13 = quad(pair(1.0, b[2]), pair(1.0, b[1]));
   c.Z24 = quad(pair(1.0, b[2]), pair(1.0, b[0]));
   const auto& l = s_.loopCoef;
-  c.postPowerX0 = pair(l[0][0], l[1][0]);
-  c.postPowerX1 = pair(l[0][1], l[1][1]);
-  c.postPowerY1 = pair(l[0][2], l[1][2]);
-  c.power1X0 = l[2][0];
-  c.power1X1 = l[2][1];
-  c.power1Y1 = l[2][2];
+  c.sectionsX0 = quad(pair(l[0][0], l[1][0]), pair(l[2][0], 0.0));
+  c.sectionsX1 = quad(pair(l[0][1], l[1][1]), pair(l[2][1], 0.0));
+  c.sectionsY1 = quad(pair(l[0][2], l[1][2]), pair(l[2][2], 0.0));
   c.splitCoef = both(s_.splitCoef);
   forEach<4>(QUELLARD_EACH {
     c.halfSize[i] = splat<4>(s_.halfSize[i]);
@@ -235,7 +231,7 @@ void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass&
     waveshaper<j>(c, m);
   }
   if constexpr (j % 2 == 0) rack<j / 2>(m, p);
-  settle(m.first, m.odd, m.even, m.postPower, m.power1, m.split);
+  settle(m.first, m.odd);
 }
 
 // The up lowpass in the first lane, down in the second. Zero-stuffed sub-samples leave the input
@@ -261,15 +257,12 @@ template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
   constexpr int slot = j / 4 * 4 + j % 2 * 2 + j / 2 % 2;
-  const Pair x = load<2>(m.frame.shaped01[slot]);
-  const Pair y = c.postPowerX0 * x + m.postPower;
-  m.postPower = c.postPowerX1 * x + c.postPowerY1 * y;
-  const double z = c.power1X0 * second(y) + m.power1;
-  m.power1 = c.power1X1 * second(y) + c.power1Y1 * z;
-  p.postPower[j] = y;
-  p.power1[j] = pair(z, z);
-  collect<j>(p.postPower, m.frame.post);
-  collect<j>(p.power1, m.frame.power);
+  const Quad x = quad(load<2>(m.frame.shaped01[slot]), pair(m.frame.power0[j], 0.0));
+  const Quad y = c.sectionsX0 * x + m.sections;
+  m.sections = c.sectionsX1 * x + c.sectionsY1 * y;
+  m.frame.power0[j] = second(lowHalf(y));
+  p.sections[j] = y;
+  collect<j>(p.sections, m.frame.post, m.frame.power);
 }
 
 template <int F, bool cascade, bool glides>
@@ -383,6 +376,23 @@ void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, doubl
     } else {
       store(lane0 + at, firsts(o[at], o1, o[at + 2], o[j]));
       if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1, o[at + 2], o[j]));
+    }
+  }
+}
+
+template <int F, bool cascade, bool glides>
+template <int j>
+void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane0, double* lane2) {
+  if constexpr (j % nativeLanes == nativeLanes - 1 || j == F - 1) {
+    constexpr int at = j / nativeLanes * nativeLanes;
+    const Quad a = firsts(o[at], o[at + 1 < F ? at + 1 : at]);
+    if constexpr (nativeLanes == 2) {
+      store(lane0 + at, lowHalf(a));
+      store(lane2 + at, highHalf(a));
+    } else {
+      const Quad b = firsts(o[at + 2], o[j]);
+      store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
+      store(lane2 + at, quad(highHalf(a), highHalf(b)));
     }
   }
 }

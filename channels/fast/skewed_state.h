@@ -18,8 +18,7 @@ struct Memory {
   double first[2];                // of the resampling lowpasses, {up, down}: s0
   double odd[4];                  // {s1 up, s1 down, s3 up, s3 down}
   double even[4];                 // {s2 up, s2 down, s4 up, s4 down}
-  double postPower[2];            // state1 of post 0 and power 0
-  double power1;                  // state1 of power 1
+  double sections[4];             // state1 of post 0, power 0 and power 1, and nothing
   double split[2];                // {low, high}
 };
 
