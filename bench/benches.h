@@ -9,7 +9,8 @@ namespace quellard::bench {
 // Counters of playing and of the recurrence, per input sample.
 inline constexpr char kShippedNs[] = "shipped_ns";
 inline constexpr char kPlainNs[] = "plain_ns";
-inline constexpr char kRatio[] = "ratio";  // plain / shipped
+inline constexpr char kRatio[] = "ratio";       // plain / shipped
+inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same turns
 inline constexpr char kRealTime[] = "x_real_time";
 // Counters of start-up, per call.
 inline constexpr char kShippedUs[] = "shipped_us";
@@ -19,6 +20,9 @@ inline constexpr char kPlainUs[] = "plain_us";
 void registerPlaying(int turns);
 void registerRecurrence(int turns);
 void registerSetup(int turns);
+
+// The lowpass recurrence of so many input samples, on one sub-sample after the other.
+double lowpassRecurrence(int samples, int factor);
 
 // Prints "SHIPPED PLAIN": the us that each takes for the first rate set-up of this process.
 void printFirstSetup();

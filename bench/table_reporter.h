@@ -3,7 +3,6 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
-#include <map>
 #include <string>
 
 namespace quellard::bench {
@@ -21,7 +20,6 @@ class TableReporter : public benchmark::BenchmarkReporter {
   void beginTable(const std::string& table);
 
   std::string table_;
-  std::map<std::string, double> limit_;  // ns per input sample, by rate
 };
 
 }  // namespace quellard::bench
