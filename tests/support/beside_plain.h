@@ -3,26 +3,14 @@
 // block must have the same bits.
 #pragma once
 
-#include <cstring>
-#include <gtest/gtest.h>
 #include <vector>
 
 #include "tests/plain/plain_amplifier.h"
 #include "tests/support/opened_effect.h"
+#include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
 namespace quellard::test {
-
-inline testing::AssertionResult sameBits(const std::vector<double>& samples,
-                                         const std::vector<double>& expected) {
-  if (samples.size() != expected.size()) return testing::AssertionFailure() << "another length";
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    if (std::memcmp(&samples[i], &expected[i], sizeof(double)) != 0)
-      return testing::AssertionFailure()
-             << "sample " << i << ": " << samples[i] << " instead of " << expected[i];
-  }
-  return testing::AssertionSuccess();
-}
 
 class BesidePlain {
  public:

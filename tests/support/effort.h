@@ -6,17 +6,7 @@
 
 namespace quellard::test {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-#else
-inline constexpr bool kSanitized = false;
-#endif
+inline constexpr bool kSanitized = QUELLARD_SANITIZED;  // from CMake
 
 // 32-bit programs are run by an emulator, some twenty times slower than the processor.
 inline constexpr bool kEmulated = sizeof(void*) == 4;

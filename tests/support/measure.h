@@ -6,12 +6,12 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <numbers>
 #include <vector>
 
 #include "dsp/iir_filter.h"
+#include "tests/support/same_bits.h"
 
 namespace quellard::test {
 
@@ -83,20 +83,6 @@ inline Complex analogueResponse(const filterPrm_tag& prm, double frequency) {
     case highShelf1: return (1.0 + ratio * s) / (1.0 + s);
     default: ADD_FAILURE() << "no prototype for type " << prm.num; return 0.0;
   }
-}
-
-// Every bit of every value, so that +0 and -0 or two NaN do not pass for each other.
-template <class Values>
-testing::AssertionResult sameBits(const Values& one, const Values& other) {
-  if (one.size() != other.size()) {
-    return testing::AssertionFailure() << one.size() << " values and " << other.size();
-  }
-  for (std::size_t i = 0; i < one.size(); ++i) {
-    if (std::memcmp(&one[i], &other[i], sizeof(one[i])) != 0) {
-      return testing::AssertionFailure() << "value " << i << ": " << one[i] << " and " << other[i];
-    }
-  }
-  return testing::AssertionSuccess();
 }
 
 }  // namespace quellard::test

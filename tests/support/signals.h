@@ -1,15 +1,15 @@
-// Signals and random numbers that the tests share.
-//
-// The same seed gives the same bits with every compiler and C library: the generator is one that
-// the standard pins down, its numbers are scaled here rather than by a distribution that each
-// library writes its own way, and the sine is a sum of products. Build with -ffp-contract=off.
+// SPDX-License-Identifier: ISC
+// Signals and random numbers that the tests share. The same seed gives the same bits with every
+// compiler and C library: the generator is one that the standard pins down, and its numbers are
+// scaled here rather than by a distribution that each library writes its own way.
 #pragma once
 
-#include <cerrno>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <numbers>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -17,18 +17,16 @@
 
 namespace quellard::test {
 
-// The seed of this run: QUELLARD_TEST_SEED (decimal, or hexadecimal with 0x) or a fixed one.
-// Printed once per process so that a failure can be run again. A value that is no number throws:
-// running another session than the one asked for would look like a fixed fault.
+// The seed of this run: QUELLARD_TEST_SEED (decimal, or hexadecimal with 0x) or a fixed one,
+// printed once per process so that a failure can be run again. What is no number throws: another
+// session than the one asked for would look like a fixed fault.
 inline std::uint64_t sessionSeed() {
   static const std::uint64_t seed = [] {
     std::uint64_t value = 0x5175656c6c617264;
     if (const char* text = std::getenv("QUELLARD_TEST_SEED"); text != nullptr && *text != '\0') {
-      char* end = nullptr;
-      errno = 0;
-      value = std::strtoull(text, &end, 0);
-      if (*end != '\0' || errno != 0)
-        throw std::invalid_argument(std::string("QUELLARD_TEST_SEED is no number: ") + text);
+      std::size_t length = 0;
+      value = std::stoull(text, &length, 0);
+      if (text[length] != '\0') throw std::invalid_argument(text);
     }
     std::printf("QUELLARD_TEST_SEED=%llu\n", static_cast<unsigned long long>(value));
     std::fflush(stdout);
@@ -59,26 +57,13 @@ class Random {
   std::mt19937_64 engine_;
 };
 
-// sin(2 pi turns) within 1e-15; |turns| below 2^31.
-inline double sineOfTurns(double turns) {
-  double phase = turns - static_cast<double>(static_cast<std::int64_t>(turns));  // -1..1
-  if (phase > 0.5) phase -= 1.0;
-  if (phase < -0.5) phase += 1.0;
-  if (phase > 0.25) phase = 0.5 - phase;
-  if (phase < -0.25) phase = -0.5 - phase;
-  const double x = 6.283185307179586 * phase;
-  const double xx = x * x;
-  double sum = 1.0;
-  for (int k = 20; k >= 2; k -= 2) sum = 1.0 - xx * sum / (k * (k + 1));
-  return x * sum;
-}
-
 // Level 1 is full scale. Lengths in samples, rates and frequencies in Hz.
 
 inline std::vector<double> sine(double rate, double frequency, double level, std::size_t length) {
   std::vector<double> signal(length);
   for (std::size_t i = 0; i < length; ++i)
-    signal[i] = level * sineOfTurns(static_cast<double>(i) * frequency / rate);
+    signal[i] =
+        level * std::sin(2.0 * std::numbers::pi * frequency / rate * static_cast<double>(i));
   return signal;
 }
 
@@ -86,20 +71,6 @@ inline std::vector<double> sine(double rate, double frequency, double level, std
 inline std::vector<double> noise(Random& random, double level, std::size_t length) {
   std::vector<double> signal(length);
   for (double& x : signal) x = random.between(-level, level);
-  return signal;
-}
-
-// A sine whose frequency moves in a straight line from first to last.
-inline std::vector<double> sweep(double rate, double first, double last, double level,
-                                 std::size_t length) {
-  std::vector<double> signal(length);
-  const double slope = length > 0 ? (last - first) / static_cast<double>(length) : 0.0;
-  double turns = 0.0;
-  for (std::size_t i = 0; i < length; ++i) {
-    signal[i] = level * sineOfTurns(turns);
-    turns += (first + slope * static_cast<double>(i)) / rate;
-    if (turns >= 1.0) turns -= static_cast<double>(static_cast<std::int64_t>(turns));
-  }
   return signal;
 }
 
