@@ -2,13 +2,11 @@
 // A host's threads meet in the effect. The thread sanitizer finds what these tests cannot see.
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
 
-#include "tests/shell/host_view.h"
 #include "tests/support/beside_plain.h"
 #include "tests/support/effort.h"
 
@@ -75,21 +73,6 @@ TEST(Concurrency, InstancesPrepareAndPlayAtTheSameTime) {
   auto other = std::async(std::launch::async, instance, std::array{44100.0f, 48000.0f, 44100.0f});
   EXPECT_TRUE(instance({44100.0f, 96000.0f, 48000.0f}));
   EXPECT_TRUE(other.get());
-}
-
-TEST(Concurrency, AStoreWaitsForTheLockThatABlockHolds) {
-  OpenedEffect effect;
-  effect.setSampleRate(44100.0f);
-  std::unique_lock lock(effect.object().processLock);
-  double x[4] = {};
-  effect.process(x, x, 4);  // the lock is recursive
-  effect.setParameter(3, 0.25f);
-  auto store = std::async(std::launch::async, [&] { effect.setParameter(3, 0.75f); });
-  EXPECT_EQ(store.wait_for(std::chrono::milliseconds(30)), std::future_status::timeout);
-  EXPECT_EQ(effect.getParameter(3), 0.25f) << "reading takes no lock";
-  lock.unlock();
-  store.get();
-  EXPECT_EQ(effect.getParameter(3), 0.75f);
 }
 
 }  // namespace
