@@ -4,10 +4,9 @@
 
 #include <cfloat>
 #include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
 #include <vector>
 
+#include "tests/support/same_bits.h"
 #include "tests/support/session.h"
 
 namespace quellard::test {
@@ -27,9 +26,9 @@ template <typename Sample>
 Channels<Sample> drawChannels(Random& random, int sides, int frames) {
   Channels<Sample> channels;
   for (int side = 0; side < sides; ++side) {
-    const std::vector<double> block = drawBlock(random, 0.5, frames);
     channels.emplace_back();
-    for (const double x : block) channels.back().push_back(static_cast<Sample>(x));
+    for (const double x : drawBlock(random, 0.5, frames))
+      channels.back().push_back(static_cast<Sample>(x));
   }
   return channels;
 }
@@ -42,12 +41,9 @@ inline float asPlayed(double x, float) {
 
 template <typename Sample>
 void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& direct) {
-  ASSERT_EQ(played.size(), direct.size());
-  for (std::size_t i = 0; i < played.size(); ++i) {
-    const Sample wanted = asPlayed(direct[i], Sample{});
-    ASSERT_EQ(std::memcmp(&played[i], &wanted, sizeof wanted), 0)
-        << "sample " << i << ": " << played[i] << " instead of " << wanted;
-  }
+  std::vector<Sample> wanted;
+  for (const double x : direct) wanted.push_back(asPlayed(x, Sample{}));
+  ASSERT_TRUE(sameBits(played, wanted));
 }
 
 }  // namespace quellard::test

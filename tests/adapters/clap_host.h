@@ -12,9 +12,9 @@
 #include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
-#include <map>
-#include <string>
 #include <vector>
+
+#include "tests/adapters/buffers.h"
 
 namespace quellard::test {
 
@@ -58,20 +58,8 @@ struct Move {
 class MoveList {
  public:
   explicit MoveList(const std::vector<Move>& moves) {
-    for (const Move& move : moves) {
-      events_.push_back({.header = {.size = move.size,
-                                    .time = move.time,
-                                    .space_id = move.space,
-                                    .type = move.type,
-                                    .flags = 0},
-                         .param_id = move.id,
-                         .cookie = nullptr,
-                         .note_id = -1,
-                         .port_index = -1,
-                         .channel = -1,
-                         .key = -1,
-                         .value = move.value});
-    }
+    for (const Move& m : moves)
+      events_.push_back({{m.size, m.time, m.space, m.type, 0}, m.id, {}, -1, -1, -1, -1, m.value});
     list_.ctx = this;
     list_.size = [](const clap_input_events_t* list) {
       return static_cast<std::uint32_t>(static_cast<MoveList*>(list->ctx)->events_.size());
@@ -91,33 +79,23 @@ class MoveList {
   clap_input_events_t list_{};
 };
 
-// What the plug-in has called at its host.
+// A host that counts how often the plug-in has told it of new values.
 struct ClapHost {
   clap_host_t table{};
   clap_host_params_t params{};
   int rescans = 0;
-  std::map<std::string, const void*> extensions;
 
   ClapHost() {
-    table = {.clap_version = CLAP_VERSION,
-             .host_data = this,
-             .name = "test host",
-             .vendor = "",
-             .url = "",
-             .version = "1",
-             .get_extension = [](const clap_host_t* host, const char* id) -> const void* {
-               const auto& known = static_cast<ClapHost*>(host->host_data)->extensions;
-               const auto found = known.find(id);
-               return found != known.end() ? found->second : nullptr;
-             },
-             .request_restart = [](const clap_host_t*) {},
-             .request_process = [](const clap_host_t*) {},
-             .request_callback = [](const clap_host_t*) {}};
+    const auto ignore = [](const clap_host_t*) {};
+    const auto get = [](const clap_host_t* host, const char* id) -> const void* {
+      auto* self = static_cast<ClapHost*>(host->host_data);
+      return std::strcmp(id, CLAP_EXT_PARAMS) == 0 ? &self->params : nullptr;
+    };
+    table = {CLAP_VERSION, this, "test host", "", "", "1", get, ignore, ignore, ignore};
     params.rescan = [](const clap_host_t* host, clap_param_rescan_flags flags) {
       if ((flags & CLAP_PARAM_RESCAN_VALUES) != 0)
         ++static_cast<ClapHost*>(host->host_data)->rescans;
     };
-    extensions[CLAP_EXT_PARAMS] = &params;
   }
   ClapHost(const ClapHost&) = delete;
   ClapHost& operator=(const ClapHost&) = delete;
@@ -161,11 +139,6 @@ class ClapInstance {
     params().get_value(plugin_, id, &value);
     return value;
   }
-  std::vector<double> values() const {
-    std::vector<double> all;
-    for (clap_id id = 1; id <= 19; ++id) all.push_back(value(id));
-    return all;
-  }
   void flush(const std::vector<Move>& moves) {
     const MoveList list(moves);
     params().flush(plugin_, list.get(), nullptr);
@@ -173,55 +146,57 @@ class ClapInstance {
 
   clap_process_status process(clap_audio_buffer_t& in, clap_audio_buffer_t& out,
                               std::uint32_t frames, const clap_input_events_t* events) {
-    const clap_process_t block = {.steady_time = -1,
-                                  .frames_count = frames,
-                                  .transport = nullptr,
-                                  .audio_inputs = &in,
-                                  .audio_outputs = &out,
-                                  .audio_inputs_count = 1,
-                                  .audio_outputs_count = 1,
-                                  .in_events = events,
-                                  .out_events = nullptr};
+    const clap_process_t block = {-1, frames, nullptr, &in, &out, 1, 1, events, nullptr};
     return plugin_->process(plugin_, &block);
   }
 
-  // The state, written `chunk` bytes at a time.
-  std::vector<std::uint8_t> save(std::size_t chunk = 1000) const {
-    Bytes kept{{}, chunk, 0};
-    const clap_ostream_t stream = {.ctx = &kept, .write = write};
-    return state().save(plugin_, &stream) ? kept.bytes : std::vector<std::uint8_t>{};
+  template <typename Sample>
+  clap_process_status play(Channels<Sample>& in, Channels<Sample>& out,
+                           const std::vector<Move>& moves = {}) {
+    auto inPointers = pointersTo(in);
+    auto outPointers = pointersTo(out);
+    clap_audio_buffer_t from = bufferOf(inPointers);
+    clap_audio_buffer_t to = bufferOf(outPointers);
+    const MoveList list(moves);
+    return process(from, to, static_cast<std::uint32_t>(in[0].size()), list.get());
   }
-  bool load(const std::vector<std::uint8_t>& bytes, std::size_t chunk = 1000) {
-    Bytes kept{bytes, chunk, 0};
-    const clap_istream_t stream = {.ctx = &kept, .read = read};
+
+  using Bytes = std::vector<std::uint8_t>;
+  // The state through a stream of `chunk` bytes at a time.
+  Bytes save(std::size_t chunk = 1000) const {
+    Stream kept{{}, chunk, 0};
+    const clap_ostream_t stream = {
+        &kept, [](const clap_ostream_t* to, const void* bytes, std::uint64_t size) {
+          auto& sink = *static_cast<Stream*>(to->ctx);
+          const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, sink.chunk));
+          const auto* from = static_cast<const std::uint8_t*>(bytes);
+          sink.bytes.insert(sink.bytes.end(), from, from + taken);
+          return static_cast<std::int64_t>(taken);
+        }};
+    return state().save(plugin_, &stream) ? kept.bytes : Bytes{};
+  }
+  bool load(const Bytes& bytes, std::size_t chunk = 1000) {
+    Stream kept{bytes, chunk, 0};
+    const clap_istream_t stream = {
+        &kept, [](const clap_istream_t* from, void* to, std::uint64_t size) {
+          auto& source = *static_cast<Stream*>(from->ctx);
+          const std::size_t left = source.bytes.size() - source.done;
+          const auto given = std::min({static_cast<std::size_t>(size), source.chunk, left});
+          std::copy_n(source.bytes.data() + source.done, given, static_cast<std::uint8_t*>(to));
+          source.done += given;
+          return static_cast<std::int64_t>(given);
+        }};
     return state().load(plugin_, &stream);
   }
 
   ClapHost host;
 
  private:
-  struct Bytes {
-    std::vector<std::uint8_t> bytes;
+  struct Stream {
+    Bytes bytes;
     std::size_t chunk;
     std::size_t done;
   };
-
-  static std::int64_t write(const clap_ostream_t* stream, const void* bytes, std::uint64_t size) {
-    auto& sink = *static_cast<Bytes*>(stream->ctx);
-    const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, sink.chunk));
-    const auto* from = static_cast<const std::uint8_t*>(bytes);
-    sink.bytes.insert(sink.bytes.end(), from, from + taken);
-    return static_cast<std::int64_t>(taken);
-  }
-  static std::int64_t read(const clap_istream_t* stream, void* to, std::uint64_t size) {
-    auto& source = *static_cast<Bytes*>(stream->ctx);
-    const std::size_t left = source.bytes.size() - source.done;
-    const auto given =
-        static_cast<std::size_t>(std::min<std::uint64_t>({size, source.chunk, left}));
-    std::copy_n(source.bytes.data() + source.done, given, static_cast<std::uint8_t*>(to));
-    source.done += given;
-    return static_cast<std::int64_t>(given);
-  }
 
   const clap_plugin_t* plugin_;
 };
