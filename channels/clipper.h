@@ -23,9 +23,9 @@ struct Clipper {
   double lookup(double x) const {
     const double c = x > 1.0 ? 1.0 : x < -1.0 ? -1.0 : x;
     const double position = halfSize + c * halfSize;
-    const auto i = position >= 0.0 ? static_cast<std::size_t>(position) : std::size_t{0};
-    const double fraction = position - static_cast<double>(i);
-    return (table[i + 1] - table[i]) * fraction + table[i];
+    const int i = position >= 0.0 ? static_cast<int>(position) : 0;
+    const double* entry = table.data() + i;
+    return (entry[1] - entry[0]) * (position - i) + entry[0];
   }
 };
 

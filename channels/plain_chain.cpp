@@ -7,21 +7,30 @@ namespace quellard {
 namespace {
 
 // Transposed direct form of the fifth-order lowpass; the zero-stuffed sub-samples have no input.
-double lowpass(const AmpChannelBase& c, std::array<double, 6>& s, double u) {
+inline double lowpass(const AmpChannelBase& c, std::array<double, 6>& s, double u) {
   const auto& A = c.resampleA;
   const auto& B = c.resampleB;
   const double y = B[0] * u + s[0];
-  for (std::size_t i = 0; i < 5; ++i) s[i] = A[i] * y + s[i + 1] + B[i + 1] * u;
+  s[0] = A[0] * y + s[1] + B[1] * u;
+  s[1] = A[1] * y + s[2] + B[2] * u;
+  s[2] = A[2] * y + s[3] + B[3] * u;
+  s[3] = A[3] * y + s[4] + B[4] * u;
+  s[4] = A[4] * y + s[5] + B[5] * u;
   return y;
 }
 
-double lowpassOfSilence(const AmpChannelBase& c, std::array<double, 6>& s) {
+inline double lowpassOfSilence(const AmpChannelBase& c, std::array<double, 6>& s) {
+  const auto& A = c.resampleA;
   const double y = s[0];
-  for (std::size_t i = 0; i < 5; ++i) s[i] = c.resampleA[i] * y + s[i + 1];
+  s[0] = A[0] * y + s[1];
+  s[1] = A[1] * y + s[2];
+  s[2] = A[2] * y + s[3];
+  s[3] = A[3] * y + s[4];
+  s[4] = A[4] * y + s[5];
   return y;
 }
 
-void run(const FilterBank& bank, std::int32_t first, std::int32_t count, double& x) {
+inline void run(const FilterBank& bank, std::int32_t first, std::int32_t count, double& x) {
   for (std::int32_t i = first; i < count; ++i) bank[static_cast<std::size_t>(i)]->iirProcessing(&x);
 }
 
@@ -49,11 +58,16 @@ double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
   return powerStage(*parts.split, cascadeClip[1].lookup(w));
 }
 
+// The lowpasses' memory stays in registers for the length of a sample.
 double oversample(AmpChannelBase& c, const ChainParts& parts, double v) {
-  const double kept = lowpass(c, c.downState, shape(c, parts, lowpass(c, c.upState, v)));
+  auto up = c.upState;
+  auto down = c.downState;
+  const double kept = lowpass(c, down, shape(c, parts, lowpass(c, up, v)));
   for (std::int32_t j = 1; j < c.overSample; ++j) {
-    lowpass(c, c.downState, shape(c, parts, lowpassOfSilence(c, c.upState)));
+    lowpass(c, down, shape(c, parts, lowpassOfSilence(c, up)));
   }
+  c.upState = up;
+  c.downState = down;
   return kept;
 }
 

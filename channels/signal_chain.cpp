@@ -11,8 +11,8 @@ namespace {
 
 // Below these lengths, in samples, filling and draining the fast core costs more than it saves:
 // measured on all instruction sets.
-constexpr int kShortestSkewedClean = 6;
-constexpr int kShortestSkewedCascade = 4;
+constexpr int kShortestSkewedClean = 8;
+constexpr int kShortestSkewedCascade = 5;
 
 // Where the next glide ends, so that a section is either gliding or not over a whole stretch.
 int samplesToNextGlideEnd(const IIRFilter& section, int most) {
@@ -31,14 +31,18 @@ int steadyLength(const AmpChannelBase& channel, int most) {
 void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
                int n) {
   const int shortest = parts.split != nullptr ? kShortestSkewedCascade : kShortestSkewedClean;
-  fast::Loan loan(channel, parts);
-  const bool skewable = n >= shortest && loan.isPossible();
   Stretch stretch = {.in = in,
                      .out = out,
                      .first = 0,
                      .end = 0,
                      .drive = BlockRamp(channel.gainCurrent, channel.gainTarget, n),
                      .level = BlockRamp(channel.masterCurrent, channel.masterTarget, n)};
+  if (n < shortest) {
+    stretch.end = n;
+    return playPlain(channel, parts, stretch);
+  }
+  fast::Loan loan(channel, parts);
+  const bool skewable = loan.isPossible();
   while (stretch.end < n) {
     stretch.first = stretch.end;
     const int length = steadyLength(channel, n - stretch.first);

@@ -4,12 +4,18 @@
 // handles one input sample, and every stage works on a sample of its own, older the further down
 // the road it stands, so that all recurrences run side by side:
 //
-//   pass      k       k+1     k+2     k+3     k+4     k+5     k+6 ...
-//   before    x k     x k+1   x k+2   x k+3   x k+4   x k+5   x k+6    sections before the drive
-//   up                x k     x k+1   x k+2   x k+3   x k+4   x k+5    F sub-samples a pass ...
-//   sections                  T0 k    k+1     k+2     k+3     k+4      post, T1, power as well
-//   split                             ...
-//   down, behind                                      x k     x k+1    sections behind the loop
+//   pass         k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8   k+9
+//
+//   before       k     k+1   k+2   ...                                        lane 0 of the rack
+//   up                 k     k+1   k+2   ...                                  F sub-samples each
+//   T0 post                  k     k+1   k+2   ...
+//   T1 power 0                     k     k+1   k+2   ...
+//   power 1                              k     k+1   k+2   ...
+//   T2 split                                   k     k+1   k+2   ...
+//   T3 down                                          k     k+1   k+2   ...
+//   behind                                                 k     k     k      lanes 1, 2, 3
+//
+// CLEAN has up, T0 and down alone, two passes apart.
 //
 // Between two stages the F sub-samples of a sample lie in a frame of two halves. While the stages
 // run through one half, the waveshapers look up the other; so a lookup costs no pass of its own.
@@ -46,7 +52,8 @@ struct Settings {
 struct Frame {
   alignas(64) double up[8], post[8], power0[8], power[8];
   double splitLow[8], splitHigh[8];
-  double shaped01[8][2];  // what T0 and T1 make of up and post; sub-samples 0 2 1 3, 4 6 5 7
+  // T0's answer to up beside T1's to post; sub-samples 0 2 1 3, 4 6 5 7, as they are woven.
+  double shaped01[8][2];
   double shaped2[8];
   double mixed[8];
 };
@@ -57,7 +64,7 @@ struct Lookup {
   Quad below, above;
 };
 
-// Memory, in registers.
+// Memory, in registers, in the order of the road.
 struct Live {
   Quad rack1[kPlaces], rack2[kPlaces];
   Pair first;
@@ -81,13 +88,20 @@ class SkewedCore {
   void run();
 
  private:
-  // By how many samples each stage lags behind the input.
+  // By how many samples each stage lags behind the input, see above.
   static constexpr int kUpLag = 1;
-  static Quad sectionLags() { return quad(pair(2, 3), pair(4, 0)); }
+  static constexpr int kPostLag = 2;
+  static constexpr int kPower0Lag = 3;
+  static constexpr int kPower1Lag = 4;
   static constexpr int kSplitLag = 5;
   static constexpr int kDownLag = cascade ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 3;
-  static Quad rackLags() { return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3)); }
+  QUELLARD_INLINE static Quad sectionLags() {
+    return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
+  }
+  QUELLARD_INLINE static Quad rackLags() {
+    return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3));
+  }
 
   struct Pass {
     Quad rack;
@@ -137,10 +151,10 @@ void SkewedCore<F, cascade, glides>::run() {
     forEach<kPlaces>(QUELLARD_EACH { m.count[i] = load<4>(s_.rackCount[i]) - rackLags(); });
   }
   const auto take = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
-    live = choose(due, load(memory, live), live);
+    live = choose(due, loadLike(live, memory), live);
   };
   const auto give = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
-    store(memory, choose(due, live, load(memory, live)));
+    store(memory, choose(due, live, loadLike(live, memory)));
   };
   for (int k = 0; k < n_ + kOutLag; ++k) {
     if (k <= kOutLag) [[unlikely]]
@@ -231,7 +245,8 @@ void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass&
     waveshaper<j>(c, m);
   }
   if constexpr (j % 2 == 0) rack<j / 2>(m, p);
-  settle(m.first, m.odd);
+  settle(m.first);
+  settle(m.odd);
 }
 
 // The up lowpass in the first lane, down in the second. Zero-stuffed sub-samples leave the input
@@ -251,8 +266,9 @@ void SkewedCore<F, cascade, glides>::resample(const Settings& c, Live& m, Pass& 
   collect<j>(p.resampled, m.frame.up);
 }
 
-// Of first order: the terms with two samples' delay are zero and left out. That can turn the sign
-// of a zero, which ends in the next lookup: it adds the zero to the table's centre.
+// Post 0, power 0 and power 1 side by side. Of first order: the terms with two samples' delay are
+// zero and left out. That can turn the sign of a zero, which ends in the next lookup: it adds the
+// zero to the table's centre.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
@@ -303,6 +319,7 @@ void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
   if constexpr (j % 4 == 2) aim(c, 0, m.lookups[half], m.frame.up + 4 * half);
 }
 
+// VINTAGE and MODERN: four lookups for that half, ready when the stages get to it.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
@@ -311,14 +328,13 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
   Lookup& t1 = m.lookups[1];
   Lookup& t2 = m.lookups[2];
   Lookup& t3 = m.lookups[3];
-  // The second pair of lookups follows one sub-sample behind the first, to spread the work; the
-  // short half of seven has no room for that.
-  constexpr int late = F == 7 && j > 3 ? 0 : 1;
+  // T2 and T3 a step behind T0 and T1, unless the half is a step short.
+  constexpr int behind = F == 7 && j > 3 ? 0 : 1;
   if constexpr (j % 4 == 0) {
     aim(c, 0, t0, m.frame.up + at);
     aim(c, 1, t1, m.frame.post + at);
   }
-  if constexpr (j % 4 == late) {
+  if constexpr (j % 4 == behind) {
     aim(c, 2, t2, m.frame.power + at);
     aim(c, 3, t3, m.frame.splitHigh + at);
   }
@@ -326,7 +342,7 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
     fetch(c, 0, t0);
     fetch(c, 1, t1);
   }
-  if constexpr (j % 4 == 1 + late) {
+  if constexpr (j % 4 == 1 + behind) {
     fetch(c, 2, t2);
     fetch(c, 3, t3);
   }
@@ -335,7 +351,7 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
     store(m.frame.shaped01[at], firsts(a, b));
     store(m.frame.shaped01[at + 2], seconds(a, b));
   }
-  if constexpr (j % 4 == 2 + late) {
+  if constexpr (j % 4 == 2 + behind) {
     store(m.frame.shaped2 + at, between(t2));
     const Quad low = load<4>(m.frame.splitLow + at) * splat<4>(0.7);
     store(m.frame.mixed + at, (low + between(t3)) * splat<4>(0.66));
@@ -367,10 +383,10 @@ void SkewedCore<F, cascade, glides>::fetch(const Settings& c, int table, Lookup&
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, double* lane1) {
-  if constexpr (j % nativeLanes == nativeLanes - 1 || j == F - 1) {
-    constexpr int at = j / nativeLanes * nativeLanes;
+  if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
+    constexpr int at = j / kNativeLanes * kNativeLanes;
     const auto o1 = o[at + 1 < F ? at + 1 : at];
-    if constexpr (nativeLanes == 2) {
+    if constexpr (kNativeLanes == 2) {
       store(lane0 + at, firsts(o[at], o1));
       if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1));
     } else {
@@ -383,10 +399,10 @@ void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, doubl
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane0, double* lane2) {
-  if constexpr (j % nativeLanes == nativeLanes - 1 || j == F - 1) {
-    constexpr int at = j / nativeLanes * nativeLanes;
+  if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
+    constexpr int at = j / kNativeLanes * kNativeLanes;
     const Quad a = firsts(o[at], o[at + 1 < F ? at + 1 : at]);
-    if constexpr (nativeLanes == 2) {
+    if constexpr (kNativeLanes == 2) {
       store(lane0 + at, lowHalf(a));
       store(lane2 + at, highHalf(a));
     } else {

@@ -18,7 +18,7 @@ struct Memory {
   double first[2];                // of the resampling lowpasses, {up, down}: s0
   double odd[4];                  // {s1 up, s1 down, s3 up, s3 down}
   double even[4];                 // {s2 up, s2 down, s4 up, s4 down}
-  double sections[4];             // state1 of post 0, power 0 and power 1, and nothing
+  double sections[kLanes];        // state1 of post 0, power 0, power 1; the last one idles
   double split[2];                // {low, high}
 };
 
@@ -28,10 +28,9 @@ struct Line {
 };
 
 struct SkewedState {
-  // x[n], x[n-1], x[n-2], y[n-1], y[n-2] weights as in IIRFilter; where a section glides, those at
-  // the glide's start with what they move by in a sample.
+  // Weights in the order of IIRFilter::coef; where a section glides, those at the glide's start.
   alignas(64) double rackCoef[kPlaces][5][kLanes];
-  double rackStep[kPlaces][5][kLanes];  // -0.0 where nothing glides
+  double rackStep[kPlaces][5][kLanes];  // what they move by in a sample; -0.0: by nothing
   double rackCount[kPlaces][kLanes];    // samples since the glide's start
   double lastPlaceUsed[kLanes];         // all bits set, or none where a lane's last place is empty
   Memory memory;

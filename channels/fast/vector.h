@@ -15,7 +15,6 @@
 #endif
 
 #define QUELLARD_INLINE [[gnu::always_inline]] inline
-#define QUELLARD_INLINE_LAMBDA __attribute__((always_inline))
 
 namespace quellard::fast {
 inline namespace QUELLARD_FAST_ISA {
@@ -29,21 +28,29 @@ inline namespace QUELLARD_FAST_ISA {
 #endif
 
 #if defined(__AVX__)
-inline constexpr int nativeLanes = 4;
+inline constexpr int kNativeLanes = 4;
 #else
-inline constexpr int nativeLanes = 2;
+inline constexpr int kNativeLanes = 2;
 #endif
+
+// An integer as a type. The library's would leave its conversion behind as a function that all
+// instruction sets share.
+template <int i>
+struct Constant {
+  // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): it stands for the int
+  QUELLARD_INLINE constexpr operator int() const { return i; }
+};
 
 // Calls f with the constants 0 .. n-1: a loop whose arrays can stay in registers.
 template <int n, typename F>
 QUELLARD_INLINE void forEach(F f) {
   [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
-    (f(std::integral_constant<int, i>{}), ...);
+    (f(Constant<i>{}), ...);
   }
   (std::make_integer_sequence<int, n>{});
 }
 
-template <int lanes, bool native = (lanes <= nativeLanes)>
+template <int lanes, bool native = (lanes <= kNativeLanes)>
 struct Lanes;
 
 template <int lanes>
@@ -102,11 +109,16 @@ QUELLARD_LANEWISE(larger, Native<n>::larger(a.v, b.v))
 
 template <int n>
 QUELLARD_INLINE Lanes<n> load(const double* from) {
-  if constexpr (n <= nativeLanes) {
+  if constexpr (n <= kNativeLanes) {
     return {*reinterpret_cast<const typename Lanes<n>::Loose*>(from)};
   } else {
     return {load<n / 2>(from), load<n / 2>(from + n / 2)};
   }
+}
+
+template <int n, bool native>
+QUELLARD_INLINE Lanes<n> loadLike(const Lanes<n, native>& /*shape*/, const double* from) {
+  return load<n>(from);
 }
 
 template <int n>
@@ -121,7 +133,7 @@ QUELLARD_INLINE void store(double* to, Lanes<n, false> x) {
 
 template <int n>
 QUELLARD_INLINE Lanes<n> splat(double x) {
-  if constexpr (n > nativeLanes) {
+  if constexpr (n > kNativeLanes) {
     return {splat<n / 2>(x), splat<n / 2>(x)};
   } else if constexpr (n == 4) {
     return {typename Lanes<n>::Vector{x, x, x, x}};
@@ -177,10 +189,8 @@ QUELLARD_INLINE Quad seconds(Pair a, Pair b, Pair c, Pair d) {
   return quad(seconds(a, b), seconds(c, d));
 }
 
-// Has the values computed here, and the memory accesses of what stands above made before those
-// below. Compilers otherwise put sums off to where they are used, which strings the sums of several
-// sub-samples together into one long chain again, and carry frames in registers they do not have.
-QUELLARD_INLINE void settle(double& x) { asm volatile("" : QUELLARD_REGISTER(x)); }
+// Has the value computed here. Compilers otherwise put sums off to where they are used, which
+// strings the sums of several sub-samples together into one long chain again.
 template <int n>
 QUELLARD_INLINE void settle(Lanes<n, true>& x) {
   asm volatile("" : QUELLARD_REGISTER(x.v));
@@ -190,27 +200,16 @@ QUELLARD_INLINE void settle(Lanes<n, false>& x) {
   settle(x.low);
   settle(x.high);
 }
-template <typename... X>
-QUELLARD_INLINE void settle(X&... x) {
-  (settle(x), ...);
-}
 
+// All bits set in the lanes in which a and b are equal, none in the others.
 template <int n>
 QUELLARD_INLINE Lanes<n> equal(Lanes<n, true> a, Lanes<n, true> b) {
   return {reinterpret_cast<typename Lanes<n>::Vector>(a.v == b.v)};
 }
-QUELLARD_INLINE bool equal(double a, double b) { return a == b; }
 template <int n>
 QUELLARD_INLINE Lanes<n> equal(Lanes<n, false> a, Lanes<n, false> b) {
   return {equal(a.low, b.low), equal(a.high, b.high)};
 }
-QUELLARD_INLINE double choose(bool used, double a, double b) { return used ? a : b; }
-template <int n, bool native>
-QUELLARD_INLINE Lanes<n> load(const double* from, const Lanes<n, native>&) {
-  return load<n>(from);
-}
-QUELLARD_INLINE double load(const double* from, double) { return *from; }
-QUELLARD_INLINE void store(double* to, double x) { *to = x; }
 
 // The lanes of a where used has all bits set, of b where it has none.
 QUELLARD_INLINE Pair choose(Pair used, Pair a, Pair b) {
