@@ -36,6 +36,7 @@ void dieOfSignal() {
   const int number = arrivedSignal != 0 ? static_cast<int>(arrivedSignal) : SIGINT;
   std::signal(number, SIG_DFL);
   std::raise(number);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the last thing that this process does
   std::exit(128 + number);
 }
 

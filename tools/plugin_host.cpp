@@ -56,6 +56,7 @@ void PluginModule::Unload::operator()(void* handle) const { dlclose(handle); }
 
 fs::path PluginModule::find(const std::string& chosen) {
   if (!chosen.empty()) return chosen;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process sets variables
   const char* fromEnvironment = std::getenv("QUELLARD_PLUGIN");
   if (fromEnvironment != nullptr && *fromEnvironment != '\0') return fromEnvironment;
   std::string places;
@@ -71,6 +72,7 @@ PluginModule::PluginModule(const fs::path& file) : file_(file) {
   // A bare name would be looked up in the system's library folders.
   const fs::path path = fs::absolute(file);
   handle_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): modules are loaded before any thread starts
   if (handle_ == nullptr) throw FileError(fmt::format("cannot load the plug-in: {}", dlerror()));
   entry_ = dlsym(handle_.get(), "getinterface");
   if (entry_ == nullptr) {
