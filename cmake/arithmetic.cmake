@@ -13,6 +13,7 @@ if(QUELLARD_SANITIZE)
   add_link_options(-fsanitize=${QUELLARD_SANITIZE})
 endif()
 if(QUELLARD_COVERAGE)
-  add_compile_options(--coverage -O0 -g)
+  # Counted atomically, since tests play from several threads.
+  add_compile_options(--coverage -fprofile-update=atomic -O0 -g)
   add_link_options(--coverage)
 endif()
