@@ -3,6 +3,7 @@
 // every bit of every sample of random sessions.
 #include "tests/support/session.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "channels/fast/dispatch.h"
@@ -49,10 +50,13 @@ TEST_F(Session, SteadyBlocksMatchThePlainModel) {
   for (const int frames : {64, 512, 4096}) compare({.frames = {frames}, .blocks = 40}, effort(3));
 }
 
-// Levels far from a guitar's drive every stage into its extremes and its denormals.
-TEST_F(Session, OutlandishLevelsMatchThePlainModel) {
-  for (const double level : {1e-320, 1e-300, 1e-12, 1e6, 1e300})
-    compare({.blocks = 20, .level = level}, effort(3));
+// Levels far from a guitar's drive every stage into its extremes and its denormals. A sample that
+// is no number shows which of two operands an instruction set's minimum lets through.
+TEST_F(Session, OutlandishSamplesMatchThePlainModel) {
+  for (const double level : {1e-320, 1e-300, 1e-12, 0.5, 1e6, 1e300}) {
+    for (const std::vector<double>& odd : {{}, std::vector{std::nan(""), HUGE_VAL, 1e308, -0.0}})
+      compare({.blocks = 20, .level = level, .odd = odd}, effort(3));
+  }
 }
 
 TEST_F(Session, OddRatesMatchThePlainModel) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // Hosts that do what no host should: the effect survives, and goes on playing like the plain model.
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <vector>
@@ -20,8 +21,8 @@ const std::vector<float> kOddValues = {kNaN,   kInf,   -kInf, -1,    2, -0.0f, 3
                                        -3e38f, 1e-45f, 0.33f, 0.66f, 0, 1};
 const std::vector<float> kOddRates = {kNaN,  kInf, -kInf, 0,     -0.0f,    -44100,   1e-30f, 1e-45f,
                                       3e38f, 1,    62.4f, 62.5f, 48000.9f, 47999.9f, 44100,  3e9f};
-const std::vector<double> kOddSamples = {kNaN,   kInf, -kInf, 1.7e308, -1.7e308,
-                                         5e-324, -0.0, 1e300, 1e-310,  1e10};
+const std::vector<double> kOddSamples = {std::nan(""), HUGE_VAL, -HUGE_VAL, 1.7e308, -1.7e308,
+                                         5e-324,       -0.0,     1e300,     1e-310,  1e10};
 
 void throwNulls(OpenedEffect& effect) {
   for (int opcode = -2; opcode < 200; ++opcode) {

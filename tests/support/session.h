@@ -15,6 +15,7 @@ struct SessionPlan {
   std::vector<int> frames = {0, 1, 2, 7, 64, 100, 512, 4096};
   int blocks = 60;
   double level = 0.5;
+  std::vector<double> odd = {};  // samples of which a block may hold a few
 };
 
 // A guitar as far as an amplifier can tell: plucked notes, some noise, some silence.
@@ -55,6 +56,9 @@ std::vector<double> playSession(Player& player, std::uint64_t seed, const Sessio
       frames = random.chance(0.3) ? random.integer(0, 600) : random.pick(plan.frames);
     }
     std::vector<double> in = drawBlock(random, plan.level, frames);
+    for (std::size_t i = 0; i < in.size() && !plan.odd.empty(); ++i) {
+      if (random.chance(0.003)) in[i] = random.pick(plan.odd);
+    }
     std::vector<double> other(in.size(), 1e9);
     std::vector<double>& out = random.chance(0.3) ? in : other;
     player.process(in.data(), out.data(), frames);
