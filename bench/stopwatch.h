@@ -4,7 +4,7 @@
 #pragma once
 
 #include <algorithm>
-#include <time.h>
+#include <ctime>
 #include <vector>
 
 namespace quellard::bench {
