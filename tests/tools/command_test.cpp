@@ -203,10 +203,11 @@ TEST_F(Command, TheSummarySaysWhatWasPlayedAndWarnsOfClipping) {
 }
 
 TEST_F(Command, ATerminalGetsAProgressBar) {
-  writeAudio(folder / "in.wav", {48000, 1, pluck(60.0)});
+  // Blocks of one sample, so that the render lasts long enough to show a bar on any machine.
+  writeAudio(folder / "in.wav", {48000, 1, pluck(15.0)});
   const std::string line = "cd '" + (folder / "").string() +
                            "' && script -qec \"'" QUELLARD_COMMAND
-                           "' render in.wav -o out.wav\" seen >/dev/null </dev/null";
+                           "' render in.wav -o out.wav --block 1\" seen >/dev/null </dev/null";
   EXPECT_EQ(std::system(line.c_str()), 0);
   const std::string drawn = read("seen");
   EXPECT_TRUE(contains(drawn, "\r[==="));
