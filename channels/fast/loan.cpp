@@ -55,10 +55,8 @@ void takeBackSection(const Placed& at, const Memory& memory, int n) {
   f.ipStep.fill(0.0);
 }
 
-void lendTable(std::size_t i, const Clipper& clipper, SkewedState& s) {
-  s.table[i] = clipper.table.data();
-  s.halfSize[i] = clipper.halfSize;
-}
+// The lanes of the loop's sections in the order of loopSections().
+constexpr std::array<std::size_t, 3> kLoopLanes = {1, 0, 3};
 
 bool isFirstOrder(const IIRFilter& f) {
   return f.form != 0 && f.coef[1] == 0.0 && f.coef[4] == 0.0 && f.state2 == 0.0;
@@ -151,21 +149,25 @@ void Loan::lendLoop(SkewedState& s) const {
     up = c.upState[i];
     down = c.downState[i];
   });
+  std::copy_n(s.memory.first, 2, s.memory.first + 2);
   s.overSample = c.overSample;
   s.cascade = parts_.split != nullptr;
-  lendTable(0, parts_.drive, s);
+  s.halfSize = parts_.drive.halfSize;
+  s.table[0] = parts_.drive.table.data();
   if (!s.cascade) return;
 
-  for (std::size_t i = 0; i < cascadeClip.size(); ++i) lendTable(i + 1, cascadeClip[i], s);
+  for (std::size_t i = 0; i < cascadeClip.size(); ++i) s.table[i + 1] = cascadeClip[i].table.data();
   const auto loop = loopSections();
+  std::memset(s.loopCoef, 0, sizeof s.loopCoef);
   for (std::size_t i = 0; i < loop.size(); ++i) {
-    s.memory.sections[i] = loop[i]->state1;
-    s.loopCoef[i][0] = loop[i]->coef[2];
-    s.loopCoef[i][1] = loop[i]->coef[3];
-    s.loopCoef[i][2] = loop[i]->coef[0];
+    const std::size_t lane = kLoopLanes[i];
+    s.memory.sections[lane] = loop[i]->state1;
+    s.loopCoef[0][lane] = loop[i]->coef[2];
+    s.loopCoef[1][lane] = loop[i]->coef[3];
+    s.loopCoef[2][lane] = loop[i]->coef[0];
   }
-  s.memory.split[0] = parts_.split->splitLow;
-  s.memory.split[1] = parts_.split->splitHigh;
+  s.memory.split[0] = -parts_.split->splitHigh;
+  s.memory.split[1] = parts_.split->splitLow;
   s.splitCoef = parts_.split->splitCoef;
 }
 
@@ -176,9 +178,9 @@ void Loan::takeBackLoop(Memory& memory) {
   });
   if (parts_.split == nullptr) return;
   const auto loop = loopSections();
-  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = memory.sections[i];
-  parts_.split->splitLow = memory.split[0];
-  parts_.split->splitHigh = memory.split[1];
+  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = memory.sections[kLoopLanes[i]];
+  parts_.split->splitHigh = -memory.split[0];
+  parts_.split->splitLow = memory.split[1];
 }
 
 }  // namespace quellard::fast

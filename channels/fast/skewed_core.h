@@ -38,13 +38,12 @@ inline namespace QUELLARD_FAST_ISA {
 
 // Coefficients in the shape in which the stages use them.
 struct Settings {
-  // Of the resampling lowpasses: for s0, for {s1, s3} and for {s2, s4}, up beside down. B weighs
-  // the first sub-sample of a sample, Z the zero-stuffed ones, see resample().
-  Pair A0, B0, B1, Z0, Z1;
-  Quad A13, A24, B13, B24, Z13, Z24;
+  // Of the resampling lowpasses: for s0, for {s1, s3} and for {s2, s4}, up beside down.
+  Twice A0, B0, B1;
+  Quad A13, A24, B13, B24;
   Quad sectionsX0, sectionsX1, sectionsY1;
   Pair splitCoef;
-  Quad halfSize[4];
+  Quad halfSize;
   const double* table[4];
 };
 
@@ -52,10 +51,10 @@ struct Settings {
 struct Frame {
   alignas(64) double up[8], post[8], power0[8], power[8];
   double splitLow[8], splitHigh[8];
-  // T0's answer to up beside T1's to post; sub-samples 0 2 1 3, 4 6 5 7, as they are woven.
-  double shaped01[8][2];
   double shaped2[8];
-  double mixed[8];
+  // Two lanes woven, sub-samples 0 2 1 3, 4 6 5 7 as that leaves them: T1's answer to post beside
+  // T0's to up; zero-stuffing beside the input of down.
+  double shaped10[8][2], mixed[8][2];
 };
 
 // A lookup under way.
@@ -67,7 +66,7 @@ struct Lookup {
 // Memory, in registers, in the order of the road.
 struct Live {
   Quad rack1[kPlaces], rack2[kPlaces];
-  Pair first;
+  Twice first;
   Quad odd, even;
   Quad sections;
   Pair split;
@@ -97,7 +96,7 @@ class SkewedCore {
   static constexpr int kDownLag = cascade ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 3;
   QUELLARD_INLINE static Quad sectionLags() {
-    return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
+    return quad(pair(kPower0Lag, kPostLag), pair(0, kPower1Lag));
   }
   QUELLARD_INLINE static Quad rackLags() {
     return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3));
@@ -127,7 +126,8 @@ class SkewedCore {
   QUELLARD_INLINE void waveshaper(const Settings& c, Live& m);
   template <int j>
   QUELLARD_INLINE void waveshapers(const Settings& c, Live& m);
-  QUELLARD_INLINE void aim(const Settings& c, int table, Lookup& l, const double* from);
+  template <int sign = 1>
+  QUELLARD_INLINE static void aim(const Settings& c, Lookup& l, const double* from);
   QUELLARD_INLINE void fetch(const Settings& c, int table, Lookup& l);
   QUELLARD_INLINE static Quad between(const Lookup& l) {
     return (l.above - l.below) * l.spot.rest + l.below;
@@ -135,7 +135,13 @@ class SkewedCore {
   template <int j>
   QUELLARD_INLINE static void collect(const Pair* o, double* lane0, double* lane1 = nullptr);
   template <int j>
-  QUELLARD_INLINE static void collect(const Quad* o, double* lane0, double* lane2);
+  QUELLARD_INLINE static void collect(const Quad* o, double* lane1, double* lane3);
+  // Two lanes of sub-samples, woven as slot() finds them.
+  QUELLARD_INLINE static void weave(double (*to)[2], Quad a, Quad b) {
+    store(to[0], firsts(a, b));
+    store(to[2], seconds(a, b));
+  }
+  static constexpr int slot(int j) { return j / 4 * 4 + j % 2 * 2 + j / 2 % 2; }
 
   SkewedState& s_;
   const double* in_;
@@ -176,10 +182,10 @@ void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
     exchange(inRack, m.rack1[i], memory.rack1[i]);
     exchange(inRack, m.rack2[i], memory.rack2[i]);
   });
-  const Pair resampling = equal(pair(kUpLag, kDownLag), splat<2>(d));
+  const Twice resampling = twice(equal(pair(kUpLag, kDownLag), splat<2>(d)));
   exchange(resampling, m.first, memory.first);
-  exchange(quad(resampling, resampling), m.odd, memory.odd);
-  exchange(quad(resampling, resampling), m.even, memory.even);
+  exchange(quad(resampling), m.odd, memory.odd);
+  exchange(quad(resampling), m.even, memory.even);
   if constexpr (cascade) {
     exchange(equal(sectionLags(), splat<4>(d)), m.sections, memory.sections);
     exchange(equal(splat<2>(kSplitLag), splat<2>(d)), m.split, memory.split);
@@ -192,26 +198,19 @@ Settings SkewedCore<F, cascade, glides>::settings() const {
   const auto both = [](double x) { return splat<2>(x); };
   const auto& a = s_.resampleA;
   const auto& b = s_.resampleB;  // the other three are the same backwards
-  c.A0 = both(a[0]);
+  c.A0 = twice(both(a[0]));
   c.A13 = quad(both(a[1]), both(a[3]));
   c.A24 = quad(both(a[2]), both(a[4]));
-  c.B0 = both(b[0]);
-  c.B1 = both(b[1]);
+  c.B0 = twice(both(b[0]));
+  c.B1 = twice(both(b[1]));
   c.B13 = quad(both(b[2]), both(b[1]));
   c.B24 = quad(both(b[2]), both(b[0]));
-  c.Z0 = pair(1.0, b[0]);
-  c.Z1 = pair(1.0, b[1]);
-  c.Z13 = quad(pair(1.0, b[2]), pair(1.0, b[1]));
-  c.Z24 = quad(pair(1.0, b[2]), pair(1.0, b[0]));
-  const auto& l = s_.loopCoef;
-  c.sectionsX0 = quad(pair(l[0][0], l[1][0]), pair(l[2][0], 0.0));
-  c.sectionsX1 = quad(pair(l[0][1], l[1][1]), pair(l[2][1], 0.0));
-  c.sectionsY1 = quad(pair(l[0][2], l[1][2]), pair(l[2][2], 0.0));
+  c.sectionsX0 = load<4>(s_.loopCoef[0]);
+  c.sectionsX1 = load<4>(s_.loopCoef[1]);
+  c.sectionsY1 = load<4>(s_.loopCoef[2]);
   c.splitCoef = both(s_.splitCoef);
-  forEach<4>(QUELLARD_EACH {
-    c.halfSize[i] = splat<4>(s_.halfSize[i]);
-    c.table[i] = s_.table[i];
-  });
+  c.halfSize = splat<4>(s_.halfSize);
+  forEach<4>(QUELLARD_EACH { c.table[i] = s_.table[i]; });
   return c;
 }
 
@@ -249,46 +248,46 @@ void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass&
   settle(m.odd);
 }
 
-// The up lowpass in the first lane, down in the second. Zero-stuffed sub-samples leave the input
-// terms out: there Z makes them 1.0 * -0.0, and adding -0.0 changes no number, not even a zero.
+// The up lowpass in the first lane, down in the second. A zero-stuffed sub-sample, which has no
+// input in the plain order, adds zeros: they can turn the sign of a zero, which ends in T0, where
+// a zero of either sign finds the table's centre.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::resample(const Settings& c, Live& m, Pass& p) {
-  const Pair u = pair(j == 0 ? m.driven : -0.0, m.frame.mixed[j]);
-  const Quad uu = quad(u, u);
-  const Pair y = (j == 0 ? c.B0 : c.Z0) * u + m.first;
-  const Quad yy = quad(y, y);
+  const Twice u =
+      twice(j == 0 ? pair(m.driven, m.frame.mixed[0][1]) : load<2>(m.frame.mixed[slot(j)]));
+  const Twice y = c.B0 * u + m.first;
   const Quad odd = m.odd;
-  m.first = c.A0 * y + lowHalf(odd) + (j == 0 ? c.B1 : c.Z1) * u;
-  m.odd = c.A13 * yy + m.even + (j == 0 ? c.B13 : c.Z13) * uu;
-  m.even = c.A24 * yy + highThenZero(odd) + (j == 0 ? c.B24 : c.Z24) * uu;
-  p.resampled[j] = y;
+  m.first = c.A0 * y + twiceLow(odd) + c.B1 * u;
+  m.odd = c.A13 * quad(y) + m.even + c.B13 * quad(u);
+  m.even = c.A24 * quad(y) + highThenZero(odd) + c.B24 * quad(u);
+  p.resampled[j] = lowHalf(y);
   collect<j>(p.resampled, m.frame.up);
 }
 
-// Post 0, power 0 and power 1 side by side. Of first order: the terms with two samples' delay are
-// zero and left out. That can turn the sign of a zero, which ends in the next lookup: it adds the
-// zero to the table's centre.
+// Power 0, post 0 and power 1 side by side. Of first order: the terms with two samples' delay are
+// zero and left out. That can turn the sign of a zero, which ends in the next lookup.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
-  constexpr int slot = j / 4 * 4 + j % 2 * 2 + j / 2 % 2;
-  const Quad x = quad(load<2>(m.frame.shaped01[slot]), pair(m.frame.power0[j], 0.0));
+  const Quad x = quad(load<2>(m.frame.shaped10[slot(j)]), splat<2>(m.frame.power0[j]));
   const Quad y = c.sectionsX0 * x + m.sections;
   m.sections = c.sectionsX1 * x + c.sectionsY1 * y;
-  m.frame.power0[j] = second(lowHalf(y));
+  m.frame.power0[j] = first(lowHalf(y));
   p.sections[j] = y;
   collect<j>(p.sections, m.frame.post, m.frame.power);
 }
 
+// The high branch, its sign turned throughout, and the low one: so their sums differ as
+// minusPlus() has it.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::split(const Settings& c, Live& m, Pass& p) {
   const Pair in = splat<2>(m.frame.shaped2[j]);
   const Pair old = m.split;
-  m.split = (old + turnFirst(in)) * c.splitCoef + in;
-  p.branches[j] = m.split + turnSecond(old);
-  collect<j>(p.branches, m.frame.splitLow, m.frame.splitHigh);
+  m.split = minusPlus((old - in) * c.splitCoef, in);
+  p.branches[j] = minusPlus(m.split, old);
+  collect<j>(p.branches, m.frame.splitHigh, m.frame.splitLow);
 }
 
 // One place of all four lanes, in the glided or fixed form of IIRFilter.
@@ -315,8 +314,9 @@ template <int j>
 void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
   constexpr std::size_t half = j < 4 ? 1 : 0;
   if constexpr (j % 4 == 0) fetch(c, 0, m.lookups[half]);
-  if constexpr (j % 4 == 1) store(m.frame.mixed + 4 * half, between(m.lookups[half]));
-  if constexpr (j % 4 == 2) aim(c, 0, m.lookups[half], m.frame.up + 4 * half);
+  if constexpr (j % 4 == 1)
+    weave(m.frame.mixed + 4 * half, splat<4>(0.0), between(m.lookups[half]));
+  if constexpr (j % 4 == 2) aim(c, m.lookups[half], m.frame.up + 4 * half);
 }
 
 // VINTAGE and MODERN: four lookups for that half, ready when the stages get to it.
@@ -331,12 +331,12 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
   // T2 and T3 a step behind T0 and T1, unless the half is a step short.
   constexpr int behind = F == 7 && j > 3 ? 0 : 1;
   if constexpr (j % 4 == 0) {
-    aim(c, 0, t0, m.frame.up + at);
-    aim(c, 1, t1, m.frame.post + at);
+    aim(c, t0, m.frame.up + at);
+    aim(c, t1, m.frame.post + at);
   }
   if constexpr (j % 4 == behind) {
-    aim(c, 2, t2, m.frame.power + at);
-    aim(c, 3, t3, m.frame.splitHigh + at);
+    aim(c, t2, m.frame.power + at);
+    aim<-1>(c, t3, m.frame.splitHigh + at);
   }
   if constexpr (j % 4 == 1) {
     fetch(c, 0, t0);
@@ -347,24 +347,23 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
     fetch(c, 3, t3);
   }
   if constexpr (j % 4 == 2) {
-    const Quad a = between(t0), b = between(t1);
-    store(m.frame.shaped01[at], firsts(a, b));
-    store(m.frame.shaped01[at + 2], seconds(a, b));
+    weave(m.frame.shaped10 + at, between(t1), between(t0));
   }
   if constexpr (j % 4 == 2 + behind) {
     store(m.frame.shaped2 + at, between(t2));
     const Quad low = load<4>(m.frame.splitLow + at) * splat<4>(0.7);
-    store(m.frame.mixed + at, (low + between(t3)) * splat<4>(0.66));
+    weave(m.frame.mixed + at, splat<4>(0.0), (low + between(t3)) * splat<4>(0.66));
   }
 }
 
-// Clamps and finds the table entries around four values.
+// Clamps and finds the table entries around four values, or around what they are with their sign
+// turned.
 template <int F, bool cascade, bool glides>
-void SkewedCore<F, cascade, glides>::aim(const Settings& c, int table, Lookup& l,
-                                         const double* from) {
-  const Quad half = c.halfSize[table];
+template <int sign>
+void SkewedCore<F, cascade, glides>::aim(const Settings& c, Lookup& l, const double* from) {
   const Quad x = larger(splat<4>(-1.0), smaller(splat<4>(1.0), load<4>(from)));
-  locate(half + x * half, l.spot);
+  const Quad offset = x * c.halfSize;
+  locate(sign > 0 ? c.halfSize + offset : c.halfSize - offset, l.spot);
 }
 
 // One load brings both neighbours.
@@ -398,17 +397,17 @@ void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, doubl
 
 template <int F, bool cascade, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane0, double* lane2) {
+void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane1, double* lane3) {
   if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
     constexpr int at = j / kNativeLanes * kNativeLanes;
-    const Quad a = firsts(o[at], o[at + 1 < F ? at + 1 : at]);
+    const Quad a = seconds(o[at], o[at + 1 < F ? at + 1 : at]);
     if constexpr (kNativeLanes == 2) {
-      store(lane0 + at, lowHalf(a));
-      store(lane2 + at, highHalf(a));
+      store(lane1 + at, lowHalf(a));
+      store(lane3 + at, highHalf(a));
     } else {
-      const Quad b = firsts(o[at + 2], o[j]);
-      store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
-      store(lane2 + at, quad(highHalf(a), highHalf(b)));
+      const Quad b = seconds(o[at + 2], o[j]);
+      store(lane1 + at, quad(lowHalf(a), lowHalf(b)));
+      store(lane3 + at, quad(highHalf(a), highHalf(b)));
     }
   }
 }

@@ -15,11 +15,11 @@ inline constexpr int kPlaces = 4;
 struct Memory {
   double rack1[kPlaces][kLanes];  // state1
   double rack2[kPlaces][kLanes];  // state2
-  double first[2];                // of the resampling lowpasses, {up, down}: s0
+  double first[4];                // of the resampling lowpasses, {up, down, up, down}: s0
   double odd[4];                  // {s1 up, s1 down, s3 up, s3 down}
   double even[4];                 // {s2 up, s2 down, s4 up, s4 down}
-  double sections[kLanes];        // state1 of post 0, power 0, power 1; the last one idles
-  double split[2];                // {low, high}
+  double sections[kLanes];        // state1 of power 0, post 0, nothing, power 1
+  double split[2];                // {-high, low}
 };
 
 // A level that moves in a straight line: start + k * step at sample k.
@@ -36,10 +36,10 @@ struct SkewedState {
   Memory memory;
   double resampleA[5];
   double resampleB[3];
-  double loopCoef[3][3];  // x[n], x[n-1], y[n-1] weights of post 0, power 0 and power 1
+  double loopCoef[3][kLanes];  // x[n], x[n-1], y[n-1] weights, laid out as Memory::sections
   double splitCoef;
   const double* table[4];
-  double halfSize[4];
+  double halfSize;  // of all tables
   Line drive, level;
   int first;  // index of the call's first sample on the two lines
   int overSample;

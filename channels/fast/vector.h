@@ -150,14 +150,26 @@ QUELLARD_INLINE Quad quad(Pair low, Pair high) {
 }
 QUELLARD_INLINE Pair lowHalf(Quad x) { return {_mm256_castpd256_pd128(x.v)}; }
 QUELLARD_INLINE Pair highHalf(Quad x) { return {_mm256_extractf128_pd(x.v, 1)}; }
-QUELLARD_INLINE Quad highThenZero(Quad x) {
-  return {_mm256_zextpd128_pd256(_mm256_extractf128_pd(x.v, 1))};
-}
+QUELLARD_INLINE Quad highThenZero(Quad x) { return {_mm256_permute2f128_pd(x.v, x.v, 0x81)}; }
 #else
 QUELLARD_INLINE Quad quad(Pair low, Pair high) { return {low, high}; }
 QUELLARD_INLINE Pair lowHalf(Quad x) { return x.low; }
 QUELLARD_INLINE Pair highHalf(Quad x) { return x.high; }
 QUELLARD_INLINE Quad highThenZero(Quad x) { return {x.high, splat<2>(0.0)}; }
+#endif
+
+// The same pair in both halves where four lanes are native, else once: what it is worth to compute
+// twice instead of moving it from half to half.
+using Twice = Lanes<kNativeLanes>;
+#if defined(__AVX__)
+QUELLARD_INLINE Twice twice(Pair x) { return quad(x, x); }
+QUELLARD_INLINE Twice twiceLow(Quad x) { return {_mm256_permute2f128_pd(x.v, x.v, 0x00)}; }
+QUELLARD_INLINE Quad quad(Twice x) { return x; }
+#else
+QUELLARD_INLINE Twice twice(Pair x) { return x; }
+QUELLARD_INLINE Twice twiceLow(Quad x) { return x.low; }
+QUELLARD_INLINE Quad quad(Twice x) { return {x, x}; }
+QUELLARD_INLINE Pair lowHalf(Twice x) { return x; }
 #endif
 
 // {a0, b0} and {a1, b1}, in each half of wider vectors.
@@ -226,58 +238,63 @@ QUELLARD_INLINE Quad choose(Quad used, Quad a, Quad b) {
 #endif
 }
 
-// a with the sign of its first (second) lane turned.
-QUELLARD_INLINE Pair turnFirst(Pair a) {
+// {a0 - b0, a1 + b1}
+QUELLARD_INLINE Pair minusPlus(Pair a, Pair b) {
+#if defined(__SSE3__)
+  return {_mm_addsub_pd(a.v, b.v)};
+#else
   using Bits __attribute__((vector_size(16))) = std::int64_t;
-  return {reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{INT64_MIN, 0})};
-}
-QUELLARD_INLINE Pair turnSecond(Pair a) {
-  using Bits __attribute__((vector_size(16))) = std::int64_t;
-  return {reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{0, INT64_MIN})};
+  return {a.v + reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(b.v) ^ Bits{INT64_MIN, 0})};
+#endif
 }
 
 // Where four positions fall in a table: whole parts as indices, and what is left over.
-// Positions are 0 .. 2^31 - 1; a NaN gives an index in range and stays NaN in the rest.
+// Positions are 0 .. 2^31 - 1; a NaN gives index 0 and stays NaN in the rest.
 struct Spot {
-#if defined(__AVX__)
-  double index[4];  // 2^52 + index: the whole part in the low bits
-#else
-  std::int32_t index[4];
-#endif
+  std::uint64_t index[2];  // two a word
   Quad rest;
 };
+#if defined(__SSE2__)
+// Converting a NaN gives the most negative integer: the mask makes a zero of it.
+QUELLARD_INLINE __m128i indices(__m128i converted) {
+  return _mm_and_si128(converted, _mm_set1_epi32(0x7fffffff));
+}
+QUELLARD_INLINE std::uint64_t word(__m128i x) {
+  using Words __attribute__((vector_size(16))) = std::uint64_t;
+  return reinterpret_cast<Words>(x)[0];
+}
+#endif
 #if defined(__AVX__)
 QUELLARD_INLINE void locate(Quad position, Spot& spot) {
-  constexpr double shift = 4503599627370496.0;
-  const Quad whole{_mm256_round_pd(position.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
-  store(spot.index, smaller(whole + splat<4>(shift), splat<4>(shift + 40000.0)));
-  spot.rest = position - whole;
-}
-QUELLARD_INLINE std::size_t indexOf(const Spot& spot, int lane) {
-  std::uint32_t low = 0;
-  __builtin_memcpy(&low, &spot.index[lane], sizeof low);
-  return low;
+  const __m128i whole = indices(_mm256_cvttpd_epi32(position.v));
+  spot.index[0] = word(whole);
+  spot.index[1] = word(_mm_unpackhi_epi64(whole, whole));
+  spot.rest = {position.v - _mm256_round_pd(position.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
 }
 #else
-QUELLARD_INLINE Pair locate(Pair position, std::int32_t* index) {
+QUELLARD_INLINE Pair locate(Pair position, std::uint64_t& index) {
 #if defined(__SSE2__)
-  const __m128i whole = _mm_and_si128(_mm_cvttpd_epi32(position.v), _mm_set1_epi32(0x7fffffff));
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(index), whole);
+  const __m128i whole = indices(_mm_cvttpd_epi32(position.v));
+  index = word(whole);
   return {position.v - _mm_cvtepi32_pd(whole)};
 #else
+  index = 0;
+  Pair whole = splat<2>(0.0);
   for (int i = 0; i < 2; ++i) {
-    index[i] = position.v[i] >= 0.0 ? static_cast<std::int32_t>(position.v[i]) : 0;
+    const std::uint32_t w = position.v[i] >= 0.0 ? static_cast<std::uint32_t>(position.v[i]) : 0;
+    index |= std::uint64_t{w} << 32 * i;
+    whole.v[i] = w;
   }
-  return position - pair(index[0], index[1]);
+  return position - whole;
 #endif
 }
 QUELLARD_INLINE void locate(Quad position, Spot& spot) {
-  spot.rest = {locate(position.low, spot.index), locate(position.high, spot.index + 2)};
-}
-QUELLARD_INLINE std::size_t indexOf(const Spot& spot, int lane) {
-  return static_cast<std::uint32_t>(spot.index[lane]);
+  spot.rest = {locate(position.low, spot.index[0]), locate(position.high, spot.index[1])};
 }
 #endif
+QUELLARD_INLINE std::size_t indexOf(const Spot& spot, int lane) {
+  return static_cast<std::uint32_t>(spot.index[lane / 2] >> 32 * (lane % 2));
+}
 
 }  // namespace QUELLARD_FAST_ISA
 }  // namespace quellard::fast
