@@ -50,7 +50,7 @@ class ClapPlugin {
   bool active_ = false;
 };
 
-// Whether the event moves a parameter, and the move. An unknown id moves nothing.
+// Whether the event moves a parameter, and the move. An unknown id moves nothing, nor does NaN.
 bool isParameterEvent(const clap_event_header_t* event);
 void applyEvent(HostedAmp& amp, const clap_event_header_t& event);
 

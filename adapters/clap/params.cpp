@@ -2,6 +2,7 @@
 // Knobs have their own value, 0..1, and read 0.00 to 10.00; the selector has three steps. Ids are
 // the parameters' numbers, so that automation fits every format of the amplifier.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -105,7 +106,8 @@ bool isParameterEvent(const clap_event_header_t* event) {
 void applyEvent(HostedAmp& amp, const clap_event_header_t& event) {
   const auto& move = reinterpret_cast<const clap_event_param_value_t&>(event);
   const ParameterInfo* parameter = parameterOf(move.param_id);
-  if (parameter != nullptr) amp.setValue(parameter->index, valueFromPlain(*parameter, move.value));
+  if (parameter == nullptr || std::isnan(move.value)) return;
+  amp.setValue(parameter->index, valueFromPlain(*parameter, move.value));
 }
 
 constexpr clap_plugin_params_t kClapParams = {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: ISC
 // One port in, one out, with a channel for each side; no latency; a short tail.
-#include <cmath>
-
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/clap/tail.h"
 #include "params/parameter_text.h"
@@ -38,8 +36,7 @@ constexpr clap_plugin_latency_t kClapLatency = {
 constexpr ClapTail kClapTail = {
     .get =
         [](const clap_plugin_t* plugin) {
-          return static_cast<std::uint32_t>(
-              std::ceil(HostedAmp::kTailSeconds * ClapPlugin::of(plugin).amp.rate()));
+          return HostedAmp::tailFrames(ClapPlugin::of(plugin).amp.rate());
         },
 };
 

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: ISC
-// A host's stream may take and give any number of bytes at a time.
 #include "adapters/shared/state.h"
-
-#include <array>
 
 #include "adapters/clap/clap_plugin.h"
 
@@ -11,28 +8,16 @@ namespace {
 
 bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
   if (stream == nullptr) return false;
-  const StateBytes bytes = encodeState(ClapPlugin::of(plugin).amp.values());
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const std::int64_t written = stream->write(stream, &bytes[done], bytes.size() - done);
-    if (written <= 0) return false;
-    done += static_cast<std::size_t>(written);
-  }
-  return true;
+  return writeState(ClapPlugin::of(plugin).amp.values(),
+                    [&](const std::uint8_t* from, std::size_t size) {
+                      return stream->write(stream, from, size);
+                    });
 }
 
-// Reads to the end of the stream, with room for one byte too many: a longer state is not ours.
 bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (stream == nullptr) return false;
-  std::array<std::uint8_t, kStateSize + 1> bytes{};
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const std::int64_t got = stream->read(stream, &bytes[done], bytes.size() - done);
-    if (got < 0) return false;
-    if (got == 0) break;
-    done += static_cast<std::size_t>(got);
-  }
-  const std::optional<StateValues> values = decodeState({bytes.data(), done});
+  const std::optional<StateValues> values =
+      readState([&](std::uint8_t* to, std::size_t room) { return stream->read(stream, to, room); });
   if (!values.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
   self.amp.setValues(*values);

@@ -53,6 +53,10 @@ HostedAmp::HostedAmp(int sides) : sides_(sides) {
   wanted_.back().store(kTypeDefault, kRelaxed);
 }
 
+std::uint32_t HostedAmp::tailFrames(double rate) {
+  return static_cast<std::uint32_t>(std::ceil(kTailSeconds * rate));
+}
+
 bool HostedAmp::prepare(double rate, int maxFrames) {
   if (!std::isfinite(rate) || rate <= 0.0 || maxFrames < 1) return false;
   maxFrames = std::min(maxFrames, kLongestPiece);

@@ -32,6 +32,7 @@ class HostedAmp {
   // The longest memory is the low cut of the tone stack, down to 7 Hz, behind CLEAN's gain: about a
   // second at the worst settings (adapters_tests --gtest_filter=*Tail* prints it).
   static constexpr double kTailSeconds = 2.0;
+  static std::uint32_t tailFrames(double rate);  // the same at a rate in Hz
   // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.
   static constexpr int kLongestPiece = 1 << 20;
   using Values = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i

@@ -24,6 +24,34 @@ StateBytes encodeState(const StateValues& values);
 // version: the caller then keeps what it has.
 std::optional<StateValues> decodeState(std::span<const std::uint8_t> bytes);
 
+// The same through a host's stream, which may take and give any number of bytes at a time.
+// write(from, size): how many it took. read(to, room): how many it gave, 0 at its end. Negative: an
+// error. False and nothing where the stream fails or ends early, or brings more than a state.
+template <typename Write>
+bool writeState(const StateValues& values, const Write& write) {
+  StateBytes bytes = encodeState(values);
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const std::int64_t written = write(&bytes[done], bytes.size() - done);
+    if (written <= 0) return false;
+    done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+template <typename Read>
+std::optional<StateValues> readState(const Read& read) {
+  std::array<std::uint8_t, kStateSize + 1> bytes{};
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const std::int64_t got = read(&bytes[done], bytes.size() - done);
+    if (got < 0) return std::nullopt;
+    if (got == 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return decodeState({bytes.data(), done});
+}
+
 // CRC-32 as in zlib and Ethernet (reflected polynomial 0xEDB88320). Written out here because a
 // plug-in that hosts load by the dozen should not bring a library for eight lines.
 std::uint32_t crc32(std::span<const std::uint8_t> bytes);

@@ -39,6 +39,15 @@ std::optional<float> knobFromText(std::string_view text) {
   return knobValue(std::clamp(shown, 0.0, kKnobScale));
 }
 
+// The shortest decimal that reads as this float.
+double shortestDecimal(float number) {
+  std::array<char, 32> text{};
+  const char* const end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+  double decimal = 0.0;
+  std::from_chars(text.data(), end, decimal);
+  return decimal;
+}
+
 std::optional<float> selectorFromText(std::string_view text) {
   for (int channel = 0; channel < kNumChannels; ++channel) {
     if (sameName(text, kChannelNames[static_cast<std::size_t>(channel)])) {
@@ -61,17 +70,27 @@ ValueText valueText(int index, float value) {
 }
 
 float knobFromScale(float scale) {
-  const float shown = scale > 0.0F ? std::min(scale, static_cast<float>(kKnobScale)) : 0.0F;
-  std::array<char, 64> text{};  // 48 hold the smallest float
-  const auto [end, error] =
-      std::to_chars(text.data(), text.data() + text.size(), shown, std::chars_format::fixed);
-  return knobFromText({text.data(), end}).value_or(0.0F);
+  const auto top = static_cast<float>(kKnobScale);
+  return knobValue(shortestDecimal(scale > 0.0F ? std::min(scale, top) : 0.0F));
 }
 
 float valueFromControl(int index, float control) {
   if (index != kTypeParameter) return knobFromScale(control);
   const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
   return selectForChannel(static_cast<int>(std::lround(channel)));
+}
+
+// Ten times the shortest decimal: 7.39 for 0.739. Its neighbours may give the value where it
+// misses: the two are floats of different spacing.
+float controlFromValue(int index, float value) {
+  if (index == kTypeParameter) return static_cast<float>(channelFromSelect(value));
+  const auto nearest = static_cast<float>(shortestDecimal(value) * kKnobScale);
+  const auto top = static_cast<float>(kKnobScale);
+  for (const float control :
+       {nearest, std::nextafter(nearest, 0.0F), std::nextafter(nearest, top)}) {
+    if (knobFromScale(control) == value) return control;
+  }
+  return nearest;
 }
 
 std::optional<float> valueFromText(int index, std::string_view text) {

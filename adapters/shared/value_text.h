@@ -31,4 +31,8 @@ float knobFromScale(float scale);
 // their scale, the selector as a channel's number, 0..2, rounded since a slider may send any float.
 float valueFromControl(int index, float control);
 
+// The inverse: the control that gives this value, or where none does the nearest. A control that
+// was worked out so gives the value it came from, so a state can be saved and loaded for ever.
+float controlFromValue(int index, float value);
+
 }  // namespace quellard

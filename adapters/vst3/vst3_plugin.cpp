@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: ISC
 // The amplifier for VST3 hosts, behind the framework's wrapper. That wrapper is single precision:
 // hosts hear the amplifier's doubles rounded to floats.
-#include <DistrhoPlugin.hpp>
 #include <array>
 #include <atomic>
 #include <memory>
 
 #include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/value_text.h"
+#include "adapters/vst3/framework.h"
 #include "params/factory_bank.h"
 
 namespace quellard {
@@ -86,7 +86,13 @@ class Vst3Plugin final : public DISTRHO_NAMESPACE::Plugin {
     amp_.setValue(indexOf(number), valueFromControl(indexOf(number), control));
   }
 
-  void activate() override { amp_.prepare(getSampleRate(), static_cast<int>(getBufferSize())); }
+  // Hosts may pause and go on in the audio thread, where nothing is to be built.
+  void activate() override {
+    const double rate = getSampleRate();
+    const auto frames = static_cast<int>(getBufferSize());
+    if (rate == amp_.rate() && frames == frames_) return amp_.reset();
+    if (amp_.prepare(rate, frames)) frames_ = frames;
+  }
 
   void run(const float** inputs, float** outputs, std::uint32_t frames) override {
     std::array<float*, QUELLARD_SIDES> in{};
@@ -112,6 +118,7 @@ class Vst3Plugin final : public DISTRHO_NAMESPACE::Plugin {
   }
 
   HostedAmp amp_;
+  int frames_ = 0;  // that the amplifier is prepared for
   std::array<std::atomic<float>, kNumStoredValues> controls_{};
 };
 
