@@ -12,9 +12,10 @@
 #include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
+#include <utility>
 #include <vector>
 
-#include "tests/adapters/buffers.h"
+#include "tests/adapters/format_suite.h"
 
 namespace quellard::test {
 
@@ -101,7 +102,7 @@ struct ClapHost {
   ClapHost& operator=(const ClapHost&) = delete;
 };
 
-class ClapInstance {
+class ClapInstance : public HostedPlugin {
  public:
   static constexpr char kMono[] = "org.quellard.amplifier";
   static constexpr char kStereo[] = "org.quellard.amplifier-stereo";
@@ -110,9 +111,7 @@ class ClapInstance {
       : plugin_(clapFactory()->create_plugin(clapFactory(), &host.table, id)) {
     plugin_->init(plugin_);
   }
-  ~ClapInstance() { plugin_->destroy(plugin_); }
-  ClapInstance(const ClapInstance&) = delete;
-  ClapInstance& operator=(const ClapInstance&) = delete;
+  ~ClapInstance() override { plugin_->destroy(plugin_); }
 
   const clap_plugin_t* get() const { return plugin_; }
   template <typename Table>
@@ -126,14 +125,18 @@ class ClapInstance {
     return extension<clap_plugin_state_t>(CLAP_EXT_STATE);
   }
 
-  bool activate(double rate, std::uint32_t maxFrames) {
-    return plugin_->activate(plugin_, rate, 1, maxFrames) && plugin_->start_processing(plugin_);
+  bool activate(double rate, int maxFrames) override {
+    active_ = plugin_->activate(plugin_, rate, 1, static_cast<std::uint32_t>(maxFrames)) &&
+              plugin_->start_processing(plugin_);
+    return active_;
   }
-  void deactivate() {
+  void deactivate() override {
     plugin_->stop_processing(plugin_);
     plugin_->deactivate(plugin_);
+    active_ = false;
   }
 
+  // As the plug-in counts them: the selector from 0 to 2.
   double value(clap_id id) const {
     double value = -1.0;
     params().get_value(plugin_, id, &value);
@@ -143,39 +146,50 @@ class ClapInstance {
     const MoveList list(moves);
     params().flush(plugin_, list.get(), nullptr);
   }
+  void set(int index, double value) override {
+    moves_.push_back(
+        {.id = static_cast<clap_id>(index), .value = index == 19 ? 2.0 * value : value});
+    if (!active_) flush(std::exchange(moves_, {}));
+  }
+  double get(int index) override {
+    return value(static_cast<clap_id>(index)) / (index == 19 ? 2.0 : 1.0);
+  }
 
   clap_process_status process(clap_audio_buffer_t& in, clap_audio_buffer_t& out,
                               std::uint32_t frames, const clap_input_events_t* events) {
     const clap_process_t block = {-1, frames, nullptr, &in, &out, 1, 1, events, nullptr};
-    return plugin_->process(plugin_, &block);
+    clap_process_status status = CLAP_PROCESS_ERROR;
+    counted([&] { status = plugin_->process(plugin_, &block); });
+    return status;
   }
-
   template <typename Sample>
-  clap_process_status play(Channels<Sample>& in, Channels<Sample>& out,
-                           const std::vector<Move>& moves = {}) {
-    auto inPointers = pointersTo(in);
-    auto outPointers = pointersTo(out);
-    clap_audio_buffer_t from = bufferOf(inPointers);
-    clap_audio_buffer_t to = bufferOf(outPointers);
+  void play(Channels<Sample>& in, Channels<Sample>& out, const std::vector<Move>& moves) {
+    auto inPointers = pointersTo(in), outPointers = pointersTo(out);
+    clap_audio_buffer_t from = bufferOf(inPointers), to = bufferOf(outPointers);
     const MoveList list(moves);
-    return process(from, to, static_cast<std::uint32_t>(in[0].size()), list.get());
+    const auto frames = static_cast<std::uint32_t>(in[0].size());
+    EXPECT_NE(process(from, to, frames, list.get()), CLAP_PROCESS_ERROR);
+  }
+  void play(Channels<float>& in, Channels<float>& out) override {
+    play(in, out, std::exchange(moves_, {}));
+  }
+  void play(Channels<double>& in, Channels<double>& out) override {
+    play(in, out, std::exchange(moves_, {}));
   }
 
-  using Bytes = std::vector<std::uint8_t>;
-  // The state through a stream of `chunk` bytes at a time.
-  Bytes save(std::size_t chunk = 1000) const {
+  Bytes save(std::size_t chunk = 1000) override {
     Stream kept{{}, chunk, 0};
     const clap_ostream_t stream = {
         &kept, [](const clap_ostream_t* to, const void* bytes, std::uint64_t size) {
           auto& sink = *static_cast<Stream*>(to->ctx);
-          const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, sink.chunk));
+          const auto taken = std::min<std::size_t>(size, sink.chunk);
           const auto* from = static_cast<const std::uint8_t*>(bytes);
           sink.bytes.insert(sink.bytes.end(), from, from + taken);
           return static_cast<std::int64_t>(taken);
         }};
     return state().save(plugin_, &stream) ? kept.bytes : Bytes{};
   }
-  bool load(const Bytes& bytes, std::size_t chunk = 1000) {
+  bool load(const Bytes& bytes, std::size_t chunk = 1000) override {
     Stream kept{bytes, chunk, 0};
     const clap_istream_t stream = {
         &kept, [](const clap_istream_t* from, void* to, std::uint64_t size) {
@@ -188,6 +202,7 @@ class ClapInstance {
         }};
     return state().load(plugin_, &stream);
   }
+  int timesToldOfNewValues() override { return host.rescans; }
 
   ClapHost host;
 
@@ -199,6 +214,8 @@ class ClapInstance {
   };
 
   const clap_plugin_t* plugin_;
+  bool active_ = false;
+  std::vector<Move> moves_;  // that the next block begins with
 };
 
 }  // namespace quellard::test

@@ -1,72 +1,19 @@
 // SPDX-License-Identifier: ISC
 // The built CLAP file, driven as hosts drive it, beside the effect driven directly.
-#include <array>
-#include <atomic>
 #include <cmath>
-#include <gtest/gtest.h>
-#include <memory>
 #include <set>
-#include <thread>
 #include <tuple>
 
 #include "adapters/clap/presets.h"
 #include "params/factory_bank.h"
-#include "tests/adapters/buffers.h"
 #include "tests/adapters/clap_host.h"
 #include "tests/support/effort.h"
-#include "tests/support/opened_effect.h"
 
 namespace quellard::test {
 namespace {
 
 constexpr int kMaxFrames = 600;
 const std::array<const char*, 2> kIds = {ClapInstance::kMono, ClapInstance::kStereo};
-
-// The amplifier as the plug-in must play it at this moment: one effect for each side, settled as a
-// render begins, with the knobs in their places, and cut where events fall.
-class DirectAmp {
- public:
-  DirectAmp(int sides, const ClapInstance& plugin, double rate) {
-    for (int side = 0; side < sides; ++side) {
-      effects_.push_back(std::make_unique<OpenedEffect>());
-      effects_.back()->setSampleRate(static_cast<float>(rate));
-    }
-    for (clap_id id = 1; id <= 19; ++id) set(id, plugin.value(id));
-  }
-  void set(clap_id id, double plain) {
-    const double value = id == kTypeParameter ? plain * 0.5 : plain;
-    for (auto& effect : effects_)
-      effect->setParameter(static_cast<int>(id), static_cast<float>(value));
-  }
-  template <typename Sample>
-  Channels<double> play(const Channels<Sample>& in, const std::vector<Move>& moves) {
-    Channels<double> out;
-    for (const auto& channel : in) out.emplace_back(channel.begin(), channel.end());
-    const auto frames = static_cast<std::uint32_t>(in.front().size());
-    std::uint32_t done = 0;
-    const auto playTo = [&](std::uint32_t end) {
-      if (end <= done) return;
-      for (std::size_t side = 0; side < effects_.size(); ++side) {
-        if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
-        double* samples = out[side].data() + done;
-        effects_[side]->process(samples, samples, static_cast<int>(end - done));
-      }
-      settled_ = true;
-      done = end;
-    };
-    for (const Move& move : moves) {
-      if (move.space != CLAP_CORE_EVENT_SPACE_ID) continue;
-      playTo(std::min(move.time, frames));
-      set(move.id, move.value);
-    }
-    playTo(frames);
-    return out;
-  }
-
- private:
-  std::vector<std::unique_ptr<OpenedEffect>> effects_;
-  bool settled_ = false;
-};
 
 std::vector<Move> drawMoves(Random& random, int frames) {
   std::vector<Move> moves;
@@ -83,44 +30,44 @@ std::vector<Move> drawMoves(Random& random, int frames) {
   return moves;
 }
 
-// One block through both; the plug-in in place or not.
-template <typename Sample>
-void playBoth(Random& random, ClapInstance& plugin, DirectAmp& direct, int sides) {
-  const int frames = random.chance(0.3) ? random.integer(1, 4) : random.integer(1, kMaxFrames);
-  Channels<Sample> in = drawChannels<Sample>(random, sides, frames);
-  const std::vector<Move> moves = drawMoves(random, frames);
-  const Channels<double> wanted = direct.play(in, moves);
+INSTANTIATE_TEST_SUITE_P(Clap, Formats,
+                         testing::Values(Format{"mono", createPlugin<ClapInstance>, 1, true, true},
+                                         Format{"stereo",
+                                                createPlugin<ClapInstance, ClapInstance::kStereo>,
+                                                2, true, true}),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Clap, FormatStates,
+                         testing::Values(Format{"mono", createPlugin<ClapInstance>, 1, true, true}),
+                         nameOf);
 
-  Channels<Sample> other(in.size(), std::vector<Sample>(static_cast<std::size_t>(frames), 9));
-  Channels<Sample>& out = random.chance(0.4) ? in : other;
-  ASSERT_NE(plugin.play(in, out, moves), CLAP_PROCESS_ERROR);
-  for (std::size_t side = 0; side < out.size(); ++side) expectPlayed(out[side], wanted[side]);
-}
-
-// Random blocks, precisions, buffers and automation, across activations at other rates and resets,
-// which start anew whatever was played before, in the middle of a channel switch too: an offline
-// render can be repeated.
-TEST(Clap, PlaysWhatTheEffectPlays) {
+// Automation takes its frame, and a reset starts anew, in the middle of a channel switch too.
+TEST(Clap, MovesAreHeardFromTheirFrameOn) {
   Random random(sessionSeed() ^ 0xC1A9);
-  for (const int sides : {1, 2}) {
-    ClapInstance plugin(sides == 1 ? ClapInstance::kMono : ClapInstance::kStereo);
-    for (int cycle = 0; cycle < effort(16); ++cycle) {
-      SCOPED_TRACE(std::to_string(sides) + " sides, activation " + std::to_string(cycle));
-      const double rate = random.pick(std::array{44100.0, 48000.0, 96000.0, 22050.0});
-      ASSERT_TRUE(plugin.activate(rate, kMaxFrames));
-      for (int reset = 0; reset < 3; ++reset) {
-        DirectAmp direct(sides, plugin, rate);
-        for (int block = random.integer(1, 12); block > 0; --block) {
-          random.chance(0.5) ? playBoth<double>(random, plugin, direct, sides)
-                             : playBoth<float>(random, plugin, direct, sides);
-          if (testing::Test::HasFatalFailure()) return;
-        }
-        plugin.flush({{.id = 19, .value = std::fmod(plugin.value(19) + 1.0, 3.0)}});
-        plugin.get()->reset(plugin.get());
+  ClapInstance plugin;
+  ASSERT_TRUE(plugin.activate(48000.0, kMaxFrames));
+  for (int reset = 0; reset < effort(40); ++reset) {
+    DirectAmp direct(1);
+    direct.activate(48000.0, plugin);
+    for (int block = 0; block < 8; ++block) {
+      Channels<double> io = drawChannels<double>(random, 1, random.integer(1, kMaxFrames));
+      Channels<double> wanted = io;
+      const std::vector<Move> moves = drawMoves(random, static_cast<int>(io[0].size()));
+      std::size_t done = 0;
+      for (const Move& move : moves) {
+        if (move.space != CLAP_CORE_EVENT_SPACE_ID) continue;
+        direct.play(wanted, done, move.time);
+        direct.set(static_cast<int>(move.id), move.id == 19 ? move.value / 2.0 : move.value);
+        done = move.time;
       }
-      plugin.deactivate();
+      direct.play(wanted, done, io[0].size());
+      plugin.play(io, io, moves);
+      expectPlayed(io[0], wanted[0]);
+      if (testing::Test::HasFatalFailure()) return;
     }
+    plugin.flush({{.id = 19, .value = std::fmod(plugin.value(19) + 1.0, 3.0)}});
+    plugin.get()->reset(plugin.get());
   }
+  EXPECT_EQ(plugin.allocated(), 0);
 }
 
 TEST(Clap, DescribesItself) {
@@ -180,8 +127,7 @@ TEST(Clap, NonsenseIsRefused) {
   EXPECT_EQ(p->get_extension(p, nullptr), nullptr);
   for (const double rate : {0.0, -1.0, std::nan(""), HUGE_VAL})
     EXPECT_FALSE(plugin.activate(rate, 64)) << rate;
-  for (const std::uint32_t frames : {0U, UINT32_MAX})
-    EXPECT_FALSE(plugin.activate(44100.0, frames)) << frames;
+  for (const int frames : {0, -1}) EXPECT_FALSE(plugin.activate(44100.0, frames)) << frames;
   EXPECT_TRUE(plugin.activate(44100.0, INT32_MAX)) << "and takes no gigabytes";
   plugin.deactivate();
 
@@ -217,82 +163,10 @@ TEST(Clap, OnlyItsOwnEventsMoveParameters) {
                 {.id = 20, .value = 0.9}});
   EXPECT_EQ(plugin.save(), before);
   const std::tuple<clap_id, double, double> rows[] = {
-      {1, 7.0, 1.0}, {2, -7.0, 0.0}, {3, NAN, 0.0}, {19, 1.9, 1.0}, {19, 1e300, 2.0}};
+      {1, 7.0, 1.0}, {2, -7.0, 0.0}, {3, NAN, 0.5}, {19, 1.9, 1.0}, {19, 1e300, 2.0}};
   for (const auto& [id, told, held] : rows) {
     plugin.flush({{.id = id, .value = told}});
     EXPECT_EQ(plugin.value(id), held);
-  }
-}
-
-TEST(Clap, StateComesBackThroughAnyStreamAndRefusedOnesChangeNothing) {
-  Random random(sessionSeed() ^ 0x57A7);
-  for (const std::size_t chunk : {1U, 3U, 23U, 1000U}) {
-    ClapInstance first, second(ClapInstance::kStereo);
-    for (clap_id id = 1; id <= 19; ++id)
-      first.flush({{.id = id, .value = id == 19 ? random.integer(0, 2) : random.unit()}});
-    const auto good = first.save(chunk);
-    ASSERT_TRUE(second.load(good, chunk));
-    EXPECT_EQ(second.save(), good);
-    for (clap_id id = 1; id <= 19; ++id) EXPECT_EQ(second.value(id), first.value(id)) << id;
-    std::vector<ClapInstance::Bytes> damaged(good.size() + 3, good);
-    for (std::size_t i = 0; i < good.size(); ++i) damaged[i][i] ^= 0x10;
-    damaged[good.size()].clear();
-    damaged[good.size() + 1].pop_back();
-    damaged[good.size() + 2].push_back(0);
-    for (const auto& bytes : damaged) EXPECT_FALSE(second.load(bytes, chunk));
-    EXPECT_EQ(second.save(), good);
-    EXPECT_EQ(second.host.rescans, 1);
-  }
-}
-
-// The main thread loads states and reads values while the audio thread plays.
-TEST(Clap, FloodOfStatesWhilePlaying) {
-  ClapInstance plugin(ClapInstance::kStereo);
-  ClapInstance other;
-  std::vector<ClapInstance::Bytes> states;
-  for (int i = 0; i < 8; ++i) {
-    other.flush({{.id = 18, .value = i / 8.0}, {.id = 19, .value = i % 3 * 1.0}});
-    states.push_back(other.save());
-  }
-  ASSERT_TRUE(plugin.activate(44100.0, 64));
-  std::atomic<bool> done{false};
-  bool finite = true;
-  std::thread audio([&] {
-    Random random(1);
-    for (int block = 0; block < effort(3000); ++block) {
-      Channels<float> io = drawChannels<float>(random, 2, 64);
-      io[1] = io[0];
-      plugin.play(io, io);
-      for (std::size_t i = 0; i < 64; ++i) {
-        finite = finite && std::isfinite(io[0][i]) && io[0][i] == io[1][i];
-      }
-    }
-    done = true;
-  });
-  std::size_t loads = 0;
-  while (!done) EXPECT_TRUE(plugin.load(states[++loads % states.size()]));
-  audio.join();
-  EXPECT_TRUE(finite) << "not a number, or the sides have parted";
-  EXPECT_EQ(plugin.save(), states[loads % states.size()]);
-}
-
-// Two hundred amplifiers at once, each with its own setting, all as if alone.
-TEST(Clap, ManyInstancesDoNotKnowOfEachOther) {
-  constexpr int kInstances = 200;
-  std::vector<std::unique_ptr<ClapInstance>> plugins;
-  for (int i = 0; i < kInstances; ++i) {
-    plugins.push_back(std::make_unique<ClapInstance>());
-    plugins.back()->flush({{.id = 19, .value = i % 3 * 1.0}, {.id = 12, .value = i / 200.0}});
-    ASSERT_TRUE(plugins.back()->activate(i % 2 == 0 ? 44100.0 : 48000.0, 64));
-  }
-  Random random(sessionSeed());
-  const Channels<double> in = drawChannels<double>(random, 1, 64);
-  for (int i = 0; i < kInstances; ++i) {
-    ClapInstance& plugin = *plugins[static_cast<std::size_t>(i)];
-    DirectAmp direct(1, plugin, i % 2 == 0 ? 44100.0 : 48000.0);
-    Channels<double> io = in;
-    plugin.play(io, io);
-    expectPlayed(io[0], direct.play(in, {})[0]);
   }
 }
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
 // What runs on the audio thread allocates nothing, whatever block lengths a host sends.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -8,10 +7,6 @@
 #include "shell/quellard.h"
 #include "tests/adapters/buffers.h"
 #include "tests/support/counted_memory.h"
-#include "tests/support/opened_effect.h"
-#ifdef QUELLARD_CLAP_FILE
-#include "tests/adapters/clap_host.h"
-#endif
 
 namespace quellard::test {
 namespace {
@@ -70,60 +65,6 @@ TEST(Realtime, HostedAmpAllocatesOnlyWhenPrepared) {
             }),
             0);
 }
-
-TEST(Realtime, Vst2PlaysBothPrecisionsWithoutAllocating) {
-  void* const module = dlopen(QUELLARD_VST2_FILE, RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(module, nullptr);
-  const auto entry =
-      reinterpret_cast<AEffect* (*)(audioMasterCallback)>(dlsym(module, "VSTPluginMain"));
-  AEffect* effect = nullptr;
-  EXPECT_GT(allocationsOf([&] { effect = entry(answeringHost); }), 0) << "module's are not seen";
-  effect->dispatcher(effect, effSetSampleRate, 0, 0, nullptr, 44100.0F);
-  effect->dispatcher(effect, effSetBlockSize, 0, 4 * kMost, nullptr, 0.0F);
-  Random random(sessionSeed() ^ 0x4EA3);
-  std::vector<float> io(4 * kMost, 0.1F);
-  std::vector<double> twice(4 * kMost, 0.1);
-  float* single = io.data();
-  double* channel = twice.data();
-  for (int i = 0; i < kBlocks; ++i) {
-    const auto block = [&] {
-      moveSomething(random,
-                    [&](int index, float value) { effect->setParameter(effect, index, value); });
-      effect->processReplacing(effect, &single, &single, random.integer(0, 4 * kMost));
-      effect->processDoubleReplacing(effect, &channel, &channel, random.integer(0, 4 * kMost));
-    };
-    ASSERT_EQ(allocationsOf(block), 0);
-  }
-  effect->dispatcher(effect, effClose, 0, 0, nullptr, 0.0F);
-}
-
-#ifdef QUELLARD_CLAP_FILE
-TEST(Realtime, ClapPlaysAutomationWithoutAllocating) {
-  Random random(sessionSeed() ^ 0x4EA4);
-  ClapInstance plugin(ClapInstance::kStereo);
-  ASSERT_TRUE(plugin.activate(44100.0, kMost));
-  Channels<float> io(2, std::vector<float>(kMost, 0.1F));
-  for (int i = 0; i < kBlocks; ++i) {
-    const int frames = random.integer(1, kMost);
-    std::vector<Move> moves;
-    for (int time = 0; time < frames; time += 40) {
-      moveSomething(random, [&](int index, float value) {
-        moves.push_back({.time = static_cast<std::uint32_t>(time),
-                         .id = static_cast<clap_id>(index),
-                         .value = static_cast<double>(index == 19 ? 2.0F * value : value)});
-      });
-    }
-    const MoveList list(moves);
-    auto pointers = pointersTo(io);
-    clap_audio_buffer_t buffer = bufferOf(pointers);
-    const auto block = [&] {
-      plugin.process(buffer, buffer, static_cast<std::uint32_t>(frames), list.get());
-    };
-    ASSERT_EQ(allocationsOf(block), 0);
-    if (random.chance(0.05)) plugin.get()->reset(plugin.get());
-  }
-}
-#endif
 
 }  // namespace
 }  // namespace quellard::test

@@ -4,9 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -26,16 +24,6 @@ StateValues storedValues() {
   for (std::size_t i = 0; i < kNumControls; ++i) values[i] = static_cast<float>(i + 1) / 20.0F;
   values[kTypeParameter - 1] = 0.5F;
   return values;
-}
-
-// Projects hold such bytes; the file is never to be written anew.
-TEST(State, OneOfVersion1Loads) {
-  std::ifstream file(QUELLARD_TEST_DATA "/state-v1.bin", std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  const std::vector<std::uint8_t> stored(text.begin(), text.end());
-  EXPECT_EQ(decodeState(stored), storedValues());
-  const StateBytes today = encodeState(storedValues());
-  EXPECT_EQ(std::vector<std::uint8_t>(today.begin(), today.end()), stored);
 }
 
 // Refused for what is in them, since their checksum is right.
