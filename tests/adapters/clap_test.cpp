@@ -1,108 +1,260 @@
 // SPDX-License-Identifier: ISC
 // The built CLAP file, driven as hosts drive it, beside the effect driven directly.
-#include <cmath>
+#include <clap/entry.h>
+#include <clap/ext/audio-ports.h>
+#include <clap/ext/params.h>
+#include <clap/ext/state.h>
+#include <clap/plugin-factory.h>
+#include <cstring>
+#include <dlfcn.h>
 #include <set>
-#include <tuple>
 
 #include "adapters/clap/presets.h"
 #include "params/factory_bank.h"
-#include "tests/adapters/clap_host.h"
+#include "tests/adapters/format_suite.h"
 #include "tests/support/effort.h"
 
 namespace quellard::test {
 namespace {
 
 constexpr int kMaxFrames = 600;
-const std::array<const char*, 2> kIds = {ClapInstance::kMono, ClapInstance::kStereo};
+constexpr char kMonoId[] = "org.quellard.amplifier";
+constexpr char kStereoId[] = "org.quellard.amplifier-stereo";
 
-std::vector<Move> drawMoves(Random& random, int frames) {
-  std::vector<Move> moves;
-  const int count = random.chance(0.5) ? random.integer(0, 6) : 0;
-  for (int i = 0; i < count; ++i) {
-    Move move{.time = static_cast<std::uint32_t>(random.integer(0, std::max(frames - 1, 0))),
-              .id = static_cast<clap_id>(random.integer(1, 19))};
-    move.value = move.id == kTypeParameter ? random.integer(0, 2) : random.unit();
-    if (random.chance(0.2)) move.space = 0xB33F;  // somebody else's event
-    moves.push_back(move);
-  }
-  std::stable_sort(moves.begin(), moves.end(),
-                   [](const Move& a, const Move& b) { return a.time < b.time; });
-  return moves;
+const clap_plugin_entry_t& entry() {
+  static const auto* const found = [] {
+    void* const module = dlopen(QUELLARD_CLAP_FILE, RTLD_NOW | RTLD_LOCAL);
+    const void* symbol = module != nullptr ? dlsym(module, "clap_entry") : nullptr;
+    if (symbol == nullptr) throw std::runtime_error(dlerror());
+    const auto* table = static_cast<const clap_plugin_entry_t*>(symbol);
+    table->init(QUELLARD_CLAP_FILE);
+    return table;
+  }();
+  return *found;
 }
 
-INSTANTIATE_TEST_SUITE_P(Clap, Formats,
-                         testing::Values(Format{"mono", createPlugin<ClapInstance>, 1, true, true},
-                                         Format{"stereo",
-                                                createPlugin<ClapInstance, ClapInstance::kStereo>,
-                                                2, true, true}),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Clap, FormatStates,
-                         testing::Values(Format{"mono", createPlugin<ClapInstance>, 1, true, true}),
-                         nameOf);
+const clap_plugin_factory_t* factory() {
+  return static_cast<const clap_plugin_factory_t*>(entry().get_factory(CLAP_PLUGIN_FACTORY_ID));
+}
 
-// Automation takes its frame, and a reset starts anew, in the middle of a channel switch too.
+// A parameter event, and the list of them that a block comes with.
+using Move = clap_event_param_value_t;
+Move moveOf(clap_id id, double value, std::size_t time = 0) {
+  return {{sizeof(Move), static_cast<std::uint32_t>(time), CLAP_CORE_EVENT_SPACE_ID,
+           CLAP_EVENT_PARAM_VALUE, 0},
+          id,
+          {},
+          -1,
+          -1,
+          -1,
+          -1,
+          value};
+}
+
+clap_input_events_t listOf(std::vector<Move>& moves) {
+  const auto size = [](const clap_input_events_t* list) {
+    return static_cast<std::uint32_t>(static_cast<std::vector<Move>*>(list->ctx)->size());
+  };
+  const auto get = [](const clap_input_events_t* list, std::uint32_t i) {
+    return static_cast<const clap_event_header_t*>(
+        &(*static_cast<std::vector<Move>*>(list->ctx))[i].header);
+  };
+  return {&moves, size, get};
+}
+
+clap_audio_buffer_t portOf(std::vector<float*>& channels) {
+  return {channels.data(), nullptr, static_cast<std::uint32_t>(channels.size()), 0, 0};
+}
+clap_audio_buffer_t portOf(std::vector<double*>& channels) {
+  return {nullptr, channels.data(), static_cast<std::uint32_t>(channels.size()), 0, 0};
+}
+
+// As the format counts: the selector from 0 to 2.
+double plainOf(int index, double value) { return index == 19 ? 2.0 * value : value; }
+
+// Plug-in and host, which counts how often it is told of new values.
+class ClapPlugin : public HostedPlugin {
+ public:
+  explicit ClapPlugin(const char* id = kMonoId) {
+    host_.clap_version = CLAP_VERSION;
+    host_.host_data = this;
+    host_.get_extension = [](const clap_host_t* host, const char* name) -> const void* {
+      auto* self = static_cast<ClapPlugin*>(host->host_data);
+      return std::strcmp(name, CLAP_EXT_PARAMS) == 0 ? &self->hostParams_ : nullptr;
+    };
+    hostParams_.rescan = [](const clap_host_t* host, clap_param_rescan_flags flags) {
+      if (flags == CLAP_PARAM_RESCAN_VALUES) ++static_cast<ClapPlugin*>(host->host_data)->rescans_;
+    };
+    plugin = factory()->create_plugin(factory(), &host_, id);
+    plugin->init(plugin);
+    params = extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
+  }
+  ~ClapPlugin() override { plugin->destroy(plugin); }
+  template <typename Table>
+  const Table* extension(const char* id) const {
+    return static_cast<const Table*>(plugin->get_extension(plugin, id));
+  }
+
+  bool activate(double rate, int maxFrames) override {
+    active_ = plugin->activate(plugin, rate, 1, static_cast<std::uint32_t>(maxFrames)) &&
+              plugin->start_processing(plugin);
+    return active_;
+  }
+  void deactivate() override {
+    plugin->stop_processing(plugin);
+    plugin->deactivate(plugin);
+    active_ = false;
+  }
+  void flush(std::vector<Move> moves) const {
+    const clap_input_events_t list = listOf(moves);
+    params->flush(plugin, &list, nullptr);
+  }
+  void set(int index, double value) override {
+    moves_.push_back(moveOf(static_cast<clap_id>(index), plainOf(index, value)));
+    if (!active_) flush(std::exchange(moves_, {}));
+  }
+  double get(int index) override {
+    double plain = -1.0;
+    params->get_value(plugin, static_cast<clap_id>(index), &plain);
+    return plain / plainOf(index, 1.0);
+  }
+  clap_process_status process(clap_audio_buffer_t in, clap_audio_buffer_t out, std::uint32_t frames,
+                              std::vector<Move> moves) {
+    const clap_input_events_t list = listOf(moves);
+    const clap_process_t block = {-1, frames, nullptr, &in, &out, 1, 1, &list, nullptr};
+    clap_process_status status = CLAP_PROCESS_ERROR;
+    counted([&] { status = plugin->process(plugin, &block); });
+    return status;
+  }
+  template <typename Sample>
+  void playMoves(Channels<Sample>& in, Channels<Sample>& out) {
+    auto from = pointersTo(in), to = pointersTo(out);
+    const auto frames = static_cast<std::uint32_t>(in[0].size());
+    process(portOf(from), portOf(to), frames, std::exchange(moves_, {}));
+  }
+  void play(Channels<float>& in, Channels<float>& out) override { playMoves(in, out); }
+  void play(Channels<double>& in, Channels<double>& out) override { playMoves(in, out); }
+  void automate(const Move& move) { moves_.push_back(move); }  // in the next block
+
+  bool save(ByteStream& to) override {
+    const clap_ostream_t stream = {
+        &to, [](const clap_ostream_t* s, const void* from, std::uint64_t size) {
+          return std::int64_t{static_cast<ByteStream*>(s->ctx)->write(from, size)};
+        }};
+    return extension<clap_plugin_state_t>(CLAP_EXT_STATE)->save(plugin, &stream);
+  }
+  bool load(ByteStream& from) override {
+    const clap_istream_t stream = {
+        &from, [](const clap_istream_t* s, void* to, std::uint64_t room) {
+          return std::int64_t{static_cast<ByteStream*>(s->ctx)->read(to, room)};
+        }};
+    return extension<clap_plugin_state_t>(CLAP_EXT_STATE)->load(plugin, &stream);
+  }
+  int timesToldOfNewValues() override { return rescans_; }
+  std::string text(int index, double value) override {
+    char text[32] = "";
+    const auto id = static_cast<clap_id>(index);
+    params->value_to_text(plugin, id, plainOf(index, value), text, sizeof text);
+    return text;
+  }
+  std::optional<double> value(int index, std::string text) override {
+    double plain = -1.0;
+    const auto id = static_cast<clap_id>(index);
+    if (!params->text_to_value(plugin, id, text.c_str(), &plain)) return {};
+    return plain / plainOf(index, 1.0);
+  }
+  bool loadPreset(int number) override {
+    const auto* loader = extension<ClapPresetLoad>(kPresetLoadExtension);
+    const char* name = kFactoryBank[static_cast<std::size_t>(number - 1)].name;
+    return loader->fromLocation(plugin, kPresetInPlugin, nullptr, name);
+  }
+
+  const clap_plugin_t* plugin = nullptr;
+  const clap_plugin_params_t* params = nullptr;
+
+ private:
+  clap_host_t host_{};
+  clap_host_params_t hostParams_{};
+  int rescans_ = 0;
+  bool active_ = false;
+  std::vector<Move> moves_;
+};
+
+constexpr Format kMono{"mono", createPlugin<ClapPlugin>, 1, true, true};
+constexpr Format kStereo{"stereo", createPlugin<ClapPlugin, kStereoId>, 2, true, true};
+INSTANTIATE_TEST_SUITE_P(Clap, Formats, testing::Values(kMono, kStereo));
+INSTANTIATE_TEST_SUITE_P(Clap, StatefulFormats, testing::Values(kMono));
+
+// Automation takes its frame, or the next one that is left where it is late, and cuts no block for
+// somebody else's. A reset starts anew, in the middle of a channel switch too.
 TEST(Clap, MovesAreHeardFromTheirFrameOn) {
   Random random(sessionSeed() ^ 0xC1A9);
-  ClapInstance plugin;
+  ClapPlugin plugin;
   ASSERT_TRUE(plugin.activate(48000.0, kMaxFrames));
-  for (int reset = 0; reset < effort(40); ++reset) {
-    DirectAmp direct(1);
-    direct.activate(48000.0, plugin);
-    for (int block = 0; block < 8; ++block) {
-      Channels<double> io = drawChannels<double>(random, 1, random.integer(1, kMaxFrames));
-      Channels<double> wanted = io;
-      const std::vector<Move> moves = drawMoves(random, static_cast<int>(io[0].size()));
-      std::size_t done = 0;
-      for (const Move& move : moves) {
-        if (move.space != CLAP_CORE_EVENT_SPACE_ID) continue;
-        direct.play(wanted, done, move.time);
-        direct.set(static_cast<int>(move.id), move.id == 19 ? move.value / 2.0 : move.value);
-        done = move.time;
-      }
-      direct.play(wanted, done, io[0].size());
-      plugin.play(io, io, moves);
-      expectPlayed(io[0], wanted[0]);
-      if (testing::Test::HasFatalFailure()) return;
+  DirectAmp direct(1);
+  for (int block = 0; block < effort(300); ++block) {
+    if (block % 8 == 0) {
+      plugin.flush({moveOf(19, block / 8 % 3)});
+      plugin.plugin->reset(plugin.plugin);
+      direct.activate(48000.0, plugin);
     }
-    plugin.flush({{.id = 19, .value = std::fmod(plugin.value(19) + 1.0, 3.0)}});
-    plugin.get()->reset(plugin.get());
+    Channels<double> io = drawChannels<double>(random, 1, random.integer(1, kMaxFrames));
+    Channels<double> wanted = io;
+    std::size_t done = 0;
+    while (random.chance(0.6)) {
+      const int index = random.integer(1, 19);
+      const double value = index == 19 ? random.integer(0, 2) / 2.0 : random.unit();
+      const auto time = done + static_cast<std::size_t>(random.integer(0, 99));
+      Move move = moveOf(static_cast<clap_id>(index), plainOf(index, value),
+                         random.chance(0.1) ? done / 2 : std::min(time, io[0].size()));
+      if (random.chance(0.2)) move.header.space_id = 0xB33F;
+      plugin.automate(move);
+      if (move.header.space_id != CLAP_CORE_EVENT_SPACE_ID) continue;
+      direct.play(wanted, done, move.header.time);
+      direct.set(index, value);
+      done = std::max(done, std::size_t{move.header.time});
+    }
+    direct.play(wanted, done, io[0].size());
+    plugin.play(io, io);
+    expectPlayed(io[0], wanted[0]);
+    if (testing::Test::HasFatalFailure()) return;
   }
-  EXPECT_EQ(plugin.allocated(), 0);
+  EXPECT_EQ(plugin.allocated, 0);
 }
 
 TEST(Clap, DescribesItself) {
-  const clap_plugin_factory_t* factory = clapFactory();
-  ASSERT_NE(factory, nullptr);
-  ASSERT_EQ(factory->get_plugin_count(factory), 2U);
-  for (std::uint32_t i = 0; i < 2; ++i) {
-    const clap_plugin_descriptor_t* about = factory->get_plugin_descriptor(factory, i);
-    EXPECT_STREQ(about->id, kIds[i]);
-    std::set<std::string> features;
-    for (const char* const* feature = about->features; *feature != nullptr; ++feature)
-      EXPECT_TRUE(features.insert(*feature).second) << *feature;
-    EXPECT_EQ(features.count(i == 0 ? CLAP_PLUGIN_FEATURE_MONO : CLAP_PLUGIN_FEATURE_STEREO), 1U);
-    EXPECT_EQ(features.count(CLAP_PLUGIN_FEATURE_AUDIO_EFFECT), 1U);
-
-    const ClapInstance plugin(kIds[i]);
-    const auto& ports = plugin.extension<clap_plugin_audio_ports_t>(CLAP_EXT_AUDIO_PORTS);
+  ASSERT_EQ(factory()->get_plugin_count(factory()), 2U);
+  for (const std::uint32_t i : {0U, 1U}) {
+    const clap_plugin_descriptor_t* about = factory()->get_plugin_descriptor(factory(), i);
+    std::multiset<std::string> features;
+    for (const char* const* each = about->features; *each != nullptr; ++each)
+      features.insert(*each);
+    const char* sides = i == 0 ? CLAP_PLUGIN_FEATURE_MONO : CLAP_PLUGIN_FEATURE_STEREO;
+    EXPECT_EQ(features, (std::multiset<std::string>{CLAP_PLUGIN_FEATURE_AUDIO_EFFECT,
+                                                    CLAP_PLUGIN_FEATURE_DISTORTION, sides}));
+    const ClapPlugin plugin(about->id);
+    EXPECT_EQ(plugin.plugin->desc, about);
+    const auto* ports = plugin.extension<clap_plugin_audio_ports_t>(CLAP_EXT_AUDIO_PORTS);
     for (const bool isInput : {true, false}) {
       clap_audio_port_info_t info{};
-      ASSERT_EQ(ports.count(plugin.get(), isInput), 1U);
-      ASSERT_TRUE(ports.get(plugin.get(), 0, isInput, &info));
+      ASSERT_EQ(ports->count(plugin.plugin, isInput), 1U);
+      ASSERT_TRUE(ports->get(plugin.plugin, 0, isInput, &info));
       EXPECT_EQ(info.channel_count, i + 1);
       EXPECT_STREQ(info.port_type, i == 0 ? CLAP_PORT_MONO : CLAP_PORT_STEREO);
       EXPECT_NE(info.flags & CLAP_AUDIO_PORT_SUPPORTS_64BITS, 0U);
-      EXPECT_FALSE(ports.get(plugin.get(), 1, isInput, &info));
+      EXPECT_FALSE(ports->get(plugin.plugin, 1, isInput, &info));
     }
     std::set<std::string> paths;
-    ASSERT_EQ(plugin.params().count(plugin.get()), 19U);
+    ASSERT_EQ(plugin.params->count(plugin.plugin), 19U);
     for (clap_id id = 1; id <= 19; ++id) {
       clap_param_info_t info{};
-      ASSERT_TRUE(plugin.params().get_info(plugin.get(), id - 1, &info));
+      double value = -1.0;
+      ASSERT_TRUE(plugin.params->get_info(plugin.plugin, id - 1, &info));
+      ASSERT_TRUE(plugin.params->get_value(plugin.plugin, id, &value));
       EXPECT_EQ(info.id, id);
       EXPECT_NE(info.flags & CLAP_PARAM_IS_AUTOMATABLE, 0U);
       EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, id == 19);
-      EXPECT_EQ(plugin.value(id), info.default_value);
+      EXPECT_EQ(value, info.default_value);
       EXPECT_EQ(info.max_value, id == 19 ? 2.0 : 1.0);
       paths.insert(std::string(info.module) + "/" + info.name);
     }
@@ -111,146 +263,107 @@ TEST(Clap, DescribesItself) {
   }
 }
 
+// Automation of other spaces, other events and unknown ids move nothing; values stay in range.
 TEST(Clap, NonsenseIsRefused) {
-  const clap_plugin_factory_t* factory = clapFactory();
-  EXPECT_EQ(clapEntry()->get_factory("clap.no-such-factory"), nullptr);
-  EXPECT_EQ(clapEntry()->get_factory(nullptr), nullptr);
-  EXPECT_EQ(factory->get_plugin_descriptor(factory, 2), nullptr);
-  ClapHost host;
-  EXPECT_EQ(factory->create_plugin(factory, &host.table, "org.quellard.amplifier-"), nullptr);
-  EXPECT_EQ(factory->create_plugin(factory, &host.table, nullptr), nullptr);
-  EXPECT_EQ(factory->create_plugin(factory, nullptr, ClapInstance::kMono), nullptr);
+  EXPECT_EQ(entry().get_factory("clap.no-such-factory"), nullptr);
+  EXPECT_EQ(entry().get_factory(nullptr), nullptr);
+  EXPECT_EQ(factory()->get_plugin_descriptor(factory(), 2), nullptr);
+  clap_host_t host{};
+  host.clap_version = CLAP_VERSION;
+  for (const char* id : {"org.quellard.amplifier-", static_cast<const char*>(nullptr)})
+    EXPECT_EQ(factory()->create_plugin(factory(), &host, id), nullptr);
+  EXPECT_EQ(factory()->create_plugin(factory(), nullptr, kMonoId), nullptr);
 
-  ClapInstance plugin;
-  const clap_plugin_t* p = plugin.get();
+  ClapPlugin hosted;
+  const clap_plugin_t* p = hosted.plugin;
   EXPECT_EQ(p->get_extension(p, "clap.no-such-extension"), nullptr);
   EXPECT_EQ(p->get_extension(p, nullptr), nullptr);
   for (const double rate : {0.0, -1.0, std::nan(""), HUGE_VAL})
-    EXPECT_FALSE(plugin.activate(rate, 64)) << rate;
-  for (const int frames : {0, -1}) EXPECT_FALSE(plugin.activate(44100.0, frames)) << frames;
-  EXPECT_TRUE(plugin.activate(44100.0, INT32_MAX)) << "and takes no gigabytes";
-  plugin.deactivate();
+    EXPECT_FALSE(hosted.activate(rate, 64)) << rate;
+  for (const int frames : {0, -1}) EXPECT_FALSE(hosted.activate(44100.0, frames)) << frames;
+  EXPECT_TRUE(hosted.activate(44100.0, INT32_MAX)) << "and takes no gigabytes";
 
-  const auto& params = plugin.params();
   double value = 0.25;
   char text[32] = "untouched";
   clap_param_info_t info{};
+  const Bytes before = hosted.saved();
   for (const clap_id id : {0U, 20U, 0x7FFFFFFFU, CLAP_INVALID_ID}) {
-    EXPECT_FALSE(params.get_value(p, id, &value));
-    EXPECT_FALSE(params.value_to_text(p, id, 0.5, text, sizeof text));
-    EXPECT_FALSE(params.text_to_value(p, id, "5.00", &value));
-    EXPECT_FALSE(params.get_info(p, id - 1, &info));
+    EXPECT_FALSE(hosted.params->get_value(p, id, &value));
+    EXPECT_FALSE(hosted.params->value_to_text(p, id, 0.5, text, sizeof text));
+    EXPECT_FALSE(hosted.params->text_to_value(p, id, "5.00", &value));
+    EXPECT_FALSE(hosted.params->get_info(p, id - 1, &info));
+    hosted.flush({moveOf(id, 0.9)});
   }
-  EXPECT_TRUE(params.text_to_value(p, 19, "vintage", &value));
-  EXPECT_EQ(value, 1.0);
-  EXPECT_TRUE(params.text_to_value(p, 1, "2.50", &value));
-  EXPECT_FALSE(params.value_to_text(p, 1, 0.5, text, 4));  // "5.00" needs five
-  EXPECT_FALSE(params.text_to_value(p, 1, "loud", &value));
-  EXPECT_EQ(value, 0.25);
+  EXPECT_FALSE(hosted.params->value_to_text(p, 1, 0.5, text, 4)) << "5.00 needs five";
   EXPECT_STREQ(text, "untouched");
-  EXPECT_TRUE(params.value_to_text(p, 19, 1.0, text, sizeof text));
-  EXPECT_STREQ(text, "VINTAGE");
+  std::vector<Move> foreign(4, moveOf(3, 0.9));
+  foreign[0].header.space_id = 0xB33F;
+  foreign[1].header.type = CLAP_EVENT_PARAM_MOD;
+  foreign[2].header.size = sizeof(clap_event_header_t);
+  foreign[3].value = NAN;
+  hosted.flush(foreign);
+  EXPECT_EQ(hosted.saved(), before);
+  hosted.flush({moveOf(1, 7.0), moveOf(2, -7.0), moveOf(19, 1.9)});
+  EXPECT_EQ(std::vector({hosted.get(1), hosted.get(2), hosted.get(19)}),
+            std::vector({1.0, 0.0, 0.5}));
 }
 
-// Automation of other spaces, other events and unknown ids move nothing; values stay in range.
-TEST(Clap, OnlyItsOwnEventsMoveParameters) {
-  ClapInstance plugin;
-  const auto before = plugin.save();
-  plugin.flush({{.id = 3, .value = 0.9, .space = 0xB33F},
-                {.id = 3, .value = 0.9, .type = CLAP_EVENT_PARAM_MOD},
-                {.id = 3, .value = 0.9, .size = sizeof(clap_event_header_t)},
-                {.id = 0, .value = 0.9},
-                {.id = 20, .value = 0.9}});
-  EXPECT_EQ(plugin.save(), before);
-  const std::tuple<clap_id, double, double> rows[] = {
-      {1, 7.0, 1.0}, {2, -7.0, 0.0}, {3, NAN, 0.5}, {19, 1.9, 1.0}, {19, 1e300, 2.0}};
-  for (const auto& [id, told, held] : rows) {
-    plugin.flush({{.id = id, .value = told}});
-    EXPECT_EQ(plugin.value(id), held);
-  }
-}
-
-struct FoundPreset {
-  std::string name, loadKey, plugins;
-};
-using Bank = std::vector<FoundPreset>;
-
-// The bank as a host's browser sees it.
-Bank browseBank() {
+// The bank as a host's browser sees it; each preset is loaded by the name under which it is found.
+TEST(Clap, FactoryBankIsFound) {
   ClapPresetIndexer indexer{};
   indexer.version = CLAP_VERSION;
   indexer.declareLocation = [](const ClapPresetIndexer*, const ClapPresetLocation* location) {
     return location->kind == kPresetInPlugin && location->location == nullptr;
   };
-  Bank found;
+  std::string found, wanted;
   ClapPresetReceiver receiver{};
   receiver.data = &found;
   receiver.beginPreset = [](const ClapPresetReceiver* to, const char* name, const char* key) {
-    static_cast<Bank*>(to->data)->push_back({name, key, {}});
+    *static_cast<std::string*>(to->data) += std::string(name) + "=" + key;
     return true;
   };
   receiver.addPluginId = [](const ClapPresetReceiver* to, const ClapPresetPluginId* id) {
-    static_cast<Bank*>(to->data)->back().plugins += std::string(id->abi) + ":" + id->id + " ";
+    *static_cast<std::string*>(to->data) += std::string(" ") + id->abi + ":" + id->id;
   };
   receiver.setFlags = [](const ClapPresetReceiver*, std::uint32_t) {};
   receiver.addCreator = receiver.setDescription =
       receiver.addFeature = [](const ClapPresetReceiver*, const char*) {};
-
-  const auto* factory =
-      static_cast<const ClapPresetFactory*>(clapEntry()->get_factory(kPresetDiscovery));
-  EXPECT_EQ(factory->count(factory), 1U);
-  EXPECT_EQ(factory->descriptor(factory, 1), nullptr);
-  EXPECT_EQ(factory->create(factory, &indexer, "org.quellard.nothing"), nullptr);
+  const auto* presets =
+      static_cast<const ClapPresetFactory*>(entry().get_factory(kPresetDiscovery));
+  EXPECT_EQ(presets->count(presets), 1U);
+  EXPECT_EQ(presets->descriptor(presets, 1), nullptr);
+  EXPECT_EQ(presets->create(presets, &indexer, "org.quellard.nothing"), nullptr);
   const ClapPresetProvider* provider =
-      factory->create(factory, &indexer, factory->descriptor(factory, 0)->id);
+      presets->create(presets, &indexer, presets->descriptor(presets, 0)->id);
   EXPECT_TRUE(provider->init(provider));
   EXPECT_FALSE(provider->metadata(provider, kPresetInFile, "/no/such/file", &receiver));
   EXPECT_TRUE(provider->metadata(provider, kPresetInPlugin, nullptr, &receiver));
   provider->destroy(provider);
-  return found;
-}
+  for (const FactoryPreset& preset : kFactoryBank)
+    wanted +=
+        std::string(preset.name) + "=" + preset.name + " clap:" + kMonoId + " clap:" + kStereoId;
+  EXPECT_EQ(found, wanted);
 
-TEST(Clap, FactoryBankIsFoundAndLoaded) {
-  const Bank found = browseBank();
-  ASSERT_EQ(found.size(), kFactoryBank.size());
-  ClapInstance plugin(ClapInstance::kStereo);
-  const auto& presets = plugin.extension<ClapPresetLoad>(kPresetLoadExtension);
-  const auto load = [&](std::uint32_t kind, const char* place, const char* key) {
-    return presets.fromLocation(plugin.get(), kind, place, key);
-  };
-  for (std::size_t i = 0; i < found.size(); ++i) {
-    const FactoryPreset& preset = kFactoryBank[i];
-    EXPECT_EQ(found[i].name, preset.name);
-    EXPECT_EQ(found[i].plugins, "clap:org.quellard.amplifier clap:org.quellard.amplifier-stereo ");
-    ASSERT_TRUE(load(kPresetInPlugin, nullptr, found[i].loadKey.c_str()));
-    for (int id = 1; id <= 19; ++id)
-      EXPECT_EQ(plugin.value(static_cast<clap_id>(id)),
-                id == 19 ? preset.channel : static_cast<double>(presetValue(preset, id)));
-    EXPECT_EQ(plugin.host.rescans, static_cast<int>(i) + 1);
-  }
-  const auto last = plugin.save();
-  EXPECT_FALSE(load(kPresetInPlugin, nullptr, "No Such Preset"));
-  EXPECT_FALSE(load(kPresetInPlugin, nullptr, nullptr));
-  EXPECT_FALSE(load(kPresetInFile, "/x", found[0].loadKey.c_str()));
-  EXPECT_EQ(plugin.save(), last);
+  ClapPlugin hosted;
+  const auto* loader = hosted.extension<ClapPresetLoad>(kPresetLoadExtension);
+  EXPECT_FALSE(loader->fromLocation(hosted.plugin, kPresetInPlugin, nullptr, "No Such Preset"));
+  EXPECT_FALSE(loader->fromLocation(hosted.plugin, kPresetInPlugin, nullptr, nullptr));
+  EXPECT_FALSE(loader->fromLocation(hosted.plugin, kPresetInFile, "/x", kFactoryBank[0].name));
+  EXPECT_EQ(hosted.timesToldOfNewValues(), 0);
 }
 
 // Hosts may leave out buffers, send empty blocks, or more frames than they said.
 TEST(Clap, CarelessBlocksAreSurvived) {
-  ClapInstance plugin;
-  clap_audio_buffer_t none{};
-  EXPECT_EQ(plugin.process(none, none, 8, nullptr), CLAP_PROCESS_ERROR) << "not active";
+  ClapPlugin plugin;
+  EXPECT_EQ(plugin.process({}, {}, 8, {}), CLAP_PROCESS_ERROR) << "not active";
   ASSERT_TRUE(plugin.activate(44100.0, 16));
-  const MoveList moves({{.time = 99, .id = 5, .value = 0.75}});
-  EXPECT_NE(plugin.process(none, none, 8, moves.get()), CLAP_PROCESS_ERROR);
-  EXPECT_EQ(plugin.value(5), 0.75);
-  EXPECT_NE(plugin.process(none, none, 0, nullptr), CLAP_PROCESS_ERROR);
-
-  Channels<float> out(1, std::vector<float>(100, 9.0F));
-  auto pointers = pointersTo(out);
-  clap_audio_buffer_t buffer = bufferOf(pointers);
-  EXPECT_NE(plugin.process(none, buffer, 100, nullptr), CLAP_PROCESS_ERROR);
-  for (const float x : out[0]) EXPECT_LT(std::fabs(x), 1e-3F);
+  EXPECT_NE(plugin.process({}, {}, 8, {moveOf(5, 0.75, 99)}), CLAP_PROCESS_ERROR);
+  EXPECT_EQ(plugin.get(5), 0.75);
+  EXPECT_NE(plugin.process({}, {}, 0, {}), CLAP_PROCESS_ERROR);
+  std::vector<float> out(100, 9.0F);
+  std::vector<float*> channels = {out.data()};
+  EXPECT_NE(plugin.process({}, portOf(channels), 100, {}), CLAP_PROCESS_ERROR);
+  for (const float x : out) EXPECT_LT(std::fabs(x), 1e-3F);
 }
 
 }  // namespace

@@ -2,31 +2,26 @@
 // Every format beside the effect driven directly.
 #include "tests/adapters/format_suite.h"
 
+#include <array>
 #include <atomic>
-#include <cmath>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <thread>
 
+#include "params/factory_bank.h"
 #include "tests/support/effort.h"
 #ifdef QUELLARD_COUNTS_MEMORY
 #include "tests/support/counted_memory.h"
+long quellard::test::allocationsSoFar() { return allocations; }
+#else
+long quellard::test::allocationsSoFar() { return 0; }
 #endif
 
 namespace quellard::test {
-
-long allocationsSoFar() {
-#ifdef QUELLARD_COUNTS_MEMORY
-  return allocations;
-#else
-  return 0;
-#endif
-}
-
 namespace {
 
 constexpr int kMaxFrames = 600;
+constexpr int kBankSize = kNumFactoryPresets;
 
 // Knobs with three decimals, so that they have the same bits in a format that counts to 10.
 double drawValue(Random& random, int index) {
@@ -64,18 +59,14 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
   const auto plugin = create(), other = create();
   const long before = allocationsSoFar();
   ASSERT_TRUE(plugin->activate(48000.0, kMaxFrames));
-#ifdef QUELLARD_COUNTS_MEMORY
-  EXPECT_GT(allocationsSoFar(), before) << "the module's are not seen";
-#endif
+  EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's are not seen";
   plugin->deactivate();
-  DirectAmp direct(static_cast<std::size_t>(sides));
+  DirectAmp direct(sides);
   double rate = 48000.0;
   for (int cycle = 0; cycle < effort(40); ++cycle) {
     SCOPED_TRACE("activation " + std::to_string(cycle));
     setAll(random.chance(0.5) ? *plugin : *other, random);
-    if (random.chance(0.3)) {
-      ASSERT_TRUE(plugin->load(other->save()));
-    }
+    ASSERT_TRUE(random.chance(0.7) || plugin->loadFrom(other->saved()));
     if (random.chance(0.7)) rate = random.pick(std::array{44100.0, 48000.0, 96000.0, 22050.0});
     ASSERT_TRUE(plugin->activate(rate, kMaxFrames));
     direct.activate(rate, *plugin, keepsState);
@@ -86,27 +77,25 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
     }
     plugin->deactivate();
   }
-  EXPECT_EQ(plugin->allocated(), 0);
+  EXPECT_EQ(plugin->allocated, 0);
 }
 
-// A thread gives all parameters anew, while another plays. Both sides stay together, and the last
-// settings are heard.
+// A thread gives all parameters anew, again and again, while another plays.
 TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
-  const auto& [name, create, sides, playsDoubles, keepsState] = GetParam();
-  const auto plugin = create(), other = create();
+  const auto plugin = GetParam().create(), other = GetParam().create();
   Random random(sessionSeed() ^ 0xF100);
   std::vector<Bytes> states(8);
   for (Bytes& state : states) {
     setAll(*other, random);
-    state = other->save();
+    state = other->saved();
   }
   ASSERT_TRUE(plugin->activate(44100.0, 64));
   std::atomic<bool> done{false};
   bool sound = true;
-  std::thread audio([&, channels = sides] {
+  std::thread audio([&, sides = GetParam().sides] {
     Random notes(1);
     for (int block = 0; block < effort(2000); ++block) {
-      Channels<float> io = drawChannels<float>(notes, channels, 64);
+      Channels<float> io = drawChannels<float>(notes, sides, 64);
       io.back() = io[0];
       plugin->play(io, io);
       for (const float x : io[0]) sound = sound && std::isfinite(x);
@@ -115,23 +104,15 @@ TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
     done = true;
   });
   std::size_t loads = 0;
-  while (!done) EXPECT_TRUE(plugin->load(states[++loads % states.size()]));
+  while (!done) EXPECT_TRUE(plugin->loadFrom(states[++loads % states.size()]));
   audio.join();
   EXPECT_TRUE(sound) << "not a number, or the sides have parted";
-  EXPECT_EQ(plugin->save(), states[loads % states.size()]);
-  if (!keepsState) return;  // it plays on, from where nobody knows
-  plugin->deactivate();
-  ASSERT_TRUE(plugin->activate(96000.0, kMaxFrames));
-  ASSERT_TRUE(other->load(states[loads % states.size()]));
-  DirectAmp direct(static_cast<std::size_t>(sides));
-  direct.activate(96000.0, *other);
-  playBoth<float>(random, *plugin, direct, sides);
+  EXPECT_EQ(plugin->saved(), states[loads % states.size()]);
 }
 
 // Two hundred amplifiers at once, each with its own setting, all as if alone.
 TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
   const auto rateOf = [](std::size_t i) { return i % 2 == 0 ? 44100.0 : 48000.0; };
-  const int sides = GetParam().sides;
   Random random(sessionSeed());
   std::vector<std::unique_ptr<HostedPlugin>> plugins(200);
   for (std::size_t i = 0; i < plugins.size(); ++i) {
@@ -140,62 +121,67 @@ TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
     ASSERT_TRUE(plugins[i]->activate(rateOf(i), kMaxFrames));
   }
   for (std::size_t i = 0; i < plugins.size(); ++i) {
-    DirectAmp direct(static_cast<std::size_t>(sides));
+    DirectAmp direct(GetParam().sides);
     direct.activate(rateOf(i), *plugins[i]);
-    playBoth<float>(random, *plugins[i], direct, sides);
+    playBoth<float>(random, *plugins[i], direct, GetParam().sides);
   }
 }
 
-// What is not a number, infinite or denormal may cost its own block, but not the next one.
-TEST_P(Formats, OddSamplesAreSurvived) {
-  using Limits = std::numeric_limits<float>;
-  const auto plugin = GetParam().create();
-  ASSERT_TRUE(plugin->activate(44100.0, 64));
-  Random random(3);
-  for (const float odd : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
-                          Limits::max(), Limits::denorm_min()}) {
-    Channels<float> io(static_cast<std::size_t>(GetParam().sides), std::vector<float>(64, odd));
-    plugin->play(io, io);
-    for (auto& channel : io) channel = std::vector<float>(64, 0.25F);
-    plugin->play(io, io);
-    for (const float x : io.back()) ASSERT_TRUE(x == 0.0F || std::isnormal(x)) << odd;
-    EXPECT_NE(io.back(), std::vector<float>(64, 0.0F)) << odd;
-  }
-}
-
-TEST_P(FormatStates, ComeBackThroughAnyStreamAndRefusedOnesChangeNothing) {
+// The stored example has the knobs of parameter i at i/20, the selector at VINTAGE.
+TEST_P(StatefulFormats, KeepTheirStateThroughAnyStreamAndRefuseOthers) {
+  std::ifstream file(QUELLARD_TEST_DATA "/state-v1.bin", std::ios::binary);
+  const Bytes stored{std::istreambuf_iterator<char>(file), {}};
   Random random(sessionSeed() ^ 0x57A7);
   for (const std::size_t chunk : {1U, 3U, 23U, 1000U}) {
     const auto first = GetParam().create(), second = GetParam().create();
+    ASSERT_TRUE(first->loadFrom(stored, chunk));
+    for (int i = 1; i <= 19; ++i)
+      EXPECT_EQ(static_cast<float>(first->get(i)), i < 19 ? static_cast<float>(i) / 20.0F : 0.5F);
+    EXPECT_EQ(first->saved(chunk), stored);
     setAll(*first, random);
-    const Bytes good = first->save(chunk);
-    ASSERT_TRUE(second->load(good, chunk));
+    const Bytes good = first->saved(chunk);
+    ASSERT_TRUE(second->loadFrom(good, chunk));
     for (int i = 1; i <= 19; ++i) EXPECT_EQ(second->get(i), first->get(i)) << i;
-    std::vector<Bytes> damaged(good.size() + 3, good);
-    for (std::size_t i = 0; i < good.size(); ++i) damaged[i][i] ^= 0x10;
-    damaged[good.size()].clear();
-    damaged[good.size() + 1].pop_back();
-    damaged[good.size() + 2].push_back(0);
-    const std::string foreign(
-        "__dpf_program__\0"
-        "3\0\xfe\0",
-        20);
-    damaged.emplace_back(foreign.begin(), foreign.end());
-    for (const Bytes& bytes : damaged) EXPECT_FALSE(second->load(bytes, chunk));
-    EXPECT_EQ(second->save(), good);
+    std::vector<Bytes> bad(good.size() + 3, good);
+    for (std::size_t i = 0; i < good.size(); ++i) bad[i][i] ^= 0x10;
+    bad[good.size()].clear();
+    bad[good.size() + 1].pop_back();
+    bad[good.size() + 2].push_back(0);
+    for (const Bytes& bytes : bad) EXPECT_FALSE(second->loadFrom(bytes, chunk));
+    EXPECT_EQ(second->saved(), good);
     EXPECT_EQ(second->timesToldOfNewValues(), 1);
   }
 }
 
-// Projects hold such bytes: the knobs of parameter i at i/20, the selector at VINTAGE.
-TEST_P(FormatStates, OneOfVersion1Loads) {
-  std::ifstream file(QUELLARD_TEST_DATA "/state-v1.bin", std::ios::binary);
-  const std::string stored{std::istreambuf_iterator<char>(file), {}};
+// Every text reads back as what it shows, and what a text cannot mean is refused.
+TEST_P(StatefulFormats, ShowAndReadValues) {
   const auto plugin = GetParam().create();
-  ASSERT_TRUE(plugin->load({stored.begin(), stored.end()}));
-  for (int i = 1; i <= 18; ++i) EXPECT_NEAR(plugin->get(i), i / 20.0, 1e-7) << i;
-  EXPECT_EQ(plugin->get(19), 0.5);
-  EXPECT_EQ(plugin->save(), Bytes(stored.begin(), stored.end()));
+  for (int index = 1; index <= 19; ++index) {
+    for (const char* nonsense : {"", "loud", "MODERNE", "1e999"})
+      EXPECT_FALSE(plugin->value(index, nonsense).has_value()) << index << nonsense;
+    for (int step = 0; step <= 1000; ++step) {
+      const std::string shown = plugin->text(index, step / 1000.0);
+      const std::optional<double> read = plugin->value(index, shown);
+      ASSERT_TRUE(read.has_value()) << index << " shows " << shown;
+      ASSERT_NEAR(*read, step / 1000.0, index < 19 ? 1e-7 : 0.5) << shown;
+      ASSERT_EQ(plugin->text(index, *read), shown);
+    }
+  }
+  EXPECT_EQ(plugin->text(1, 0.75), "7.50");
+  EXPECT_EQ(plugin->text(19, 0.5), "VINTAGE");
+  EXPECT_EQ(plugin->value(19, " vintage "), 0.5);
+}
+
+TEST_P(StatefulFormats, OfferTheFactoryBank) {
+  const auto plugin = GetParam().create();
+  for (int number = kBankSize; number > 0; --number) {
+    ASSERT_TRUE(plugin->loadPreset(number));
+    for (int i = 1; i <= 19; ++i) {
+      const float wanted = presetValue(kFactoryBank[static_cast<std::size_t>(number - 1)], i);
+      EXPECT_EQ(static_cast<float>(plugin->get(i)), wanted) << number << ", " << i;
+    }
+  }
+  EXPECT_EQ(plugin->timesToldOfNewValues(), kBankSize);
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 // suite in format_suite.cpp holds a format to it that X_test.cpp brings a host for.
 #pragma once
 
-#include <array>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "params/parameter_table.h"
 #include "tests/adapters/buffers.h"
 #include "tests/support/opened_effect.h"
 
@@ -16,10 +18,28 @@ namespace quellard::test {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// A host's stream, which moves up to `chunk` bytes at a time.
+struct ByteStream {
+  Bytes bytes;
+  std::size_t chunk = 1000, at = 0;
+
+  std::int32_t read(void* to, std::size_t room) {
+    const std::size_t count = std::min({room, chunk, bytes.size() - at});
+    std::copy_n(bytes.data() + std::exchange(at, at + count), count, static_cast<char*>(to));
+    return static_cast<std::int32_t>(count);
+  }
+  std::int32_t write(const void* from, std::size_t size) {
+    const auto* first = static_cast<const std::uint8_t*>(from);
+    bytes.insert(bytes.end(), first, first + std::min(size, chunk));
+    return static_cast<std::int32_t>(std::min(size, chunk));
+  }
+};
+
 // What this thread has allocated so far; always 0 where that cannot be counted.
 long allocationsSoFar();
 
-// A plug-in in its built module, behind the C interface of its format.
+// A plug-in in its built module, behind the C interface of its format. Parameters are 1..19, their
+// values 0..1.
 class HostedPlugin {
  public:
   HostedPlugin() = default;
@@ -29,28 +49,37 @@ class HostedPlugin {
 
   virtual bool activate(double rate, int maxFrames) = 0;
   virtual void deactivate() = 0;
-  // Parameter 1..19 to a value in 0..1, heard from the next block on.
-  virtual void set(int index, double value) = 0;
+  virtual void set(int index, double value) = 0;  // heard from the next block on
   virtual double get(int index) = 0;
   virtual void play(Channels<float>& in, Channels<float>& out) = 0;
   virtual void play(Channels<double>& /*in*/, Channels<double>& /*out*/) {}
-  // Through a stream that moves up to `chunk` bytes at a time. False: refused. Also during audio.
-  virtual Bytes save(std::size_t chunk = 1000) = 0;
-  virtual bool load(const Bytes& state, std::size_t chunk = 1000) = 0;
-  virtual int timesToldOfNewValues() { return 0; }
+  // False: an error, or refused. Also while another thread plays.
+  virtual bool save(ByteStream& to) = 0;
+  virtual bool load(ByteStream& from) = 0;
 
-  long allocated() const { return allocated_; }  // by the plug-in, while it played
+  // Of the formats that keep a state.
+  virtual int timesToldOfNewValues() { return 0; }
+  virtual std::string text(int /*index*/, double /*value*/) { return {}; }
+  virtual std::optional<double> value(int /*index*/, std::string /*text*/) { return {}; }
+  virtual bool loadPreset(int /*number*/) { return false; }
+
+  Bytes saved(std::size_t chunk = 1000) {
+    ByteStream stream{{}, chunk};
+    return save(stream) ? stream.bytes : Bytes{};
+  }
+  bool loadFrom(const Bytes& state, std::size_t chunk = 1000) {
+    ByteStream stream{state, chunk};
+    return load(stream);
+  }
+  long allocated = 0;  // by the plug-in, while it played
 
  protected:
   template <typename Call>
   void counted(const Call& call) {
     const long before = allocationsSoFar();
     call();
-    allocated_ += allocationsSoFar() - before;
+    allocated += allocationsSoFar() - before;
   }
-
- private:
-  long allocated_ = 0;
 };
 
 struct Format {
@@ -71,37 +100,32 @@ std::unique_ptr<HostedPlugin> createPlugin() {
 }
 
 class Formats : public testing::TestWithParam<Format> {};
-class FormatStates : public Formats {};  // of those that keep one
-
-inline std::string nameOf(const testing::TestParamInfo<Format>& format) {
-  return format.param.name;
-}
+class StatefulFormats : public Formats {};
 
 // The amplifier as a plug-in must play it: one effect for each side, settled as a render begins,
 // with the knobs in their places.
 class DirectAmp {
  public:
-  explicit DirectAmp(std::size_t sides) : effects_(sides) {}
+  explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
 
   void activate(double rate, HostedPlugin& plugin, bool anew = true) {
-    for (auto& effect : effects_) {
+    for (auto& effect : effects_)
       if (anew || effect == nullptr) effect = std::make_unique<OpenedEffect>();
-      for (int index = 1; index <= 19; ++index)
-        effect->setParameter(index, static_cast<float>(plugin.get(index)));
-      effect->setSampleRate(static_cast<float>(rate));
-    }
+    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
+    for (auto& effect : effects_) effect->setSampleRate(static_cast<float>(rate));
     settled_ = false;
   }
   void set(int index, double value) {
     for (auto& effect : effects_) effect->setParameter(index, static_cast<float>(value));
   }
   void play(Channels<double>& io, std::size_t begin, std::size_t end) {
-    for (std::size_t side = 0; side < effects_.size() && begin < end; ++side) {
+    if (begin >= end) return;
+    for (std::size_t side = 0; side < effects_.size(); ++side) {
       if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
       double* samples = io[side].data() + begin;
       effects_[side]->process(samples, samples, static_cast<int>(end - begin));
     }
-    settled_ = settled_ || begin < end;
+    settled_ = true;
   }
   template <typename Sample>
   Channels<double> play(const Channels<Sample>& in) {

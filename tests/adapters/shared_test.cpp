@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: ISC
-// What the formats share: the state's bytes, value texts, and blocks cut at events.
+// What the formats share: the state's bytes, value texts, the amplifier for both sides.
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <gtest/gtest.h>
-#include <string>
 #include <vector>
 
-#include "adapters/shared/event_split.h"
 #include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
@@ -72,28 +69,6 @@ TEST(ValueText, AKnobsScaleKeepsTheBits) {
   EXPECT_EQ(knobFromScale(1e38F), 1.0F);
   EXPECT_EQ(knobFromScale(NAN), 0.0F);
   EXPECT_NEAR(knobFromScale(1.17549435e-38F), 0.0F, 1e-30F);
-}
-
-TEST(EventSplit, CutsOnlyWhereItsOwnEventsFall) {
-  // A negative time is somebody else's event.
-  const auto cuts = [](std::uint32_t frames, const std::vector<int>& times) {
-    std::string story;
-    splitAtEvents(
-        frames, static_cast<std::uint32_t>(times.size()),
-        [&](std::uint32_t i) {
-          return times[i] >= 0 ? std::optional(static_cast<std::uint32_t>(times[i])) : std::nullopt;
-        },
-        [&](std::uint32_t i) { story += "e" + std::to_string(i) + " "; },
-        [&](std::uint32_t begin, std::uint32_t end) {
-          story += std::to_string(begin) + "-" + std::to_string(end) + " ";
-        });
-    return story;
-  };
-  EXPECT_EQ(cuts(8, {}), "0-8 ");
-  EXPECT_EQ(cuts(8, {0, 3, 3, 7}), "e0 0-3 e1 e2 3-7 e3 7-8 ");
-  EXPECT_EQ(cuts(8, {-2, 5}), "0-5 e1 5-8 ");
-  EXPECT_EQ(cuts(8, {6, 2, 99}), "0-6 e0 e1 6-8 e2 ") << "out of order";
-  EXPECT_EQ(cuts(0, {4}), "e0 ");
 }
 
 // How long a sound lingers: a loud low string, then silence; most knobs at their ends, where the
