@@ -3,7 +3,6 @@
 #include "tests/adapters/format_suite.h"
 
 #include <array>
-#include <atomic>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -54,7 +53,7 @@ void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, int sides
 // after an activation. A format that can starts anew with each, in the middle of a channel switch
 // too: an offline render can be repeated. While it plays it allocates nothing.
 TEST_P(Formats, PlayWhatTheEffectPlays) {
-  const auto& [name, create, sides, playsDoubles, keepsState] = GetParam();
+  const auto& [name, create, sides, playsDoubles, startsAnew] = GetParam();
   Random random(sessionSeed() ^ 0xC1A9);
   const auto plugin = create(), other = create();
   const long before = allocationsSoFar();
@@ -69,7 +68,7 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
     ASSERT_TRUE(random.chance(0.7) || plugin->loadFrom(other->saved()));
     if (random.chance(0.7)) rate = random.pick(std::array{44100.0, 48000.0, 96000.0, 22050.0});
     ASSERT_TRUE(plugin->activate(rate, kMaxFrames));
-    direct.activate(rate, *plugin, keepsState);
+    direct.activate(rate, *plugin, startsAnew);
     for (int block = random.integer(1, 12); block > 0; --block) {
       playsDoubles&& random.chance(0.5) ? playBoth<double>(random, *plugin, direct, sides)
                                         : playBoth<float>(random, *plugin, direct, sides);

@@ -3,6 +3,9 @@
 // suite in format_suite.cpp holds a format to it that X_test.cpp brings a host for.
 #pragma once
 
+#include <atomic>
+#include <cfloat>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -11,10 +14,46 @@
 #include <vector>
 
 #include "params/parameter_table.h"
-#include "tests/adapters/buffers.h"
 #include "tests/support/opened_effect.h"
+#include "tests/support/same_bits.h"
+#include "tests/support/session.h"
 
 namespace quellard::test {
+
+template <typename Sample>
+using Channels = std::vector<std::vector<Sample>>;
+
+template <typename Sample>
+std::vector<Sample*> pointersTo(Channels<Sample>& channels) {
+  std::vector<Sample*> pointers;
+  for (auto& channel : channels) pointers.push_back(channel.data());
+  return pointers;
+}
+
+// Guitar-like input for each side.
+template <typename Sample>
+Channels<Sample> drawChannels(Random& random, int sides, int frames) {
+  Channels<Sample> channels;
+  for (int side = 0; side < sides; ++side) {
+    channels.emplace_back();
+    for (const double x : drawBlock(random, 0.5, frames))
+      channels.back().push_back(static_cast<Sample>(x));
+  }
+  return channels;
+}
+
+// Doubles bit for bit; floats as the nearest to the double, a denormal as 0.
+inline double asPlayed(double x, double) { return x; }
+inline float asPlayed(double x, float) {
+  return std::fabs(x) < static_cast<double>(FLT_MIN) ? 0.0F : static_cast<float>(x);
+}
+
+template <typename Sample>
+void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& direct) {
+  std::vector<Sample> wanted;
+  for (const double x : direct) wanted.push_back(asPlayed(x, Sample{}));
+  ASSERT_TRUE(sameBits(played, wanted));
+}
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -53,11 +92,24 @@ class HostedPlugin {
   virtual double get(int index) = 0;
   virtual void play(Channels<float>& in, Channels<float>& out) = 0;
   virtual void play(Channels<double>& /*in*/, Channels<double>& /*out*/) {}
-  // False: an error, or refused. Also while another thread plays.
-  virtual bool save(ByteStream& to) = 0;
-  virtual bool load(ByteStream& from) = 0;
-
-  // Of the formats that keep a state.
+  // False: an error, or refused. Also while another thread plays. Some formats leave it to the host
+  // to keep the parameters.
+  virtual bool save(ByteStream& to) {
+    for (int index = 1; index <= 19; ++index) {
+      const double value = get(index);
+      to.write(&value, sizeof value);
+    }
+    return true;
+  }
+  virtual bool load(ByteStream& from) {
+    double value = 0.0;
+    for (int index = 1; index <= 19; ++index) {
+      from.read(&value, sizeof value);
+      set(index, value);
+    }
+    return true;
+  }
+  // Of the others.
   virtual int timesToldOfNewValues() { return 0; }
   virtual std::string text(int /*index*/, double /*value*/) { return {}; }
   virtual std::optional<double> value(int /*index*/, std::string /*text*/) { return {}; }
@@ -87,7 +139,7 @@ struct Format {
   std::unique_ptr<HostedPlugin> (*create)();
   int sides;
   bool playsDoubles;
-  bool keepsState;  // or leaves the parameters to the host, as VST 2.4 does, and plays on
+  bool startsAnew;  // when activated, or plays on, as VST 2.4 does
 
   friend std::ostream& operator<<(std::ostream& out, const Format& format) {
     return out << format.name;

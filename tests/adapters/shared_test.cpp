@@ -9,7 +9,7 @@
 #include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
-#include "tests/adapters/buffers.h"
+#include "tests/adapters/format_suite.h"
 #include "tests/support/effort.h"
 
 namespace quellard::test {

@@ -43,22 +43,6 @@ class Vst2Plugin : public HostedPlugin {
   void play(Channels<double>& in, Channels<double>& out) override {
     playThrough(plugin_.record().processDoubleReplacing, in, out);
   }
-  // The host keeps the parameters.
-  bool save(ByteStream& to) override {
-    for (int index = 1; index <= 19; ++index) {
-      const float value = plugin_.getParameter(index);
-      to.write(&value, sizeof value);
-    }
-    return true;
-  }
-  bool load(ByteStream& from) override {
-    float value = 0.0F;
-    for (int index = 1; index <= 19; ++index) {
-      from.read(&value, sizeof value);
-      plugin_.setParameter(index, value);
-    }
-    return true;
-  }
 
  private:
   template <typename Process, typename Sample>
@@ -101,8 +85,7 @@ TEST(Vst2, AnswersAsTheEffectDoes) {
   OpenedEffect built(openModule<>), direct;
   const AEffect &a = built.record(), &b = direct.record();
   const auto numbers = [](const AEffect& r) {
-    return std::array{r.magic,    r.numPrograms,  r.numParams, r.numInputs, r.numOutputs,
-                      r.uniqueID, r.initialDelay, r.version,   r.flags};
+    return std::array{r.magic, r.numPrograms, r.numParams, r.uniqueID, r.version, r.flags};
   };
   EXPECT_EQ(numbers(a), numbers(b));
   EXPECT_NE(a.flags & effFlagsCanReplacing, 0);
