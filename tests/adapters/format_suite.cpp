@@ -31,19 +31,25 @@ void setAll(HostedPlugin& plugin, Random& random) {
   for (int index = 1; index <= 19; ++index) plugin.set(index, drawValue(random, index));
 }
 
-// One block through both; the plug-in in place or not.
+// One block through both; the plug-in in place or not. A move that comes late takes the first frame
+// that is left.
 template <typename Sample>
-void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, int sides) {
+void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, const Format& format) {
   const int frames = random.integer(1, random.chance(0.3) ? 4 : kMaxFrames);
-  Channels<Sample> in = drawChannels<Sample>(random, sides, frames);
-  for (int moves = random.integer(-2, 3); moves > 0; --moves) {
+  Channels<Sample> in = drawChannels<Sample>(random, format.sides, frames);
+  Channels<double> wanted = widened(in);
+  int done = 0;
+  for (int moves = random.integer(-3, 5); moves > 0; --moves) {
     const int index = random.chance(0.2) ? 19 : random.integer(1, 18);
     const double value = drawValue(random, index);
-    plugin.set(index, value);
+    const int frame = format.countsFrames ? random.integer(0, frames) : 0;
+    plugin.set(index, value, frame);
+    direct.play(wanted, done, frame);
     direct.set(index, value);
+    done = std::max(done, frame);
   }
-  const Channels<double> wanted = direct.play(in);
-  Channels<Sample> other(in.size(), std::vector<Sample>(static_cast<std::size_t>(frames), 9));
+  direct.play(wanted, done, frames);
+  Channels<Sample> other(in.size(), std::vector<Sample>(in[0].size(), 9));
   Channels<Sample>& out = random.chance(0.4) ? in : other;
   plugin.play(in, out);
   for (std::size_t side = 0; side < out.size(); ++side) expectPlayed(out[side], wanted[side]);
@@ -53,14 +59,14 @@ void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, int sides
 // after an activation. A format that can starts anew with each, in the middle of a channel switch
 // too: an offline render can be repeated. While it plays it allocates nothing.
 TEST_P(Formats, PlayWhatTheEffectPlays) {
-  const auto& [name, create, sides, playsDoubles, startsAnew] = GetParam();
+  const Format& format = GetParam();
   Random random(sessionSeed() ^ 0xC1A9);
-  const auto plugin = create(), other = create();
+  const auto plugin = format.create(), other = format.create();
   const long before = allocationsSoFar();
   ASSERT_TRUE(plugin->activate(48000.0, kMaxFrames));
   EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's are not seen";
   plugin->deactivate();
-  DirectAmp direct(sides);
+  DirectAmp direct(format.sides);
   double rate = 48000.0;
   for (int cycle = 0; cycle < effort(40); ++cycle) {
     SCOPED_TRACE("activation " + std::to_string(cycle));
@@ -68,10 +74,10 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
     ASSERT_TRUE(random.chance(0.7) || plugin->loadFrom(other->saved()));
     if (random.chance(0.7)) rate = random.pick(std::array{44100.0, 48000.0, 96000.0, 22050.0});
     ASSERT_TRUE(plugin->activate(rate, kMaxFrames));
-    direct.activate(rate, *plugin, startsAnew);
+    direct.activate(rate, *plugin, format.startsAnew);
     for (int block = random.integer(1, 12); block > 0; --block) {
-      playsDoubles&& random.chance(0.5) ? playBoth<double>(random, *plugin, direct, sides)
-                                        : playBoth<float>(random, *plugin, direct, sides);
+      format.playsDoubles&& random.chance(0.5) ? playBoth<double>(random, *plugin, direct, format)
+                                               : playBoth<float>(random, *plugin, direct, format);
       if (testing::Test::HasFatalFailure()) return;
     }
     plugin->deactivate();
@@ -83,11 +89,8 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
 TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
   const auto plugin = GetParam().create(), other = GetParam().create();
   Random random(sessionSeed() ^ 0xF100);
-  std::vector<Bytes> states(8);
-  for (Bytes& state : states) {
-    setAll(*other, random);
-    state = other->saved();
-  }
+  std::vector<Bytes> states;
+  for (int i = 0; i < 8; ++i) setAll(*other, random), states.push_back(other->saved());
   ASSERT_TRUE(plugin->activate(44100.0, 64));
   std::atomic<bool> done{false};
   bool sound = true;
@@ -111,18 +114,18 @@ TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
 
 // Two hundred amplifiers at once, each with its own setting, all as if alone.
 TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
-  const auto rateOf = [](std::size_t i) { return i % 2 == 0 ? 44100.0 : 48000.0; };
+  constexpr std::array kRates = {44100.0, 48000.0};
   Random random(sessionSeed());
   std::vector<std::unique_ptr<HostedPlugin>> plugins(200);
   for (std::size_t i = 0; i < plugins.size(); ++i) {
     plugins[i] = GetParam().create();
     setAll(*plugins[i], random);
-    ASSERT_TRUE(plugins[i]->activate(rateOf(i), kMaxFrames));
+    ASSERT_TRUE(plugins[i]->activate(kRates[i % 2], kMaxFrames));
   }
   for (std::size_t i = 0; i < plugins.size(); ++i) {
     DirectAmp direct(GetParam().sides);
-    direct.activate(rateOf(i), *plugins[i]);
-    playBoth<float>(random, *plugins[i], direct, GetParam().sides);
+    direct.activate(kRates[i % 2], *plugins[i]);
+    playBoth<float>(random, *plugins[i], direct, GetParam());
   }
 }
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cfloat>
 #include <cmath>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -42,16 +43,19 @@ Channels<Sample> drawChannels(Random& random, int sides, int frames) {
   return channels;
 }
 
-// Doubles bit for bit; floats as the nearest to the double, a denormal as 0.
-inline double asPlayed(double x, double) { return x; }
-inline float asPlayed(double x, float) {
-  return std::fabs(x) < static_cast<double>(FLT_MIN) ? 0.0F : static_cast<float>(x);
+template <typename Sample>
+Channels<double> widened(const Channels<Sample>& narrow) {
+  Channels<double> wide;
+  for (const auto& channel : narrow) wide.emplace_back(channel.begin(), channel.end());
+  return wide;
 }
 
+// Doubles bit for bit; floats as the nearest to the double, a denormal as 0.
 template <typename Sample>
 void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& direct) {
+  constexpr double kLeast = sizeof(Sample) == sizeof(double) ? 0.0 : double{FLT_MIN};
   std::vector<Sample> wanted;
-  for (const double x : direct) wanted.push_back(asPlayed(x, Sample{}));
+  for (const double x : direct) wanted.push_back(std::fabs(x) < kLeast ? 0 : Sample(x));
   ASSERT_TRUE(sameBits(played, wanted));
 }
 
@@ -74,6 +78,13 @@ struct ByteStream {
   }
 };
 
+// A function or table of a built module, which then stays loaded.
+inline void* symbolOf(const char* file, const char* name) {
+  void* const module = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+  void* const symbol = module != nullptr ? dlsym(module, name) : nullptr;
+  return symbol != nullptr ? symbol : throw std::runtime_error(dlerror());
+}
+
 // What this thread has allocated so far; always 0 where that cannot be counted.
 long allocationsSoFar();
 
@@ -81,14 +92,11 @@ long allocationsSoFar();
 // values 0..1.
 class HostedPlugin {
  public:
-  HostedPlugin() = default;
   virtual ~HostedPlugin() = default;
-  HostedPlugin(const HostedPlugin&) = delete;
-  HostedPlugin& operator=(const HostedPlugin&) = delete;
-
   virtual bool activate(double rate, int maxFrames) = 0;
   virtual void deactivate() = 0;
-  virtual void set(int index, double value) = 0;  // heard from the next block on
+  // Heard from this frame of the next block on, or from its first where the format has no frames.
+  virtual void set(int index, double value, int frame = 0) = 0;
   virtual double get(int index) = 0;
   virtual void play(Channels<float>& in, Channels<float>& out) = 0;
   virtual void play(Channels<double>& /*in*/, Channels<double>& /*out*/) {}
@@ -140,6 +148,7 @@ struct Format {
   int sides;
   bool playsDoubles;
   bool startsAnew;  // when activated, or plays on, as VST 2.4 does
+  bool countsFrames = false;
 
   friend std::ostream& operator<<(std::ostream& out, const Format& format) {
     return out << format.name;
@@ -170,21 +179,14 @@ class DirectAmp {
   void set(int index, double value) {
     for (auto& effect : effects_) effect->setParameter(index, static_cast<float>(value));
   }
-  void play(Channels<double>& io, std::size_t begin, std::size_t end) {
+  void play(Channels<double>& io, int begin, int end) {
     if (begin >= end) return;
     for (std::size_t side = 0; side < effects_.size(); ++side) {
       if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
       double* samples = io[side].data() + begin;
-      effects_[side]->process(samples, samples, static_cast<int>(end - begin));
+      effects_[side]->process(samples, samples, end - begin);
     }
     settled_ = true;
-  }
-  template <typename Sample>
-  Channels<double> play(const Channels<Sample>& in) {
-    Channels<double> io;
-    for (const auto& channel : in) io.emplace_back(channel.begin(), channel.end());
-    play(io, 0, io[0].size());
-    return io;
   }
 
  private:

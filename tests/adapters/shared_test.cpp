@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: ISC
 // What the formats share: the state's bytes, value texts, the amplifier for both sides.
-#include <array>
-#include <cmath>
 #include <cstdio>
-#include <gtest/gtest.h>
-#include <vector>
 
 #include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/state.h"
@@ -15,18 +11,10 @@
 namespace quellard::test {
 namespace {
 
-// The knobs of parameter i at i/20, the selector at VINTAGE.
-StateValues storedValues() {
-  StateValues values{};
-  for (std::size_t i = 0; i < kNumControls; ++i) values[i] = static_cast<float>(i + 1) / 20.0F;
-  values[kTypeParameter - 1] = 0.5F;
-  return values;
-}
-
 // Refused for what is in them, since their checksum is right.
 TEST(State, ForeignOnesAreRefused) {
   const auto loads = [](std::size_t at, std::initializer_list<int> changed) {
-    StateBytes bytes = encodeState(storedValues());
+    StateBytes bytes = encodeState({});
     for (const int byte : changed) bytes[at++] = static_cast<std::uint8_t>(byte);
     const std::uint32_t sum = crc32({bytes.data(), bytes.size() - 4});
     for (std::size_t i = 0; i < 4; ++i)
@@ -43,15 +31,10 @@ TEST(State, ForeignOnesAreRefused) {
 }
 
 TEST(ValueText, ReadsWhatPeopleType) {
-  const struct {
-    int index;
-    const char* text;
-    std::optional<float> value;
-  } rows[] = {{6, "7.50", 0.75F},     {6, " 7.5 ", 0.75F},   {6, "11", 1.0F},
-              {6, "-1", 0.0F},        {19, "vintage", 0.5F}, {19, "CLEAN", 0.0F},
-              {19, "Modern\n", 1.0F}, {19, "MODERNE", {}},   {19, "0.5", {}},
-              {0, "5.00", {}},        {20, "5.00", {}}};
-  for (const auto& row : rows) EXPECT_EQ(valueFromText(row.index, row.text), row.value) << row.text;
+  for (const auto& [text, value] : {std::pair{" 7.5 ", 0.75F}, {"11", 1.0F}, {"-1", 0.0F}})
+    EXPECT_EQ(valueFromText(6, text), value) << text;
+  EXPECT_EQ(valueFromText(19, "Modern\n"), 1.0F);
+  for (const int index : {0, 19, 20}) EXPECT_EQ(valueFromText(index, "5.00"), std::nullopt);
   for (const char* text : {"", " ", "loud", "7,5", "7.5x", "nan", "inf", "0x5", "1e1", "--5"})
     EXPECT_EQ(valueFromText(6, text), std::nullopt) << text;
 }
@@ -63,27 +46,29 @@ TEST(ValueText, AKnobsScaleKeepsTheBits) {
     const double scale = hundredths / 100.0;
     const float knob = knobFromScale(static_cast<float>(scale));
     ASSERT_EQ(knob, static_cast<float>(scale / 10.0)) << scale;
+    ASSERT_EQ(controlFromValue(6, knob), static_cast<float>(scale)) << scale;
     ASSERT_EQ(valueFromText(6, valueText(6, knob).data()), knob) << scale;
   }
-  EXPECT_EQ(knobFromScale(-1.0F), 0.0F);
+  for (const float low : {-1.0F, NAN, 1e-44F}) EXPECT_NEAR(knobFromScale(low), 0.0F, 1e-30F);
   EXPECT_EQ(knobFromScale(1e38F), 1.0F);
-  EXPECT_EQ(knobFromScale(NAN), 0.0F);
-  EXPECT_NEAR(knobFromScale(1.17549435e-38F), 0.0F, 1e-30F);
+  Random random(sessionSeed() ^ 0x10);
+  for (int i = 0; i < effort(100000); ++i) {
+    const float knob = knobFromScale(static_cast<float>(random.between(0.0, 10.0)));
+    ASSERT_EQ(knobFromScale(controlFromValue(6, knob)), knob) << knob;
+  }
 }
 
 // How long a sound lingers: a loud low string, then silence; most knobs at their ends, where the
 // tone stack rings longest.
 TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
   constexpr double kRate = 48000.0;
-  constexpr double kInaudible = 1e-6;  // -120 dB
   std::size_t longest = 0;
   Random random(sessionSeed() ^ 0x7A11);
   for (int setting = 0; setting < effort(48); ++setting) {
     HostedAmp amp(HostedAmp::kMono);
-    for (int index = 1; index <= kNumControls; ++index) {
-      amp.setValue(index, setting % 5 != 0 ? static_cast<float>(random.integer(0, 1))
-                                           : static_cast<float>(random.unit()));
-    }
+    for (int index = 1; index <= kNumControls; ++index)
+      amp.setValue(index,
+                   static_cast<float>(setting % 5 != 0 ? random.integer(0, 1) : random.unit()));
     for (const int master : {5, 11, 17}) amp.setValue(master, 1.0F);
     amp.setValue(kTypeParameter, static_cast<float>(setting % 3) / 2.0F);
     ASSERT_TRUE(amp.prepare(kRate, 512));
@@ -93,9 +78,8 @@ TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
     double* channel = io.data();
     const AudioChannels block{.doubles = &channel, .count = 1};
     amp.play(block, block, 0, static_cast<int>(io.size()));
-    for (std::size_t i = end; i < io.size(); ++i) {
-      if (std::fabs(io[i]) > kInaudible) longest = std::max(longest, i - end);
-    }
+    for (std::size_t i = end; i < io.size(); ++i)
+      if (std::fabs(io[i]) > 1e-6) longest = std::max(longest, i - end);  // -120 dB
   }
   std::printf("longest tail: %.2f s\n", static_cast<double>(longest) / kRate);
   EXPECT_LT(static_cast<double>(longest) / kRate, HostedAmp::kTailSeconds);

@@ -2,7 +2,6 @@
 // The built VST3 modules, driven through their C interface as a host drives them.
 #include <algorithm>
 #include <cmath>
-#include <dlfcn.h>
 #include <travesty/audio_processor.h>
 #include <travesty/bstream.h>
 #include <travesty/component.h>
@@ -76,11 +75,9 @@ class Vst3Plugin : public HostedPlugin {
  public:
   explicit Vst3Plugin(std::int32_t channels = 1) : sides(channels) {
     const char* file = channels == 1 ? QUELLARD_VST3_FILE : QUELLARD_VST3_STEREO_FILE;
-    void* module = dlopen(file, RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) throw std::runtime_error(dlerror());
-    reinterpret_cast<bool (*)(void*)>(dlsym(module, "ModuleEntry"))(module);
+    reinterpret_cast<bool (*)(void*)>(symbolOf(file, "ModuleEntry"))(nullptr);
     auto** factory =
-        reinterpret_cast<v3_plugin_factory** (*)()>(dlsym(module, "GetPluginFactory"))();
+        reinterpret_cast<v3_plugin_factory** (*)()>(symbolOf(file, "GetPluginFactory"))();
     v3_cpp_obj(factory)->get_class_info(factory, 0, &about);
     v3_cpp_obj(factory)->create_instance(factory, about.class_id, v3_component_iid,
                                          reinterpret_cast<void**>(&component));
@@ -111,10 +108,10 @@ class Vst3Plugin : public HostedPlugin {
     active_ = false;
   }
 
-  // Behind the framework's parameter, the list of programs.
+  // Behind the list of programs.
   static v3_param_id idOf(int index) { return static_cast<v3_param_id>(index); }
   // While nothing is played a host sends moves in a block without frames.
-  void set(int index, double value) override {
+  void set(int index, double value, int = 0) override {
     moves_.queues.emplace_back(idOf(index), value);
     if (active_) return;
     v3_process_data none{};
@@ -152,11 +149,10 @@ class Vst3Plugin : public HostedPlugin {
   std::optional<double> value(int index, std::string text) override {
     v3_str_128 wide{};
     std::copy(text.begin(), text.end(), wide);
-    double value = -1.0;
-    if (v3_cpp_obj(controller)
-            ->get_parameter_value_for_string(controller, idOf(index), wide, &value) != V3_OK)
-      return {};
-    return value;
+    double read = -1.0;
+    const v3_edit_controller& c = *v3_cpp_obj(controller);
+    const auto result = c.get_parameter_value_for_string(controller, idOf(index), wide, &read);
+    return result == V3_OK ? std::optional(read) : std::nullopt;
   }
   bool loadPreset(int number) override {
     const double value = number / static_cast<double>(kNumFactoryPresets);
@@ -185,13 +181,14 @@ class Vst3Plugin : public HostedPlugin {
   Moves moves_;  // that the next block begins with
 };
 
-constexpr int kPrograms = kNumFactoryPresets;  // and in front, a new amplifier's settings
 constexpr Format kMono{"mono", createPlugin<Vst3Plugin>, 1, false, true};
 constexpr Format kStereo{"stereo", createPlugin<Vst3Plugin, 2>, 2, false, true};
 INSTANTIATE_TEST_SUITE_P(Vst3, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Vst3, StatefulFormats, testing::Values(kMono));
 
+// And writes nothing to the host's terminal, whatever the framework finds odd.
 TEST(Vst3, DescribesItself) {
+  testing::internal::CaptureStderr();
   for (const std::int32_t sides : {1, 2}) {
     Vst3Plugin plugin(sides);
     EXPECT_STREQ(plugin.about.name, sides == 1 ? "Quellard" : "Quellard Stereo");
@@ -201,10 +198,10 @@ TEST(Vst3, DescribesItself) {
       EXPECT_EQ(component.get_bus_count(plugin.component, V3_AUDIO, way), 1);
       EXPECT_EQ(component.get_bus_count(plugin.component, V3_EVENT, way), 0);
       v3_bus_info bus{};
-      for (const std::int32_t wrong : {-1, 1, 7}) {
-        EXPECT_NE(component.get_bus_info(plugin.component, V3_AUDIO, way, wrong, &bus), V3_OK);
-        EXPECT_EQ(bus.channel_count, 0);
-      }
+      for (const std::int32_t media : {V3_AUDIO, V3_EVENT})
+        for (const std::int32_t wrong : {-1, 1, 7})
+          EXPECT_NE(component.get_bus_info(plugin.component, media, way, wrong, &bus), V3_OK);
+      EXPECT_EQ(bus.channel_count, 0);
       ASSERT_EQ(component.get_bus_info(plugin.component, V3_AUDIO, way, 0, &bus), V3_OK);
       EXPECT_EQ(bus.channel_count, sides);
       EXPECT_EQ(bus.flags, std::uint32_t{V3_DEFAULT_ACTIVE});
@@ -212,47 +209,28 @@ TEST(Vst3, DescribesItself) {
       processor.get_bus_arrangement(plugin.processor, way, 0, &speakers);
       EXPECT_EQ(speakers, sides == 1 ? V3_SPEAKER_M : V3_SPEAKER_L | V3_SPEAKER_R);
     }
+    const v3_edit_controller& c = *v3_cpp_obj(plugin.controller);
+    ASSERT_EQ(c.get_parameter_count(plugin.controller), 20);
+    for (std::int32_t i = 0; i < 20; ++i) {
+      v3_param_info info{};
+      ASSERT_EQ(c.get_parameter_info(plugin.controller, i, &info), V3_OK);
+      EXPECT_EQ(info.param_id, static_cast<v3_param_id>(i));
+      EXPECT_EQ(info.flags & (V3_PARAM_CAN_AUTOMATE | V3_PARAM_IS_HIDDEN | V3_PARAM_READ_ONLY),
+                i > 0 ? V3_PARAM_CAN_AUTOMATE : 0);
+      EXPECT_EQ(info.step_count, i == 0 ? 12 : i == 19 ? 2 : 0);
+      const double value = c.get_parameter_normalised(plugin.controller, info.param_id);
+      EXPECT_EQ(value, info.default_normalised_value);
+      const double plain = c.normalised_parameter_to_plain(plugin.controller, info.param_id, value);
+      EXPECT_EQ(c.plain_parameter_to_normalised(plugin.controller, info.param_id, plain), value);
+    }
     plugin.activate(48000.0, 64);
     EXPECT_EQ(processor.get_latency_samples(plugin.processor), 0U);
     EXPECT_EQ(processor.get_tail_samples(plugin.processor), 96000U);
-  }
-}
-
-TEST(Vst3, DescribesItsParameters) {
-  Vst3Plugin plugin;
-  const v3_edit_controller& c = *v3_cpp_obj(plugin.controller);
-  ASSERT_EQ(c.get_parameter_count(plugin.controller), 20);
-  for (std::int32_t i = 0; i < 20; ++i) {
-    v3_param_info info{};
-    ASSERT_EQ(c.get_parameter_info(plugin.controller, i, &info), V3_OK);
-    EXPECT_EQ(info.param_id, static_cast<v3_param_id>(i));
-    EXPECT_NE(info.title[0], 0);
-    EXPECT_EQ(info.flags & (V3_PARAM_CAN_AUTOMATE | V3_PARAM_IS_HIDDEN | V3_PARAM_READ_ONLY),
-              i > 0 ? V3_PARAM_CAN_AUTOMATE : 0);
-    EXPECT_EQ(info.step_count, i == 0 ? kPrograms : i == 19 ? 2 : 0);
-    const double value = c.get_parameter_normalised(plugin.controller, info.param_id);
-    EXPECT_EQ(value, info.default_normalised_value);
-    const double plain = c.normalised_parameter_to_plain(plugin.controller, info.param_id, value);
-    EXPECT_EQ(c.plain_parameter_to_normalised(plugin.controller, info.param_id, plain), value);
-  }
-}
-
-// A host's terminal is its own, whatever the host does that the framework finds odd.
-TEST(Vst3, NothingIsWrittenToTheTerminal) {
-  testing::internal::CaptureStderr();
-  testing::internal::CaptureStdout();
-  {
-    Vst3Plugin plugin;
-    v3_bus_info bus{};
-    v3_cpp_obj(plugin.component)->get_bus_info(plugin.component, V3_EVENT, V3_INPUT, 0, &bus);
-    plugin.loadFrom({});
-    plugin.activate(44100.0, 64);
-    Channels<float> io(1, std::vector<float>(64));
+    Channels<float> io(static_cast<std::size_t>(sides), std::vector<float>(64));
     plugin.set(77, 0.5);
     plugin.play(io, io);
     v3_cpp_obj_ref(plugin.processor);  // and never given back
   }
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
