@@ -86,7 +86,7 @@ struct WrapperState {
       const auto i = static_cast<std::size_t>(index);
       add(kParameters[i].symbol);
       std::array<char, 32> number{};
-      const double control = controlFromValue(index, values[i - 1]);
+      const auto control = static_cast<double>(controlFromValue(index, values[i - 1]));
       char* const end = number.data() + number.size();
       add({number.data(), std::to_chars(number.data(), end, control).ptr});
     }
@@ -222,7 +222,7 @@ v3_result V3_API createInstance(void* self, const v3_tuid classId, const v3_tuid
 }  // namespace
 }  // namespace quellard
 
-extern "C" DISTRHO_PLUGIN_EXPORT const void* GetPluginFactory() {
+DISTRHO_PLUGIN_EXPORT const void* GetPluginFactory() {
   const void* factory = wrappedPluginFactory();
   const auto* table = *static_cast<DISTRHO_NAMESPACE::dpf_factory* const*>(factory);
   const_cast<DISTRHO_NAMESPACE::dpf_factory*>(table)->v1.create_instance = quellard::createInstance;

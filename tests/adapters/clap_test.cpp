@@ -252,7 +252,7 @@ TEST(Clap, NonsenseIsRefused) {
   foreign[0].header.space_id = 0xB33F;
   foreign[1].header.type = CLAP_EVENT_PARAM_MOD;
   foreign[2].header.size = sizeof(clap_event_header_t);
-  foreign[3].value = NAN;
+  foreign[3].value = std::nan("");
   hosted.flush(foreign);
   EXPECT_EQ(hosted.saved(), before);
   hosted.flush({moveOf(1, 7.0), moveOf(2, -7.0), moveOf(19, 1.9)});

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <atomic>
-#include <cfloat>
 #include <cmath>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -53,7 +52,7 @@ Channels<double> widened(const Channels<Sample>& narrow) {
 // Doubles bit for bit; floats as the nearest to the double, a denormal as 0.
 template <typename Sample>
 void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& direct) {
-  constexpr double kLeast = sizeof(Sample) == sizeof(double) ? 0.0 : double{FLT_MIN};
+  constexpr double kLeast = sizeof(Sample) == sizeof(double) ? 0.0 : 0x1p-126;
   std::vector<Sample> wanted;
   for (const double x : direct) wanted.push_back(std::fabs(x) < kLeast ? 0 : Sample(x));
   ASSERT_TRUE(sameBits(played, wanted));
