@@ -149,11 +149,30 @@ std::uint32_t V3_API getTailSamples(void* self) {
   return plugin != nullptr ? HostedAmp::tailFrames(plugin->getSampleRate()) : 0;
 }
 
+// --- Buses, of which the wrapper describes and switches any number.
+
+bool isBus(void* self, std::int32_t media, std::int32_t direction, std::int32_t bus) {
+  return bus >= 0 && bus < dpf_component::get_bus_count(self, media, direction);
+}
+
 v3_result V3_API getBusInfo(void* self, std::int32_t media, std::int32_t direction,
                             std::int32_t bus, v3_bus_info* info) {
-  const std::int32_t buses = dpf_component::get_bus_count(self, media, direction);
-  if (bus < 0 || bus >= buses) return V3_INVALID_ARG;
+  if (!isBus(self, media, direction, bus)) return V3_INVALID_ARG;
   return dpf_component::get_bus_info(self, media, direction, bus, info);
+}
+
+v3_result V3_API activateBus(void* self, std::int32_t media, std::int32_t direction,
+                             std::int32_t bus, v3_bool state) {
+  if (!isBus(self, media, direction, bus)) return V3_INVALID_ARG;
+  return dpf_component::activate_bus(self, media, direction, bus, state);
+}
+
+// Another arrangement is declined, which is no error.
+v3_result V3_API setBusArrangements(void* self, v3_speaker_arrangement* inputs, std::int32_t ins,
+                                    v3_speaker_arrangement* outputs, std::int32_t outs) {
+  const v3_result result =
+      dpf_audio_processor::set_bus_arrangements(self, inputs, ins, outputs, outs);
+  return result == V3_INTERNAL_ERR ? V3_FALSE : result;
 }
 
 // --- Parameters.
@@ -198,6 +217,7 @@ v3_result V3_API queryInterface(void* self, const v3_tuid interface, void** obje
   if (dpf_audio_processor* processor = component.processor) {
     processor->proc.process = process;
     processor->proc.get_tail_samples = getTailSamples;
+    processor->proc.set_bus_arrangements = setBusArrangements;
   }
   if (dpf_edit_controller* controller = component.controller) {
     controller->ctrl.get_parameter_info = getParameterInfo;
@@ -214,6 +234,7 @@ v3_result V3_API createInstance(void* self, const v3_tuid classId, const v3_tuid
   dpf_component& component = **static_cast<dpf_component**>(*object);
   component.query_interface = queryInterface;
   component.comp.get_bus_info = getBusInfo;
+  component.comp.activate_bus = activateBus;
   component.comp.set_state = setState;
   component.comp.get_state = getState;
   return result;

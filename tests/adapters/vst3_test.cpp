@@ -207,6 +207,7 @@ TEST(Vst3, DescribesItself) {
       EXPECT_EQ(bus.flags, std::uint32_t{V3_DEFAULT_ACTIVE});
       v3_speaker_arrangement speakers = 0;
       processor.get_bus_arrangement(plugin.processor, way, 0, &speakers);
+      EXPECT_NE(component.activate_bus(plugin.component, V3_AUDIO, way, 1, true), V3_OK);
       EXPECT_EQ(speakers, sides == 1 ? V3_SPEAKER_M : V3_SPEAKER_L | V3_SPEAKER_R);
     }
     const v3_edit_controller& c = *v3_cpp_obj(plugin.controller);
