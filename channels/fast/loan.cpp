@@ -55,11 +55,10 @@ void takeBackSection(const Placed& at, const Memory& memory, int n) {
   f.ipStep.fill(0.0);
 }
 
-// The lanes of the loop's sections in the order of loopSections().
-constexpr std::array<std::size_t, 3> kLoopLanes = {1, 0, 3};
-
-bool isFirstOrder(const IIRFilter& f) {
-  return f.form != 0 && f.coef[1] == 0.0 && f.coef[4] == 0.0 && f.state2 == 0.0;
+// sign: 1 for a lowpass, -1 for a highpass.
+bool isFirstOrderPass(const IIRFilter& f, int sign) {
+  return f.form != 0 && f.coef[1] == 0.0 && f.coef[4] == 0.0 && f.state2 == 0.0 &&
+         f.coef[3] == sign * f.coef[2];
 }
 
 }  // namespace
@@ -109,7 +108,8 @@ bool Loan::isPossible() const {
   if (!std::ranges::all_of(sections(), isBiquad)) return false;
   if (parts_.split == nullptr) return true;
   const auto loop = loopSections();
-  return isFirstOrder(*loop[0]) && isFirstOrder(*loop[1]) && isFirstOrder(*loop[2]);
+  return isFirstOrderPass(*loop[0], 1) && isFirstOrderPass(*loop[1], -1) &&
+         isFirstOrderPass(*loop[2], 1);
 }
 
 void Loan::play(const Stretch& stretch) {
@@ -158,13 +158,11 @@ void Loan::lendLoop(SkewedState& s) const {
 
   for (std::size_t i = 0; i < cascadeClip.size(); ++i) s.table[i + 1] = cascadeClip[i].table.data();
   const auto loop = loopSections();
-  std::memset(s.loopCoef, 0, sizeof s.loopCoef);
+  s.sectionsX[3] = s.sectionsY[3] = 0.0;
   for (std::size_t i = 0; i < loop.size(); ++i) {
-    const std::size_t lane = kLoopLanes[i];
-    s.memory.sections[lane] = loop[i]->state1;
-    s.loopCoef[0][lane] = loop[i]->coef[2];
-    s.loopCoef[1][lane] = loop[i]->coef[3];
-    s.loopCoef[2][lane] = loop[i]->coef[0];
+    s.memory.sections[i] = loop[i]->state1;
+    s.sectionsX[i] = loop[i]->coef[2];
+    s.sectionsY[i] = loop[i]->coef[0];
   }
   s.memory.split[0] = -parts_.split->splitHigh;
   s.memory.split[1] = parts_.split->splitLow;
@@ -178,7 +176,7 @@ void Loan::takeBackLoop(Memory& memory) {
   });
   if (parts_.split == nullptr) return;
   const auto loop = loopSections();
-  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = memory.sections[kLoopLanes[i]];
+  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = memory.sections[i];
   parts_.split->splitHigh = -memory.split[0];
   parts_.split->splitLow = memory.split[1];
 }

@@ -41,9 +41,9 @@ struct Settings {
   // Of the resampling lowpasses: for s0, for {s1, s3} and for {s2, s4}, up beside down.
   Twice A0, B0, B1;
   Quad A13, A24, B13, B24;
-  Quad sectionsX0, sectionsX1, sectionsY1;
+  Quad sectionsX, sectionsY;
   Pair splitCoef;
-  Quad halfSize;
+  Quad halfSize, one, minusOne, lowGain, mixGain;
   const double* table[4];
 };
 
@@ -52,15 +52,9 @@ struct Frame {
   alignas(64) double up[8], post[8], power0[8], power[8];
   double splitLow[8], splitHigh[8];
   double shaped2[8];
-  // Two lanes woven, sub-samples 0 2 1 3, 4 6 5 7 as that leaves them: T1's answer to post beside
-  // T0's to up; zero-stuffing beside the input of down.
-  double shaped10[8][2], mixed[8][2];
-};
-
-// A lookup under way.
-struct Lookup {
-  Spot spot;
-  Quad below, above;
+  // Two lanes woven, sub-samples 0 2 1 3, 4 6 5 7 as that leaves them: T0's answer to up beside
+  // T1's to post; zero-stuffing beside the input of down.
+  double shaped01[8][2], mixed[8][2];
 };
 
 // Memory, in registers, in the order of the road.
@@ -71,7 +65,7 @@ struct Live {
   Quad sections;
   Pair split;
   Frame frame;
-  Lookup lookups[4];
+  Spot spots[4];
   Quad count[kPlaces];
   Quad rackOut;
   double driven;
@@ -96,7 +90,7 @@ class SkewedCore {
   static constexpr int kDownLag = cascade ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 3;
   QUELLARD_INLINE static Quad sectionLags() {
-    return quad(pair(kPower0Lag, kPostLag), pair(0, kPower1Lag));
+    return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
   }
   QUELLARD_INLINE static Quad rackLags() {
     return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3));
@@ -127,15 +121,12 @@ class SkewedCore {
   template <int j>
   QUELLARD_INLINE void waveshapers(const Settings& c, Live& m);
   template <int sign = 1>
-  QUELLARD_INLINE static void aim(const Settings& c, Lookup& l, const double* from);
-  QUELLARD_INLINE void fetch(const Settings& c, int table, Lookup& l);
-  QUELLARD_INLINE static Quad between(const Lookup& l) {
-    return (l.above - l.below) * l.spot.rest + l.below;
-  }
+  QUELLARD_INLINE static Spot aim(const Settings& c, const double* from);
+  QUELLARD_INLINE static Quad read(const double* table, const Spot& spot);
   template <int j>
   QUELLARD_INLINE static void collect(const Pair* o, double* lane0, double* lane1 = nullptr);
   template <int j>
-  QUELLARD_INLINE static void collect(const Quad* o, double* lane1, double* lane3);
+  QUELLARD_INLINE static void collect(const Quad* o, double* lane0, double* lane2);
   // Two lanes of sub-samples, woven as slot() finds them.
   QUELLARD_INLINE static void weave(double (*to)[2], Quad a, Quad b) {
     store(to[0], firsts(a, b));
@@ -205,11 +196,14 @@ Settings SkewedCore<F, cascade, glides>::settings() const {
   c.B1 = twice(both(b[1]));
   c.B13 = quad(both(b[2]), both(b[1]));
   c.B24 = quad(both(b[2]), both(b[0]));
-  c.sectionsX0 = load<4>(s_.loopCoef[0]);
-  c.sectionsX1 = load<4>(s_.loopCoef[1]);
-  c.sectionsY1 = load<4>(s_.loopCoef[2]);
+  c.sectionsX = load<4>(s_.sectionsX);
+  c.sectionsY = load<4>(s_.sectionsY);
   c.splitCoef = both(s_.splitCoef);
   c.halfSize = splat<4>(s_.halfSize);
+  c.one = kept(1.0);
+  c.minusOne = kept(-1.0);
+  c.lowGain = kept(0.7);
+  c.mixGain = kept(0.66);
   forEach<4>(QUELLARD_EACH { c.table[i] = s_.table[i]; });
   return c;
 }
@@ -232,20 +226,19 @@ void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
   }
 }
 
+// Against the road: what a stage needs has long been there, what it leaves is needed late.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass& p) {
-  resample<j>(c, m, p);
+  if constexpr (j % 2 == 0) rack<j / 2>(m, p);
   if constexpr (cascade) {
-    sections<j>(c, m, p);
-    split<j>(c, m, p);
     waveshapers<j>(c, m);
+    split<j>(c, m, p);
+    sections<j>(c, m, p);
   } else {
     waveshaper<j>(c, m);
   }
-  if constexpr (j % 2 == 0) rack<j / 2>(m, p);
-  settle(m.first);
-  settle(m.odd);
+  resample<j>(c, m, p);
 }
 
 // The up lowpass in the first lane, down in the second. A zero-stuffed sub-sample, which has no
@@ -261,19 +254,23 @@ void SkewedCore<F, cascade, glides>::resample(const Settings& c, Live& m, Pass& 
   m.first = c.A0 * y + twiceLow(odd) + c.B1 * u;
   m.odd = c.A13 * quad(y) + m.even + c.B13 * quad(u);
   m.even = c.A24 * quad(y) + highThenZero(odd) + c.B24 * quad(u);
+  settle(m.first);
+  settle(m.odd);
   p.resampled[j] = lowHalf(y);
   collect<j>(p.resampled, m.frame.up);
 }
 
-// Power 0, post 0 and power 1 side by side. Of first order: the terms with two samples' delay are
-// zero and left out. That can turn the sign of a zero, which ends in the next lookup.
+// Post 0, power 0 and power 1 side by side. Of first order: the terms with two samples' delay are
+// zero and left out, and x[n-1] weighs what x[n] weighs, with its sign turned in a highpass. That
+// can turn the sign of a zero, which ends in the next lookup.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
-  const Quad x = quad(load<2>(m.frame.shaped10[slot(j)]), splat<2>(m.frame.power0[j]));
-  const Quad y = c.sectionsX0 * x + m.sections;
-  m.sections = c.sectionsX1 * x + c.sectionsY1 * y;
-  m.frame.power0[j] = first(lowHalf(y));
+  const Quad x = quad(load<2>(m.frame.shaped01[slot(j)]), pair(m.frame.power0[j], 0.0));
+  const Quad weighed = c.sectionsX * x;
+  const Quad y = weighed + m.sections;
+  m.sections = turnSecond(weighed) + c.sectionsY * y;
+  m.frame.power0[j] = second(lowHalf(y));
   p.sections[j] = y;
   collect<j>(p.sections, m.frame.post, m.frame.power);
 }
@@ -312,47 +309,34 @@ void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
-  constexpr std::size_t half = j < 4 ? 1 : 0;
-  if constexpr (j % 4 == 0) fetch(c, 0, m.lookups[half]);
-  if constexpr (j % 4 == 1)
-    weave(m.frame.mixed + 4 * half, splat<4>(0.0), between(m.lookups[half]));
-  if constexpr (j % 4 == 2) aim(c, m.lookups[half], m.frame.up + 4 * half);
+  constexpr int half = j < 4 ? 1 : 0;
+  Spot& spot = m.spots[half];
+  if constexpr (j % 4 == 1) weave(m.frame.mixed + 4 * half, splat<4>(0.0), read(c.table[0], spot));
+  if constexpr (j % 4 == 2) spot = aim(c, m.frame.up + 4 * half);
 }
 
-// VINTAGE and MODERN: four lookups for that half, ready when the stages get to it.
+// VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half of
+// three sub-samples ends one earlier.
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
   constexpr int at = j < 4 ? 4 : 0;
-  Lookup& t0 = m.lookups[0];
-  Lookup& t1 = m.lookups[1];
-  Lookup& t2 = m.lookups[2];
-  Lookup& t3 = m.lookups[3];
-  // T2 and T3 a step behind T0 and T1, unless the half is a step short.
-  constexpr int behind = F == 7 && j > 3 ? 0 : 1;
-  if constexpr (j % 4 == 0) {
-    aim(c, t0, m.frame.up + at);
-    aim(c, t1, m.frame.post + at);
-  }
-  if constexpr (j % 4 == behind) {
-    aim(c, t2, m.frame.power + at);
-    aim<-1>(c, t3, m.frame.splitHigh + at);
-  }
+  constexpr int last = F == 7 && j > 3 ? 2 : 3;
+  Frame& f = m.frame;
+  Spot* s = m.spots;
+  if constexpr (j % 4 == 0) s[0] = aim(c, f.up + at);
   if constexpr (j % 4 == 1) {
-    fetch(c, 0, t0);
-    fetch(c, 1, t1);
-  }
-  if constexpr (j % 4 == 1 + behind) {
-    fetch(c, 2, t2);
-    fetch(c, 3, t3);
+    s[1] = aim(c, f.post + at);
+    s[2] = aim(c, f.power + at);
+    s[3] = aim<-1>(c, f.splitHigh + at);
   }
   if constexpr (j % 4 == 2) {
-    weave(m.frame.shaped10 + at, between(t1), between(t0));
+    weave(f.shaped01 + at, read(c.table[0], s[0]), read(c.table[1], s[1]));
   }
-  if constexpr (j % 4 == 2 + behind) {
-    store(m.frame.shaped2 + at, between(t2));
-    const Quad low = load<4>(m.frame.splitLow + at) * splat<4>(0.7);
-    weave(m.frame.mixed + at, splat<4>(0.0), (low + between(t3)) * splat<4>(0.66));
+  if constexpr (j % 4 == last) {
+    store(f.shaped2 + at, read(c.table[2], s[2]));
+    const Quad low = load<4>(f.splitLow + at) * c.lowGain;
+    weave(f.mixed + at, splat<4>(0.0), (low + read(c.table[3], s[3])) * c.mixGain);
   }
 }
 
@@ -360,21 +344,21 @@ void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
 // turned.
 template <int F, bool cascade, bool glides>
 template <int sign>
-void SkewedCore<F, cascade, glides>::aim(const Settings& c, Lookup& l, const double* from) {
-  const Quad x = larger(splat<4>(-1.0), smaller(splat<4>(1.0), load<4>(from)));
+Spot SkewedCore<F, cascade, glides>::aim(const Settings& c, const double* from) {
+  const Quad x = larger(c.minusOne, smaller(c.one, load<4>(from)));
   const Quad offset = x * c.halfSize;
-  locate(sign > 0 ? c.halfSize + offset : c.halfSize - offset, l.spot);
+  return locate(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
 }
 
-// One load brings both neighbours.
+// Between the entries around four values. One load brings both neighbours.
 template <int F, bool cascade, bool glides>
-void SkewedCore<F, cascade, glides>::fetch(const Settings& c, int table, Lookup& l) {
+Quad SkewedCore<F, cascade, glides>::read(const double* table, const Spot& spot) {
   const auto entry = [&](int i) __attribute__((always_inline)) {
-    return load<2>(c.table[table] + indexOf(l.spot, i));
+    return load<2>(table + indexOf(spot, i));
   };
   const Quad even = quad(entry(0), entry(2)), odd = quad(entry(1), entry(3));
-  l.below = firsts(even, odd);
-  l.above = seconds(even, odd);
+  const Quad below = firsts(even, odd);
+  return (seconds(even, odd) - below) * spot.rest + below;
 }
 
 // Turns the lanes of pairs into sub-samples, as many at a time as a vector holds: what is stored in
@@ -397,17 +381,17 @@ void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, doubl
 
 template <int F, bool cascade, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane1, double* lane3) {
+void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane0, double* lane2) {
   if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
     constexpr int at = j / kNativeLanes * kNativeLanes;
-    const Quad a = seconds(o[at], o[at + 1 < F ? at + 1 : at]);
+    const Quad a = firsts(o[at], o[at + 1 < F ? at + 1 : at]);
     if constexpr (kNativeLanes == 2) {
-      store(lane1 + at, lowHalf(a));
-      store(lane3 + at, highHalf(a));
+      store(lane0 + at, lowHalf(a));
+      store(lane2 + at, highHalf(a));
     } else {
-      const Quad b = seconds(o[at + 2], o[j]);
-      store(lane1 + at, quad(lowHalf(a), lowHalf(b)));
-      store(lane3 + at, quad(highHalf(a), highHalf(b)));
+      const Quad b = firsts(o[at + 2], o[j]);
+      store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
+      store(lane2 + at, quad(highHalf(a), highHalf(b)));
     }
   }
 }

@@ -18,7 +18,7 @@ struct Memory {
   double first[4];                // of the resampling lowpasses, {up, down, up, down}: s0
   double odd[4];                  // {s1 up, s1 down, s3 up, s3 down}
   double even[4];                 // {s2 up, s2 down, s4 up, s4 down}
-  double sections[kLanes];        // state1 of power 0, post 0, nothing, power 1
+  double sections[kLanes];        // state1 of post 0, power 0, power 1; the last one idles
   double split[2];                // {-high, low}
 };
 
@@ -36,7 +36,8 @@ struct SkewedState {
   Memory memory;
   double resampleA[5];
   double resampleB[3];
-  double loopCoef[3][kLanes];  // x[n], x[n-1], y[n-1] weights, laid out as Memory::sections
+  double sectionsX[kLanes];  // weights of x[n] in post 0, power 0 and power 1
+  double sectionsY[kLanes];  // of y[n-1]
   double splitCoef;
   const double* table[4];
   double halfSize;  // of all tables

@@ -213,6 +213,13 @@ QUELLARD_INLINE void settle(Lanes<n, false>& x) {
   settle(x.high);
 }
 
+// A constant that is kept: compilers otherwise build it anew at each use.
+QUELLARD_INLINE Quad kept(double x) {
+  Quad q = splat<4>(x);
+  settle(q);
+  return q;
+}
+
 // All bits set in the lanes in which a and b are equal, none in the others.
 template <int n>
 QUELLARD_INLINE Lanes<n> equal(Lanes<n, true> a, Lanes<n, true> b) {
@@ -238,6 +245,20 @@ QUELLARD_INLINE Quad choose(Quad used, Quad a, Quad b) {
 #endif
 }
 
+// a with the sign of its second lane turned.
+QUELLARD_INLINE Pair turnSecond(Pair a) {
+  using Bits __attribute__((vector_size(16))) = std::int64_t;
+  return {reinterpret_cast<Pair::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{0, INT64_MIN})};
+}
+QUELLARD_INLINE Quad turnSecond(Quad a) {
+#if defined(__AVX__)
+  using Bits __attribute__((vector_size(32))) = std::int64_t;
+  return {reinterpret_cast<Quad::Vector>(reinterpret_cast<Bits>(a.v) ^ Bits{0, INT64_MIN, 0, 0})};
+#else
+  return {turnSecond(a.low), a.high};
+#endif
+}
+
 // {a0 - b0, a1 + b1}
 QUELLARD_INLINE Pair minusPlus(Pair a, Pair b) {
 #if defined(__SSE3__)
@@ -249,51 +270,52 @@ QUELLARD_INLINE Pair minusPlus(Pair a, Pair b) {
 }
 
 // Where four positions fall in a table: whole parts as indices, and what is left over.
-// Positions are 0 .. 2^31 - 1; a NaN gives index 0 and stays NaN in the rest.
 struct Spot {
-  std::uint64_t index[2];  // two a word
+  std::uint64_t index[2];  // two a word, of each the low 16 bits: where a NaN's integer has zeros
   Quad rest;
 };
 #if defined(__SSE2__)
-// Converting a NaN gives the most negative integer: the mask makes a zero of it.
-QUELLARD_INLINE __m128i indices(__m128i converted) {
-  return _mm_and_si128(converted, _mm_set1_epi32(0x7fffffff));
-}
-QUELLARD_INLINE std::uint64_t word(__m128i x) {
+QUELLARD_INLINE std::uint64_t lowWord(__m128i x) {
   using Words __attribute__((vector_size(16))) = std::uint64_t;
   return reinterpret_cast<Words>(x)[0];
 }
 #endif
 #if defined(__AVX__)
-QUELLARD_INLINE void locate(Quad position, Spot& spot) {
-  const __m128i whole = indices(_mm256_cvttpd_epi32(position.v));
-  spot.index[0] = word(whole);
-  spot.index[1] = word(_mm_unpackhi_epi64(whole, whole));
-  spot.rest = {position.v - _mm256_round_pd(position.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
+QUELLARD_INLINE Spot locate(Quad position) {
+  const __m128i whole = _mm256_cvttpd_epi32(position.v);
+  const Quad floor{_mm256_round_pd(position.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
+  Spot spot{{lowWord(whole), lowWord(_mm_unpackhi_epi64(whole, whole))}, position - floor};
+  settle(spot.rest);
+  return spot;
 }
 #else
 QUELLARD_INLINE Pair locate(Pair position, std::uint64_t& index) {
 #if defined(__SSE2__)
-  const __m128i whole = indices(_mm_cvttpd_epi32(position.v));
-  index = word(whole);
-  return {position.v - _mm_cvtepi32_pd(whole)};
+  const __m128i whole = _mm_cvttpd_epi32(position.v);
+  index = lowWord(whole);
+  Pair rest{position.v - _mm_cvtepi32_pd(whole)};
+  settle(rest);
+  return rest;
 #else
   index = 0;
-  Pair whole = splat<2>(0.0);
   for (int i = 0; i < 2; ++i) {
-    const std::uint32_t w = position.v[i] >= 0.0 ? static_cast<std::uint32_t>(position.v[i]) : 0;
-    index |= std::uint64_t{w} << 32 * i;
-    whole.v[i] = w;
+    const std::uint32_t whole =
+        position.v[i] >= 0.0 ? static_cast<std::uint32_t>(position.v[i]) : 0;
+    index |= std::uint64_t{whole} << 32 * i;
+    position.v[i] -= whole;
   }
-  return position - whole;
+  return position;
 #endif
 }
-QUELLARD_INLINE void locate(Quad position, Spot& spot) {
+// Positions are 0 .. 65535; a NaN gives index 0 and stays NaN in the rest.
+QUELLARD_INLINE Spot locate(Quad position) {
+  Spot spot;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
   spot.rest = {locate(position.low, spot.index[0]), locate(position.high, spot.index[1])};
+  return spot;
 }
 #endif
 QUELLARD_INLINE std::size_t indexOf(const Spot& spot, int lane) {
-  return static_cast<std::uint32_t>(spot.index[lane / 2] >> 32 * (lane % 2));
+  return static_cast<std::uint16_t>(spot.index[lane / 2] >> 32 * (lane % 2));
 }
 
 }  // namespace QUELLARD_FAST_ISA
