@@ -215,9 +215,9 @@ QUELLARD_INLINE void settle(Lanes<n, false>& x) {
 
 // A constant that is kept: compilers otherwise build it anew at each use.
 QUELLARD_INLINE Quad kept(double x) {
-  Quad q = splat<4>(x);
-  settle(q);
-  return q;
+  Twice t = splat<kNativeLanes>(x);
+  settle(t);
+  return quad(t);
 }
 
 // All bits set in the lanes in which a and b are equal, none in the others.
