@@ -132,14 +132,16 @@ class ClapPlugin : public HostedPlugin {
   bool save(ByteStream& to) override {
     const clap_ostream_t stream = {
         &to, [](const clap_ostream_t* s, const void* from, std::uint64_t size) {
-          return std::int64_t{static_cast<ByteStream*>(s->ctx)->write(from, size)};
+          return std::int64_t{
+              static_cast<ByteStream*>(s->ctx)->write(from, static_cast<std::size_t>(size))};
         }};
     return extension<clap_plugin_state_t>(CLAP_EXT_STATE)->save(plugin, &stream);
   }
   bool load(ByteStream& from) override {
     const clap_istream_t stream = {
         &from, [](const clap_istream_t* s, void* to, std::uint64_t room) {
-          return std::int64_t{static_cast<ByteStream*>(s->ctx)->read(to, room)};
+          return std::int64_t{
+              static_cast<ByteStream*>(s->ctx)->read(to, static_cast<std::size_t>(room))};
         }};
     return extension<clap_plugin_state_t>(CLAP_EXT_STATE)->load(plugin, &stream);
   }
@@ -180,7 +182,6 @@ INSTANTIATE_TEST_SUITE_P(Clap, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Clap, StatefulFormats, testing::Values(kMono));
 
 TEST(Clap, DescribesItself) {
-  ASSERT_EQ(factory()->get_plugin_count(factory()), 2U);
   for (const std::uint32_t i : {0U, 1U}) {
     const clap_plugin_descriptor_t* about = factory()->get_plugin_descriptor(factory(), i);
     std::multiset<std::string> features;

@@ -27,7 +27,6 @@ TEST(State, ForeignOnesAreRefused) {
   EXPECT_FALSE(loads(6, {18})) << "another number of values";
   EXPECT_FALSE(loads(11, {0x7F})) << "a value beyond 1";
   EXPECT_FALSE(loads(8, {0, 0, 0xC0, 0x7F})) << "not a number";
-  EXPECT_FALSE(decodeState({}).has_value());
 }
 
 TEST(ValueText, ReadsWhatPeopleType) {

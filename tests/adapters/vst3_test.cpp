@@ -108,8 +108,7 @@ class Vst3Plugin : public HostedPlugin {
     active_ = false;
   }
 
-  // Behind the list of programs.
-  static v3_param_id idOf(int index) { return static_cast<v3_param_id>(index); }
+  static v3_param_id idOf(int index) { return static_cast<v3_param_id>(index); }  // 0: programs
   // While nothing is played a host sends moves in a block without frames.
   void set(int index, double value, int = 0) override {
     moves_.queues.emplace_back(idOf(index), value);
