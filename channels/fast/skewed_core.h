@@ -4,16 +4,16 @@
 // handles one input sample, and every stage works on a sample of its own, older the further down
 // the road it stands, so that all recurrences run side by side:
 //
-//   pass         k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8   k+9
+//   pass         k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8
 //
-//   before       k     k+1   k+2   ...                                        lane 0 of the rack
-//   up                 k     k+1   k+2   ...                                  F sub-samples each
+//   before       k     k+1   k+2   ...                                  lane 0 of the rack
+//   up                 k     k+1   k+2   ...                            F sub-samples each
 //   T0 post                  k     k+1   k+2   ...
 //   T1 power 0                     k     k+1   k+2   ...
 //   power 1                              k     k+1   k+2   ...
 //   T2 split                                   k     k+1   k+2   ...
 //   T3 down                                          k     k+1   k+2   ...
-//   behind                                                 k     k     k      lanes 1, 2, 3
+//   behind                                           k     k     k      lanes 1, 2, 3
 //
 // CLEAN has up, T0 and down alone, two passes apart.
 //
@@ -69,7 +69,6 @@ struct Live {
   Quad count[kPlaces];
   Quad rackOut;
   double driven;
-  double resampled;
 };
 
 template <int F, bool cascade, bool glides>
@@ -88,15 +87,16 @@ class SkewedCore {
   static constexpr int kPower1Lag = 4;
   static constexpr int kSplitLag = 5;
   static constexpr int kDownLag = cascade ? 6 : 3;
-  static constexpr int kOutLag = kDownLag + 3;
+  static constexpr int kOutLag = kDownLag + 2;
   QUELLARD_INLINE static Quad sectionLags() {
     return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
   }
   QUELLARD_INLINE static Quad rackLags() {
-    return quad(pair(0, kDownLag + 1), pair(kDownLag + 2, kDownLag + 3));
+    return quad(pair(0, kDownLag), pair(kDownLag + 1, kDownLag + 2));
   }
 
   struct Pass {
+    double x;
     Quad rack;
     Pair resampled[8], branches[8];
     Quad sections[8];
@@ -168,16 +168,19 @@ template <class Exchange>
 void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
                                            const Exchange& exchange) {
   const double d = lag;
-  const Quad inRack = equal(rackLags(), splat<4>(d));
-  forEach<kPlaces>(QUELLARD_EACH {
-    exchange(inRack, m.rack1[i], memory.rack1[i]);
-    exchange(inRack, m.rack2[i], memory.rack2[i]);
-  });
-  const Twice resampling = twice(equal(pair(kUpLag, kDownLag), splat<2>(d)));
-  exchange(resampling, m.first, memory.first);
-  exchange(quad(resampling), m.odd, memory.odd);
-  exchange(quad(resampling), m.even, memory.even);
-  if constexpr (cascade) {
+  if (lag == 0 || lag >= kDownLag) {
+    const Quad due = equal(rackLags(), splat<4>(d));
+    forEach<kPlaces>(QUELLARD_EACH {
+      exchange(due, m.rack1[i], memory.rack1[i]);
+      exchange(due, m.rack2[i], memory.rack2[i]);
+    });
+  }
+  if (lag == kUpLag || lag == kDownLag) {
+    const Twice due = twice(equal(pair(kUpLag, kDownLag), splat<2>(d)));
+    exchange(due, m.first, memory.first);
+    exchange(quad(due), m.odd, memory.odd);
+    exchange(quad(due), m.even, memory.even);
+  } else if (cascade) {
     exchange(equal(sectionLags(), splat<4>(d)), m.sections, memory.sections);
     exchange(equal(splat<2>(kSplitLag), splat<2>(d)), m.split, memory.split);
   }
@@ -213,12 +216,11 @@ void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
   double x = k < n_ ? in_[k] : 0.0;
   x = x - x == 0.0 ? x : 0.0;
   Pass p;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
-  p.rack = quad(pair(x, m.resampled), highHalf(m.rackOut));
+  p.x = x;
   forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, m, p); });
 
   const Pair low = lowHalf(p.rack), high = highHalf(p.rack);
   m.driven = ((s_.first + k) * s_.drive.step + s_.drive.start) * first(low);
-  m.resampled = second(p.resampled[0]);
   m.rackOut = quad(low, pair(second(low), first(high)));
   const int done = k - kOutLag;
   if (done >= 0) {
@@ -230,7 +232,7 @@ void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass& p) {
-  if constexpr (j % 2 == 0) rack<j / 2>(m, p);
+  if constexpr (j >= 2 && j < 2 + kPlaces) rack<j - 2>(m, p);
   if constexpr (cascade) {
     waveshapers<j>(c, m);
     split<j>(c, m, p);
@@ -296,7 +298,8 @@ void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
     if constexpr (glides) return load<4>(s_.rackStep[place][i]) * m.count[place] + fixed;
     return fixed;
   };
-  const Quad x = p.rack;
+  // What down keeps of a sample is its first sub-sample.
+  const Quad x = place == 0 ? quad(pair(p.x, second(p.resampled[0])), highHalf(m.rackOut)) : p.rack;
   const Quad y = k(2) * x + m.rack1[place];
   m.rack1[place] = (k(3) * x + m.rack2[place]) + k(0) * y;
   m.rack2[place] = k(4) * x + k(1) * y;
