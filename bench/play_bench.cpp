@@ -114,20 +114,22 @@ const char* nameOf(Knobs knobs) {
 }  // namespace
 
 void registerPlaying(int turns) {
+  const auto add = [turns](const Case& settings) {
+    const std::string name = std::string("play/") +
+                             kChannelNames[static_cast<std::size_t>(settings.channel)] + "/" +
+                             std::to_string(static_cast<int>(settings.rate)) + "/" +
+                             std::to_string(settings.frames) + "/" + nameOf(settings.knobs);
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [settings](benchmark::State& s) { playing(s, settings); })
+        ->UseManualTime()
+        ->Iterations(turns);
+  };
   for (int channel = 0; channel < kNumChannels; ++channel) {
+    for (const int frames : {1, 2, 4, 8, 16}) add({channel, 44100.0f, frames, Knobs::steady});
     for (const float rate : {44100.0f, 48000.0f}) {
       for (const int frames : {64, 512}) {
-        for (const Knobs knobs : {Knobs::steady, Knobs::audible, Knobs::all}) {
-          const Case settings = {channel, rate, frames, knobs};
-          const std::string name = std::string("play/") +
-                                   kChannelNames[static_cast<std::size_t>(channel)] + "/" +
-                                   std::to_string(static_cast<int>(rate)) + "/" +
-                                   std::to_string(frames) + "/" + nameOf(knobs);
-          benchmark::RegisterBenchmark(name.c_str(),
-                                       [settings](benchmark::State& s) { playing(s, settings); })
-              ->UseManualTime()
-              ->Iterations(turns);
-        }
+        for (const Knobs knobs : {Knobs::steady, Knobs::audible, Knobs::all})
+          add({channel, rate, frames, knobs});
       }
     }
   }

@@ -38,7 +38,7 @@ void glide(const FilterBank& bank, std::int32_t count, double& x) {
   for (std::int32_t i = 0; i < count; ++i) bank[static_cast<std::size_t>(i)]->ipIirProcessing(&x);
 }
 
-double powerStage(PowerStageSplit& split, double p) {
+inline double powerStage(PowerStageSplit& split, double p) {
   const double low = (split.splitLow - p) * split.splitCoef + p;
   const double high = (split.splitHigh + p) * split.splitCoef + p;
   const double q = cascadeClip[2].lookup(high - split.splitHigh);
@@ -49,7 +49,7 @@ double powerStage(PowerStageSplit& split, double p) {
 }
 
 // The nonlinear stage of one sub-sample.
-double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
+inline double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
   double w = parts.drive.lookup(y);
   if (parts.split == nullptr) return w;
   run(c.postFilters, 0, c.postCount, w);

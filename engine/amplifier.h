@@ -87,8 +87,8 @@ class Amplifier {
 
  private:
   void adoptFirstSelector();
-  void pushMovedControls(int frames);
-  void pushMovedControls(int channel, int frames);
+  bool pushMovedControls(int frames);
+  bool pushMovedControls(int channel, int frames);
   bool sizeBuffers(int frames);
   bool playChannels(int outgoing, int switchPoint, double* in, int frames);
   void writeOutput(double* out, int frames) const;

@@ -43,7 +43,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (channelSwitch == nullptr) return writeSilence(out, frames);
 
   adoptFirstSelector();
-  pushMovedControls(frames);
+  const bool moved = pushMovedControls(frames);
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
   const float select = typeValue.load(std::memory_order_relaxed);
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
@@ -51,7 +51,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (switchPoint < frames) activeChannel = channelFromSelect(select);
   const bool sound = playChannels(outgoing, switchPoint, in, frames);
   sound ? writeOutput(out, frames) : writeSilence(out, frames);
-  rememberControls();
+  if (moved) rememberControls();
 }
 
 // The first block of all starts on the selected channel, without a fade.
@@ -63,12 +63,17 @@ void Amplifier::adoptFirstSelector() {
   typePending = false;
 }
 
-// Inaudible channels follow their knobs too, so that a switch finds them as they are set.
-void Amplifier::pushMovedControls(int frames) {
-  for (int channel = 0; channel < kNumChannels; ++channel) pushMovedControls(channel, frames);
+// Inaudible channels follow their knobs too, so that a switch finds them as they are set. False
+// where nothing has moved.
+bool Amplifier::pushMovedControls(int frames) {
+  bool any = false;
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    any |= pushMovedControls(channel, frames);
+  }
+  return any;
 }
 
-void Amplifier::pushMovedControls(int channel, int frames) {
+bool Amplifier::pushMovedControls(int channel, int frames) {
   const auto c = static_cast<std::size_t>(channel);
   const auto value = [&](Knob knob) {
     return controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
@@ -81,12 +86,16 @@ void Amplifier::pushMovedControls(int channel, int frames) {
     return static_cast<double>(taper.editProcessing(withinKnobRange(value(knob))));
   };
 
+  const bool toneMoved = moved(bass) || moved(mid) || moved(treble) || moved(presence);
+  const bool gainMoved = moved(gain);
+  const bool masterMoved = moved(master);
   AmpChannelBase& amp = *channels[c];
-  if (moved(bass) || moved(mid) || moved(treble) || moved(presence)) {
+  if (toneMoved) {
     amp.setEQ(tapered(treble), tapered(mid), tapered(bass), tapered(presence), frames);
   }
-  if (moved(gain)) amp.setGain(tapered(gain), frames);
-  if (moved(master)) amp.setMaster(tapered(master), frames);
+  if (gainMoved) amp.setGain(tapered(gain), frames);
+  if (masterMoved) amp.setMaster(tapered(master), frames);
+  return toneMoved || gainMoved || masterMoved;
 }
 
 void Amplifier::reserve(int frames) {
