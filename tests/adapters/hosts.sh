@@ -64,11 +64,11 @@ start() {
   servers+=($!)
 }
 
-# hear TO FROM: what goes in and comes out there is the expected render.
+# hear TO FROM [MIDI-TO BYTES...]: what goes in and comes out there is the expected render.
 hear() {
   for ((i = 0; i < 100; ++i)); do
     if jack_lsp 2>/dev/null | grep -qx "$2"; then
-      timeout 60 "$build/jack_take" "$1" "$2" mono.wav expected.wav
+      timeout 60 "$build/jack_take" "$1" "$2" mono.wav expected.wav "${@:3}"
       return
     fi
     sleep 0.1
@@ -133,6 +133,11 @@ case $1 in
       --set type=vintage --set vintage_gain=7.39
     "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz" "${knobs[@]:0:4}"
     hear amp:in amp:out
+    # A preset, its GAIN, away to CLEAN and another GAIN there, back to MODERN, then one of all
+    # knobs. Whatever message is lost or mistaken is heard.
+    "$quellard" render -q -o expected.wav mono.wav --preset "Scooped Metal" \
+      --set 18=0.598425197 --set 16=0.787401575
+    hear amp:in amp:out amp:midi c00a b3194c b50e00 b01914 b00e7f b07564
     kill "${servers[1]}"
     wait "${servers[1]}"
     tail -n 1 program.log | grep -qx '[0-9]* xruns'

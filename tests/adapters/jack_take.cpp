@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: ISC
-// jack_take TO FROM IN EXPECTED: plays the file IN into the JACK port TO and listens to the port
-// FROM until what it hears contains every sample of EXPECTED in a row, bit for bit. Fails where
-// half a second after the end it has not: how long the ports take to pass it on is the server's
-// affair.
+// jack_take TO FROM IN EXPECTED [MIDI-TO BYTES...]: plays the file IN into the JACK port TO and
+// listens to the port FROM until what it hears contains every sample of EXPECTED in a row, bit for
+// bit. Fails where half a second after the end it has not: how long the ports take to pass it on is
+// the server's affair. Each of BYTES, in hexadecimal, is a MIDI message to send before the take.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <jack/jack.h>
+#include <jack/midiport.h>
 #include <memory>
 #include <sndfile.h>
 #include <stdexcept>
@@ -30,30 +31,43 @@ std::vector<float> readTake(const char* path, int& rate) {
   return samples;
 }
 
+using Message = std::vector<jack_midi_data_t>;
+
+Message messageFromHex(const std::string& hex) {
+  Message bytes;
+  for (std::size_t i = 0; i + 2 <= hex.size(); i += 2) {
+    bytes.push_back(static_cast<jack_midi_data_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
 class Player {
  public:
-  Player(const char* to, const char* from, const std::vector<float>& take, int rate)
-      : client_(jack_client_open("take", JackNoStartServer, nullptr), jack_client_close) {
+  Player(char** to, const std::vector<float>& take, int rate, std::vector<Message> messages)
+      : messages_(std::move(messages)),
+        client_(jack_client_open("take", JackNoStartServer, nullptr), jack_client_close) {
     if (!client_) throw std::runtime_error("no JACK server");
     if (jack_get_sample_rate(client_.get()) != static_cast<jack_nframes_t>(rate)) {
       throw std::runtime_error("another rate than the take's");
     }
-    // Silence in front, in which the knobs reach their places and the ports get connected.
+    // Silence in front, in which the ports get connected and the knobs reach their places.
     const auto second = static_cast<std::size_t>(rate);
     sent_.assign(second / 2, 0.0F);
     sent_.insert(sent_.end(), take.begin(), take.end());
     sent_.resize(sent_.size() + second / 2);
     heard_.resize(sent_.size());
-    out_ = port("out", JackPortIsOutput);
-    in_ = port("in", JackPortIsInput);
+    out_ = port("out", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput);
+    in_ = port("in", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput);
+    midi_ = port("midi", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput);
     jack_set_process_callback(
         client_.get(),
         [](jack_nframes_t frames, void* self) { return static_cast<Player*>(self)->play(frames); },
         this);
     if (jack_activate(client_.get()) != 0 ||
-        jack_connect(client_.get(), jack_port_name(out_), to) != 0 ||
-        jack_connect(client_.get(), from, jack_port_name(in_)) != 0) {
-      throw std::runtime_error(std::string("cannot connect ") + to + " and " + from);
+        jack_connect(client_.get(), jack_port_name(out_), to[0]) != 0 ||
+        jack_connect(client_.get(), to[1], jack_port_name(in_)) != 0 ||
+        (!messages_.empty() && jack_connect(client_.get(), jack_port_name(midi_), to[4]) != 0)) {
+      throw std::runtime_error(std::string("cannot connect ") + to[0] + " and " + to[1]);
     }
     started_ = true;
   }
@@ -65,8 +79,8 @@ class Player {
   }
 
  private:
-  jack_port_t* port(const char* name, unsigned long flags) {
-    return jack_port_register(client_.get(), name, JACK_DEFAULT_AUDIO_TYPE, flags, 0);
+  jack_port_t* port(const char* name, const char* type, unsigned long flags) {
+    return jack_port_register(client_.get(), name, type, flags, 0);
   }
 
   int play(jack_nframes_t frames) {
@@ -76,13 +90,25 @@ class Player {
     const std::size_t count = started_ ? std::min<std::size_t>(frames, sent_.size() - at) : 0;
     std::fill_n(std::copy_n(sent_.data() + at, count, out), frames - count, 0.0F);
     std::copy_n(in, count, heard_.data() + at);
+    void* midi = jack_port_get_buffer(midi_, frames);
+    jack_midi_clear_buffer(midi);
+    if (at <= kMidiAt && kMidiAt < at + count) {
+      for (const Message& message : messages_) {
+        jack_midi_event_write(midi, static_cast<jack_nframes_t>(kMidiAt - at), message.data(),
+                              message.size());
+      }
+    }
     done_ = at + count;
     return 0;
   }
 
+  // Late enough for the connections to be made, and within a period rather than at its start.
+  static constexpr std::size_t kMidiAt = 5000;
+  std::vector<Message> messages_;
   std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> client_;
   jack_port_t* out_ = nullptr;
   jack_port_t* in_ = nullptr;
+  jack_port_t* midi_ = nullptr;
   std::vector<float> sent_;
   std::vector<float> heard_;
   std::atomic<bool> started_ = false;
@@ -93,11 +119,15 @@ class Player {
 }  // namespace quellard::test
 
 int main(int argc, char** argv) try {
-  if (argc != 5) throw std::runtime_error("usage: jack_take TO FROM IN EXPECTED");
+  if (argc < 5) {
+    throw std::runtime_error("usage: jack_take TO FROM IN EXPECTED [MIDI-TO BYTES...]");
+  }
   int rate = 0;
   const std::vector<float> expected = quellard::test::readTake(argv[4], rate);
   const std::vector<float> take = quellard::test::readTake(argv[3], rate);
-  const std::vector<float> heard = quellard::test::Player(argv[1], argv[2], take, rate).listen();
+  std::vector<quellard::test::Message> messages;
+  for (int i = 6; i < argc; ++i) messages.push_back(quellard::test::messageFromHex(argv[i]));
+  const auto heard = quellard::test::Player(argv + 1, take, rate, std::move(messages)).listen();
   const auto same = [](float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; };
   const auto found =
       std::search(heard.begin(), heard.end(), expected.begin(), expected.end(), same);
