@@ -1,6 +1,6 @@
 # A Debian package: cpack -G DEB. Its dependencies are those of the libraries that the files load.
 set(CPACK_PACKAGE_NAME quellard)
-set(CPACK_PACKAGE_CONTACT "The Quellard maintainers <quellard@localhost>")
+set(CPACK_PACKAGE_CONTACT "Quellard maintainers <maintainers@quellard.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "three-channel guitar amplifier: plug-ins, command, JACK program")
 set(CPACK_PACKAGE_DESCRIPTION
     "CLEAN, VINTAGE and MODERN, as CLAP, LV2, VST3 and VST 2.4 plug-ins, as a program to plug into,
