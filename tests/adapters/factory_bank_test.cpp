@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: ISC
 // The bank plays the guitar takes of Debian's sonic-pi-samples equally loud and never beyond full
-// scale. `factory_bank_tests --gtest_filter=*Loud` prints the measured table; its last column is
-// the MASTER that would meet the level exactly.
+// scale. `factory_bank_tests --gtest_filter=*Loud` prints the measured table: LUFS of all takes
+// together and of each, in the order of their names; the last column is the MASTER that would meet
+// the level exactly.
 #include "params/factory_bank.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <ebur128.h>
@@ -22,6 +24,12 @@ namespace {
 
 constexpr double kLoudnessLufs = -20.0;
 constexpr double kToleranceLu = 1.0;
+// On one take alone no MASTER brings clean and driven presets to one level: the takes differ by 12
+// LU, of which a clean amplifier keeps all and a driven one 2. So each kind has a level on each
+// take, in the order of their names. Edge of Breakup is between the kinds, up to 4.2 LU from clean.
+constexpr std::array<double, 4> kCleanLufs = {-18.2, -23.8, -19.8, -29.5};
+constexpr std::array<double, 4> kDrivenLufs = {-20.0, -20.8, -19.5, -21.6};
+constexpr double kBreakupToleranceLu = 4.3;
 constexpr int kBlock = 512;
 
 struct Take {
@@ -45,10 +53,12 @@ Take readTake(const std::filesystem::path& file) {
 std::vector<Take> guitarTakes() {
   std::vector<Take> takes;
   std::error_code none;  // is no reason to fail
+  std::set<std::filesystem::path> files;
   for (const auto& file :
        std::filesystem::directory_iterator("/usr/share/sonic-pi/samples", none)) {
-    if (file.path().filename().string().rfind("guit_", 0) == 0) takes.push_back(readTake(file));
+    if (file.path().filename().string().rfind("guit_", 0) == 0) files.insert(file);
   }
+  for (const auto& file : files) takes.push_back(readTake(file));
   return takes;
 }
 
@@ -66,34 +76,47 @@ std::vector<double> playTake(const Take& take, const FactoryPreset& preset) {
   return out;
 }
 
-// LUFS, gated, over all takes together, and the samples' peak, full scale is 1.
-std::pair<double, double> measure(const FactoryPreset& preset, const std::vector<Take>& takes) {
+struct Loudness {
+  double lufs = 0.0;  // gated, over all takes together
+  double peak = 0.0;  // of the samples, full scale is 1
+  std::vector<double> lufsOfTake;
+};
+
+Loudness measure(const FactoryPreset& preset, const std::vector<Take>& takes) {
   std::vector<ebur128_state*> meters;
-  double peak = 0.0;
+  Loudness measured;
   for (const Take& take : takes) {
     const std::vector<double> out = playTake(take, preset);
-    for (const double sample : out) peak = std::max(peak, std::fabs(sample));
+    for (const double sample : out) measured.peak = std::max(measured.peak, std::fabs(sample));
     meters.push_back(ebur128_init(1, static_cast<unsigned long>(take.rate), EBUR128_MODE_I));
     ebur128_add_frames_double(meters.back(), out.data(), out.size());
+    ebur128_loudness_global(meters.back(), &measured.lufsOfTake.emplace_back());
   }
-  double lufs = 0.0;
-  ebur128_loudness_global_multiple(meters.data(), meters.size(), &lufs);
+  ebur128_loudness_global_multiple(meters.data(), meters.size(), &measured.lufs);
   for (ebur128_state*& meter : meters) ebur128_destroy(&meter);
-  return {lufs, peak};
+  return measured;
 }
 
 TEST(FactoryBank, PlaysTheGuitarTakesEquallyLoud) {
   const std::vector<Take> takes = guitarTakes();
   if (takes.empty()) GTEST_SKIP() << "the package sonic-pi-samples is not installed";
-  std::printf("%-24s %6s %6s %7s %7s\n", "preset", "LUFS", "peak", "MASTER", "to set");
+  ASSERT_EQ(takes.size(), kCleanLufs.size());
+  std::printf("%-24s %6s %6s %7s %7s  each take\n", "preset", "LUFS", "peak", "MASTER", "to set");
   for (const FactoryPreset& preset : kFactoryBank) {
-    const auto [lufs, peak] = measure(preset, takes);
+    const auto [lufs, peak, lufsOfTake] = measure(preset, takes);
     // MASTER is squared and comes last, so the level is exactly 40 dB for each tenfold of it.
     const double master = preset.knobs[4];
     const double wanted = master * std::pow(10.0, (kLoudnessLufs - lufs) / 40.0);
-    std::printf("%-24s %6.1f %6.2f %7.2f %7.2f\n", preset.name, lufs, peak, master, wanted);
+    std::printf("%-24s %6.1f %6.2f %7.2f %7.2f ", preset.name, lufs, peak, master, wanted);
     EXPECT_NEAR(lufs, kLoudnessLufs, kToleranceLu) << preset.name;
     EXPECT_LT(peak, 1.0) << preset.name;
+    const auto& level = preset.channel == 0 ? kCleanLufs : kDrivenLufs;
+    const bool between = preset.name == std::string("Edge of Breakup");
+    for (std::size_t i = 0; i < takes.size(); ++i) {
+      std::printf(" %6.1f", lufsOfTake[i]);
+      EXPECT_NEAR(lufsOfTake[i], level[i], between ? kBreakupToleranceLu : kToleranceLu);
+    }
+    std::printf("\n");
   }
 }
 
