@@ -52,14 +52,6 @@ void turn(Channel& channel, const Knobs& knobs, int glide) {
   channel.setMaster(knobs.master, glide);
 }
 
-// Turned at once, with both ramps ended before the first sample.
-inline AnyChannel tunedChannel(const ChannelModel& model, double rate, const Knobs& knobs = {}) {
-  AnyChannel channel = model.at(rate);
-  turn(*channel, knobs, 0);
-  channel->signalProcess(nullptr, nullptr, 0);
-  return channel;
-}
-
 inline std::vector<double> play(AmpChannelBase& channel, std::vector<double> input) {
   std::vector<double> output(input.size());
   channel.signalProcess(input.data(), output.data(), static_cast<int>(input.size()));

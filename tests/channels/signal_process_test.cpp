@@ -1,38 +1,14 @@
 // SPDX-License-Identifier: ISC
-// The road of a block: ramps, block lengths, bad samples, memory.
 #include <algorithm>
 #include <climits>
 #include <limits>
 
 #include "tests/channels/models.h"
-#include "tests/support/measure.h"
+#include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
 namespace quellard::test {
 namespace {
-
-// A block equals its samples played one by one at levels set by hand: the old ones at the first
-// sample, the targets at the last, a straight line between. The lengths make 1/(n - 1) exact.
-TEST(SignalProcess, LevelsMoveInAStraightLineAcrossABlock) {
-  Random random(2);
-  for (const ChannelModel& model : kChannelModels) {
-    for (const std::size_t n : {1u, 2u, 5u, 65u}) {
-      const std::vector<double> input = noise(random, 0.5, n);
-      const AnyChannel ramped = tunedChannel(model, 44100.0);
-      const AnyChannel stepped = tunedChannel(model, 44100.0);
-      ramped->gainCurrent = 0.25, ramped->gainTarget = 0.75;
-      ramped->masterCurrent = 2.0, ramped->masterTarget = 1.0;
-      std::vector<double> expected;
-      for (std::size_t k = 0; k < n; ++k) {
-        const double way = n == 1 ? 0.0 : static_cast<double>(k) / static_cast<double>(n - 1);
-        stepped->gainCurrent = stepped->gainTarget = 0.25 + 0.5 * way;
-        stepped->masterCurrent = stepped->masterTarget = 2.0 - way;
-        expected.push_back(play(*stepped, {input[k]})[0]);
-      }
-      EXPECT_TRUE(sameBits(play(*ramped, input), expected)) << model << ", " << n << " samples";
-    }
-  }
-}
 
 // With bad samples in it, now and then, which play as silence.
 std::vector<double> drawInput(Random& random, int n) {

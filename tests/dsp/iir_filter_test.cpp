@@ -2,7 +2,7 @@
 #include "dsp/iir_filter.h"
 
 #include "tests/plain/plain_amplifier.h"
-#include "tests/support/measure.h"
+#include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
 namespace quellard::test {
@@ -29,56 +29,6 @@ TEST(IirFilter, MemorySurvivesARedesignThatKeepsTheType) {
       EXPECT_TRUE(sameBits(section.coef, IIRFilter(&second).coef));
     }
   }
-}
-
-// The weight of x[n] with which the next sample of a glide is filtered, to the bit: what an empty
-// section makes of a 1. The other weights move with it, as the comparison below shows.
-double nextWeight(IIRFilter& section) {
-  section.refresh();
-  double x = 1.0;
-  section.ipIirProcessing(&x);
-  return x;
-}
-
-double target(const IIRFilter& section) { return section.coef[section.form == 0 ? 0 : 2]; }
-
-void glideTo(IIRFilter& section, filterPrm_tag prm, int length) {
-  section.ipFDexcute(&prm, length);
-}
-
-TEST(Glide, StartsSilentThenRunsInAStraightLineAndSnapsToTheDesign) {
-  for (const int num : {lowPass1, peaking, onePoleLowPass}) {
-    for (const int length : {-5, 0, 1, 4, 7}) {
-      SCOPED_TRACE(testing::Message() << "type " << num << ", length " << length);
-      filterPrm_tag prm = record(num);
-      IIRFilter section(&prm);
-      const double old = target(section);
-      EXPECT_EQ(nextWeight(section), 0.0) << "the first sample of a new section";
-      for (int n = 0; n < 3; ++n) EXPECT_EQ(nextWeight(section), old);
-      glideTo(section, record(num, -6.0, 5000.0), length);
-      const double way = target(section) - old;
-      ASSERT_NE(way, 0.0);
-      for (int j = 0; j <= length; ++j) {
-        double x = 1.0;
-        section.iirProcessing(&x);  // what is not a gliding sample leaves the glide where it is
-        const double share = length < 1 ? 1.0 : double(j) / length;
-        EXPECT_NEAR(nextWeight(section), old + way * share, j == 0 && length > 0 ? 0.0 : 1e-15);
-      }
-      for (int after = 0; after < 3; ++after) EXPECT_EQ(nextWeight(section), target(section));
-    }
-  }
-}
-
-// A glide cut short jumps to the target it was on its way to and goes on from there.
-TEST(Glide, RestartBeginsAtTheFirstTarget) {
-  filterPrm_tag prm = record(peaking, 6.0);
-  IIRFilter section(&prm);
-  glideTo(section, record(peaking, -6.0), 512);
-  const double first = target(section);
-  for (int n = 0; n < 100; ++n) nextWeight(section);
-  glideTo(section, record(peaking, 0.0, 200.0), 4);
-  EXPECT_EQ(nextWeight(section), first);
-  EXPECT_NEAR(nextWeight(section), first + 0.25 * (target(section) - first), 1e-15);
 }
 
 TEST(Glide, MatchesThePlainModelToTheBit) {

@@ -17,29 +17,6 @@ std::vector<double> played(Amplifier& amp, int frames, double level = 0.5) {
   return block;
 }
 
-TEST(SampleRateSetup, BuildsEverythingForTheRate) {
-  Amplifier amp;
-  for (const double rate : {44100.0, 48000.0, 44100.0}) {
-    amp.typeValue = 0.5f;
-    EXPECT_TRUE(amp.prepare(rate, 0.25));
-    EXPECT_EQ(amp.appliedSampleRate, rate);
-    EXPECT_EQ(Amplifier::clipSampleRate, rate);
-    EXPECT_EQ(amp.activeChannel, 1) << "a running switch is over";
-    EXPECT_EQ(amp.bufferFrames, 0);
-    EXPECT_EQ(amp.channelSwitch->fadeLength, static_cast<int>(0.016 * rate));
-    EXPECT_EQ(amp.channelSwitch->lastSelect, 0.5f);
-    for (const auto& channel : amp.channels) EXPECT_EQ(channel->rate, rate);
-    for (const auto& taper : amp.tapers) EXPECT_EQ(taper->editProcessing(0.0f), 0.25f);
-    for (const float applied : amp.appliedValues) EXPECT_EQ(applied, -1.0f);
-    played(amp, 32);
-    EXPECT_EQ((std::vector<double>(amp.fadeBuffer.get(), amp.fadeBuffer.get() + 32)),
-              std::vector<double>(32, 1.0));
-    EXPECT_EQ(amp.bufferFrames, 32);
-    amp.typeValue = 0.0f;
-    played(amp, 300);
-  }
-}
-
 TEST(SampleRateSetup, TheRateInForceAndImpossibleOnesChangeNothing) {
   using Double = std::numeric_limits<double>;
   Amplifier amp, twin;
@@ -68,6 +45,7 @@ TEST(SampleRateSetup, SharedTablesAreMadeOnce) {
     other.prepare(rate);
     first.prepare(rate);
     EXPECT_EQ(table[123], 42.0) << rate;
+    EXPECT_EQ(Amplifier::clipSampleRate, rate);
   }
   table[123] = kept;
   EXPECT_NE(QuellardCh1::clip.at(7).halfSize, 0.0) << "nor is the other factor's missing";

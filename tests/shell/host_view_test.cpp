@@ -102,7 +102,6 @@ TEST_F(HostView, SettersReachTheirFields) {
   EXPECT_EQ(call<float>(record, Slot::getSampleRate), 22050.0f);
 }
 
-// Most operations answer 0; these do not.
 TEST_F(HostView, AnswersComeFromTheirSlots) {
   // clang-format off
   const std::pair<Slot, int> rows[] = {
@@ -111,9 +110,22 @@ TEST_F(HostView, AnswersComeFromTheirSlots) {
       {Slot::getVendorVersion, 1000}, {Slot::getPlugCategory, 1}, {Slot::getNumOfInJacks, 1},
       {Slot::getNumOfOutJacks, 1}, {Slot::getNumOfInSig, 1}, {Slot::getNumOfOutSig, 1},
       {Slot::getDryInSigNum, -1}, {Slot::getHeaderVersion, 1}, {Slot::getNumOfOut1Jacks, 1},
-      {Slot::getNumOfOut1Sig, 1}, {Slot::getStartNumOutSig, 0}, {Slot::fxIdle, 0}
+      {Slot::getNumOfOut1Sig, 1}, {Slot::getStartNumInSig, 0}, {Slot::getStartNumOutSig, 0},
+      {Slot::fxIdle, 0}, {Slot::beginLoadBank, 0}, {Slot::beginLoadProgram, 0},
+      {Slot::getNextShellPlugin, 0}, {Slot::getMidiProgramName, 0},
+      {Slot::getMidiProgramCategory, 0}, {Slot::getNumMidiInputChannels, 0},
+      {Slot::getNumMidiOutputChannels, 0}, {Slot::offlineGetNumPasses, 0},
+      {Slot::offlineGetNumMetaPasses, 0}, {Slot::startProcess, 0}, {Slot::stopProcess, 0}
+  };
+  const Slot declined[] = {
+      Slot::setSpeakerArrangement, Slot::allocateArrangement, Slot::deallocateArrangement,
+      Slot::copySpeaker, Slot::matchArrangement, Slot::beginSetProgram, Slot::endSetProgram,
+      Slot::hasMidiProgramsChanged, Slot::getMidiKeyName, Slot::offlineNotify,
+      Slot::offlinePrepare, Slot::offlineRun, Slot::processVariableIo, Slot::setPanLaw
   };
   // clang-format on
+  for (const Slot slot : declined)
+    EXPECT_FALSE(call<bool>(record, slot, nullptr, nullptr)) << static_cast<std::size_t>(slot);
   for (const auto& [slot, answer] : rows)
     EXPECT_EQ(call<int>(record, slot, 5, nullptr), answer)
         << "slot " << static_cast<std::size_t>(slot);
