@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The factory bank: settings worth keeping, for every format, the command line and the documents.
-// All play the guitar takes together equally loud, and each take the clean ones among themselves and
-// the driven ones among themselves (tests/adapters measures it), so that choosing one compares
+// All play the guitar takes together equally loud, and each take the clean ones among themselves
+// and the driven ones among themselves (tests/adapters measures it), so that choosing one compares
 // sounds and not levels: change a knob, and MASTER has to be measured again.
 //
 // A preset sets its own channel's knobs. Those of the other two channels stand at their default, so
