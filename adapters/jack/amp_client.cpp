@@ -23,14 +23,18 @@ void raisePeak(std::atomic<float>& peak, const float* samples, jack_nframes_t fr
 // What JACK has to say about a missing server is six lines long.
 jack_client_t* open(const std::string& name) {
   jack_set_error_function([](const char*) {});
-  return jack_client_open(name.c_str(), JackNoStartServer, nullptr);
+  if (name.empty() || name.size() >= static_cast<std::size_t>(jack_client_name_size())) {
+    throw std::runtime_error("JACK takes no name like '" + name + "'");
+  }
+  jack_client_t* client = jack_client_open(name.c_str(), JackNoStartServer, nullptr);
+  if (client == nullptr) throw std::runtime_error("no JACK server is running");
+  return client;
 }
 
 }  // namespace
 
 AmpClient::AmpClient(const std::string& name, int sides)
     : amp_(sides), client_(open(name), jack_client_close) {
-  if (!client_) throw std::runtime_error("no JACK server is running");
   inputs_ = addAudioPorts("in", JackPortIsInput);
   outputs_ = addAudioPorts("out", JackPortIsOutput);
   midi_ = addPort("midi", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput);
@@ -67,8 +71,17 @@ void AmpClient::start(bool connect) {
   jack_on_shutdown(
       client_.get(), [](void* self) { static_cast<AmpClient*>(self)->serverIsGone_ = true; }, this);
   if (jack_activate(client_.get()) != 0) throw std::runtime_error("JACK does not start");
+  connects_ = connect;
   if (connect) connectToInterface();
 }
+
+void AmpClient::followRate() {
+  if (serverIsGone_ || amp_.rate() == static_cast<double>(rate())) return;
+  jack_deactivate(client_.get());
+  start(connects_);
+}
+
+bool AmpClient::isHeard() const { return jack_port_connected(outputs_[0]) > 0; }
 
 // A mono amplifier is heard on both sides.
 void AmpClient::connectToInterface() {

@@ -19,13 +19,20 @@ class AmpClient {
   static constexpr int kLongestPeriod = 8192;
 
   // Connects to a running server, silent until start(). name: of the client; JACK numbers a taken
-  // one. Throws std::runtime_error where there is no server.
+  // one. Throws std::runtime_error where there is no server, or for a name that is empty or too
+  // long.
   AmpClient(const std::string& name, int sides);
 
   // Begins to play with the settings that amp() has. With connect, the first inputs of the
   // interface go in, the amplifier goes to its first two outputs, and every MIDI input is listened
   // to.
   void start(bool connect);
+
+  // PipeWire changes its rate while clients play. To be called now and then: begins anew where it
+  // has, with the settings as they are; other connections than start()'s are then lost.
+  void followRate();
+
+  bool isHeard() const;  // whether an output is connected
 
   // Parameters may be moved on any thread.
   HostedAmp& amp() { return amp_; }
@@ -61,6 +68,7 @@ class AmpClient {
   Ports inputs_{};
   Ports outputs_{};
   jack_port_t* midi_ = nullptr;
+  bool connects_ = false;
   std::atomic<float> inputPeak_ = 0.0F;
   std::atomic<float> outputPeak_ = 0.0F;
   std::atomic<unsigned> xruns_ = 0;

@@ -61,14 +61,15 @@ int presetNumber(const std::string& name) {
   if (name.empty()) return -1;
   const FactoryPreset* preset = findFactoryPreset(name);
   if (preset == nullptr)
-    throw CLI::ValidationError("--preset", "no preset is called '" + name + "'");
+    throw CLI::ValidationError("--preset",
+                               "no preset is called '" + name + "'; 'quellard presets' lists them");
   return static_cast<int>(preset - kFactoryBank.data());
 }
 
 void wait(AmpClient& client, bool inTerminal) {
   if (inTerminal) {
     Panel panel(client);
-    while (!stopped && !client.serverIsGone() && panel.refresh()) continue;
+    while (!stopped && !client.serverIsGone() && panel.refresh()) client.followRate();
     return;
   }
   std::printf("%s plays at %u Hz with %u frames\n", client.name().c_str(), client.rate(),
@@ -76,6 +77,7 @@ void wait(AmpClient& client, bool inTerminal) {
   std::fflush(stdout);
   while (!stopped && !client.serverIsGone()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    client.followRate();
   }
 }
 
@@ -91,6 +93,9 @@ int play(const Options& options) {
   client.amp().setValues(values);
   stopOnSignals();
   client.start(!options.alone);
+  if (!options.alone && !client.isHeard()) {
+    std::fputs("quellard-jack: the server has no outputs to play to; connect it by hand\n", stderr);
+  }
   wait(client, !options.headless && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0);
   std::printf("%u xruns\n", client.xruns());
   if (!client.serverIsGone()) return 0;

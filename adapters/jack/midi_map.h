@@ -3,8 +3,8 @@
 //
 //   program change 1..12   the presets of the factory bank, in their order
 //   controller 14          the channel: lowest third CLEAN, middle VINTAGE, highest MODERN
-//   controllers 20..25     PRESENCE, BASS, MID, TREBLE, MASTER, GAIN of the channel that is
-//   selected controllers 102..119   all eighteen knobs, in the order of the parameters
+//   controllers 20..25     PRESENCE, BASS, MID, TREBLE, MASTER, GAIN of the selected channel
+//   controllers 102..119   all eighteen knobs, in the order of the parameters
 //
 // These controllers are ones to which MIDI gives no meaning of its own.
 #pragma once

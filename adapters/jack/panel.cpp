@@ -16,6 +16,8 @@ constexpr int kTenthsPerKnob = 100;  // of a scale of 0 to 10
 constexpr int kBarWidth = 40;
 constexpr int kFrameMs = 50;
 constexpr double kLowestDb = -60.0;
+constexpr int kRows = 17;
+constexpr int kColumns = 79;  // the line of keys
 
 std::string bar(double share, int width) {
   const auto filled = static_cast<std::size_t>(std::lround(std::clamp(share, 0.0, 1.0) * width));
@@ -39,6 +41,23 @@ int Panel::channel() const { return channelFromSelect(client_.amp().value(kTypeP
 
 bool Panel::refresh() {
   erase();
+  if (LINES < kRows || COLS < kColumns) {
+    mvprintw(0, 0, "Needs %d x %d; q quits", kColumns, kRows);
+  } else {
+    draw();
+  }
+  ::refresh();
+  bool stay = true;
+  for (int key = getch(); key != ERR && stay; key = getch()) {
+    stay = press(key);
+    if (key == KEY_RESIZE) break;
+    timeout(0);
+  }
+  timeout(kFrameMs);
+  return stay;
+}
+
+void Panel::draw() {
   mvprintw(0, 0, "Quellard  %u Hz, %u frames, %u xruns", client_.rate(), client_.period(),
            client_.xruns());
   drawLevel(2, "in", client_.takeInputPeak());
@@ -53,15 +72,6 @@ bool Panel::refresh() {
   for (int knob = 0; knob < kKnobsPerChannel; ++knob) drawKnob(7 + knob, knob);
   drawPreset(14);
   mvaddstr(16, 0, "1 2 3 channel   up down knob   left right 0.1   < > 1.0   p n preset   q quit");
-  ::refresh();
-  bool stay = true;
-  for (int key = getch(); key != ERR && stay; key = getch()) {
-    stay = press(key);
-    if (key == KEY_RESIZE) break;
-    timeout(0);
-  }
-  timeout(kFrameMs);
-  return stay;
 }
 
 void Panel::drawLevel(int row, const char* name, float peak) {

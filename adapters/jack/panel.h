@@ -24,6 +24,7 @@ class Panel {
   int channel() const;
   int selectedParameter() const { return channel() * kKnobsPerChannel + knob_ + 1; }
 
+  void draw();
   void drawLevel(int row, const char* name, float peak);
   void drawKnob(int row, int knob);
   void drawPreset(int row);
