@@ -133,11 +133,11 @@ case $1 in
       --set type=vintage --set vintage_gain=7.39
     "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz" "${knobs[@]:0:4}"
     hear amp:in amp:out
-    # A preset, its GAIN, away to CLEAN and another GAIN there, back to MODERN, then one of all
-    # knobs. Whatever message is lost or mistaken is heard.
+    # A preset, its GAIN, another channel and the GAIN there, back again, and TREBLE by its own number.
     "$quellard" render -q -o expected.wav mono.wav --preset "Scooped Metal" \
       --set 18=0.598425197 --set 16=0.787401575
-    hear amp:in amp:out amp:midi c00a b3194c b50e00 b01914 b00e7f b07564
+    hear amp:in amp:out amp:midi $'\xc0\x0a' $'\xb3\x19\x4c' $'\xb5\x0e\x01' $'\xb0\x19\x14' \
+      $'\xb0\x0e\x7f' $'\xb0\x75\x64'
     kill "${servers[1]}"
     wait "${servers[1]}"
     tail -n 1 program.log | grep -qx '[0-9]* xruns'

@@ -2,7 +2,7 @@
 // jack_take TO FROM IN EXPECTED [MIDI-TO BYTES...]: plays the file IN into the JACK port TO and
 // listens to the port FROM until what it hears contains every sample of EXPECTED in a row, bit for
 // bit. Fails where half a second after the end it has not: how long the ports take to pass it on is
-// the server's affair. Each of BYTES, in hexadecimal, is a MIDI message to send before the take.
+// the server's affair. Each of BYTES is a MIDI message, raw, to send before the take.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -12,6 +12,7 @@
 #include <jack/midiport.h>
 #include <memory>
 #include <sndfile.h>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -31,20 +32,10 @@ std::vector<float> readTake(const char* path, int& rate) {
   return samples;
 }
 
-using Message = std::vector<jack_midi_data_t>;
-
-Message messageFromHex(const std::string& hex) {
-  Message bytes;
-  for (std::size_t i = 0; i + 2 <= hex.size(); i += 2) {
-    bytes.push_back(static_cast<jack_midi_data_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
 class Player {
  public:
-  Player(char** to, const std::vector<float>& take, int rate, std::vector<Message> messages)
-      : messages_(std::move(messages)),
+  Player(char** to, const std::vector<float>& take, int rate, std::span<char*> messages)
+      : messages_(messages),
         client_(jack_client_open("take", JackNoStartServer, nullptr), jack_client_close) {
     if (!client_) throw std::runtime_error("no JACK server");
     if (jack_get_sample_rate(client_.get()) != static_cast<jack_nframes_t>(rate)) {
@@ -93,9 +84,10 @@ class Player {
     void* midi = jack_port_get_buffer(midi_, frames);
     jack_midi_clear_buffer(midi);
     if (at <= kMidiAt && kMidiAt < at + count) {
-      for (const Message& message : messages_) {
-        jack_midi_event_write(midi, static_cast<jack_nframes_t>(kMidiAt - at), message.data(),
-                              message.size());
+      for (const char* message : messages_) {
+        jack_midi_event_write(midi, static_cast<jack_nframes_t>(kMidiAt - at),
+                              reinterpret_cast<const jack_midi_data_t*>(message),
+                              std::strlen(message));
       }
     }
     done_ = at + count;
@@ -104,7 +96,7 @@ class Player {
 
   // Late enough for the connections to be made, and within a period rather than at its start.
   static constexpr std::size_t kMidiAt = 5000;
-  std::vector<Message> messages_;
+  std::span<char*> messages_;
   std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> client_;
   jack_port_t* out_ = nullptr;
   jack_port_t* in_ = nullptr;
@@ -119,15 +111,12 @@ class Player {
 }  // namespace quellard::test
 
 int main(int argc, char** argv) try {
-  if (argc < 5) {
-    throw std::runtime_error("usage: jack_take TO FROM IN EXPECTED [MIDI-TO BYTES...]");
-  }
+  if (argc < 5) throw std::runtime_error("usage: TO FROM IN EXPECTED [MIDI-TO BYTES...]");
   int rate = 0;
   const std::vector<float> expected = quellard::test::readTake(argv[4], rate);
   const std::vector<float> take = quellard::test::readTake(argv[3], rate);
-  std::vector<quellard::test::Message> messages;
-  for (int i = 6; i < argc; ++i) messages.push_back(quellard::test::messageFromHex(argv[i]));
-  const auto heard = quellard::test::Player(argv + 1, take, rate, std::move(messages)).listen();
+  const std::span<char*> messages(argv + std::min(argc, 6), argv + argc);
+  const auto heard = quellard::test::Player(argv + 1, take, rate, messages).listen();
   const auto same = [](float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; };
   const auto found =
       std::search(heard.begin(), heard.end(), expected.begin(), expected.end(), same);

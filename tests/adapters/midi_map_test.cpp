@@ -40,19 +40,11 @@ TEST(MidiMap, ControllersReachEveryKnobAndTheEndsOfItsWay) {
 TEST(MidiMap, ProgramsArePresetsAndTheRestIsLeftAlone) {
   ASSERT_TRUE(act({0xC5, 11}).has_value());
   EXPECT_EQ(act({0xC5, 11})->preset, 11);
-  for (const auto& message :
-       std::initializer_list<std::initializer_list<std::uint8_t>>{{},
-                                                                  {0xC0},
-                                                                  {0xC0, 12},
-                                                                  {0xC0, 127},
-                                                                  {0xB0, 14},
-                                                                  {0xB0, 7, 100},
-                                                                  {0xB0, 26, 1},
-                                                                  {0xB0, 101, 1},
-                                                                  {0xB0, 120, 0},
-                                                                  {0x90, 20, 100},
-                                                                  {0xF8, 0}}) {
-    EXPECT_FALSE(act(message).has_value()) << message.size();
+  for (const auto& nothing :
+       {act({}), act({0xC0}), act({0xC0, 12}), act({0xC0, 127}), act({0xB0, 14}),
+        act({0xB0, 7, 100}), act({0xB0, 26, 1}), act({0xB0, 101, 1}), act({0xB0, 120, 0}),
+        act({0x90, 20, 100}), act({0xF8, 0})}) {
+    EXPECT_FALSE(nothing.has_value());
   }
 }
 
