@@ -41,7 +41,8 @@ class IIRFilter {
 
   // Weights of y[n-1], y[n-2], x[n], x[n-1], x[n-2]; see FilterDesign.
   Coefficients coef;
-  // At any sample of a glide the effective coefficient is ipStep * ipCount + ipBase.
+  // At any sample of a glide the effective coefficient is ipStep * ipCount + ipBase; behind its end
+  // it is ipBase, as ipStep has become 0.
   Coefficients ipBase;
   Coefficients ipStep;
   double state1;  // transposed direct form II; the previous output in the one-pole form
@@ -72,11 +73,10 @@ inline void IIRFilter::filter(const Coefficients& k, double* sample) {
 
 inline void IIRFilter::ipIirProcessing(double* sample) {
   const double t = ipCount;
+  if (t > ipLength) return filter(ipBase, sample);
   Coefficients k;
   for (std::size_t i = 0; i < k.size(); ++i) k[i] = ipStep[i] * t + ipBase[i];
   filter(k, sample);
-
-  if (t > ipLength) return;
   if (t == ipLength) {
     ipBase = coef;
     ipStep.fill(0.0);

@@ -29,14 +29,10 @@ void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
 void lendSection(const Placed& at, SkewedState& s) {
   const IIRFilter& f = *at.section;
   const bool gliding = at.isGliding();
-  for (std::size_t i = 0; i < f.coef.size(); ++i) {
-    double& fixed = s.rackCoef[at.place][i][at.lane];
-    if (gliding) {
-      fixed = f.ipBase[i];
-      s.rackStep[at.place][i][at.lane] = f.ipStep[i];
-    } else {
-      fixed = at.glided ? f.ipStep[i] * f.ipCount + f.ipBase[i] : f.coef[i];
-    }
+  const IIRFilter::Coefficients& weights = at.glided ? f.ipBase : f.coef;
+  for (std::size_t i = 0; i < weights.size(); ++i) {
+    s.rackCoef[at.place][i][at.lane] = weights[i];
+    if (gliding) s.rackStep[at.place][i][at.lane] = f.ipStep[i];
   }
   if (gliding) s.rackCount[at.place][at.lane] = f.ipCount;
   if (at.place == kPlaces - 1) setAllBits(s.lastPlaceUsed[at.lane]);
