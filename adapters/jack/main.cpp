@@ -2,12 +2,14 @@
 // quellard-jack: plug in and play. In a terminal it shows the amplifier's front, elsewhere it plays
 // until it is told to end.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <strings.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -56,14 +58,16 @@ void applySetting(HostedAmp::Values& values, const std::string& text) {
   throw CLI::ValidationError("--set", "'" + text + "' is no setting such as vintage_gain=7.5");
 }
 
-// -1 for none.
+// -1 for none. Capital letters need not be typed.
 int presetNumber(const std::string& name) {
   if (name.empty()) return -1;
-  const FactoryPreset* preset = findFactoryPreset(name);
-  if (preset == nullptr)
+  const auto found = std::ranges::find_if(kFactoryBank, [&](const FactoryPreset& preset) {
+    return strcasecmp(preset.name, name.c_str()) == 0;
+  });
+  if (found == kFactoryBank.end())
     throw CLI::ValidationError("--preset",
                                "no preset is called '" + name + "'; 'quellard presets' lists them");
-  return static_cast<int>(preset - kFactoryBank.data());
+  return static_cast<int>(found - kFactoryBank.begin());
 }
 
 void wait(AmpClient& client, bool inTerminal) {
