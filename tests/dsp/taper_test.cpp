@@ -50,6 +50,7 @@ TEST(Taper, CurvesAtHandPickedPoints) {
            {{.curve = kFixedPowerCurve, .atZero = 1.0, .atOne = -1.0}, 0.75f, -0.718428f},
            {s, 0.5f, 0.5f},
            {s, 0.6f, 0.785398163f / 1.373400767f * 0.5f + 0.5f},  // atan 1 and atan 5
+           {{.curve = kArctangentCurve, .offset = 0.25f}, 0.25f, 0.5f},
            {cubic, 0.5f, 0.5f},
            {cubic, 2.0f, 6.5f},
            {{.curve = kPolynomialCurve, .poly = {0.75f}}, 0.1f, 0.75f},
@@ -57,6 +58,23 @@ TEST(Taper, CurvesAtHandPickedPoints) {
            {{.curve = -7, .atZero = 6.0, .atOne = -2.0}, 0.25f, 4.0f}}) {
     EXPECT_NEAR(played(row.shape, row.x), row.y, 1e-6f)
         << "curve " << row.shape.curve << " at " << row.x;
+  }
+}
+
+TEST(Taper, EveryCurveReachesBothEndsInBothDirections) {
+  // The S subtracts an arctangent in double precision from one in single precision.
+  const std::pair<Shape, double> rows[] = {
+      {{.exponent = 3.0f}, 0.0},
+      {{.curve = kFixedPowerCurve}, 0.0},
+      {{.curve = kArctangentCurve, .offset = 0.5f}, 1e-6},
+      {{.curve = kPolynomialCurve, .poly = {-1.0f, 2.0f, 0.0f}}, 0.0},
+      {{.curve = kStraightLine}, 0.0}};
+  for (auto [shape, slack] : rows) {
+    for (const auto& [atZero, atOne] : {std::pair{-3.0, 7.5}, {7.5, -3.0}, {4.25, 4.25}}) {
+      shape.atZero = atZero, shape.atOne = atOne;
+      EXPECT_NEAR(played(shape, 0.0f), atZero, slack) << shape.curve;
+      EXPECT_NEAR(played(shape, 1.0f), atOne, slack) << shape.curve;
+    }
   }
 }
 

@@ -49,6 +49,14 @@ class ProcessBlock : public testing::Test {
   FakeChannel* fakes[3];
 };
 
+TEST_F(ProcessBlock, ABlockWithoutFramesMovesTheKnobsOnly) {
+  double sample = -7.0;
+  amp.controlValues[5] = 0.25f;
+  amp.processBlock(&sample, &sample, std::numeric_limits<int>::min());
+  EXPECT_EQ(amp.appliedValues[5], 0.25f);
+  EXPECT_EQ(sample, -7.0);
+}
+
 TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
   using Double = std::numeric_limits<double>;
   for (const double poison : {Double::infinity(), -Double::infinity(), Double::quiet_NaN()}) {

@@ -32,6 +32,17 @@ TEST(SampleRateSetup, TheRateInForceAndImpossibleOnesChangeNothing) {
   for (int i = 0; i < 5; ++i) EXPECT_EQ(played(amp, 400), played(twin, 400)) << i;
 }
 
+TEST(SampleRateSetup, NothingOfAnEarlierSetupIsKept) {
+  Amplifier amp;
+  for (const double minimum : {0.25, 0.5}) {
+    EXPECT_TRUE(amp.prepare(1e12 * minimum, minimum));
+    EXPECT_EQ(amp.bufferFrames, 0);
+    EXPECT_EQ(amp.channels[0]->rateInt, std::numeric_limits<int>::max());
+    for (const auto& taper : amp.tapers) EXPECT_EQ(taper->editProcessing(0.0f), minimum);
+    played(amp, 32);
+  }
+}
+
 // A mark in a table survives every later set-up: tables that other instances may be reading are
 // never written again.
 TEST(SampleRateSetup, SharedTablesAreMadeOnce) {
@@ -51,7 +62,8 @@ TEST(SampleRateSetup, SharedTablesAreMadeOnce) {
   EXPECT_NE(QuellardCh1::clip.at(7).halfSize, 0.0) << "nor is the other factor's missing";
 }
 
-// reset() goes back to the sound of a new set-up with the knobs as they stand.
+// reset() goes back to the sound of a new set-up with the knobs as they stand. It comes in the
+// middle of a fade, and a later fade shows what is left of that one.
 TEST(SampleRateSetup, AfterAResetTheSameBlocksSoundTheSame) {
   for (const float type : {0.0f, 0.5f, 1.0f}) {
     Amplifier amp, fresh;
@@ -59,16 +71,19 @@ TEST(SampleRateSetup, AfterAResetTheSameBlocksSoundTheSame) {
     amp.prepare(44100.0);
     for (int i = 0; i < 6; ++i) {
       for (auto& value : amp.controlValues) value = static_cast<float>(i) / 6.0f;
-      amp.typeValue = static_cast<float>(i % 3) / 2.0f;
-      played(amp, 300, 1e3);
+      amp.typeValue = i < 3 ? type : 0.9f - type;
+      played(amp, 200, 1e3);
     }
     for (Amplifier* each : {&amp, &fresh}) {
-      for (auto& value : each->controlValues) value = 0.4f;
+      for (auto& value : each->controlValues) value = 5.0f / 6.0f;  // where they stood
       each->typeValue = type;
     }
     amp.reset();
     fresh.prepare(44100.0);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(played(amp, 200), played(fresh, 200)) << type << ' ' << i;
+    for (int i = 0; i < 4; ++i) {
+      amp.typeValue = fresh.typeValue = i < 2 ? type : 0.9f - type;
+      EXPECT_EQ(played(amp, 200), played(fresh, 200)) << type << ' ' << i;
+    }
   }
 }
 

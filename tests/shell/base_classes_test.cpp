@@ -49,6 +49,10 @@ TEST(BareEffect, KnowsNothingOfItself) {
     EXPECT_STREQ(full, "") << opcode;
   }
   EXPECT_EQ(effect.getParameter(1), 0.0f);
+  const AEffect& record = *effect.getAeffect();
+  EXPECT_EQ(record.numInputs, 1);
+  EXPECT_EQ(record.numOutputs, 2);
+  EXPECT_EQ(record.uniqueID, fourCharacters("NoEf"));
 }
 
 TEST(BareEffect, KeepsWhatTheHostSets) {

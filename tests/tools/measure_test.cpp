@@ -43,6 +43,16 @@ TEST(Measure, ResponseAgreesWithASine) {
   EXPECT_NEAR(at(full, 1000) - at(half, 1000), 12.04, 0.01);
 }
 
+TEST(Measure, TransferRunsFromLowToHighAndSaturates) {
+  const Curve curve = measureTransfer(plugin(), knobs(0, {{6, 1.0f}}), kRate);
+  for (std::size_t i = 1; i < curve.size(); ++i) {
+    EXPECT_LT(curve[i - 1].x, curve[i].x);
+    EXPECT_LE(curve[i - 1].y, curve[i].y + 0.02);
+  }
+  EXPECT_LT(at(curve, 1.0) / at(curve, 0.1), 1.5) << "ten times the level where it is loud";
+  EXPECT_NEAR(at(curve, 0.002) / at(curve, 0.0002), 10.0, 1.0) << "and where it is quiet";
+}
+
 TEST(Measure, DistortionShowsAsHarmonicsAndNotBetweenThem) {
   const Curve modern = measureSpectrum(plugin(), knobs(2), kRate, 187.5, 0.25);
   EXPECT_GT(at(modern, 3 * 187.5), at(modern, 187.5) - 30.0);
