@@ -61,7 +61,7 @@ void applySetting(HostedAmp::Values& values, const std::string& text) {
 // -1 for none. Capital letters need not be typed.
 int presetNumber(const std::string& name) {
   if (name.empty()) return -1;
-  const auto found = std::ranges::find_if(kFactoryBank, [&](const FactoryPreset& preset) {
+  const auto* const found = std::ranges::find_if(kFactoryBank, [&](const FactoryPreset& preset) {
     return strcasecmp(preset.name, name.c_str()) == 0;
   });
   if (found == kFactoryBank.end())

@@ -312,10 +312,10 @@ void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
 template <int F, bool cascade, bool glides>
 template <int j>
 void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
-  constexpr int half = j < 4 ? 1 : 0;
-  Spot& spot = m.spots[half];
-  if constexpr (j % 4 == 1) weave(m.frame.mixed + 4 * half, splat<4>(0.0), read(c.table[0], spot));
-  if constexpr (j % 4 == 2) spot = aim(c, m.frame.up + 4 * half);
+  constexpr int at = j < 4 ? 4 : 0;
+  Spot& spot = m.spots[at / 4];
+  if constexpr (j % 4 == 1) weave(m.frame.mixed + at, splat<4>(0.0), read(c.table[0], spot));
+  if constexpr (j % 4 == 2) spot = aim(c, m.frame.up + at);
 }
 
 // VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half of
