@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "channels/fast/dispatch.h"
+
 namespace quellard {
 namespace {
 
@@ -38,6 +40,7 @@ AmpChannelBase::AmpChannelBase(double sampleRate)
     : rateInt(truncateRate(sampleRate)), rate(sampleRate) {}
 
 void AmpChannelBase::build(const ChannelPlan& plan) {
+  fast::isaInForce();  // chosen here, not in the first block: it reads the environment
   const bool at48k = rateInt == 48000;
   const ResamplingSet& set = at48k ? plan.at48k : plan.elsewhere;
   resampleA = set.a;

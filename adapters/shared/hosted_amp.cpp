@@ -54,11 +54,13 @@ HostedAmp::HostedAmp(int sides) : sides_(sides) {
 }
 
 std::uint32_t HostedAmp::tailFrames(double rate) {
-  return static_cast<std::uint32_t>(std::ceil(kTailSeconds * rate));
+  return static_cast<std::uint32_t>(
+      std::clamp(std::ceil(kTailSeconds * rate), 0.0, static_cast<double>(INT32_MAX)));
 }
 
 bool HostedAmp::prepare(double rate, int maxFrames) {
-  if (!std::isfinite(rate) || rate <= 0.0 || maxFrames < 1) return false;
+  const auto told = static_cast<float>(rate);  // as the effect hears it
+  if (!std::isfinite(told) || told <= 0.0F || maxFrames < 1) return false;
   maxFrames = std::min(maxFrames, kLongestPiece);
   const Values now = values();
   built_ = buildSides(rate, maxFrames, now);

@@ -28,9 +28,9 @@ class HostedAmp {
  public:
   static constexpr int kMono = 1;
   static constexpr int kStereo = 2;
-  // Within this time after the input has fallen silent the output is below -120 dB of full scale.
-  // The longest memory is the low cut of the tone stack, down to 7 Hz, behind CLEAN's gain: about a
-  // second at the worst settings (adapters_tests --gtest_filter=*Tail* prints it).
+  // Within this time after the input has fallen silent the output is below -120 dB of full scale:
+  // CLEAN with all its bass takes longest (adapters_tests --gtest_filter=*Tail* prints what a pluck
+  // leaves).
   static constexpr double kTailSeconds = 2.0;
   static std::uint32_t tailFrames(double rate);  // the same at a rate in Hz
   // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.

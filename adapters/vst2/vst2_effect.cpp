@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/samples.h"
 
 namespace quellard {
@@ -12,6 +13,8 @@ namespace {
 // What a host announces is believed up to 20 seconds; beyond, it is a mistake that would cost
 // gigabytes, and a block that is really so long makes room for itself.
 constexpr std::intptr_t kLongestAnnounced = 1 << 20;
+
+constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 
 }  // namespace
 
@@ -53,6 +56,12 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
                                    std::intptr_t value, void* ptr, float opt) try {
   Vst2Effect* self = of(record);
   if (self == nullptr) return 0;
+  // Both callbacks are there at any time, so a host may have what it asks for.
+  if (opcode == effSetProcessPrecision) return value == 0 || value == kPrecision64 ? 1 : 0;
+  if (opcode == effGetTailSize) {
+    return static_cast<std::intptr_t>(
+        HostedAmp::tailFrames(static_cast<double>(self->effect_.getSampleRate())));
+  }
   const std::intptr_t answer = self->effect_.dispatcher(opcode, index, value, ptr, opt);
   if (opcode == effSetBlockSize && value >= 1 && value <= kLongestAnnounced) {
     self->reserve(static_cast<std::int32_t>(value));

@@ -102,6 +102,7 @@ std::array<IIRFilter*, 3> Loan::loopSections() const {
 bool Loan::isPossible() const {
   const auto isBiquad = [](const Placed& at) { return at.section->form != 0; };
   if (!std::ranges::all_of(sections(), isBiquad)) return false;
+  if (parts_.drive.halfSize == 0.0) return false;  // the core takes all tables to be of one size
   if (parts_.split == nullptr) return true;
   const auto loop = loopSections();
   return isFirstOrderPass(*loop[0], 1) && isFirstOrderPass(*loop[1], -1) &&

@@ -20,6 +20,11 @@ TEST(Clipper, ChannelsAreSilentUntilTheirTablesExist) {
       for (const double y : play(*channel, noise(random, 1.0, 200))) ASSERT_EQ(y, 0.0) << model;
     }
   }
+  for (const ChannelModel& model : kChannelModels) {  // those of the other factor change nothing
+    model.build(44100.0, true);
+    const AnyChannel channel = model.build(48000.0, false);
+    for (const double y : play(*channel, noise(random, 1.0, 200))) ASSERT_EQ(y, 0.0) << model;
+  }
 }
 
 // All tables of both factors stand before the first is looked at: none disturbs another. The plain
