@@ -12,7 +12,7 @@
 #include <clap/ext/state.h>
 #include <clap/plugin-factory.h>
 
-#include "adapters/shared/hosted_amp.h"
+#include "rig/hosted_amp.h"
 
 namespace quellard {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "adapters/jack/midi_map.h"
-#include "adapters/shared/hosted_amp.h"
+#include "rig/hosted_amp.h"
 
 namespace quellard {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "adapters/lv2/identity.h"
-#include "adapters/shared/hosted_amp.h"
+#include "rig/hosted_amp.h"
 
 namespace quellard {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "adapters/shared/hosted_amp.h"
-#include "adapters/shared/samples.h"
+#include "rig/hosted_amp.h"
+#include "rig/samples.h"
 
 namespace quellard {
 namespace {

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <memory>
 
-#include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/value_text.h"
 #include "adapters/vst3/framework.h"
 #include "params/factory_bank.h"
+#include "rig/hosted_amp.h"
 
 namespace quellard {
 namespace {

@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-#include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
 #include "adapters/vst3/framework.h"
+#include "rig/hosted_amp.h"
 
 // The wrapper's entry, to be called by our own.
 #define GetPluginFactory wrappedPluginFactory

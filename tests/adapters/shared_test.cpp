@@ -2,9 +2,9 @@
 // What the formats share: the state's bytes, value texts, the amplifier for both sides.
 #include <cstdio>
 
-#include "adapters/shared/hosted_amp.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
+#include "rig/hosted_amp.h"
 #include "tests/adapters/format_suite.h"
 #include "tests/support/effort.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: ISC
-#include "adapters/shared/hosted_amp.h"
+#include "rig/hosted_amp.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "adapters/shared/samples.h"
+#include "rig/samples.h"
 
 namespace quellard {
 namespace {
