@@ -49,6 +49,18 @@ char* writeFraction(double hundredths, char* end, int count) {
   return end;
 }
 
+constexpr char kSelectorTitle[] = "Channel";
+
+// "Clean" from "CLEAN". Plain ASCII, as the C library's idea of case follows the locale.
+Title titled(const char* capitals) {
+  Title title{};
+  copyText(title.data(), capitals, static_cast<int>(kTitleSize) - 1);
+  for (std::size_t i = 1; i < kTitleSize; ++i) {
+    if (title[i] >= 'A' && title[i] <= 'Z') title[i] = static_cast<char>(title[i] - 'A' + 'a');
+  }
+  return title;
+}
+
 }  // namespace
 
 void copyText(char* to, const char* from, int maxLen) {
@@ -96,6 +108,28 @@ void writeParameterDisplay(int index, float value, char* text) {
     const auto channel = static_cast<std::size_t>(channelFromSelect(value));
     copyText(text, kChannelNames[channel], kDisplayLen);
   }
+}
+
+Title channelTitle(int channel) {
+  if (channel < 0 || channel >= kNumChannels) return {};
+  return titled(kChannelNames[static_cast<std::size_t>(channel)]);
+}
+
+Title controlTitle(int index) {
+  const ParameterInfo* parameter = findParameter(index);
+  if (parameter == nullptr) return {};
+  return titled(parameter->kind == ParameterKind::selector ? kSelectorTitle : parameter->name);
+}
+
+Title parameterTitle(int index) {
+  const Title control = controlTitle(index);
+  const ParameterInfo* parameter = findParameter(index);
+  if (parameter == nullptr || parameter->channel < 0) return control;
+  Title title = channelTitle(parameter->channel);
+  const std::size_t end = std::strlen(title.data());
+  title[end] = ' ';
+  copyText(&title[end + 1], control.data(), static_cast<int>(kTitleSize - end - 2));
+  return title;
 }
 
 }  // namespace quellard

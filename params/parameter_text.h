@@ -4,6 +4,8 @@
 // nothing is written.
 #pragma once
 
+#include <array>
+
 #include "params/parameter_table.h"
 
 namespace quellard {
@@ -23,5 +25,14 @@ void writeParameterName(int index, char* text);
 // The value as the player reads it: knobs on a scale of 0 to 10, the selector as a channel name.
 // value: 0..1, others are formatted as they come. text: 9 characters.
 void writeParameterDisplay(int index, float value, char* text);
+
+// Names for hosts, which list all parameters together and set them in upper and lower case.
+inline constexpr std::size_t kTitleSize = 24;  // with the terminator
+using Title = std::array<char, kTitleSize>;
+
+Title channelTitle(int channel);  // "Clean", "Vintage" or "Modern" for 0..2
+Title controlTitle(int index);    // "Presence" ... for a knob, "Channel" for the selector
+// "Clean Presence" ... "Modern Gain", "Channel"; at most 16 characters. Empty for other parameters.
+Title parameterTitle(int index);
 
 }  // namespace quellard

@@ -8,7 +8,7 @@ namespace {
 
 bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
   if (stream == nullptr) return false;
-  return writeState(ClapPlugin::of(plugin).amp.values(),
+  return writeState({.values = ClapPlugin::of(plugin).amp.values()},
                     [&](const std::uint8_t* from, std::size_t size) {
                       return stream->write(stream, from, size);
                     });
@@ -16,11 +16,11 @@ bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
 
 bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (stream == nullptr) return false;
-  const std::optional<StateValues> values =
+  const std::optional<State> state =
       readState([&](std::uint8_t* to, std::size_t room) { return stream->read(stream, to, room); });
-  if (!values.has_value()) return false;
+  if (!state.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
-  self.amp.setValues(*values);
+  self.amp.setValues(state->values);
   self.reportMovedValues();
   return true;
 }

@@ -8,7 +8,12 @@ namespace quellard {
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kMagic = {'Q', 'L', 'R', 'D'};
-constexpr std::uint16_t kVersion = 1;
+constexpr std::uint16_t kParametersAlone = 1;   // version 1: always nineteen values
+constexpr std::uint16_t kValuesBehindThem = 2;  // version 2: and the bypass, if there are more
+
+constexpr std::size_t kHeadSize = stateSize(0) - sizeof(std::uint32_t);
+constexpr std::size_t kSumSize = sizeof(std::uint32_t);
+constexpr std::size_t kBypassPlace = kNumStoredValues;  // behind the parameters
 
 // Numbers are little-endian whatever the machine.
 template <typename Number>
@@ -28,34 +33,54 @@ Number take(const std::uint8_t*& from) {
   return number;
 }
 
+// How many values follow the head; nothing where it is none, or fits neither version nor length.
+std::optional<std::size_t> countOfValues(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() < stateSize(0)) return std::nullopt;
+  const std::uint8_t* from = bytes.data();
+  if (!std::equal(kMagic.begin(), kMagic.end(), from)) return std::nullopt;
+  from += kMagic.size();
+  const auto version = take<std::uint16_t>(from);
+  const std::size_t count = take<std::uint16_t>(from);
+  const std::size_t most = version == kParametersAlone ? kNumStoredValues : kMostStateValues;
+  if (version != kParametersAlone && version != kValuesBehindThem) return std::nullopt;
+  if (count < kNumStoredValues || count > most || bytes.size() != stateSize(count)) {
+    return std::nullopt;
+  }
+  return count;
+}
+
 // False for NaN, too.
 bool isSetting(float value) { return value >= 0.0F && value <= 1.0F; }
 
 }  // namespace
 
-StateBytes encodeState(const StateValues& values) {
-  StateBytes bytes{};
-  std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), bytes.data());
-  to = put(to, kVersion);
-  to = put(to, std::uint16_t{kNumStoredValues});
-  for (const float value : values) to = put(to, std::bit_cast<std::uint32_t>(value));
-  put(to, crc32({bytes.data(), to}));
-  return bytes;
+// A project that needs nothing of a later version still opens in releases that know only the first.
+StateBytes encodeState(const State& state) {
+  const bool further = state.bypass;
+  const auto count = static_cast<std::uint16_t>(kNumStoredValues + (further ? 1 : 0));
+  StateBytes block{.size = stateSize(count)};
+  std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), block.room.data());
+  to = put(to, further ? kValuesBehindThem : kParametersAlone);
+  to = put(to, count);
+  for (const float value : state.values) to = put(to, std::bit_cast<std::uint32_t>(value));
+  if (further) to = put(to, std::bit_cast<std::uint32_t>(1.0F));
+  put(to, crc32({block.room.data(), to}));
+  return block;
 }
 
-std::optional<StateValues> decodeState(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() != kStateSize) return std::nullopt;
-  const std::uint8_t* from = bytes.data();
-  if (!std::equal(kMagic.begin(), kMagic.end(), from)) return std::nullopt;
-  from += kMagic.size();
-  if (take<std::uint16_t>(from) != kVersion) return std::nullopt;
-  if (take<std::uint16_t>(from) != kNumStoredValues) return std::nullopt;
-
-  StateValues values{};
-  for (float& value : values) value = std::bit_cast<float>(take<std::uint32_t>(from));
-  if (take<std::uint32_t>(from) != crc32(bytes.first(kStateSize - 4))) return std::nullopt;
+std::optional<State> decodeState(std::span<const std::uint8_t> bytes) {
+  const std::optional<std::size_t> count = countOfValues(bytes);
+  if (!count.has_value()) return std::nullopt;
+  const std::uint8_t* from = bytes.data() + kHeadSize;
+  std::array<float, kMostStateValues> values{};
+  for (std::size_t i = 0; i < *count; ++i) {
+    values[i] = std::bit_cast<float>(take<std::uint32_t>(from));
+  }
+  if (take<std::uint32_t>(from) != crc32(bytes.first(bytes.size() - kSumSize))) return std::nullopt;
   if (!std::all_of(values.begin(), values.end(), isSetting)) return std::nullopt;
-  return values;
+  State state{.bypass = values[kBypassPlace] >= 0.5F};
+  std::copy_n(values.begin(), kNumStoredValues, state.values.begin());
+  return state;
 }
 
 std::uint32_t crc32(std::span<const std::uint8_t> bytes) {

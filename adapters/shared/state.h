@@ -13,26 +13,43 @@
 
 namespace quellard {
 
-inline constexpr std::size_t kStateSize = 8 + 4 * std::size_t{kNumStoredValues} + 4;
-using StateBytes = std::array<std::uint8_t, kStateSize>;
+// Bytes of a block with this many values.
+constexpr std::size_t stateSize(std::size_t values) { return 8 + 4 * values + 4; }
+
+inline constexpr std::size_t kMostStateValues = 64;  // that a block may hold
+inline constexpr std::size_t kMostStateBytes = stateSize(kMostStateValues);
 using StateValues = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i, 0..1
 
-// Any thread; neither allocates.
-StateBytes encodeState(const StateValues& values);
+struct State {
+  StateValues values{};
+  bool bypass = false;
+
+  friend bool operator==(const State&, const State&) = default;
+};
+
+struct StateBytes {
+  std::array<std::uint8_t, kMostStateBytes> room{};
+  std::size_t size = 0;
+
+  std::span<const std::uint8_t> bytes() const { return std::span(room).first(size); }
+};
+
+// The block of the lowest version that holds the state. Any thread; neither allocates.
+StateBytes encodeState(const State& state);
 
 // Nothing for bytes that are no state of this amplifier, or a damaged one, or one of a later
 // version: the caller then keeps what it has.
-std::optional<StateValues> decodeState(std::span<const std::uint8_t> bytes);
+std::optional<State> decodeState(std::span<const std::uint8_t> bytes);
 
 // The same through a host's stream, which may take and give any number of bytes at a time.
 // write(from, size): how many it took. read(to, room): how many it gave, 0 at its end. Negative: an
 // error. False and nothing where the stream fails or ends early, or brings more than a state.
 template <typename Write>
-bool writeState(const StateValues& values, const Write& write) {
-  StateBytes bytes = encodeState(values);
+bool writeState(const State& state, const Write& write) {
+  StateBytes block = encodeState(state);
   std::size_t done = 0;
-  while (done < bytes.size()) {
-    const std::int64_t written = write(&bytes[done], bytes.size() - done);
+  while (done < block.size) {
+    const std::int64_t written = write(&block.room[done], block.size - done);
     if (written <= 0) return false;
     done += static_cast<std::size_t>(written);
   }
@@ -40,8 +57,8 @@ bool writeState(const StateValues& values, const Write& write) {
 }
 
 template <typename Read>
-std::optional<StateValues> readState(const Read& read) {
-  std::array<std::uint8_t, kStateSize + 1> bytes{};
+std::optional<State> readState(const Read& read) {
+  std::array<std::uint8_t, kMostStateBytes + 1> bytes{};
   std::size_t done = 0;
   while (done < bytes.size()) {
     const std::int64_t got = read(&bytes[done], bytes.size() - done);

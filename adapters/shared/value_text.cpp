@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "adapters/shared/bypass.h"
 #include "params/factory_bank.h"
 #include "params/parameter_text.h"
 
@@ -13,6 +14,8 @@ namespace quellard {
 namespace {
 
 constexpr double kKnobScale = 10.0;
+constexpr char kOff[] = "Off";
+constexpr char kOn[] = "On";
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kSpace = " \t\r\n";
@@ -57,10 +60,20 @@ std::optional<float> selectorFromText(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<float> bypassFromText(std::string_view text) {
+  if (sameName(text, kOn)) return 1.0F;
+  if (sameName(text, kOff)) return 0.0F;
+  return std::nullopt;
+}
+
 }  // namespace
 
 ValueText valueText(int index, float value) {
   ValueText text{};
+  if (index == kBypassParameter) {
+    copyText(text.data(), value >= 0.5F ? kOn : kOff, kValueTextSize - 1);
+    return text;
+  }
   writeParameterDisplay(index, value, text.data());
   if (text.front() == ' ') {
     std::move(text.begin() + 1, text.end(), text.begin());
@@ -94,9 +107,10 @@ float controlFromValue(int index, float value) {
 }
 
 std::optional<float> valueFromText(int index, std::string_view text) {
+  const std::string_view word = trimmed(text);
+  if (index == kBypassParameter) return bypassFromText(word);
   const ParameterInfo* parameter = findParameter(index);
   if (parameter == nullptr) return std::nullopt;
-  const std::string_view word = trimmed(text);
   switch (parameter->kind) {
     case ParameterKind::knob: return knobFromText(word);
     case ParameterKind::selector: return selectorFromText(word);

@@ -47,13 +47,13 @@ float valueOf(PluginVst3& plugin, v3_param_id id, double normalised) {
 v3_result V3_API getState(void* self, v3_bstream** stream) {
   PluginVst3* plugin = wrapped<dpf_component>(self);
   if (plugin == nullptr) return V3_NOT_INITIALIZED;
-  StateValues values{};
+  State state{};
   for (int index = 1; index <= kNumStoredValues; ++index) {
     const v3_param_id id = idOf(index);
-    values[static_cast<std::size_t>(index - 1)] =
+    state.values[static_cast<std::size_t>(index - 1)] =
         valueOf(*plugin, id, plugin->getParameterNormalized(id));
   }
-  const bool written = writeState(values, [&](std::uint8_t* from, std::size_t size) {
+  const bool written = writeState(state, [&](std::uint8_t* from, std::size_t size) {
     std::int32_t done = 0;
     const v3_result result =
         v3_cpp_obj(stream)->write(stream, from, static_cast<std::int32_t>(size), &done);
@@ -102,14 +102,14 @@ const WrapperState::Table WrapperState::table = {{}, {read, nullptr, nullptr, nu
 v3_result V3_API setState(void* self, v3_bstream** stream) try {
   PluginVst3* plugin = wrapped<dpf_component>(self);
   if (plugin == nullptr) return V3_NOT_INITIALIZED;
-  const auto values = readState([&](std::uint8_t* to, std::size_t room) -> std::int64_t {
+  const auto stored = readState([&](std::uint8_t* to, std::size_t room) -> std::int64_t {
     std::int32_t got = 0;
     const v3_result result =
         v3_cpp_obj(stream)->read(stream, to, static_cast<std::int32_t>(room), &got);
     return result == V3_OK ? got : 0;  // hosts answer the end in either way
   });
-  if (!values.has_value()) return V3_FALSE;
-  WrapperState state(*values);
+  if (!stored.has_value()) return V3_FALSE;
+  WrapperState state(stored->values);
   const ScopedSafeLocale plainNumbers;
   return plugin->setState(static_cast<v3_bstream**>(static_cast<void*>(&state)));
 } catch (...) {

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: ISC
 // What the formats share: the state's bytes, value texts, the amplifier for both sides.
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 
+#include "adapters/shared/bypass.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
 #include "rig/hosted_amp.h"
@@ -11,22 +14,62 @@
 namespace quellard::test {
 namespace {
 
-// Refused for what is in them, since their checksum is right.
+Bytes storedState(const char* name) {
+  std::ifstream file(std::string(QUELLARD_TEST_DATA) + "/" + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A block of so many values, of which the first is 1 and the others 0.25.
+Bytes blockOf(std::uint8_t version, std::uint8_t count) {
+  Bytes block = {'Q', 'L', 'R', 'D', version, 0, count, 0, 0, 0, 0x80, 0x3F};
+  while (block.size() < 8U + 4U * count) block.insert(block.end(), {0, 0, 0x80, 0x3E});
+  block.resize(8U + 4U * count);
+  return block;
+}
+
+std::optional<State> decodedWithSum(Bytes block) {
+  const std::uint32_t sum = crc32(block);
+  for (int shift = 0; shift < 32; shift += 8)
+    block.push_back(static_cast<std::uint8_t>(sum >> shift));
+  return decodeState(block);
+}
+
+// Each version's example loads, and is what is saved for the settings in it.
+TEST(State, EveryVersionIsReadAndTheLowestWritten) {
+  for (const char* name : {"state-v1.bin", "state-v2.bin"}) {
+    const Bytes stored = storedState(name);
+    const std::optional<State> state = decodeState(stored);
+    ASSERT_TRUE(state.has_value()) << name;
+    for (std::size_t i = 0; i < 18; ++i)
+      EXPECT_EQ(state->values[i], static_cast<float>(i + 1) / 20.0F);
+    EXPECT_EQ(state->values[18], 0.5F);
+    EXPECT_EQ(state->bypass, stored[4] == 2);
+    const StateBytes again = encodeState(*state);
+    EXPECT_EQ(Bytes(again.bytes().begin(), again.bytes().end()), stored);
+  }
+}
+
+// Refused for what is in them, since their checksum is right; or read as far as it is known.
 TEST(State, ForeignOnesAreRefused) {
-  const auto loads = [](std::size_t at, std::initializer_list<int> changed) {
-    StateBytes bytes = encodeState({});
-    for (const int byte : changed) bytes[at++] = static_cast<std::uint8_t>(byte);
-    const std::uint32_t sum = crc32({bytes.data(), bytes.size() - 4});
-    for (std::size_t i = 0; i < 4; ++i)
-      bytes[bytes.size() - 4 + i] = static_cast<std::uint8_t>(sum >> (8 * i));
-    return decodeState(bytes).has_value();
+  EXPECT_EQ(decodedWithSum(blockOf(1, 19)), decodedWithSum(blockOf(2, 19))) << "none behind them";
+  EXPECT_EQ(decodedWithSum(blockOf(2, 20)), decodedWithSum(blockOf(2, 64))) << "later ones";
+  EXPECT_EQ(decodedWithSum(blockOf(2, 20))->values[0], 1.0F);
+  for (const auto& [version, count] :
+       {std::pair{0, 19}, {3, 19}, {1, 18}, {1, 20}, {2, 18}, {2, 65}})
+    EXPECT_EQ(decodedWithSum(
+                  blockOf(static_cast<std::uint8_t>(version), static_cast<std::uint8_t>(count))),
+              std::nullopt)
+        << "version " << version << " with " << count;
+  const auto loads = [](std::size_t at, std::initializer_list<std::uint8_t> changed) {
+    Bytes block = blockOf(2, 22);
+    std::copy(changed.begin(), changed.end(), &block[at]);
+    return decodedWithSum(block).has_value();
   };
   EXPECT_TRUE(loads(0, {}));
   EXPECT_FALSE(loads(0, {'X'})) << "another program's";
-  EXPECT_FALSE(loads(4, {2})) << "a later version";
-  EXPECT_FALSE(loads(6, {18})) << "another number of values";
+  EXPECT_FALSE(loads(7, {1})) << "a length beyond the block's";
   EXPECT_FALSE(loads(11, {0x7F})) << "a value beyond 1";
-  EXPECT_FALSE(loads(8, {0, 0, 0xC0, 0x7F})) << "not a number";
+  EXPECT_FALSE(loads(8 + 4 * 21, {0, 0, 0xC0, 0x7F})) << "not a number";
 }
 
 TEST(ValueText, ReadsWhatPeopleType) {
@@ -36,6 +79,9 @@ TEST(ValueText, ReadsWhatPeopleType) {
   for (const int index : {0, 19, 20}) EXPECT_EQ(valueFromText(index, "5.00"), std::nullopt);
   for (const char* text : {"", " ", "loud", "7,5", "7.5x", "nan", "inf", "0x5", "1e1", "--5"})
     EXPECT_EQ(valueFromText(6, text), std::nullopt) << text;
+  for (const auto& [text, value] : {std::pair{"on", 1.0F}, {" OFF ", 0.0F}})
+    EXPECT_EQ(valueFromText(kBypassParameter, text), value) << text;
+  EXPECT_EQ(valueText(kBypassParameter, 1.0F), (ValueText{"On"}));
 }
 
 // Of the settings with two decimals 279 come out a bit away when a float is divided by 10. What a

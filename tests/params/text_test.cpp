@@ -82,5 +82,22 @@ TEST(ParameterTable, SymbolsAreUniqueAndIndicesStandInOrder) {
   EXPECT_EQ(findParameter(kNumParameters), nullptr);
 }
 
+// Automation lists of hosts show nothing but these.
+TEST(ParameterText, TitlesNameTheChannelAndAreUnique) {
+  for (const auto& [index, title] : {std::pair{1, "Clean Presence"},
+                                     {12, "Vintage Gain"},
+                                     {17, "Modern Master"},
+                                     {19, "Channel"},
+                                     {0, ""},
+                                     {-1, ""},
+                                     {20, ""}})
+    EXPECT_STREQ(parameterTitle(index).data(), title) << index;
+  EXPECT_STREQ(controlTitle(7).data(), "Presence");
+  EXPECT_STREQ(channelTitle(3).data(), "");
+  std::set<std::string> titles;
+  for (int index = 1; index <= 19; ++index) titles.insert(parameterTitle(index).data());
+  EXPECT_EQ(titles.size(), 19U);
+}
+
 }  // namespace
 }  // namespace quellard::test
