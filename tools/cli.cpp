@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
-#include <map>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "tools/interrupt.h"
 #include "tools/listing.h"
 #include "tools/plot.h"
+#include "tools/settings_options.h"
 
 namespace quellard {
 namespace {
@@ -27,18 +27,9 @@ constexpr int kLongestBlock = 1 << 20;
 constexpr int kMostThreads = 256;
 constexpr double kLongestTail = 24 * 3600;
 
-// The knobs as the command line gives them, before anybody knows which channel plays.
-struct KnobOptions {
-  std::string program = "1";
-  std::string preset;
-  std::string channel;
-  std::map<std::string, std::string> knobs;  // "gain" to "7.5"
-  std::vector<std::string> assignments;      // "vintage.gain=7.5"
-};
-
 struct Options {
   std::string plugin;
-  KnobOptions knobs;
+  SettingsOptions knobs;
   std::vector<std::string> inputs;
   std::string output;
   std::string automation;
@@ -56,92 +47,17 @@ struct Options {
   std::string note = "110";
 };
 
-double numberWithin(const char* what, const std::string& text, double lowest, double highest) {
-  const std::optional<double> value = parseNumber(text);
-  if (!value) throw UsageError(fmt::format("{}: '{}' is not a number", what, text));
-  if (*value < lowest || *value > highest) {
-    throw UsageError(fmt::format("{}: {} is outside {} to {}", what, text, lowest, highest));
-  }
-  return *value;
-}
-
-int integerWithin(const char* what, const std::string& text, int lowest, int highest) {
-  const double value = numberWithin(what, text, lowest, highest);
-  if (value != std::floor(value)) {
-    throw UsageError(fmt::format("{}: {} is not a whole number", what, text));
-  }
-  return static_cast<int>(value);
-}
-
-// The assignments to the channel selector, or those to everything else.
-void assign(const KnobOptions& options, bool selector, int channel, StartingPoint& start) {
-  for (const std::string& assignment : options.assignments) {
-    const auto [name, value] = splitAssignment(assignment);
-    if (namesSelector(name) != selector) continue;
-    start.settings.push_back(parseSetting(name, value, channel));
-  }
-}
-
-// Begins at the program or the preset and turns the selector, however it is named. Returns the
-// channel that plays then: the one whose knobs the bare names mean.
-int chooseChannel(const KnobOptions& options, const PluginModule& module, StartingPoint& start) {
+// The channel that plays from the starting point on.
+int channelOf(const StartingPoint& start, const PluginModule& module) {
   PluginInstance instance(module);
-  start.program = integerWithin("--program", options.program, 1, instance.record().numPrograms) - 1;
-  if (!options.preset.empty()) start.settings = presetSettings(options.preset);
-  if (!options.channel.empty()) {
-    start.settings.push_back({kTypeParameter, selectorValue(parseChannel(options.channel))});
-  }
-  assign(options, true, 0, start);
-  applyStart(instance, start);
-  return channelFromSelect(instance.parameter(kTypeParameter));
+  instance.setProgram(start.program);
+  return channelAt(start, instance.parameter(kTypeParameter));
 }
 
-void turnKnobs(const KnobOptions& options, int channel, StartingPoint& start) {
-  for (const auto& [name, value] : options.knobs) {
-    start.settings.push_back(parseSetting(name, value, channel));
-  }
-  assign(options, false, channel, start);
-}
-
-StartingPoint resolveKnobs(const KnobOptions& options, const PluginModule& module) {
-  StartingPoint start;
-  turnKnobs(options, chooseChannel(options, module, start), start);
+StartingPoint resolveKnobs(const SettingsOptions& options, const PluginModule& module) {
+  StartingPoint start = startFrom(options);
+  turnKnobs(options, channelOf(start, module), start);
   return start;
-}
-
-// An option with a value that is read later, so that every complaint about one sounds alike.
-CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
-                      const std::string& help) {
-  return command.add_option(names, value, help)->type_name(type);
-}
-
-void addKnobOptions(CLI::App& command, KnobOptions& knobs) {
-  constexpr const char* kGroup = "Knobs";
-  addValue(command, "--program", knobs.program, "N", "Program to start from, 1 to 16 (1)")
-      ->group(kGroup);
-  addValue(command, "--preset", knobs.preset, "NAME",
-           "Preset to start from, see 'quellard presets'")
-      ->group(kGroup);
-  addValue(command, "--channel", knobs.channel, "CHANNEL",
-           "clean, vintage or modern (the program's or the preset's)")
-      ->group(kGroup);
-  for (const ParameterInfo& info : kParameters) {
-    if (info.kind != ParameterKind::knob || info.channel != 0) continue;
-    const std::string name = lowered(info.name);
-    const auto keep = [&knobs, name](const std::string& value) { knobs.knobs[name] = value; };
-    command
-        .add_option_function<std::string>("--" + name, keep, "0 to 10, on the channel that plays")
-        ->type_name("VALUE")
-        ->group(kGroup);
-  }
-  command
-      .add_option("--set", knobs.assignments,
-                  "Any parameter: vintage.gain=7.5 or channel=clean, or INDEX=VALUE with the "
-                  "value from 0 to 1")
-      ->type_name("PARAM=VALUE")
-      ->group(kGroup)
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void addRenderOptions(CLI::App& command, Options& options) {
@@ -167,7 +83,7 @@ void addRenderOptions(CLI::App& command, Options& options) {
   command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
   command.footer("File types, by the ending of OUT: " + fileTypeNames() +
                  ".\n.sd2 is only read, .raw (without a header) only written.");
-  addKnobOptions(command, options.knobs);
+  addSettingsOptions(command, options.knobs);
 }
 
 void addPlotOptions(CLI::App& command, Options& options) {
@@ -176,7 +92,7 @@ void addPlotOptions(CLI::App& command, Options& options) {
   addValue(command, "--page", options.page, "PAGE", "tone, transfer, spectrum or all (all)");
   addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
   addValue(command, "--note", options.note, "HZ", "Note of the spectrum (110)");
-  addKnobOptions(command, options.knobs);
+  addSettingsOptions(command, options.knobs);
 }
 
 std::string summary(const Job& job, const RenderResult& result) {
@@ -228,7 +144,8 @@ int render(const Options& options) {
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
 
   const PluginModule module(PluginModule::find(options.plugin));
-  int channel = chooseChannel(options.knobs, module, settings.start);
+  settings.start = startFrom(options.knobs);
+  int channel = channelOf(settings.start, module);
   if (!options.automation.empty()) {
     settings.moves = readAutomation(options.automation, channel);
     channel = channelAtStart(settings.moves, channel);
@@ -280,7 +197,7 @@ void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard " QUELLARD_VERSION);
   addRenderOptions(addCommand(app, options, "render", "Play audio files through the amplifier"),
                    options);
-  addKnobOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
+  addSettingsOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
   app.add_subcommand("presets", "List the factory presets");
   addCommand(app, options, "info", "Tell what the plug-in says about itself");

@@ -62,12 +62,7 @@ const ParameterInfo& findByName(std::string_view name, int channel) {
 }
 
 float scaledValue(const std::string& what, std::string_view text, double highest) {
-  const std::optional<double> value = parseNumber(text);
-  if (!value) throw UsageError(fmt::format("{}: '{}' is not a number", what, text));
-  if (*value < 0.0 || *value > highest) {
-    throw UsageError(fmt::format("{}: {} is outside 0 to {}", what, text, highest));
-  }
-  return static_cast<float>(*value / highest);
+  return static_cast<float>(numberWithin(what.c_str(), text, 0.0, highest) / highest);
 }
 
 Setting parseIndexed(double index, std::string_view value) {
@@ -100,6 +95,23 @@ std::optional<double> parseNumber(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return {};
   return value;
+}
+
+double numberWithin(const char* what, std::string_view text, double lowest, double highest) {
+  const std::optional<double> value = parseNumber(text);
+  if (!value) throw UsageError(fmt::format("{}: '{}' is not a number", what, text));
+  if (*value < lowest || *value > highest) {
+    throw UsageError(fmt::format("{}: {} is outside {} to {}", what, text, lowest, highest));
+  }
+  return *value;
+}
+
+int integerWithin(const char* what, std::string_view text, int lowest, int highest) {
+  const double value = numberWithin(what, text, lowest, highest);
+  if (value != std::floor(value)) {
+    throw UsageError(fmt::format("{}: {} is not a whole number", what, text));
+  }
+  return static_cast<int>(value);
 }
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& known) {

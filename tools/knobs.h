@@ -24,6 +24,10 @@ struct Setting {
 // The whole text as a finite number; nothing otherwise.
 std::optional<double> parseNumber(std::string_view text);
 
+// The same within a range, and as a whole number. what: what the number is for, for the message.
+double numberWithin(const char* what, std::string_view text, double lowest, double highest);
+int integerWithin(const char* what, std::string_view text, int lowest, int highest);
+
 // "clean", "vintage" or "modern" to 0..2.
 int parseChannel(std::string_view text);
 

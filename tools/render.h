@@ -9,17 +9,11 @@
 #include <vector>
 
 #include "tools/automation.h"
-#include "tools/knobs.h"
 #include "tools/plugin_host.h"
 #include "tools/progress.h"
+#include "tools/settings_options.h"
 
 namespace quellard {
-
-// Where the knobs stand before the first sample.
-struct StartingPoint {
-  int program = 0;                // 0..15
-  std::vector<Setting> settings;  // applied after the program, in order
-};
 
 struct RenderSettings {
   StartingPoint start;

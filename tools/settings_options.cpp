@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: ISC
+#include "tools/settings_options.h"
+
+#include "params/program.h"
+
+namespace quellard {
+namespace {
+
+constexpr const char* kGroup = "Knobs";
+
+// The assignments to the channel selector, or those to everything else.
+void assign(const SettingsOptions& options, bool selector, int channel, StartingPoint& start) {
+  for (const std::string& assignment : options.assignments) {
+    const auto [name, value] = splitAssignment(assignment);
+    if (namesSelector(name) != selector) continue;
+    start.settings.push_back(parseSetting(name, value, channel));
+  }
+}
+
+void addKnobs(CLI::App& command, SettingsOptions& options) {
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind != ParameterKind::knob || info.channel != 0) continue;
+    const std::string name = lowered(info.name);
+    const auto keep = [&options, name](const std::string& value) { options.knobs[name] = value; };
+    command
+        .add_option_function<std::string>("--" + name, keep, "0 to 10, on the channel that plays")
+        ->type_name("VALUE")
+        ->group(kGroup);
+  }
+}
+
+}  // namespace
+
+CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
+                      const std::string& help) {
+  return command.add_option(names, value, help)->type_name(type);
+}
+
+void addSettingsOptions(CLI::App& command, SettingsOptions& options) {
+  addValue(command, "--program", options.program, "N", "Program to start from, 1 to 16 (1)")
+      ->group(kGroup);
+  addValue(command, "--preset", options.preset, "NAME",
+           "Preset to start from, see 'quellard presets'")
+      ->group(kGroup);
+  addValue(command, "--channel", options.channel, "CHANNEL",
+           "clean, vintage or modern (the program's or the preset's)")
+      ->group(kGroup);
+  addKnobs(command, options);
+  command
+      .add_option("--set", options.assignments,
+                  "Any parameter: vintage.gain=7.5 or channel=clean, or INDEX=VALUE with the "
+                  "value from 0 to 1")
+      ->type_name("PARAM=VALUE")
+      ->group(kGroup)
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+StartingPoint startFrom(const SettingsOptions& options) {
+  StartingPoint start;
+  start.program = integerWithin("--program", options.program, 1, kNumPrograms) - 1;
+  if (!options.preset.empty()) start.settings = presetSettings(options.preset);
+  if (!options.channel.empty()) {
+    start.settings.push_back({kTypeParameter, selectorValue(parseChannel(options.channel))});
+  }
+  assign(options, true, 0, start);
+  return start;
+}
+
+int channelAt(const StartingPoint& start, float programSelector) {
+  float selector = programSelector;
+  for (const Setting& setting : start.settings) {
+    if (setting.parameter == kTypeParameter) selector = setting.value;
+  }
+  return channelFromSelect(selector);
+}
+
+void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start) {
+  for (const auto& [name, value] : options.knobs) {
+    start.settings.push_back(parseSetting(name, value, channel));
+  }
+  assign(options, false, channel, start);
+}
+
+}  // namespace quellard
