@@ -231,7 +231,7 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
         "flags 2 (integer range), 0 to 2, step 1", "second output      1, the first with 1"}) {
     EXPECT_TRUE(contains(info, part)) << part << info;
   }
-  const std::string row = "Warm Jazz                CLEAN        2.00     6.00     6.00     3.00";
+  const std::string row = "Warm Jazz                CLEAN        1.00     6.00     6.50     1.50";
   EXPECT_TRUE(contains(run("presets").out, row));
 
   // What it renders is what these knobs say, whichever way they are written.
@@ -245,7 +245,7 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
     EXPECT_EQ(rendered(std::string("--gain 7.5 ") + choice), hot) << choice;
   }
   const std::string jazz = rendered("--preset 'warm jazz'");
-  const std::string knobs = "--presence 2 --bass 6 --mid 6 --treble 3 --master 4.39 --gain 3.5";
+  const std::string knobs = "--presence 1 --bass 6 --mid 6.5 --treble 1.5 --master 4.1 --gain 3.5";
   EXPECT_EQ(rendered("--channel clean " + knobs), jazz);
   EXPECT_NE(rendered("--preset 'Warm Jazz' --gain 9"), jazz) << "knobs turn on from the preset";
 }
