@@ -12,6 +12,7 @@
 #include "tools/audio_format.h"
 #include "tools/batch.h"
 #include "tools/errors.h"
+#include "tools/gain_table.h"
 #include "tools/interrupt.h"
 #include "tools/listing.h"
 #include "tools/plot.h"
@@ -45,6 +46,7 @@ struct Options {
   std::string page = "all";
   std::string rate = "48000";
   std::string note = "110";
+  std::string sine = "220";
 };
 
 // The channel that plays from the starting point on.
@@ -92,6 +94,12 @@ void addPlotOptions(CLI::App& command, Options& options) {
   addValue(command, "--page", options.page, "PAGE", "tone, transfer, spectrum or all (all)");
   addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
   addValue(command, "--note", options.note, "HZ", "Note of the spectrum (110)");
+  addSettingsOptions(command, options.knobs);
+}
+
+void addMeasureOptions(CLI::App& command, Options& options) {
+  addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
+  addValue(command, "--note", options.sine, "HZ", "Frequency of the sine (220)");
   addSettingsOptions(command, options.knobs);
 }
 
@@ -170,6 +178,14 @@ int plot(const Options& options) {
   return kDone;
 }
 
+int measure(const Options& options) {
+  const int rate = integerWithin("--rate", options.rate, 8000, 384000);
+  const double note_hz = numberWithin("--note", options.sine, 20.0, 2000.0);
+  const PluginModule module(PluginModule::find(options.plugin));
+  fmt::print("{}", listGains(module, resolveKnobs(options.knobs, module), rate, note_hz));
+  return kDone;
+}
+
 int list(const CLI::App& command, const Options& options) {
   if (command.get_name() == "presets") {
     fmt::print("{}", listPresets());
@@ -202,6 +218,8 @@ void buildApp(CLI::App& app, Options& options) {
   app.add_subcommand("presets", "List the factory presets");
   addCommand(app, options, "info", "Tell what the plug-in says about itself");
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
+  addMeasureOptions(addCommand(app, options, "measure", "Measure distortion and level over GAIN"),
+                    options);
 }
 
 // A wrong command line in one line, with what a mistyped option or command may have meant.
@@ -227,6 +245,7 @@ int dispatch(const CLI::App& app, const Options& options) {
   const CLI::App& command = *app.get_subcommands().front();
   if (command.get_name() == "render") return render(options);
   if (command.get_name() == "plot") return plot(options);
+  if (command.get_name() == "measure") return measure(options);
   return list(command, options);
 }
 

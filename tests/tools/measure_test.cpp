@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <sstream>
+#include <string>
 
 #include "tests/tools/scratch.h"
+#include "tools/gain_table.h"
 
 namespace quellard {
 namespace {
@@ -59,6 +62,36 @@ TEST(Measure, DistortionShowsAsHarmonicsAndNotBetweenThem) {
   EXPECT_LT(at(modern, 2.5 * 187.5), at(modern, 3 * 187.5) - 50.0);
   const Curve clean = measureSpectrum(plugin(), knobs(0), kRate, 187.5, 0.001);
   EXPECT_LT(at(clean, 3 * 187.5), at(clean, 187.5) - 60.0);
+}
+
+// The places of GAIN and the one set, on that channel; silence at 0; a clean channel at low levels
+// is linear and a driven one is not. A frequency that falls between the spectrum's bins.
+TEST(Measure, GainTableHasTheGainThatIsSet) {
+  std::istringstream table(listGains(plugin(), knobs(1, {{12, 0.15F}}), kRate, 221.3));
+  std::string line;
+  std::getline(table, line);
+  EXPECT_EQ(line.size(), 78u) << "fits a terminal";
+  int rows = 0;
+  while (std::getline(table, line)) {
+    ++rows;
+    std::istringstream row(line);
+    std::string channel;
+    double gain = 0.0, first_db = 0.0, first_thd = 0.0, second_db = 0.0, second_thd = 0.0;
+    row >> channel >> gain;
+    EXPECT_EQ(line.find("silent") != std::string::npos, gain == 0.0) << line;
+    if (gain == 0.0) continue;
+    ASSERT_TRUE(row >> first_db >> first_thd >> second_db >> second_thd) << line;
+    EXPECT_TRUE(gain != 1.5 || channel == "VINTAGE") << line;
+    const double rise = second_db - first_db;
+    if (channel == "CLEAN" && gain <= 5.0) {
+      EXPECT_NEAR(rise, 24.0, 0.11) << line;
+    } else if (gain == 1.5) {
+      EXPECT_LT(first_thd, 0.1 * second_thd) << line;
+    } else if (channel != "CLEAN" && gain >= 5.0) {
+      EXPECT_LT(rise, 1.0) << line;
+    }
+  }
+  EXPECT_EQ(rows, 16);
 }
 
 }  // namespace

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: ISC
+#include "tools/gain_table.h"
+
+#include <array>
+#include <cmath>
+#include <fmt/format.h>
+#include <set>
+
+#include "tools/measure.h"
+#include "tools/render.h"
+
+namespace quellard {
+namespace {
+
+constexpr std::array<int, 4> kLevels_dbfs = {-54, -30, -18, -6};
+constexpr std::array<double, 5> kPlaces = {0.0, 2.5, 5.0, 7.5, 10.0};  // of GAIN
+constexpr int kGainKnob = 6;
+constexpr double kSilence_dbfs = -150.0;
+
+struct Heard {
+  double dbfs;
+  double thd;  // %
+};
+
+// A harmonic is as wide as the spectrum's window makes it, less than 8 Hz to each side, and holds
+// this much of what its top would alone.
+constexpr double kWidth_hz = 8.0;
+constexpr double kWindowEnergy = 2.0044;
+
+Heard summarize(const Curve& spectrum, double note_hz) {
+  double fundamental = 0.0, overtones = 0.0;
+  for (const Point& point : spectrum) {
+    const double number = std::round(point.x / note_hz);
+    if (number < 1.0 || std::abs(point.x - number * note_hz) > kWidth_hz) continue;
+    (number == 1.0 ? fundamental : overtones) += std::pow(10.0, point.y / 10.0);
+  }
+  return {10.0 * std::log10((fundamental + overtones) / kWindowEnergy),
+          100.0 * std::sqrt(overtones / fundamental)};
+}
+
+std::string cells(const Heard& heard) {
+  if (heard.dbfs < kSilence_dbfs) return fmt::format("  {:>7} {:>6}", "silent", "-");
+  return fmt::format("  {:>7.1f} {:>6.2f}", heard.dbfs, heard.thd);
+}
+
+// Where GAIN stands in the rows of a channel.
+std::set<double> placesOf(double asSet) {
+  std::set<double> places(kPlaces.begin(), kPlaces.end());
+  places.insert(std::round(100.0 * asSet) / 100.0);
+  return places;
+}
+
+std::string heading() {
+  std::string text = fmt::format("{:<8} {:>5}", "channel", "GAIN");
+  for (const int level : kLevels_dbfs) {
+    text += fmt::format("  {:>7} {:>6}", fmt::format("at {}", level), "THD %");
+  }
+  return text + '\n';
+}
+
+}  // namespace
+
+std::string listGains(const PluginModule& module, const StartingPoint& start, int rate,
+                      double note_hz) {
+  PluginInstance asSet(module);
+  applyStart(asSet, start);
+  std::string text = heading();
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    const int knob = channel * kKnobsPerChannel + kGainKnob;
+    for (const double gain : placesOf(10.0 * static_cast<double>(asSet.parameter(knob)))) {
+      StartingPoint there = start;
+      there.settings.push_back({kTypeParameter, selectorValue(channel)});
+      there.settings.push_back({knob, static_cast<float>(gain / 10.0)});
+      text += fmt::format("{:<8} {:>5.2f}", kChannelNames[static_cast<std::size_t>(channel)], gain);
+      for (const int level : kLevels_dbfs) {
+        const double peak = std::pow(10.0, level / 20.0);
+        text += cells(summarize(measureSpectrum(module, there, rate, note_hz, peak), note_hz));
+      }
+      text += '\n';
+    }
+  }
+  return text;
+}
+
+}  // namespace quellard
