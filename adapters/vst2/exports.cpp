@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: ISC
 // The names under which VST 2.4 hosts look for the entry. Old ones ask for `main`, which a C++
-// function cannot be called, so the symbol is named beside the function.
+// function cannot be called, so the symbol is named beside the function. QUELLARD_SIDES is 1 in the
+// mono module and 2 in the stereo one.
 #include "adapters/vst2/vst2_effect.h"
+
+namespace {
+
+constexpr const quellard::Vst2Variant& kVariant =
+    QUELLARD_SIDES == 1 ? quellard::kVst2Mono : quellard::kVst2Stereo;
+
+}  // namespace
 
 extern "C" {
 
@@ -11,11 +19,11 @@ __attribute__((visibility("default"))) quellard::AEffect* oldEntry(
     quellard::audioMasterCallback host) __asm__("main");
 
 quellard::AEffect* VSTPluginMain(quellard::audioMasterCallback host) {
-  return quellard::Vst2Effect::create(host);
+  return quellard::Vst2Effect::create(host, kVariant);
 }
 
 quellard::AEffect* oldEntry(quellard::audioMasterCallback host) {
-  return quellard::Vst2Effect::create(host);
+  return quellard::Vst2Effect::create(host, kVariant);
 }
 
 }  // extern "C"

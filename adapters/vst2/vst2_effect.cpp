@@ -2,49 +2,87 @@
 #include "adapters/vst2/vst2_effect.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <memory>
+#include <optional>
+#include <span>
 
-#include "rig/hosted_amp.h"
-#include "rig/samples.h"
+#include "adapters/shared/program_list.h"
+#include "adapters/shared/value_text.h"
+#include "adapters/vst2/properties.h"
+#include "params/parameter_text.h"
 
 namespace quellard {
 namespace {
 
-// What a host announces is believed up to 20 seconds; beyond, it is a mistake that would cost
-// gigabytes, and a block that is really so long makes room for itself.
-constexpr std::intptr_t kLongestAnnounced = 1 << 20;
-
+constexpr auto kRelaxed = std::memory_order_relaxed;
 constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
+
+// The amplifier's parameter, or its empty one for a number that the host should not have.
+int parameterOf(std::int32_t index) {
+  return index >= 0 && index < kNumStoredValues ? index + 1 : 0;
+}
+
+// Not a byte more than the text and its terminator: how much room a host gives for a name is a
+// matter of custom. The published interface has 8 characters for a parameter's; hosts that this
+// format still has give 24 and more, so "Vintage Presence" may take 17 bytes with its terminator.
+bool tell(char* to, const char* text) {
+  if (to == nullptr) return false;
+  std::strcpy(to, text);
+  return true;
+}
+
+AudioChannels channelsOf(float** channels, int count) {
+  return {.floats = channels, .count = count};
+}
+AudioChannels channelsOf(double** channels, int count) {
+  return {.doubles = channels, .count = count};
+}
 
 }  // namespace
 
-AEffect* Vst2Effect::create(audioMasterCallback host) try {
+AEffect* Vst2Effect::create(audioMasterCallback host, const Vst2Variant& variant) try {
   if (host == nullptr || host(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0F) == 0) {
     return nullptr;
   }
   // The host holds the effect through its record until effClose.
-  std::unique_ptr<Vst2Effect> effect(new Vst2Effect);
+  std::unique_ptr<Vst2Effect> effect(new Vst2Effect(variant));
   return &effect.release()->record_;
 } catch (...) {
   return nullptr;
 }
 
-// The identity stays 'QULL': parameters, programs and sound are the effect's, so a project that was
-// saved with one of the two opens with the other.
-Vst2Effect::Vst2Effect() : effect_(nullptr), record_(*effect_.getAeffect()) {
-  record_.object = this;
+Vst2Effect::Vst2Effect(const Vst2Variant& variant) : variant_(variant), amp_(variant.sides) {
+  record_.magic = kEffectMagic;
   record_.dispatcher = dispatch;
-  record_.process = [](AEffect*, float**, float**, std::int32_t) {};
+  record_.process = [](AEffect*, float**, float**, std::int32_t) {};  // no host of 2.4 adds up
   record_.setParameter = [](AEffect* record, std::int32_t index, float value) {
-    if (Vst2Effect* self = of(record)) self->effect_.setParameter(index, value);
+    if (Vst2Effect* self = of(record)) self->amp_.setValue(parameterOf(index), value);
   };
   record_.getParameter = [](AEffect* record, std::int32_t index) {
     Vst2Effect* self = of(record);
-    return self != nullptr ? self->effect_.getParameter(index) : 0.0F;
+    return self != nullptr ? self->amp_.value(parameterOf(index)) : 0.0F;
   };
-  record_.processReplacing = processSingle;
-  record_.processDoubleReplacing = processDouble;
-  reserve(effect_.getBlockSize());
+  record_.numPrograms = kNumListedPrograms;
+  record_.numParams = kNumStoredValues;
+  record_.numInputs = record_.numOutputs = variant.sides;
+  record_.flags = effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks;
+  record_.ioRatio = 1.0F;
+  record_.object = this;
+  record_.uniqueID = variant.uniqueId;
+  record_.version = QUELLARD_VERSION_NUMBER;
+  record_.processReplacing = [](AEffect* record, float** in, float** out, std::int32_t frames) {
+    Vst2Effect* self = of(record);
+    if (self == nullptr) return;
+    self->play(channelsOf(in, self->amp_.sides()), channelsOf(out, self->amp_.sides()), frames);
+  };
+  record_.processDoubleReplacing = [](AEffect* record, double** in, double** out,
+                                      std::int32_t frames) {
+    Vst2Effect* self = of(record);
+    if (self == nullptr) return;
+    self->play(channelsOf(in, self->amp_.sides()), channelsOf(out, self->amp_.sides()), frames);
+  };
 }
 
 Vst2Effect* Vst2Effect::of(AEffect* record) {
@@ -56,56 +94,126 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
                                    std::intptr_t value, void* ptr, float opt) try {
   Vst2Effect* self = of(record);
   if (self == nullptr) return 0;
-  // Both callbacks are there at any time, so a host may have what it asks for.
-  if (opcode == effSetProcessPrecision) return value == 0 || value == kPrecision64 ? 1 : 0;
-  if (opcode == effGetTailSize) {
-    return static_cast<std::intptr_t>(
-        HostedAmp::tailFrames(static_cast<double>(self->effect_.getSampleRate())));
-  }
-  const std::intptr_t answer = self->effect_.dispatcher(opcode, index, value, ptr, opt);
-  if (opcode == effSetBlockSize && value >= 1 && value <= kLongestAnnounced) {
-    self->reserve(static_cast<std::int32_t>(value));
-  }
-  if (opcode != effClose) return answer;
+  if (opcode != effClose) return self->answer(opcode, index, value, ptr, opt);
   const std::unique_ptr<Vst2Effect> last(self);
   return 1;
 } catch (...) {
   return 0;
 }
 
-void Vst2Effect::reserve(std::int32_t frames) {
-  const auto length = static_cast<std::size_t>(frames);
-  if (length > samples_.size()) samples_.resize(length);
-  effect_.reserve(frames);
-}
-
-// A block that is longer than announced makes room for itself, as the effect does: cutting it would
-// change the glides of the knobs. Where memory is short it is silent.
-void Vst2Effect::processSingle(AEffect* record, float** inputs, float** outputs,
-                               std::int32_t frames) {
-  Vst2Effect* self = of(record);
-  float* out = outputs != nullptr ? outputs[0] : nullptr;
-  if (self == nullptr || (frames > 0 && out == nullptr)) return;
-  const float* in = inputs != nullptr ? inputs[0] : nullptr;
-  try {
-    self->playSingle(in, out, frames);
-  } catch (...) {
-    std::fill_n(out, frames, 0.0F);
+// 0 to all that is not named.
+std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                                 void* ptr, float opt) {
+  auto* text = static_cast<char*>(ptr);
+  const int parameter = parameterOf(index);
+  switch (opcode) {
+    case effSetProgram: return chooseProgram(value), 0;
+    case effGetProgram: return program_.load(kRelaxed);
+    case effGetProgramName: return tell(text, listedProgramName(program_.load(kRelaxed)));
+    case effGetProgramNameIndexed:
+      return isListedProgram(index) && tell(text, listedProgramName(index));
+    case effGetParamLabel: return tell(text, "");
+    case effGetParamDisplay: return tell(text, valueText(parameter, amp_.value(parameter)).data());
+    case effGetParamName: return tell(text, parameterTitle(parameter).data());
+    case effCanBeAutomated: return parameter != 0;
+    case effString2Parameter: return setFromText(parameter, text);
+    case effGetParameterProperties:
+      return fillParameterProperties(parameter, static_cast<VstParameterProperties*>(ptr));
+    case effSetSampleRate: return announceRate(opt), 0;
+    case effSetBlockSize: return announceBlock(value), 0;
+    case effMainsChanged: return switchMains(value != 0), 0;
+    case effSetProcessPrecision: return value == 0 || value == kPrecision64;
+    case effGetTailSize: return HostedAmp::tailFrames(static_cast<double>(rate_.load(kRelaxed)));
+    case effGetChunk: return saveChunk(static_cast<void**>(ptr));
+    case effSetChunk: return loadChunk(ptr, value);
+    case effGetInputProperties:
+    case effGetOutputProperties:
+      return fillPinProperties(opcode == effGetInputProperties, index, amp_.sides(),
+                               static_cast<PinProperties*>(ptr));
+    case effIdentify: return kEffectIdentity;
+    case effGetPlugCategory: return kPlugCategEffect;
+    case effGetEffectName:
+    case effGetProductString: return tell(text, variant_.name);
+    case effGetVendorString: return tell(text, kVst2Vendor);
+    case effGetVendorVersion: return QUELLARD_VERSION_NUMBER;
+    case effGetVstVersion: return kVstVersion;
+    case effCanDo: return canDo(text);
+    default: return 0;
   }
 }
 
-void Vst2Effect::playSingle(const float* in, float* out, std::int32_t frames) {
-  const std::int32_t length = std::max(frames, 0);
-  if (static_cast<std::size_t>(length) > samples_.size()) reserve(length);
-  double* samples = samples_.data();
-  readSamples(in, samples, length);
-  effect_.processDoubleReplacing(&samples, &samples, length);
-  writeSamples(samples, out, length);
+void Vst2Effect::announceRate(float rate) {
+  if (std::isfinite(rate) && rate > 0.0F) rate_.store(rate, kRelaxed);
 }
 
-void Vst2Effect::processDouble(AEffect* record, double** inputs, double** outputs,
-                               std::int32_t frames) {
-  if (Vst2Effect* self = of(record)) self->effect_.processDoubleReplacing(inputs, outputs, frames);
+void Vst2Effect::announceBlock(std::intptr_t frames) {
+  if (frames < 1) return;
+  const auto most = std::min(frames, std::intptr_t{HostedAmp::kLongestPiece});
+  longestBlock_.store(static_cast<std::int32_t>(most), kRelaxed);
+}
+
+// Between off and on a host may do what it likes, so what is played then begins anew.
+void Vst2Effect::switchMains(bool on) {
+  if (on && !on_) {
+    prepareAsAnnounced();
+    amp_.reset();
+  }
+  on_ = on;
+}
+
+// Before audio is played, or where a host has announced something else without switching off, with
+// the first block that follows.
+void Vst2Effect::prepareAsAnnounced() {
+  const auto rate = static_cast<double>(rate_.load(kRelaxed));
+  const std::int32_t frames = longestBlock_.load(kRelaxed);
+  if (rate == amp_.rate() && frames == preparedBlock_) return;
+  if (amp_.prepare(rate, frames)) preparedBlock_ = frames;
+}
+
+// Where memory is too short for what was announced last, it plays as before, or not yet.
+void Vst2Effect::play(const AudioChannels& in, const AudioChannels& out, std::int32_t frames) {
+  try {
+    prepareAsAnnounced();
+  } catch (...) {
+  }
+  amp_.play(in, out, 0, frames);
+}
+
+void Vst2Effect::chooseProgram(std::intptr_t program) {
+  if (program < 0 || program >= kNumListedPrograms) return;
+  program_.store(static_cast<std::int32_t>(program), kRelaxed);
+  amp_.setValues(listedProgramValues(static_cast<int>(program)));
+}
+
+bool Vst2Effect::setFromText(int parameter, const char* text) {
+  if (text == nullptr) return false;
+  const std::optional<float> value = valueFromText(parameter, text);
+  if (value.has_value()) amp_.setValue(parameter, *value);
+  return value.has_value();
+}
+
+// A bank's chunk is a program's: what the programs hold is fixed.
+std::intptr_t Vst2Effect::saveChunk(void** chunk) {
+  if (chunk == nullptr) return 0;
+  chunk_ = encodeState({.values = amp_.values()});
+  *chunk = chunk_.room.data();
+  return static_cast<std::intptr_t>(chunk_.size);
+}
+
+bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
+  if (chunk == nullptr || size < 0) return false;
+  const std::optional<State> state =
+      decodeState({static_cast<const std::uint8_t*>(chunk), static_cast<std::size_t>(size)});
+  if (!state.has_value()) return false;
+  amp_.setValues(state->values);
+  return true;
+}
+
+// 1: yes, 0: not that it knew.
+std::intptr_t Vst2Effect::canDo(const char* what) const {
+  if (what == nullptr) return 0;
+  const char* const channels = amp_.sides() == HostedAmp::kMono ? "1in1out" : "2in2out";
+  return std::strcmp(what, channels) == 0;
 }
 
 }  // namespace quellard

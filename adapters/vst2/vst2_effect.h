@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: ISC
-// The effect for any VST 2.4 host. Its record, programs and texts are the effect's own; what it
-// adds is a single-precision callback that plays, and block buffers that follow what the host
-// announces.
+// The amplifier for any VST 2.4 host, mono or stereo. Parameter i of the amplifier is i-1 here, its
+// programs are a new amplifier's settings and the factory bank, and a project keeps the state of
+// every format as a chunk. Parameters move in the block that follows, as this format has no frames
+// for them.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <vector>
 
-#include "shell/quellard.h"
+#include "adapters/shared/state.h"
+#include "adapters/vst2/identity.h"
+#include "rig/hosted_amp.h"
+#include "shell/vst2.h"
 
 namespace quellard {
 
@@ -15,28 +19,43 @@ class Vst2Effect {
  public:
   // A new effect's record, to be released through effClose; null where the host has no callback or
   // no version, or where memory is short. Host's thread.
-  static AEffect* create(audioMasterCallback host);
+  static AEffect* create(audioMasterCallback host, const Vst2Variant& variant);
 
   Vst2Effect(const Vst2Effect&) = delete;
   Vst2Effect& operator=(const Vst2Effect&) = delete;
   ~Vst2Effect() = default;
 
  private:
-  Vst2Effect();
+  explicit Vst2Effect(const Vst2Variant& variant);
 
   static Vst2Effect* of(AEffect* record);
   static std::intptr_t dispatch(AEffect* record, std::int32_t opcode, std::int32_t index,
                                 std::intptr_t value, void* ptr, float opt);
-  static void processSingle(AEffect* record, float** inputs, float** outputs, std::int32_t frames);
-  static void processDouble(AEffect* record, double** inputs, double** outputs,
-                            std::int32_t frames);
+  std::intptr_t answer(std::int32_t opcode, std::int32_t index, std::intptr_t value, void* ptr,
+                       float opt);
 
-  void reserve(std::int32_t frames);
-  void playSingle(const float* in, float* out, std::int32_t frames);
+  void announceRate(float rate);
+  void announceBlock(std::intptr_t frames);
+  void switchMains(bool on);
+  void prepareAsAnnounced();
+  void chooseProgram(std::intptr_t program);
+  bool setFromText(int parameter, const char* text);
+  std::intptr_t saveChunk(void** chunk);
+  bool loadChunk(const void* chunk, std::intptr_t size);
+  std::intptr_t canDo(const char* what) const;
+  void play(const AudioChannels& in, const AudioChannels& out, std::int32_t frames);
 
-  Quellard effect_;
-  AEffect record_;               // a copy of the effect's with callbacks of our own
-  std::vector<double> samples_;  // the host's floats, converted; played in place
+  const Vst2Variant& variant_;
+  HostedAmp amp_;
+  AEffect record_{};
+  // Atomic, since careless hosts announce while they play. The block's length is the default of the
+  // published interface until a host says another.
+  std::atomic<float> rate_ = 0.0F;  // Hz
+  std::atomic<std::int32_t> longestBlock_ = 1024;
+  std::int32_t preparedBlock_ = 0;
+  bool on_ = false;
+  std::atomic<std::int32_t> program_ = 0;
+  StateBytes chunk_;  // the host may read it until it asks for the next
 };
 
 }  // namespace quellard

@@ -163,7 +163,7 @@ case $1 in
     HOME=$PWD/home lv2ls | grep -qx $stereo
     home/.local/bin/quellard render -q mono.wav -o heard.wav "${knobs[@]}"
     expect heard.wav mono.wav "${knobs[@]}"
-    for file in .clap/quellard.clap .vst/quellard-vst2.so; do
+    for file in .clap/quellard.clap .vst/quellard-vst2{,-stereo}.so; do
       cmp "home/$file" "$build/${file##*/}"
     done
     HOME=$PWD/home "$install" --user --remove

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/vst2/properties.h"
+
+#include <cstring>
+
+#include "params/parameter_table.h"
+#include "params/parameter_text.h"
+
+namespace quellard {
+namespace {
+
+constexpr int kShortLabelLen = 7;
+constexpr int kAbbreviationLen = 4;
+
+// "Pres" for "Presence", the only one that does not fit.
+void writeShortLabel(char* to, const char* title) {
+  const bool fits = std::strlen(title) <= std::size_t{kShortLabelLen};
+  copyText(to, title, fits ? kShortLabelLen : kAbbreviationLen);
+}
+
+void describeKnob(int channel, VstParameterProperties& knob) {
+  knob.flags = kVstParameterUsesFloatStep | kVstParameterSupportsDisplayCategory;
+  knob.smallStepFloat = 0.001F;
+  knob.stepFloat = 0.01F;
+  knob.largeStepFloat = 0.1F;
+  knob.category = static_cast<std::int16_t>(channel + 1);  // 0: none
+  knob.numParametersInCategory = kKnobsPerChannel;
+  std::strcpy(knob.categoryLabel, channelTitle(channel).data());
+}
+
+void describeSelector(VstParameterProperties& selector) {
+  selector.flags = kVstParameterUsesIntegerMinMax | kVstParameterUsesIntStep;
+  selector.maxInteger = kNumChannels - 1;
+  selector.stepInteger = 1;
+  selector.largeStepInteger = 1;
+}
+
+}  // namespace
+
+bool fillParameterProperties(int index, VstParameterProperties* properties) {
+  const ParameterInfo* parameter = findParameter(index);
+  if (properties == nullptr || parameter == nullptr || index == 0) return false;
+  *properties = {};
+  if (parameter->kind == ParameterKind::knob) {
+    describeKnob(parameter->channel, *properties);
+  } else {
+    describeSelector(*properties);
+  }
+  properties->flags |= kVstParameterSupportsDisplayIndex;
+  properties->displayIndex = static_cast<std::int16_t>(index - 1);
+  std::strcpy(properties->label, parameterTitle(index).data());
+  writeShortLabel(properties->shortLabel, controlTitle(index).data());
+  return true;
+}
+
+bool fillPinProperties(bool isInput, int channel, int sides, PinProperties* properties) {
+  if (properties == nullptr || channel < 0 || channel >= sides) return false;
+  *properties = {};
+  const bool stereo = sides == 2;
+  properties->flags = kPinIsActive | kPinUsesSpeaker | (stereo && channel == 0 ? kPinIsStereo : 0);
+  properties->arrangement = stereo ? 1 : 0;  // left and right, or one in the middle
+  std::strcpy(properties->label, isInput ? "Guitar" : "Amplifier");
+  if (stereo) std::strcat(properties->label, channel == 0 ? " Left" : " Right");
+  std::strcpy(properties->shortLabel, isInput ? "In" : "Out");
+  if (stereo) std::strcat(properties->shortLabel, channel == 0 ? " L" : " R");
+  return true;
+}
+
+}  // namespace quellard
