@@ -28,12 +28,13 @@ void readChannel(const AudioChannels& in, int side, int begin, int frames, doubl
   }
 }
 
-void writeChannel(const double* from, const AudioChannels& out, int side, int begin, int frames) {
+void writeChannel(const double* from, const AudioChannels& out, int side, int begin, int frames,
+                  float (*rounded)(double) = toFloat) {
   if (side >= out.count) return;
   if (out.doubles != nullptr) {
     writeSamples(from, channelAt(out.doubles, side, begin), frames);
   } else if (out.floats != nullptr) {
-    writeSamples(from, channelAt(out.floats, side, begin), frames);
+    writeSamples(from, channelAt(out.floats, side, begin), frames, rounded);
   }
 }
 
@@ -59,27 +60,24 @@ std::uint32_t HostedAmp::tailFrames(double rate) {
 }
 
 bool HostedAmp::prepare(double rate, int maxFrames) {
-  const auto told = static_cast<float>(rate);  // as the effect hears it
-  if (!std::isfinite(told) || told <= 0.0F || maxFrames < 1) return false;
+  const auto heard = static_cast<float>(rate);  // by the effect
+  if (!std::isfinite(heard) || heard <= 0.0F || maxFrames < 1) return false;
   maxFrames = std::min(maxFrames, kLongestPiece);
-  const Values now = values();
-  built_ = buildSides(rate, maxFrames, now);
+  built_ = buildSides(rate, maxFrames);
   rate_ = rate;
   maxFrames_ = maxFrames;
-  told_ = now;
+  smoother_.prepare(rate);
+  bypass_.prepare(rate);
   settled_ = false;
   return true;
 }
 
-std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames,
-                                                   const Values& values) const {
+std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames) const {
   std::vector<Side> built(static_cast<std::size_t>(sides_));
   for (Side& side : built) {
     side.samples.resize(static_cast<std::size_t>(maxFrames));
+    side.dry.resize(static_cast<std::size_t>(maxFrames));
     side.effect = std::make_unique<Quellard>(nullptr);
-    for (int index = 1; index <= kNumStoredValues; ++index) {
-      side.effect->setParameter(index, values[static_cast<std::size_t>(index - 1)]);
-    }
     side.effect->setSampleRate(static_cast<float>(rate));
     side.effect->reserve(maxFrames);
   }
@@ -116,47 +114,68 @@ HostedAmp::Values HostedAmp::values() const {
 }
 
 void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
-  adoptMovedValues();
   if (built_.empty()) return writeSilence(out, begin, end);
-  if (!settled_ && begin < end) settle();
+  if (begin < end) settled_ ? adoptMovedValues() : settle();
   while (begin < end) {
-    const int frames = std::min(end - begin, maxFrames_);
+    const int room = std::min(end - begin, maxFrames_);
+    const int frames =
+        smoother_.nextStep(room, [this](int index, float value) { tell(index, value); });
     playPiece(in, out, begin, frames);
     begin += frames;
   }
 }
 
+void HostedAmp::tell(int index, float value) {
+  for (Side& side : built_) side.effect->setParameter(index, value);
+}
+
 void HostedAmp::adoptMovedValues() {
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    float& told = told_[static_cast<std::size_t>(index - 1)];
     const float now = value(index);
-    if (now == told) continue;
-    told = now;
-    for (Side& side : built_) side.effect->setParameter(index, now);
+    if (now != smoother_.target(index)) smoother_.moveTo(index, now);
   }
 }
 
 // A block of no frames makes all three channels take their settings at once.
 void HostedAmp::settle() {
+  const Values now = values();
+  smoother_.jumpTo(now);
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    tell(index, now[static_cast<std::size_t>(index - 1)]);
+  }
   for (Side& side : built_) {
     double* nothing = side.samples.data();
     side.effect->processDoubleReplacing(&nothing, &nothing, 0);
   }
+  bypass_.jumpTo(bypassed());
   settled_ = true;
 }
 
 // All sides are read before any is written: a host may have crossed the channels of one buffer.
 void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int begin,
                           int frames) {
-  for (int i = 0; i < sides_; ++i) {
-    readChannel(in, i, begin, frames, built_[static_cast<std::size_t>(i)].samples.data());
-  }
+  const bool engaged = bypassed();
+  const bool isOff = bypass_.isOff(engaged);
+  const bool isOn = bypass_.isOn(engaged);
+  readSides(in, begin, frames, !isOff);
   for (Side& side : built_) {
     double* samples = side.samples.data();
     side.effect->processDoubleReplacing(&samples, &samples, frames);
+    if (!isOff) bypass_.mix(engaged, side.dry.data(), samples, frames);
   }
+  bypass_.advance(engaged, frames);
   for (int i = 0; i < sides_; ++i) {
-    writeChannel(built_[static_cast<std::size_t>(i)].samples.data(), out, i, begin, frames);
+    const Side& side = built_[static_cast<std::size_t>(i)];
+    writeChannel(side.samples.data(), out, i, begin, frames, isOn ? toSameFloat : toFloat);
+  }
+}
+
+void HostedAmp::readSides(const AudioChannels& in, int begin, int frames, bool keepDry) {
+  for (int i = 0; i < sides_; ++i) {
+    Side& side = built_[static_cast<std::size_t>(i)];
+    readChannel(in, i, begin, frames, side.samples.data());
+    if (keepDry) std::copy_n(side.samples.data(), frames, side.dry.data());
+    holdLoudest(side.samples.data(), frames);
   }
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The amplifier as a format adapter sees it: one effect for each side (mono has one, stereo two
-// with the same settings), opened without a host, behind parameters that any thread may move and
-// audio buffers of either precision.
+// The amplifier as hosts of today see it: one effect for each side (mono has one, stereo two with
+// the same settings), opened without a host, behind parameters that any thread may move, a bypass
+// and audio buffers of either precision. Knobs move over a fixed time (parameter_smoother.h), and
+// input is held within 60 dB above full scale (samples.h).
 #pragma once
 
 #include <array>
@@ -11,6 +12,8 @@
 #include <vector>
 
 #include "params/parameter_table.h"
+#include "rig/bypass.h"
+#include "rig/parameter_smoother.h"
 #include "shell/quellard.h"
 
 namespace quellard {
@@ -35,7 +38,7 @@ class HostedAmp {
   static std::uint32_t tailFrames(double rate);  // the same at a rate in Hz
   // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.
   static constexpr int kLongestPiece = 1 << 20;
-  using Values = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i
+  using Values = ParameterSmoother::Values;
 
   // Every parameter at its default. sides: kMono or kStereo.
   explicit HostedAmp(int sides);
@@ -50,13 +53,21 @@ class HostedAmp {
   void reset();
 
   // Parameters 1..19; other indices keep nothing and read as 0. A value is held within 0..1, NaN at
-  // 0. The next stretch of audio plays it, on both sides. [any thread] No lock, no allocation.
+  // 0. The next stretch of audio begins to move there, on both sides; it reads as the new one at
+  // once. [any thread] No lock, no allocation.
   void setValue(int index, float value);
   float value(int index) const;
   // The same for all nineteen, one after the other: a stretch that begins in between plays a
   // mixture, the next one has them all.
   void setValues(const Values& values);
   Values values() const;
+
+  // Takes the amplifier out of the signal, or back in, with a crossfade of 10 ms from the next
+  // stretch of audio on. In between the output is the input, bit for bit, and the amplifier plays
+  // on unheard. The bypass stays through prepare() and reset(). [any thread] No lock, no
+  // allocation.
+  void setBypass(bool bypassed) { bypassed_.store(bypassed, std::memory_order_relaxed); }
+  bool bypassed() const { return bypassed_.load(std::memory_order_relaxed); }
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
   // output may be the input, in any order of channels. The first stretch after prepare() or reset()
@@ -72,22 +83,27 @@ class HostedAmp {
   struct Side {
     std::unique_ptr<Quellard> effect;
     std::vector<double> samples;  // the host's, converted; played in place
+    std::vector<double> dry;      // the same untouched, while the bypass is or becomes engaged
   };
 
-  std::vector<Side> buildSides(double rate, int maxFrames, const Values& values) const;
+  std::vector<Side> buildSides(double rate, int maxFrames) const;
+  void tell(int index, float value);
   void adoptMovedValues();
   void settle();
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
+  void readSides(const AudioChannels& in, int begin, int frames, bool keepDry);
 
   int sides_;
   bool settled_ = false;
   double rate_ = 0.0;
   int maxFrames_ = 0;
   std::vector<Side> built_;  // empty before the first prepare()
-  // What the world has asked for and what the effects have been told. The audio thread alone tells
-  // them, so that both sides move in the same block and nobody waits for their lock.
+  // What the world has asked for. The audio thread alone tells the effects, so that both sides move
+  // in the same block and nobody waits for their lock.
   std::array<std::atomic<float>, kNumStoredValues> wanted_;
-  Values told_{};
+  std::atomic<bool> bypassed_ = false;
+  ParameterSmoother smoother_;
+  Bypass bypass_;
 };
 
 }  // namespace quellard

@@ -15,6 +15,9 @@ constexpr float toFloat(double sample) {
   return magnitude < static_cast<double>(FLT_MIN) ? 0.0F : static_cast<float>(sample);
 }
 
+// The float that a sample was read from, denormals too.
+constexpr float toSameFloat(double sample) { return static_cast<float>(sample); }
+
 // [audio thread] A null source reads as silence, a null target takes nothing. No overlap between
 // different arrays.
 inline void readSamples(const double* from, double* to, int frames) {
@@ -30,8 +33,21 @@ inline void writeSamples(const double* from, double* to, int frames) {
   if (to != nullptr) std::copy_n(from, frames, to);
 }
 
-inline void writeSamples(const double* from, float* to, int frames) {
-  if (to != nullptr) std::transform(from, from + frames, to, toFloat);
+inline void writeSamples(const double* from, float* to, int frames,
+                         float (*rounded)(double) = toFloat) {
+  if (to != nullptr) std::transform(from, from + frames, to, rounded);
+}
+
+// The loudest sample that reaches the amplifier, 60 dB above full scale. No guitar comes near it; a
+// fault upstream may, and one sample of 1e300 would ring in the filters for seconds.
+inline constexpr double kLoudestInput = 1000.0;
+
+// Holds the finite ones within +-kLoudestInput. The others pass: the effect plays silence for them.
+// [audio thread]
+inline void holdLoudest(double* samples, int frames) {
+  std::transform(samples, samples + frames, samples, [](double x) {
+    return std::isfinite(x) ? std::clamp(x, -kLoudestInput, kLoudestInput) : x;
+  });
 }
 
 }  // namespace quellard

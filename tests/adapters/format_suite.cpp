@@ -70,7 +70,7 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
   ASSERT_TRUE(plugin->activate(48000.0, kMaxFrames));
   EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's are not seen";
   plugin->deactivate();
-  DirectAmp direct(format.sides);
+  DirectAmp direct(format);
   double rate = 48000.0;
   for (int cycle = 0; cycle < effort(40); ++cycle) {
     SCOPED_TRACE("activation " + std::to_string(cycle));
@@ -78,7 +78,7 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
     ASSERT_TRUE(random.chance(0.7) || plugin->loadFrom(other->saved()));
     if (random.chance(0.7)) rate = random.pick(std::array{44100.0, 48000.0, 96000.0, 22050.0});
     ASSERT_TRUE(plugin->activate(rate, kMaxFrames));
-    direct.activate(rate, *plugin, format.startsAnew);
+    direct.activate(rate, *plugin);
     for (int block = random.integer(1, 12); block > 0; --block) {
       format.playsDoubles&& random.chance(0.5) ? playBoth<double>(random, *plugin, direct, format)
                                                : playBoth<float>(random, *plugin, direct, format);
@@ -126,7 +126,7 @@ TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
     ASSERT_TRUE(plugins[i]->activate(kRates[i % 2], kMaxFrames));
   }
   for (std::size_t i = 0; i < plugins.size(); ++i) {
-    DirectAmp direct(GetParam().sides);
+    DirectAmp direct(GetParam());
     direct.activate(kRates[i % 2], *plugins[i]);
     playBoth<float>(random, *plugins[i], direct, GetParam());
   }

@@ -3,6 +3,8 @@
 // suite in format_suite.cpp holds a format to it that X_test.cpp brings a host for.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <dlfcn.h>
@@ -163,33 +165,78 @@ class Formats : public testing::TestWithParam<Format> {};
 class StatefulFormats : public Formats {};
 
 // The amplifier as a plug-in must play it: one effect for each side, settled as a render begins,
-// with the knobs in their places.
+// with the knobs in their places. A knob that is moved later gets there in about 12 ms, in steps of
+// up to 64 samples: straight in the square root of its value, MASTER's in the fourth root.
 class DirectAmp {
  public:
-  explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
+  explicit DirectAmp(const Format& format)
+      : format_(format), effects_(static_cast<std::size_t>(format.sides)) {}
 
-  void activate(double rate, HostedPlugin& plugin, bool anew = true) {
+  void activate(double rate, HostedPlugin& plugin) {
     for (auto& effect : effects_)
-      if (anew || effect == nullptr) effect = std::make_unique<OpenedEffect>();
-    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
-    for (auto& effect : effects_) effect->setSampleRate(static_cast<float>(rate));
+      if (format_.startsAnew || effect == nullptr) effect = std::make_unique<OpenedEffect>();
     settled_ = false;
+    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index)), adopt(index);
+    for (auto& effect : effects_) effect->setSampleRate(static_cast<float>(rate));
+    length_ = format_.startsAnew ? 64.0 * std::max(1.0, std::round(0.012 * rate / 64.0)) : 0.0;
   }
+  // The last one before a sample counts.
   void set(int index, double value) {
-    for (auto& effect : effects_) effect->setParameter(index, static_cast<float>(value));
+    knobs_[static_cast<std::size_t>(index)].asked = static_cast<float>(value);
   }
   void play(Channels<double>& io, int begin, int end) {
-    if (begin >= end) return;
-    for (std::size_t side = 0; side < effects_.size(); ++side) {
-      if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
-      double* samples = io[side].data() + begin;
-      effects_[side]->process(samples, samples, end - begin);
+    for (int index = 1; index <= 19 && begin < end; ++index) adopt(index);
+    while (begin < end) {
+      const int frames = step(end - begin);
+      for (std::size_t side = 0; side < effects_.size(); ++side) {
+        if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
+        double* samples = io[side].data() + begin;
+        effects_[side]->process(samples, samples, frames);
+      }
+      settled_ = true;
+      begin += frames;
     }
-    settled_ = true;
   }
 
  private:
+  struct Knob {
+    float asked, from, now, to;
+    double done;
+    bool moves;
+  };
+
+  void adopt(int index) {
+    Knob& knob = knobs_[static_cast<std::size_t>(index)];
+    const float to = knob.asked;
+    const bool jumps = !settled_ || length_ == 0.0;
+    if (jumps) knob = {to, to, to, to, 0.0, false}, tell(index, to);
+    if (to != knob.to) knob = {to, knob.now, knob.now, to, index == 19 ? length_ - 64 : 0.0, true};
+  }
+
+  int step(int frames) {
+    for (const Knob& knob : knobs_)
+      if (knob.moves) frames = std::min({frames, 64, static_cast<int>(length_ - knob.done)});
+    for (int index = 1; index <= 19; ++index) {
+      Knob& knob = knobs_[static_cast<std::size_t>(index)];
+      if (!knob.moves) continue;
+      knob.done += frames;
+      knob.moves = knob.done < length_ && index != 19;
+      const bool isMaster = index == 5 || index == 11 || index == 17;
+      const auto root = [&](double x) { return isMaster ? std::sqrt(std::sqrt(x)) : std::sqrt(x); };
+      const double a = root(knob.from), x = a + (root(knob.to) - a) * (knob.done / length_);
+      knob.now = !knob.moves ? knob.to : static_cast<float>(isMaster ? x * x * (x * x) : x * x);
+      tell(index, knob.now);
+    }
+    return frames;
+  }
+  void tell(int index, float value) {
+    for (auto& effect : effects_) effect->setParameter(index, value);
+  }
+
+  Format format_;
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
+  std::array<Knob, 20> knobs_{};
+  double length_ = 0.0;  // of a move, in samples
   bool settled_ = false;
 };
 

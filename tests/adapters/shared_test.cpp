@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the formats share: the state's bytes, value texts, the amplifier for both sides.
+// What the formats share: the state's bytes and value texts.
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -7,7 +7,6 @@
 #include "adapters/shared/bypass.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
-#include "rig/hosted_amp.h"
 #include "tests/adapters/format_suite.h"
 #include "tests/support/effort.h"
 
@@ -101,53 +100,6 @@ TEST(ValueText, AKnobsScaleKeepsTheBits) {
     const float knob = knobFromScale(static_cast<float>(random.between(0.0, 10.0)));
     ASSERT_EQ(knobFromScale(controlFromValue(6, knob)), knob) << knob;
   }
-}
-
-// How long a sound lingers: a loud low string, then silence; most knobs at their ends, where the
-// tone stack rings longest.
-TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
-  constexpr double kRate = 48000.0;
-  std::size_t longest = 0;
-  Random random(sessionSeed() ^ 0x7A11);
-  for (int setting = 0; setting < effort(48); ++setting) {
-    HostedAmp amp(HostedAmp::kMono);
-    for (int index = 1; index <= kNumControls; ++index)
-      amp.setValue(index,
-                   static_cast<float>(setting % 5 != 0 ? random.integer(0, 1) : random.unit()));
-    for (const int master : {5, 11, 17}) amp.setValue(master, 1.0F);
-    amp.setValue(kTypeParameter, static_cast<float>(setting % 3) / 2.0F);
-    ASSERT_TRUE(amp.prepare(kRate, 512));
-    std::vector<double> io = pluckedNote(random, kRate, 41.0, 1.0, 24000);
-    const std::size_t end = io.size();
-    io.resize(end + static_cast<std::size_t>(2.5 * kRate), 0.0);
-    double* channel = io.data();
-    const AudioChannels block{.doubles = &channel, .count = 1};
-    amp.play(block, block, 0, static_cast<int>(io.size()));
-    for (std::size_t i = end; i < io.size(); ++i)
-      if (std::fabs(io[i]) > 1e-6) longest = std::max(longest, i - end);  // -120 dB
-  }
-  std::printf("longest tail: %.2f s\n", static_cast<double>(longest) / kRate);
-  EXPECT_LT(static_cast<double>(longest) / kRate, HostedAmp::kTailSeconds);
-}
-
-// A host may cross the channels of one buffer, mix the precisions, or lack a channel.
-TEST(HostedAmp, ReadsEveryChannelBeforeItWritesAny) {
-  constexpr int kFrames = 64;
-  Random random(sessionSeed() ^ 0xC055);
-  Channels<float> in = drawChannels<float>(random, 2, kFrames);
-  Channels<double> wide(2, std::vector<double>(kFrames));
-  std::vector<float> onlyLeft(kFrames, 9.0F);
-  const auto play = [from = pointersTo(in)](const AudioChannels& out) {
-    HostedAmp amp(HostedAmp::kStereo);
-    ASSERT_TRUE(amp.prepare(44100.0, kFrames));
-    amp.play({.floats = from.data(), .count = 2}, out, 0, kFrames);
-  };
-  play({.doubles = pointersTo(wide).data(), .count = 2});
-  play({.floats = std::array<float*, 2>{onlyLeft.data(), nullptr}.data(), .count = 2});
-  play({.floats = std::array{in[1].data(), in[0].data()}.data(), .count = 2});
-  expectPlayed(in[1], wide[0]);
-  expectPlayed(in[0], wide[1]);
-  expectPlayed(onlyLeft, wide[0]);
 }
 
 }  // namespace

@@ -188,7 +188,7 @@ TEST(Vst2, NamesParametersAndPrograms) {
 // or forget to switch on, and then the next block is prepared for.
 TEST(Vst2, PlaysWhateverWasAnnounced) {
   Vst2Plugin plugin;
-  DirectAmp direct(1);
+  DirectAmp direct(kMono);
   Random random(5);
   for (const double rate : {48000.0, 96000.0, 44100.0}) {
     if (rate != 44100.0)

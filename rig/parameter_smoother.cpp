@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: ISC
+#include "rig/parameter_smoother.h"
+
+#include <cmath>
+
+namespace quellard {
+namespace {
+
+// A move is straight in the square root of the knob's value, MASTER's in the fourth root, and not
+// in the value itself. GAIN acts by its third power and MASTER by its second, so when a preset
+// turns one up and the other down, both at half way would be up to 2.2 times as loud as either end.
+// On this path what goes down goes first: at most 1.4 times. (Roots are exact everywhere, powers
+// not.)
+bool isMaster(int index) { return index % kKnobsPerChannel == 5; }
+
+double rootOf(int index, float value) {
+  const double root = std::sqrt(static_cast<double>(value));
+  return isMaster(index) ? std::sqrt(root) : root;
+}
+
+float valueOf(int index, double root) {
+  const double square = root * root;
+  return static_cast<float>(isMaster(index) ? square * square : square);
+}
+
+}  // namespace
+
+void ParameterSmoother::prepare(double rate) {
+  constexpr double kMostSteps = 1 << 16;  // whatever rate a host names
+  const double steps = std::round(kSeconds * rate / kStepFrames);
+  moveFrames_ = kStepFrames * static_cast<int>(std::clamp(steps, 1.0, kMostSteps));
+  for (Move& move : moves_) {
+    move.start = move.value;
+    move.framesDone = 0;
+  }
+}
+
+void ParameterSmoother::jumpTo(const Values& values) {
+  for (std::size_t i = 0; i < moves_.size(); ++i) {
+    moves_[i] = {.start = values[i], .value = values[i], .target = values[i]};
+  }
+  moving_ = 0;
+}
+
+void ParameterSmoother::moveTo(int index, float value) {
+  Move& move = moves_[place(index)];
+  if (!move.isUnderWay) ++moving_;
+  move = {.start = move.value, .value = move.value, .target = value, .isUnderWay = true};
+  if (index == kTypeParameter) move.framesDone = moveFrames_ - 1;  // whatever comes next arrives
+}
+
+// A step ends where a move does, so that its time is the same wherever in a block it began.
+int ParameterSmoother::framesToNextArrival() const {
+  int least = moveFrames_;
+  for (std::size_t i = 0; i < kNumControls; ++i) {
+    if (moves_[i].isUnderWay) least = std::min(least, moveFrames_ - moves_[i].framesDone);
+  }
+  return least;
+}
+
+// The last step lands on the target's own bits.
+void ParameterSmoother::advance(int index, int frames) {
+  Move& move = moves_[place(index)];
+  move.framesDone += frames;
+  if (move.framesDone >= moveFrames_) {
+    move.value = move.target;
+    move.isUnderWay = false;
+    --moving_;
+    return;
+  }
+  const double share = static_cast<double>(move.framesDone) / moveFrames_;
+  const double start = rootOf(index, move.start);
+  move.value = valueOf(index, start + (rootOf(index, move.target) - start) * share);
+}
+
+}  // namespace quellard

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: ISC
+// The amplifier as hosts hold it: its tail, buffers of every kind, faults upstream, the bypass.
+#include "rig/hosted_amp.h"
+
+#include <cstdio>
+#include <limits>
+
+#include "tests/adapters/format_suite.h"
+#include "tests/support/effort.h"
+
+namespace quellard::test {
+namespace {
+
+// How long a sound lingers: a loud low string, then silence; most knobs at their ends, where the
+// tone stack rings longest.
+TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
+  constexpr double kRate = 48000.0;
+  std::size_t longest = 0;
+  Random random(sessionSeed() ^ 0x7A11);
+  for (int setting = 0; setting < effort(48); ++setting) {
+    HostedAmp amp(HostedAmp::kMono);
+    for (int index = 1; index <= kNumControls; ++index)
+      amp.setValue(index,
+                   static_cast<float>(setting % 5 != 0 ? random.integer(0, 1) : random.unit()));
+    for (const int master : {5, 11, 17}) amp.setValue(master, 1.0F);
+    amp.setValue(kTypeParameter, static_cast<float>(setting % 3) / 2.0F);
+    ASSERT_TRUE(amp.prepare(kRate, 512));
+    std::vector<double> io = pluckedNote(random, kRate, 41.0, 1.0, 24000);
+    const std::size_t end = io.size();
+    io.resize(end + static_cast<std::size_t>(2.5 * kRate), 0.0);
+    double* channel = io.data();
+    const AudioChannels block{.doubles = &channel, .count = 1};
+    amp.play(block, block, 0, static_cast<int>(io.size()));
+    for (std::size_t i = end; i < io.size(); ++i)
+      if (std::fabs(io[i]) > 1e-6) longest = std::max(longest, i - end);  // -120 dB
+  }
+  std::printf("longest tail: %.2f s\n", static_cast<double>(longest) / kRate);
+  EXPECT_LT(static_cast<double>(longest) / kRate, HostedAmp::kTailSeconds);
+}
+
+// A host may cross the channels of one buffer, mix the precisions, or lack a channel.
+TEST(HostedAmp, ReadsEveryChannelBeforeItWritesAny) {
+  constexpr int kFrames = 64;
+  Random random(sessionSeed() ^ 0xC055);
+  Channels<float> in = drawChannels<float>(random, 2, kFrames);
+  Channels<double> wide(2, std::vector<double>(kFrames));
+  std::vector<float> onlyLeft(kFrames, 9.0F);
+  const auto play = [from = pointersTo(in)](const AudioChannels& out) {
+    HostedAmp amp(HostedAmp::kStereo);
+    ASSERT_TRUE(amp.prepare(44100.0, kFrames));
+    amp.play({.floats = from.data(), .count = 2}, out, 0, kFrames);
+  };
+  play({.doubles = pointersTo(wide).data(), .count = 2});
+  play({.floats = std::array<float*, 2>{onlyLeft.data(), nullptr}.data(), .count = 2});
+  play({.floats = std::array{in[1].data(), in[0].data()}.data(), .count = 2});
+  expectPlayed(in[1], wide[0]);
+  expectPlayed(in[0], wide[1]);
+  expectPlayed(onlyLeft, wide[0]);
+}
+
+// One sample of a fault upstream is forgotten as soon as one at the limit is, and the limit itself
+// changes nothing below it. What is no number is silence, not the loudest sample there is.
+TEST(HostedAmp, ForgetsAFaultUpstream) {
+  const auto playedWith = [](double odd) {
+    HostedAmp amp(HostedAmp::kMono);
+    amp.setValue(kTypeParameter, 0.0F);
+    EXPECT_TRUE(amp.prepare(48000.0, 512));
+    std::vector<double> io(24000);
+    io[100] = odd;
+    double* channel = io.data();
+    const AudioChannels block{.doubles = &channel, .count = 1};
+    amp.play(block, block, 0, static_cast<int>(io.size()));
+    return io;
+  };
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(sameBits(playedWith(1e300), playedWith(1000.0)));
+  EXPECT_TRUE(sameBits(playedWith(-1e300), playedWith(-1000.0)));
+  EXPECT_FALSE(sameBits(playedWith(999.0), playedWith(1000.0)));
+  for (const double none : {kInfinity, -kInfinity, std::nan("")})
+    EXPECT_TRUE(sameBits(playedWith(none), playedWith(0.0)));
+  const std::vector<double> late = playedWith(1e300);
+  for (std::size_t i = late.size() - 4800; i < late.size(); ++i)
+    ASSERT_LT(std::fabs(late[i]), 1e-3) << "half a second later";
+}
+
+// Plays a block of both sides through the amplifier.
+template <typename Sample>
+Channels<Sample> played(HostedAmp& amp, Channels<Sample> in) {
+  const auto frames = static_cast<int>(in[0].size());
+  const auto from = pointersTo(in);
+  Channels<Sample> out(in.size(), std::vector<Sample>(in[0].size()));
+  const auto to = pointersTo(out);
+  if constexpr (sizeof(Sample) == sizeof(float)) {
+    amp.play({.floats = from.data(), .count = 2}, {.floats = to.data(), .count = 2}, 0, frames);
+  } else {
+    amp.play({.doubles = from.data(), .count = 2}, {.doubles = to.data(), .count = 2}, 0, frames);
+  }
+  return out;
+}
+
+// Engaged it is the input to the last bit, whatever that holds; the way there and back takes 10 ms
+// and is a mixture; afterwards the amplifier sounds as one that was never bypassed.
+template <typename Sample>
+void expectBypass(Random& random) {
+  HostedAmp amp(HostedAmp::kStereo), other(HostedAmp::kStereo);
+  for (HostedAmp* one : {&amp, &other}) ASSERT_TRUE(one->prepare(48000.0, 512));
+  const auto next = [&](int frames) { return drawChannels<Sample>(random, 2, frames); };
+  int fading = 0;
+  const auto expectFade = [&](bool bypassed) {
+    amp.setBypass(bypassed);
+    for (fading = 480; fading > 0;) {
+      const int frames = std::min(random.integer(1, 200), fading);
+      const Channels<Sample> in = next(frames), out = played(amp, in), wet = played(other, in);
+      for (std::size_t i = 0; i < out[0].size(); ++i, --fading) {
+        const double share = (bypassed ? 480 - fading : fading) / 480.0;
+        const double x = static_cast<double>(in[0][i]), y = static_cast<double>(wet[0][i]);
+        ASSERT_NEAR(static_cast<double>(out[0][i]), y + (x - y) * share, 1e-6) << fading;
+      }
+    }
+  };
+  for (int round = 0; round < 3; ++round) {
+    Channels<Sample> in = next(300);
+    EXPECT_EQ(played(amp, in), played(other, in));
+    expectFade(true);
+    in = next(700);
+    in[0][3] = std::numeric_limits<Sample>::denorm_min();
+    in[1][5] = std::numeric_limits<Sample>::infinity();
+    EXPECT_EQ(played(amp, in), in);
+    played(other, in);
+    expectFade(false);
+  }
+}
+
+TEST(HostedAmp, TheBypassIsTheInputAndTheAmplifierPlaysOn) {
+  Random random(sessionSeed() ^ 0xB9);
+  expectBypass<float>(random);
+  expectBypass<double>(random);
+}
+
+// A project that was saved bypassed opens so, without a fade.
+TEST(HostedAmp, ABypassStaysThroughAnActivation) {
+  Random random(sessionSeed() ^ 0xBA);
+  HostedAmp amp(HostedAmp::kStereo);
+  amp.setBypass(true);
+  for (int activation = 0; activation < 2; ++activation) {
+    ASSERT_TRUE(amp.prepare(44100.0, 64));
+    const auto in = drawChannels<double>(random, 2, 100);
+    EXPECT_EQ(played(amp, in), in);
+    amp.reset();
+    EXPECT_EQ(played(amp, in), in);
+  }
+}
+
+}  // namespace
+}  // namespace quellard::test

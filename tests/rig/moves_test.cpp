@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: ISC
+// What is promised of a move: it takes the same short time and makes no click, whatever the host's
+// blocks and wherever in one it falls. A click is a step between two samples that the steady sound
+// does not make, or sound above the notes.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+
+#include "params/factory_bank.h"
+#include "rig/hosted_amp.h"
+#include "tests/support/effort.h"
+#include "tests/support/same_bits.h"
+#include "tests/support/signals.h"
+
+namespace quellard::test {
+namespace {
+
+constexpr double kRate = 44100.0;
+constexpr int kMove = 13000;  // about where the move falls, in samples
+constexpr int kEnd = 22528;   // a multiple of every period
+
+struct Place {
+  int period;
+  int frame;
+};
+
+std::vector<Place> places() {
+  std::vector<Place> all;
+  for (const int period : {16, 64, 256, 1024})
+    for (const int frame : {0, period / 2, period - 1}) all.push_back({period, frame});
+  return all;
+}
+
+HostedAmp::Values defaults(int channel) {
+  HostedAmp::Values values = HostedAmp(HostedAmp::kMono).values();
+  values.back() = selectForChannel(channel);
+  return values;
+}
+
+int moveAt(Place place) { return kMove / place.period * place.period + place.frame; }
+
+// 220 Hz at -20 dBFS through an amplifier whose parameters move once.
+std::vector<double> played(const HostedAmp::Values& before, const HostedAmp::Values& after,
+                           Place place) {
+  HostedAmp amp(HostedAmp::kMono);
+  amp.setValues(before);
+  EXPECT_TRUE(amp.prepare(kRate, place.period));
+  std::vector<double> io = sine(kRate, 220.0, 0.1, kEnd);
+  double* channel = io.data();
+  const AudioChannels block{.doubles = &channel, .count = 1};
+  for (int begin = 0; begin < kEnd; begin += place.period) {
+    const int end = begin + place.period, cut = std::clamp(moveAt(place), begin, end);
+    amp.play(block, block, begin, cut);
+    if (cut < end) amp.setValues(after);
+    EXPECT_TRUE(cut == end || amp.values() == after) << "shown at once";
+    amp.play(block, block, cut, end);
+  }
+  return io;
+}
+
+double largestStep(const std::vector<double>& sound, int begin, int end) {
+  double largest = 0.0;
+  for (auto i = static_cast<std::size_t>(begin); i < static_cast<std::size_t>(end); ++i)
+    largest = std::max(largest, std::fabs(sound[i] - sound[i - 1]));
+  return largest;
+}
+
+// The largest step around the move, against that of the louder steady sound.
+double stepRatio(const HostedAmp::Values& before, const HostedAmp::Values& after) {
+  double worst = 0.0;
+  for (const Place place : places()) {
+    const std::vector<double> sound = played(before, after, place);
+    const int move = moveAt(place);
+    const double steady =
+        std::max(largestStep(sound, move - 4000, move - 1), largestStep(sound, kEnd - 4000, kEnd));
+    worst = std::max(worst, largestStep(sound, move - 1, move + 4000) / steady);
+  }
+  return worst;
+}
+
+TEST(Moves, AKnobStepsNoFurtherThanTheSound) {
+  constexpr std::array<std::array<float, 2>, 3> kWays = {
+      {{0.5F, 0.6F}, {0.0F, 1.0F}, {1.0F, 0.0F}}};
+  for (int index = 1; index <= kNumControls; ++index) {
+    for (const auto& [from, to] : kWays) {
+      HostedAmp::Values before = defaults((index - 1) / kKnobsPerChannel), after = before;
+      before[static_cast<std::size_t>(index - 1)] = from;
+      after[static_cast<std::size_t>(index - 1)] = to;
+      EXPECT_LT(stepRatio(before, after), 1.15) << index << ": " << from << " to " << to;
+    }
+  }
+}
+
+TEST(Moves, APresetOfTheSameChannelStepsLittleFurther) {
+  double worst = 0.0;
+  for (const FactoryPreset& from : kFactoryBank) {
+    for (const FactoryPreset& to : kFactoryBank) {
+      if (from.channel != to.channel || &from == &to) continue;
+      const double ratio = stepRatio(presetValues(from), presetValues(to));
+      EXPECT_LT(ratio, 1.5) << from.name << " to " << to.name;
+      worst = std::max(worst, ratio);
+    }
+  }
+  std::printf("largest step of a preset: %.2f\n", worst);
+}
+
+// A high-pass of 511 taps, Blackman's window: 5 kHz on, nothing of the 220 Hz left.
+double peakAbove5kHz(const std::vector<double>& sound, int begin, int end) {
+  constexpr int kTaps = 511;
+  constexpr double kCut = 2.0 * std::numbers::pi * 5000.0 / kRate;
+  std::vector<double> taps(kTaps);
+  for (int i = 0; i < kTaps; ++i) {
+    const double t = i - (kTaps - 1) / 2, turn = 2.0 * std::numbers::pi * i / (kTaps - 1);
+    const double low =
+        t == 0 ? kCut / std::numbers::pi : std::sin(kCut * t) / (std::numbers::pi * t);
+    const double window = 0.42 - 0.5 * std::cos(turn) + 0.08 * std::cos(2.0 * turn);
+    taps[static_cast<std::size_t>(i)] = (t == 0 ? 1.0 : 0.0) - low * window;
+  }
+  double peak = 0.0;
+  for (int n = begin; n < end; ++n) {
+    double sum = 0.0;
+    for (int i = 0; i < kTaps; ++i)
+      sum += taps[static_cast<std::size_t>(i)] * sound[static_cast<std::size_t>(n - i)];
+    peak = std::max(peak, std::fabs(sum));
+  }
+  return peak;
+}
+
+TEST(Moves, MasterMakesNoSoundAbove5kHz) {
+  HostedAmp::Values before = defaults(0), after = before;
+  after[4] = 0.6F;
+  double worst = 0.0;
+  for (const Place place : places()) {
+    const std::vector<double> sound = played(before, after, place);
+    worst = std::max(worst, peakAbove5kHz(sound, moveAt(place) - 10, moveAt(place) + 2000));
+  }
+  std::printf("MASTER 5 to 6 above 5 kHz: %.1f dBFS\n", 20.0 * std::log10(worst));
+  EXPECT_LT(20.0 * std::log10(worst), -70.0);
+}
+
+// From the bits of one setting to those of another, in the same time for every block length.
+TEST(Moves, TakeTheSameShortTime) {
+  constexpr int kWay = 512;  // samples: 12 ms in whole steps
+  HostedAmp::Values before = defaults(1), after = before;
+  after[10] = 0.73F;
+  for (const Place place : places()) {
+    const std::vector<double> sound = played(before, after, place);
+    const std::vector<double> low = played(before, before, place),
+                              high = played(after, after, place);
+    const int move = moveAt(place);
+    for (int i = 0; i < kEnd; ++i) {
+      const auto n = static_cast<std::size_t>(i);
+      if (i < move) {
+        ASSERT_EQ(sound[n], low[n]) << i;
+      } else if (i >= move + kWay) {
+        ASSERT_EQ(sound[n], high[n]) << i - move;
+      } else if (i == move + kWay / 2) {
+        EXPECT_NE(sound[n], high[n]) << "still on its way";
+      }
+    }
+  }
+}
+
+// Knobs that move all the time arrive when they rest; one that comes back arrives where it was.
+TEST(Moves, ArriveWhateverHappensOnTheWay) {
+  Random random(sessionSeed() ^ 0x30);
+  HostedAmp amp(HostedAmp::kMono), resting(HostedAmp::kMono);
+  HostedAmp::Values last = defaults(2);
+  ASSERT_TRUE(amp.prepare(kRate, 64));
+  std::vector<double> io(64), same(64);
+  double *channel = io.data(), *other = same.data();
+  const AudioChannels block{.doubles = &channel, .count = 1}, twin{.doubles = &other, .count = 1};
+  for (int move = 0; move < effort(2000); ++move) {
+    const int index = random.integer(1, kNumControls);
+    last[static_cast<std::size_t>(index - 1)] = static_cast<float>(random.unit());
+    amp.setValues(last);
+    const int frames = random.integer(1, 64);
+    amp.play(block, block, 0, frames);
+  }
+  resting.setValues(last);
+  ASSERT_TRUE(resting.prepare(kRate, 64));
+  for (int i = 0; i < 3000; ++i) {
+    io.assign(64, 0.0), same.assign(64, 0.0);
+    amp.play(block, block, 0, 64), resting.play(twin, twin, 0, 64);
+  }
+  Random notes(1);
+  const std::vector<double> note = pluckedNote(notes, kRate, 110.0, 0.5, 64);
+  std::copy(note.begin(), note.end(), io.begin()),
+      std::copy(note.begin(), note.end(), same.begin());
+  amp.play(block, block, 0, 64), resting.play(twin, twin, 0, 64);
+  for (std::size_t i = 0; i < io.size(); ++i) ASSERT_NEAR(io[i], same[i], 1e-9) << i;
+}
+
+}  // namespace
+}  // namespace quellard::test
