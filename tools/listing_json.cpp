@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: ISC
+#include "tools/listing_json.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "params/factory_bank.h"
+#include "params/parameter_table.h"
+#include "tools/knobs.h"
+
+namespace quellard {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string asText(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+// The shortest number that is this float: 0.7 and not 0.699999988079071.
+double shortest(float value) { return parseNumber(fmt::format("{}", value)).value_or(0.0); }
+
+double onScale(const PluginInstance& instance, int knob) {
+  return shortest(instance.parameter(knob) * 10.0f);
+}
+
+std::string channelName(int channel) {
+  return lowered(kChannelNames[static_cast<std::size_t>(channel)]);
+}
+
+std::string knobName(int knob) { return lowered(kParameters[static_cast<std::size_t>(knob)].name); }
+
+int playingChannel(const PluginInstance& instance) {
+  return channelFromSelect(instance.parameter(kTypeParameter));
+}
+
+Json knobsOf(const PluginInstance& instance, int channel) {
+  Json knobs = Json::object();
+  for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
+    knobs[knobName(knob)] = onScale(instance, channel * kKnobsPerChannel + knob);
+  }
+  return knobs;
+}
+
+Json selectorAsJson(const PluginInstance& instance) {
+  Json choices = Json::array();
+  for (int channel = 0; channel < kNumChannels; ++channel) choices.push_back(channelName(channel));
+  return {{"value", channelName(playingChannel(instance))}, {"choices", choices}};
+}
+
+Json valueOrNull(std::optional<double> value) { return value ? Json(*value) : Json(); }
+
+Json resultAsJson(const RenderResult& result) {
+  return {{"seconds", result.seconds},
+          {"elapsed_seconds", result.elapsed},
+          {"peak_dbfs", valueOrNull(result.peak_dbfs)},
+          {"loudness_lufs", valueOrNull(result.loudness_lufs)},
+          {"clipped_samples", result.clipped},
+          {"late_moves", result.lateMoves},
+          {"truncated", result.truncated}};
+}
+
+}  // namespace
+
+std::string parametersAsJson(const PluginModule& module, const StartingPoint& start) {
+  PluginInstance instance(module);
+  applyStart(instance, start);
+  Json all = Json::array();
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind == ParameterKind::none) continue;
+    const bool selector = info.kind == ParameterKind::selector;
+    Json one = {{"index", info.index},
+                {"name", selector ? "channel" : info.symbol},
+                {"shown_as", instance.text(effGetParamName, info.index)},
+                {"text", trimmed(instance.text(effGetParamDisplay, info.index))},
+                {"stored", shortest(instance.parameter(info.index))}};
+    if (selector) {
+      one.update(selectorAsJson(instance));
+    } else {
+      one.update({{"value", onScale(instance, info.index)},
+                  {"minimum", 0},
+                  {"maximum", 10},
+                  {"channel", channelName(info.channel)}});
+    }
+    all.push_back(std::move(one));
+  }
+  return asText({{"parameters", std::move(all)}});
+}
+
+std::string programsAsJson(const PluginModule& module) {
+  PluginInstance instance(module);
+  Json all = Json::array();
+  for (int program = 0; program < instance.record().numPrograms; ++program) {
+    instance.setProgram(program);
+    const int channel = playingChannel(instance);
+    all.push_back({{"number", program + 1},
+                   {"name", instance.text(effGetProgramName)},
+                   {"channel", channelName(channel)},
+                   {"knobs", knobsOf(instance, channel)}});
+  }
+  return asText({{"programs", std::move(all)}});
+}
+
+std::string presetsAsJson() {
+  Json all = Json::array();
+  for (const FactoryPreset& preset : kFactoryBank) {
+    Json knobs = Json::object();
+    for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
+      knobs[knobName(knob)] = preset.knobs[static_cast<std::size_t>(knob) - 1];
+    }
+    all.push_back({{"name", preset.name},
+                   {"channel", channelName(preset.channel)},
+                   {"knobs", std::move(knobs)},
+                   {"description", preset.description}});
+  }
+  return asText({{"presets", std::move(all)}});
+}
+
+std::string pluginAsJson(const PluginModule& module) {
+  const PluginInstance instance(module);
+  const AEffect& record = instance.record();
+  return asText({{"plugin", module.file().string()},
+                 {"effect_name", instance.text(effGetEffectName)},
+                 {"product", instance.text(effGetProductString)},
+                 {"vendor", instance.text(effGetVendorString)},
+                 {"vendor_version", instance.call(effGetVendorVersion)},
+                 {"unique_id", record.uniqueID},
+                 {"version", record.version},
+                 {"vst_version", instance.call(effGetVstVersion)},
+                 {"flags", record.flags},
+                 {"parameters", record.numParams},
+                 {"programs", record.numPrograms},
+                 {"inputs", record.numInputs},
+                 {"outputs", record.numOutputs},
+                 {"initial_delay_samples", record.initialDelay},
+                 {"tail_samples", instance.call(effGetTailSize)},
+                 {"command_version", QUELLARD_VERSION}});
+}
+
+std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes) {
+  Json files = Json::array();
+  for (std::size_t i = 0; i < jobs.size(); ++i) {
+    const auto& [result, error] = outcomes[i];
+    Json one = {{"input", jobs[i].input.string()}, {"output", jobs[i].output.string()}};
+    one.update(result ? resultAsJson(*result) : Json{{"error", error}});
+    files.push_back(std::move(one));
+  }
+  return asText({{"files", std::move(files)}});
+}
+
+}  // namespace quellard

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: ISC
+// The listings and the report of a render for other programs, as JSON; docs/json.md describes the
+// fields. What cannot be a number is null; bytes of names that are not UTF-8 become U+FFFD.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/batch.h"
+#include "tools/plugin_host.h"
+#include "tools/render.h"
+
+namespace quellard {
+
+std::string parametersAsJson(const PluginModule& module, const StartingPoint& start);
+std::string programsAsJson(const PluginModule& module);
+std::string presetsAsJson();
+std::string pluginAsJson(const PluginModule& module);
+
+// outcomes: of the jobs, in their order.
+std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes);
+
+}  // namespace quellard
