@@ -2,14 +2,12 @@
 #include "tools/audio_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "tools/audio_format.h"
 #include "tools/errors.h"
-#include "tools/knobs.h"
+#include "tools/muted_stderr.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -18,15 +16,13 @@ namespace {
 // The highest sample of integer formats. Some encoders of the library wrap at 1 itself.
 constexpr double kFullScale = 1.0 - 0x1p-31;
 
-// The library ends its sentences with a full stop; the command's lines have none.
-std::string reason(SNDFILE* file) {
-  std::string_view text = trimmed(sf_strerror(file));
-  constexpr std::string_view kPrefix = "Error : ";
-  if (text.starts_with(kPrefix)) text.remove_prefix(kPrefix.size());
-  while (text.ends_with('.')) text.remove_suffix(1);
-  std::string line(text);
-  std::replace(line.begin(), line.end(), '\n', ' ');
-  return line;
+// Why the library takes a file not to be audio. Its own sentences speak of chunks and markers.
+std::string unreadable(int error) {
+  switch (error) {
+    case SF_ERR_UNRECOGNISED_FORMAT: return "not an audio file of a known kind";
+    case SF_ERR_UNSUPPORTED_ENCODING: return "an audio file, but with unknown samples";
+    default: return "not an audio file, or a damaged one";
+  }
 }
 
 // The library reaches the output through these, so that no failed write goes unseen: several of
@@ -43,6 +39,54 @@ sf_count_t writeOutput(const void* bytes, sf_count_t count, void* user) {
 }
 sf_count_t tellOutput(void* user) { return static_cast<OutputFile*>(user)->seek(0, SEEK_CUR); }
 
+sf_count_t inputSize(void* user) { return static_cast<InputFile*>(user)->size(); }
+sf_count_t seekInput(sf_count_t offset, int whence, void* user) {
+  return static_cast<InputFile*>(user)->seek(offset, whence);
+}
+sf_count_t readInput(void* bytes, sf_count_t count, void* user) {
+  return static_cast<InputFile*>(user)->read(bytes, count);
+}
+sf_count_t noWrite(const void* /*bytes*/, sf_count_t /*count*/, void* /*user*/) { return 0; }
+sf_count_t tellInput(void* user) { return static_cast<InputFile*>(user)->seek(0, SEEK_CUR); }
+
+constexpr std::size_t kMagicBytes = 32;
+constexpr std::int64_t kMostFrames = std::int64_t{1} << 48;  // three years at 3 MHz
+
+// A file may be shorter than any header.
+std::string padded(std::string start) {
+  start.resize(kMagicBytes);
+  return start;
+}
+
+// The kinds that say how much audio follows before it does, and are read from front to back.
+bool sizesStandInFront(const std::string& start) {
+  if (start.starts_with("FORM")) return start.substr(8, 3) == "AIF";
+  for (const char* magic : {"RIFF", "RIFX", "RF64", ".snd", "caff"}) {
+    if (start.starts_with(magic)) return true;
+  }
+  return false;
+}
+
+// What a header promises. Programs that write to a pipe cannot know the size and put about the
+// largest number there, with a sign or without: 0 then.
+std::int64_t credibleFrames(const SF_INFO& info) {
+  constexpr double kMargin = 0x1p17;
+  const double bytes =
+      static_cast<double>(info.frames) * info.channels * bytesPerSample(info.format);
+  const bool unknown = std::abs(bytes - 0x1p31) < kMargin || std::abs(bytes - 0x1p32) < kMargin;
+  return unknown || info.frames >= kMostFrames ? 0 : info.frames;
+}
+
+std::int64_t bigEndian(const std::string& bytes) {
+  std::int64_t value = 0;
+  for (const char byte : bytes) value = value << 8 | static_cast<unsigned char>(byte);
+  return value;
+}
+
+std::int64_t littleEndian(const std::string& bytes) {
+  return bigEndian({bytes.rbegin(), bytes.rend()});
+}
+
 SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
   SF_VIRTUAL_IO io = {outputSize, seekOutput, readOutput, writeOutput, tellOutput};
   output.seek(0, SEEK_SET);
@@ -51,35 +95,105 @@ SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
 
 }  // namespace
 
-AudioReader::AudioReader(const fs::path& path) : path_(path) {
-  std::error_code error;
-  if (fs::is_directory(path, error)) {
-    throw FileError(fmt::format("cannot read {}: {}", path.string(), systemMessage(EISDIR)));
-  }
-  if (access(path.c_str(), R_OK) != 0) {
-    throw FileError(fmt::format("cannot read {}: {}", path.string(), systemMessage(errno)));
-  }
-  file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
-  if (file_ == nullptr) {
-    throw FileError(fmt::format("cannot read {}: {}", path.string(), reason(nullptr)));
-  }
+AudioReader::AudioReader(const fs::path& path) : input_(path) {
+  if (input_.isStream() && openStream()) return;
+  if (input_.isStream()) input_.spool();
+  openWhole(path);
 }
 
-std::int64_t AudioReader::frames() const {
-  return info_.frames > 0 && info_.frames < SF_COUNT_MAX ? info_.frames : 0;
+SoundFile AudioReader::open(bool endless) {
+  SF_VIRTUAL_IO io = {inputSize, seekInput, readInput, noWrite, tellInput};
+  input_.pretendEndless(endless);
+  input_.seek(0, SEEK_SET);
+  info_ = {};
+  const MutedStderr muted(mayBeMpeg_);
+  SoundFile file(sf_open_virtual(&io, SFM_READ, &info_, &input_));
+  input_.throwIfFailed();
+  if (file != nullptr) mayBeMpeg_ = (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
+  return file;
+}
+
+bool AudioReader::openStream() {
+  if (!sizesStandInFront(padded(input_.start(kMagicBytes)))) return false;
+  file_ = open(true);
+  if (file_ == nullptr || bytesPerSample(info_.format) == 0) return false;
+  input_.forgetStart();
+  frames_ = promised_ = credibleFrames(info_);
+  return true;
+}
+
+void AudioReader::openWhole(const fs::path& path) {
+  const std::string magic = padded(input_.start(kMagicBytes));
+  if (input_.size() == 0) {
+    throw FileError(fmt::format("cannot read {}: it is empty", input_.name()));
+  }
+  promised_ = sizesStandInFront(magic) ? promisedFrames() : 0;
+  file_ = open(false);
+  const int error = sf_error(nullptr);
+  // Of some kinds the library opens no file that was cut short.
+  if (file_ == nullptr && promised_ > 0) file_ = open(true);
+  // Some kinds are told by the name alone, or keep their header in a file beside them.
+  if (file_ == nullptr && !isStandardInput(path) && fs::is_regular_file(path)) {
+    const MutedStderr muted(true);
+    file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
+  }
+  if (file_ == nullptr) {
+    throw FileError(fmt::format("cannot read {}: {}", input_.name(), unreadable(error)));
+  }
+  frames_ = info_.frames < kMostFrames ? info_.frames : 0;
+  promised_ = std::max(promised_, frames_);
+  damaged_ = endIsMissing(magic);
+}
+
+std::int64_t AudioReader::promisedFrames() {
+  const SoundFile file = open(true);
+  return file != nullptr ? credibleFrames(info_) : 0;
+}
+
+// For kinds whose samples' number the library takes from the length of the file.
+bool AudioReader::endIsMissing(const std::string& start) {
+  constexpr std::size_t kLongestPage = 65307;
+  const std::int64_t place = input_.seek(0, SEEK_CUR);
+  const std::int64_t size = input_.size();
+  bool missing = false;
+  if (start.starts_with("OggS")) {
+    // The last page is marked.
+    const std::string tail = input_.end(2 * kLongestPage);
+    const std::size_t page = tail.rfind("OggS");
+    missing = page == std::string::npos || page + 5 >= tail.size() || (tail[page + 5] & 4) == 0;
+  } else if (start.starts_with("riff")) {
+    missing = littleEndian(start.substr(16, 8)) > size;
+  } else if (start.starts_with("FORM") && !sizesStandInFront(start)) {
+    missing = bigEndian(start.substr(4, 4)) + 8 > size;
+  } else if (start.starts_with("Creative Voice File")) {
+    missing = littleEndian(start.substr(27, 3)) + 30 > size;
+  }
+  input_.seek(place, SEEK_SET);
+  return missing;
 }
 
 std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
-  const sf_count_t got = sf_readf_double(file_.get(), interleaved, count);
-  if (got < count && sf_error(file_.get()) != SF_ERR_NO_ERROR) {
-    throw FileError(fmt::format("cannot read {}: {}", path_.string(), reason(file_.get())));
-  }
-  return got;
+  const sf_count_t got = [&] {
+    const MutedStderr muted(mayBeMpeg_);
+    return sf_readf_double(file_.get(), interleaved, count);
+  }();
+  input_.throwIfFailed();
+  received_ += got;
+  if (got == count) return got;
+  ended_ = true;
+  if (sf_error(file_.get()) == SF_ERR_NO_ERROR) return got;
+  damaged_ = true;
+  if (received_ > 0) return got;
+  throw FileError(fmt::format("cannot read {}: it is damaged", input_.name()));
 }
 
 bool isAudioFile(const fs::path& path) {
-  SF_INFO info = {};
-  return SoundFile(sf_open(path.c_str(), SFM_READ, &info)) != nullptr;
+  try {
+    const AudioReader reader(path);
+    return true;
+  } catch (const FileError&) {
+    return false;
+  }
 }
 
 AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
@@ -97,8 +211,8 @@ AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channel
   file_ = openOutput(output_, SFM_WRITE, info);
   if (file_ == nullptr) {
     output_.throwIfFailed();
-    throw FileError(fmt::format("cannot write {} with {} Hz and {} channel{}: {}", path.string(),
-                                rate, channels, channels == 1 ? "" : "s", reason(nullptr)));
+    throw FileError(fmt::format("cannot write {}: such a file cannot hold {} Hz and {} channel{}",
+                                path.string(), rate, channels, channels == 1 ? "" : "s"));
   }
   // The chunk with the peak carries the time of day: two equal renders would differ.
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -116,7 +230,7 @@ void AudioWriter::write(const double* interleaved, std::int64_t frames) {
   const sf_count_t written = sf_writef_double(file_.get(), interleaved, frames);
   output_.throwIfFailed();
   if (written != frames) {
-    throw FileError(fmt::format("cannot write {}: {}", path_.string(), reason(file_.get())));
+    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
   }
 }
 
@@ -124,7 +238,7 @@ void AudioWriter::finish() {
   const int error = sf_close(file_.release());
   output_.throwIfFailed();
   if (error != SF_ERR_NO_ERROR) {
-    throw FileError(fmt::format("cannot write {}: {}", path_.string(), sf_error_number(error)));
+    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
   }
   checkRate();
   output_.commit();
@@ -136,7 +250,7 @@ void AudioWriter::checkRate() {
   SF_INFO info = {};
   const SoundFile written = openOutput(output_, SFM_READ, info);
   if (written == nullptr) {
-    throw FileError(fmt::format("cannot write {}: {}", path_.string(), reason(nullptr)));
+    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
   }
   constexpr double kTolerance = 1e-3;  // two cents; a sample dump rounds to nanoseconds
   if (std::abs(info.samplerate - rate_) <= kTolerance * rate_) return;

@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <memory>
 #include <sndfile.h>
+#include <string>
 #include <vector>
 
+#include "tools/input_file.h"
 #include "tools/output_file.h"
 
 namespace quellard {
@@ -20,26 +22,43 @@ using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
 class AudioReader {
  public:
-  // Throws FileError with the reason: missing, unreadable, no audio.
+  // Opens the input once, standard input for "-". Streams of the kinds that say in front what they
+  // hold are read as they come, the others are kept in a file without a name first. Throws
+  // FileError with the reason: missing, unreadable, no audio; or Interrupted while a stream waits.
   explicit AudioReader(const std::filesystem::path& path);
 
   int rate() const { return info_.samplerate; }  // Hz
   int channels() const { return info_.channels; }
 
   // Frames as the header promises; nothing is lost if it is wrong. 0 when it does not say.
-  std::int64_t frames() const;
+  std::int64_t frames() const { return frames_; }
 
   // Reads up to count frames into count * channels() doubles, and returns how many there were;
-  // fewer than count only at the end. Throws FileError when the file cannot be decoded.
+  // fewer than count only at the end. Throws FileError when nothing at all can be decoded.
   std::int64_t read(double* interleaved, std::int64_t count);
 
+  // Whether the audio that has been read ended before the place that the file itself gives.
+  bool truncated() const { return ended_ && (damaged_ || received_ < promised_); }
+
  private:
-  std::filesystem::path path_;
+  bool openStream();
+  void openWhole(const std::filesystem::path& path);
+  SoundFile open(bool endless);
+  std::int64_t promisedFrames();
+  bool endIsMissing(const std::string& start);
+
+  InputFile input_;
   SF_INFO info_ = {};
   SoundFile file_;
+  std::int64_t frames_ = 0;
+  std::int64_t promised_ = 0;
+  std::int64_t received_ = 0;
+  bool mayBeMpeg_ = true;  // whose decoder talks
+  bool damaged_ = false;
+  bool ended_ = false;
 };
 
-// Whether a file can be opened as audio at all.
+// Whether an ordinary file can be opened as audio at all.
 bool isAudioFile(const std::filesystem::path& path);
 
 class AudioWriter {

@@ -129,7 +129,10 @@ int sampleFormatCode(const std::string& name) {
 
 bool hasAudioEnding(const std::filesystem::path& name) { return knownType(name).has_value(); }
 
-int formatFor(const std::filesystem::path& name, const std::string& sampleFormat) {
+int formatFor(const std::filesystem::path& path, const std::string& sampleFormat,
+              const std::string& otherwise) {
+  const bool says = otherwise.empty() || hasAudioEnding(path);
+  const std::filesystem::path name = says ? path : std::filesystem::path("audio." + otherwise);
   const int typed = typeFor(name);
   if (!sampleFormat.empty()) {
     const int format = (typed & SF_FORMAT_TYPEMASK) | sampleFormatCode(sampleFormat);
@@ -180,7 +183,9 @@ double largestFile(int format) {
 int bytesPerSample(int format) {
   switch (format & SF_FORMAT_SUBMASK) {
     case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8: return 1;
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_ULAW:
+    case SF_FORMAT_ALAW: return 1;
     case SF_FORMAT_PCM_16: return 2;
     case SF_FORMAT_PCM_24: return 3;
     case SF_FORMAT_PCM_32:

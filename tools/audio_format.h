@@ -9,10 +9,12 @@
 namespace quellard {
 
 // libsndfile's code (type and sample format) for a file to be written.
-// name: its ending says the type. sampleFormat: as listed by sampleFormatNames(), or empty for
+// path: its ending says the type; where it says none, `otherwise` does, unless that is empty.
+// sampleFormat: as listed by sampleFormatNames(), or empty for
 // 32-bit float where the type can hold it and otherwise the best that it can.
 // Throws UsageError for an unknown ending or sample format, or a pair that does not exist.
-int formatFor(const std::filesystem::path& name, const std::string& sampleFormat);
+int formatFor(const std::filesystem::path& path, const std::string& sampleFormat,
+              const std::string& otherwise = {});
 
 // Whether a name's ending is one that formatFor() knows.
 bool hasAudioEnding(const std::filesystem::path& name);

@@ -2,6 +2,7 @@
 #include "tools/automation.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <fmt/format.h>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include "tools/errors.h"
+#include "tools/interrupt.h"
 
 namespace quellard {
 namespace {
@@ -41,11 +43,27 @@ bool isHeading(const std::vector<std::string>& fields) {
   return std::isalpha(static_cast<unsigned char>(fields.front().front())) != 0;
 }
 
+// The next line, of which no more is taken than a line may hold: what is no text at all shall not
+// fill the memory first.
+bool nextLine(std::istream& text, std::string& line, const std::string& name, int number) {
+  constexpr std::size_t kLongestLine = 4096;
+  std::array<char, kLongestLine + 1> buffer = {};
+  text.getline(buffer.data(), buffer.size());
+  const auto taken = static_cast<std::size_t>(text.gcount());
+  if (taken == kLongestLine && text.fail() && !text.bad()) {
+    throw UsageError(
+        fmt::format("{}:{}: a line of more than {} bytes", name, number, kLongestLine));
+  }
+  // What was taken counts the end of the line, where there is one.
+  line.assign(buffer.data(), text.good() ? taken - 1 : taken);
+  return !text.fail();
+}
+
 std::vector<Line> readLines(std::istream& text, const std::string& name) {
   std::vector<Line> lines;
   std::string raw;
   bool first = true;
-  for (int number = 1; std::getline(text, raw); ++number) {
+  for (int number = 1; nextLine(text, raw, name, number); ++number) {
     if (number == 1 && raw.starts_with(kByteOrderMark)) raw.erase(0, kByteOrderMark.size());
     const std::vector<std::string> fields = splitFields(raw);
     if (fields.empty()) continue;
@@ -90,10 +108,12 @@ std::vector<Move> readAutomation(const std::filesystem::path& file, int channel)
   std::ifstream text(file);
   if (text) text.peek();  // a folder opens, but cannot be read
   if (!text && !text.eof()) {
+    throwIfInterrupted();  // while it waited for a pipe
     throw FileError(fmt::format("cannot read {}: {}", file.string(), systemMessage(errno)));
   }
   text.clear(text.rdstate() & std::ios::badbit);
   std::vector<Move> moves = parseAutomation(text, file.string(), channel);
+  throwIfInterrupted();
   if (text.bad()) throw FileError(fmt::format("cannot read {}", file.string()));
   return moves;
 }

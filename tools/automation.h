@@ -2,8 +2,9 @@
 // Knob moves over time, from a text file that a person or a spreadsheet wrote: one move a line,
 //   seconds, parameter, value
 // with commas, semicolons, tabs or spaces between. Empty lines, what follows a '#', and a line of
-// headings at the top are skipped. Parameters and values are written as knobs.h says; a bare knob
-// name means the channel that plays from that time on, whichever of the two lines comes first.
+// headings at the top are skipped. A line has at most 4096 bytes. Parameters and values are written
+// as knobs.h says; a bare knob name means the channel that plays from that time on, whichever of
+// the two lines comes first.
 #pragma once
 
 #include <filesystem>
@@ -25,7 +26,7 @@ struct Move {
 // Throws UsageError that begins with the name and the line's number.
 std::vector<Move> parseAutomation(std::istream& text, const std::string& name, int channel);
 
-// The same from a file; throws FileError when it cannot be read.
+// The same from a file, read once; throws FileError when it cannot be read.
 std::vector<Move> readAutomation(const std::filesystem::path& file, int channel);
 
 // The channel that plays first: what the moves at time 0 select, otherwise the one given.

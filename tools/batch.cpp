@@ -3,19 +3,22 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <fmt/format.h>
 #include <map>
 #include <set>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 #include "tools/audio_file.h"
 #include "tools/audio_format.h"
 #include "tools/errors.h"
+#include "tools/input_file.h"
 #include "tools/interrupt.h"
+#include "tools/knobs.h"
+#include "tools/output_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -27,22 +30,34 @@ struct Found {
   fs::path nameInFolder;
 };
 
+// Files that a desktop leaves in folders, and what people have hidden.
+bool isCompanion(const fs::path& path) {
+  const std::string name = lowered(path.filename().string());
+  return name.starts_with('.') || name == "thumbs.db" || name == "desktop.ini";
+}
+
 std::vector<Found> searchFolder(const fs::path& folder, const fs::path& output) {
   std::vector<Found> found;
   std::error_code error;
+  std::error_code unreached;
   const fs::path outputFolder = fs::weakly_canonical(output);
   auto entry = fs::recursive_directory_iterator(folder, error);
   for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
     throwIfInterrupted();
     const fs::path& path = entry->path();
-    if (entry->is_directory(error)) {
-      if (fs::weakly_canonical(path) == outputFolder) entry.disable_recursion_pending();
-    } else if (entry->is_regular_file(error) && isAudioFile(path)) {
-      found.push_back({path, path.lexically_relative(folder)});
+    if (entry->is_directory(unreached)) {
+      const bool skipped = isCompanion(path) || fs::weakly_canonical(path) == outputFolder;
+      if (skipped) entry.disable_recursion_pending();
+      continue;
     }
+    // A link that leads nowhere is a take that is missing; what waits in a folder for a partner,
+    // like a pipe, is not asked.
+    const bool listed = entry->is_regular_file(unreached) || !entry->exists(unreached);
+    if (listed && !isCompanion(path)) found.push_back({path, path.lexically_relative(folder)});
   }
   if (error) {
-    throw FileError(fmt::format("cannot read {}: {}", folder.string(), error.message()));
+    throw FileError(
+        fmt::format("cannot read {}: {}", folder.string(), systemMessage(error.value())));
   }
   if (found.empty()) throw FileError(fmt::format("no audio files in {}", folder.string()));
   // Folders list their files in no order; the summary shall have one.
@@ -54,10 +69,15 @@ std::vector<Found> searchFolder(const fs::path& folder, const fs::path& output) 
 std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::path& output) {
   std::vector<Found> all;
   for (const fs::path& input : inputs) {
+    if (isStandardInput(input)) {
+      all.push_back({"-", "stdin"});
+      continue;
+    }
     std::error_code error;
     const fs::file_status status = fs::status(input, error);
     if (!fs::exists(status)) {
-      throw FileError(fmt::format("cannot read {}: {}", input.string(), error.message()));
+      throw FileError(
+          fmt::format("cannot read {}: {}", input.string(), systemMessage(error.value())));
     }
     if (!fs::is_directory(status)) {
       all.push_back({input, input.filename()});
@@ -71,34 +91,80 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
 // What tells two files apart, whatever they are called.
 using FileIdentity = std::pair<dev_t, ino_t>;
 
-std::optional<FileIdentity> identify(const fs::path& path) {
+struct Identified {
+  FileIdentity identity;
+  bool readOnce;  // a pipe
+};
+
+// Nothing for what any number can read and write at once, like a terminal or /dev/null.
+std::optional<Identified> identify(const fs::path& path, int standardStream) {
   struct stat status = {};
-  if (stat(path.c_str(), &status) != 0) return {};
-  return FileIdentity(status.st_dev, status.st_ino);
+  const bool standard = isStandardInput(path) || isStandardOutput(path);
+  const int failed = standard ? fstat(standardStream, &status) : stat(path.c_str(), &status);
+  const bool isPipe = S_ISFIFO(status.st_mode);
+  if (failed != 0 || (!isPipe && !S_ISREG(status.st_mode))) return {};
+  return Identified{{status.st_dev, status.st_ino}, isPipe};
 }
 
-void refuseCollisions(const std::vector<Job>& jobs) {
-  std::map<fs::path, const Job*> outputs;
-  std::set<FileIdentity> inputs;
-  for (const Job& job : jobs) {
-    if (const auto identity = identify(job.input)) inputs.insert(*identity);
-    const auto [other, isNew] = outputs.emplace(fs::weakly_canonical(job.output), &job);
-    if (isNew) continue;
-    throw UsageError(fmt::format("{} and {} would both become {}", other->second->input.string(),
+// Of two files with one name but for the ending, one may be a take and the other a text on it. The
+// text gets no output: it fails when it is its turn.
+bool isForeign(Job& job) {
+  std::error_code error;
+  if (!fs::is_regular_file(job.input, error) || isAudioFile(job.input)) return false;
+  job.output.clear();
+  return true;
+}
+
+void refuseEqualOutputs(std::vector<Job>& jobs) {
+  std::map<fs::path, Job*> outputs;
+  for (Job& job : jobs) {
+    const auto [place, isNew] = outputs.emplace(withLinksFollowed(job.output), &job);
+    if (isNew || isForeign(job)) continue;
+    Job* const other = std::exchange(place->second, &job);
+    if (isForeign(*other)) continue;
+    throw UsageError(fmt::format("{} and {} would both become {}", other->input.string(),
                                  job.input.string(), job.output.string()));
   }
+}
+
+void refuseMixedUp(const std::vector<Job>& jobs) {
+  std::set<FileIdentity> inputs;
+  bool takenStandardInput = false;
   for (const Job& job : jobs) {
-    const auto identity = identify(job.output);
-    if (!identity || !inputs.contains(*identity)) continue;
+    const auto found = identify(job.input, STDIN_FILENO);
+    const bool isNew = !found || inputs.insert(found->identity).second;
+    const bool again = isStandardInput(job.input) && std::exchange(takenStandardInput, true);
+    if (!again && (isNew || !found->readOnce)) continue;
+    throw UsageError(fmt::format("{} is given twice, but can be read only once",
+                                 again ? "standard input" : job.input.string()));
+  }
+  for (const Job& job : jobs) {
+    const auto found = identify(job.output, STDOUT_FILENO);
+    if (!found || !inputs.contains(found->identity)) continue;
     throw UsageError(fmt::format("the output {} is also an input", job.output.string()));
   }
 }
 
+void refuseOneForMany(const fs::path& output) {
+  std::error_code error;
+  if (isStream(output)) {
+    throw UsageError(fmt::format("several results need a folder, and {} is none",
+                                 isStandardOutput(output) ? "standard output" : output.string()));
+  }
+  if (!hasAudioEnding(output) || fs::is_directory(output, error)) return;
+  throw UsageError(
+      fmt::format("several results need a folder, and {} is named like a file: "
+                  "put a slash behind it if it shall be one",
+                  output.string()));
+}
+
 void makeFolder(const fs::path& folder) {
   std::error_code error;
-  fs::create_directories(folder, error);
-  if (error && !fs::is_directory(folder)) {
-    throw FileError(fmt::format("cannot make the folder {}: {}", folder.string(), error.message()));
+  std::error_code unreached;
+  fs::create_directories(withLinksFollowed(folder), error);
+  if (error && !fs::is_directory(folder, unreached)) {
+    throw FileError(fmt::format("cannot make the folder {}: {}", folder.string(),
+                                systemMessage(error.value())));
   }
 }
 
@@ -109,17 +175,7 @@ Outcome runJob(const PluginModule& module, const Job& job, const RenderSettings&
   } catch (const Interrupted& interrupted) {
     return {{}, interrupted.what()};
   } catch (const std::exception& error) {
-    return {{}, error.what()};
-  }
-}
-
-// Frames that the headers promise. What is wrong with a file is told when it is its turn.
-std::int64_t expectedFrames(const Job& job, const RenderSettings& settings) {
-  try {
-    const AudioReader reader(job.input);
-    return reader.frames() + std::llround(settings.tailSeconds * reader.rate());
-  } catch (const FileError&) {
-    return 0;
+    return {{}, explanation(error)};
   }
 }
 
@@ -131,30 +187,31 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
   const bool oneFile = inputs.size() == 1 && !fs::is_directory(inputs.front(), error);
   const bool toFolder = !oneFile || fs::is_directory(output, error) || !output.has_filename();
   const std::vector<Found> found = findInputs(inputs, output);
-  if (!oneFile && hasAudioEnding(output) && !fs::is_directory(output, error)) {
-    throw UsageError(
-        fmt::format("several results need a folder, and {} is named like a file: "
-                    "put a slash behind it if it shall be one",
-                    output.string()));
+  if (!oneFile) refuseOneForMany(output);
+  if (isStandardOutput(output) && isatty(STDOUT_FILENO) != 0) {
+    throw UsageError("standard output is a terminal: send the audio to a file or a pipe");
   }
+  const std::string streamType = isStream(output) ? fileType : std::string();
   std::vector<Job> jobs;
   for (const auto& [input, nameInFolder] : found) {
     const fs::path inFolder = output / fs::path(nameInFolder).replace_extension(fileType);
     jobs.push_back({input, toFolder ? inFolder : output});
-    formatFor(jobs.back().output, sampleFormat);  // a bad ending is told before any work
+    // A bad ending is told before any work.
+    formatFor(jobs.back().output, sampleFormat, streamType);
   }
-  refuseCollisions(jobs);
+  refuseMixedUp(jobs);
+  refuseEqualOutputs(jobs);
   if (toFolder) {
-    for (const Job& job : jobs) makeFolder(job.output.parent_path());
+    for (const Job& job : jobs) {
+      if (!job.output.empty()) makeFolder(job.output.parent_path());
+    }
   }
   return jobs;
 }
 
 std::vector<Outcome> runJobs(const PluginModule& module, const std::vector<Job>& jobs,
                              const RenderSettings& settings, int threads, Progress& progress) {
-  if (progress.visible()) {
-    for (const Job& job : jobs) progress.expect(expectedFrames(job, settings));
-  }
+  progress.expectFiles(jobs.size());
   std::vector<Outcome> outcomes(jobs.size());
   std::atomic<std::size_t> next{0};
   const auto work = [&] {

@@ -17,13 +17,17 @@ struct Job {
   std::filesystem::path output;
 };
 
-// inputs: files, and folders that are searched with all below them for audio files.
-// output: for one input that is a file, the name of the result, or a folder to put it in; otherwise
-// a folder, made when missing. A result in a folder has its input's name (and its place below the
-// input folder) with the ending fileType. What already lies in the output folder is no input.
+// inputs: files, pipes, "-" for standard input, and folders. A folder stands for all files in it
+// and below, whatever they are (one that is no audio fails in its turn, and is named then), except
+// hidden ones and those that desktops leave in folders.
+// output: for one input that is a file, the name of the result, "-" for standard output, or a
+// folder to put it in; otherwise a folder, made when missing. A result in a folder has its input's
+// name (and its place below the input folder) with the ending fileType. What already lies in the
+// output folder is no input.
 // Throws UsageError when an output would be an input or another job's output, when its ending
-// names no file type, or when a folder to be made is named like an audio file; FileError when an
-// input is missing or holds nothing to render.
+// names no file type, when a folder to be made is named like an audio file, when a pipe would be
+// read twice, or when the audio would go to a terminal; FileError when an input is missing or holds
+// nothing to render.
 std::vector<Job> planJobs(const std::vector<std::filesystem::path>& inputs,
                           const std::filesystem::path& output, const std::string& fileType,
                           const std::string& sampleFormat);

@@ -3,18 +3,25 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sstream>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "tools/audio_format.h"
 #include "tools/batch.h"
 #include "tools/errors.h"
 #include "tools/gain_table.h"
+#include "tools/input_file.h"
 #include "tools/interrupt.h"
 #include "tools/listing.h"
+#include "tools/listing_json.h"
+#include "tools/output_file.h"
 #include "tools/plot.h"
 #include "tools/settings_options.h"
 
@@ -42,12 +49,39 @@ struct Options {
   bool mono = false;
   bool raw = false;
   bool quiet = false;
+  bool json = false;
   PlotSettings plot;
   std::string page = "all";
   std::string rate = "48000";
   std::string note = "110";
   std::string sine = "220";
 };
+
+// One line on stderr, whatever the message holds.
+int tell(const std::string& message, int status = kDone) {
+  const std::string line = fmt::format("quellard: {}\n", oneLine(message));
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  return status;
+}
+
+// At once, so that a warning follows the line that it is about.
+void print(const std::string& text, std::FILE* to = stdout) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), to) == text.size();
+  if ((written && std::fflush(to) == 0) || to != stdout) return;
+  throw FileError(fmt::format("cannot write standard output: {}", systemMessage(errno)));
+}
+
+// A number that the next opened file would get if the shell has closed it, so that what is printed
+// would be written into that file. The mode is the wrong one: who uses it still gets an error.
+void holdStandardStreams() {
+  for (const auto& [number, mode] :
+       {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY),
+        std::pair(STDERR_FILENO, O_WRONLY)}) {
+    if (fcntl(number, F_GETFD) >= 0) continue;
+    const int opened = open("/dev/null", mode);
+    if (opened >= 0 && opened != number) close(opened);
+  }
+}
 
 // The channel that plays from the starting point on.
 int channelOf(const StartingPoint& start, const PluginModule& module) {
@@ -63,15 +97,17 @@ StartingPoint resolveKnobs(const SettingsOptions& options, const PluginModule& m
 }
 
 void addRenderOptions(CLI::App& command, Options& options) {
-  command.add_option("IN", options.inputs, "Audio files, or folders of them")
+  command.add_option("IN", options.inputs, "Audio files, or folders of them; - is standard input")
       ->type_name("FILE")
       ->required();
-  addValue(command, "-o,--output", options.output, "OUT", "File to write; for several, a folder")
+  addValue(command, "-o,--output", options.output, "OUT",
+           "File to write; for several, a folder; - is standard output")
       ->required();
   addValue(command, "--format", options.sampleFormat, "FORMAT",
            "Sample format (float where the file type can): " + sampleFormatNames() +
                ". All but float and double are cut at full scale");
-  addValue(command, "--type", options.fileType, "ENDING", "File type of results in a folder (wav)");
+  addValue(command, "--type", options.fileType, "ENDING",
+           "File type of results in a folder or on standard output (wav)");
   addValue(command, "--automation", options.automation, "FILE",
            "Knob moves: lines of 'seconds, parameter, value'");
   command.add_flag("--mono", options.mono,
@@ -107,36 +143,47 @@ std::string summary(const Job& job, const RenderResult& result) {
   const auto level = [](std::optional<double> value, const char* unit) {
     return value ? fmt::format("{:.1f} {}", *value, unit) : std::string("none");
   };
-  return fmt::format("{}: {:.2f} s, {:.1f} times real time, peak {}, loudness {}\n",
+  return fmt::format("{}: {:.2f} s, {:.1f} times real time, peak {}, loudness {}",
                      job.output.string(), result.seconds,
                      result.seconds / std::max(result.elapsed, 1e-9),
                      level(result.peak_dbfs, "dBFS"), level(result.loudness_lufs, "LUFS"));
 }
 
 void warn(const Job& job, const RenderResult& result) {
+  const auto tellOf = [](const std::string& file, const std::string& what) {
+    tell(fmt::format("warning: {}: {}", file, what));
+  };
+  const std::string input = isStandardInput(job.input) ? "standard input" : job.input.string();
+  const std::string output = isStandardOutput(job.output) ? "standard output" : job.output.string();
+  if (result.truncated) {
+    tellOf(input, fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)",
+                              result.seconds));
+  }
   if (result.clipped > 0) {
-    fmt::print(stderr,
-               "quellard: warning: {}: {} samples clipped, turn MASTER down or write floats\n",
-               job.output.string(), result.clipped);
+    tellOf(output,
+           fmt::format("{} samples clipped, turn MASTER down or write floats", result.clipped));
   }
   if (result.lateMoves > 0) {
-    fmt::print(stderr, "quellard: warning: {}: {} knob moves lie after its end\n",
-               job.output.string(), result.lateMoves);
+    tellOf(output, fmt::format("{} knob moves lie after its end", result.lateMoves));
   }
 }
 
-int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, bool quiet) {
+// Where the audio goes, nothing else shall.
+std::FILE* reportStream(const std::vector<Job>& jobs) {
+  return isStandardOutput(jobs.front().output) ? stderr : stdout;
+}
+
+int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, bool summaries) {
   int status = kDone;
   for (std::size_t i = 0; i < jobs.size(); ++i) {
     const Outcome& outcome = outcomes[i];
     if (!outcome.result) {
-      fmt::print(stderr, "quellard: {}\n", outcome.error);
-      status = kFileTrouble;
+      status = tell(outcome.error, kFileTrouble);
       continue;
     }
-    if (!quiet) fmt::print("{}", summary(jobs[i], *outcome.result));
-    std::fflush(stdout);  // a warning follows the line that it is about
+    if (summaries) print(oneLine(summary(jobs[i], *outcome.result)) + '\n', reportStream(jobs));
     warn(jobs[i], *outcome.result);
+    if (outcome.result->truncated) status = kFileTrouble;
   }
   return status;
 }
@@ -149,6 +196,7 @@ int render(const Options& options) {
   settings.mono = options.mono;
   settings.settle = !options.raw;
   settings.sampleFormat = options.sampleFormat;
+  settings.streamType = options.fileType;
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
 
   const PluginModule module(PluginModule::find(options.plugin));
@@ -164,7 +212,11 @@ int render(const Options& options) {
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
   progress.clear();
-  return report(jobs, outcomes, options.quiet);
+  const int status = report(jobs, outcomes, !options.quiet && !options.json);
+  if (options.json) {
+    print(reportAsJson(jobs, outcomes), reportStream(jobs));
+  }
+  return status;
 }
 
 int plot(const Options& options) {
@@ -182,22 +234,25 @@ int measure(const Options& options) {
   const int rate = integerWithin("--rate", options.rate, 8000, 384000);
   const double note_hz = numberWithin("--note", options.sine, 20.0, 2000.0);
   const PluginModule module(PluginModule::find(options.plugin));
-  fmt::print("{}", listGains(module, resolveKnobs(options.knobs, module), rate, note_hz));
+  print(listGains(module, resolveKnobs(options.knobs, module), rate, note_hz));
   return kDone;
 }
 
 int list(const CLI::App& command, const Options& options) {
-  if (command.get_name() == "presets") {
-    fmt::print("{}", listPresets());
+  const std::string name = command.get_name();
+  const bool json = options.json;
+  if (name == "presets") {
+    print(json ? presetsAsJson() : listPresets());
     return kDone;
   }
   const PluginModule module(PluginModule::find(options.plugin));
-  if (command.get_name() == "programs") {
-    fmt::print("{}", listPrograms(module));
-  } else if (command.get_name() == "info") {
-    fmt::print("{}", describePlugin(module));
+  if (name == "programs") {
+    print(json ? programsAsJson(module) : listPrograms(module));
+  } else if (name == "info") {
+    print(json ? pluginAsJson(module) : describePlugin(module));
   } else {
-    fmt::print("{}", listParameters(module, resolveKnobs(options.knobs, module)));
+    const StartingPoint start = resolveKnobs(options.knobs, module);
+    print(json ? parametersAsJson(module, start) : listParameters(module, start));
   }
   return kDone;
 }
@@ -220,6 +275,9 @@ void buildApp(CLI::App& app, Options& options) {
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
   addMeasureOptions(addCommand(app, options, "measure", "Measure distortion and level over GAIN"),
                     options);
+  for (const char* name : {"render", "params", "programs", "presets", "info"}) {
+    app.get_subcommand(name)->add_flag("--json", options.json, "Print JSON, for other programs");
+  }
 }
 
 // A wrong command line in one line, with what a mistyped option or command may have meant.
@@ -267,9 +325,18 @@ std::vector<std::string> wordsBackwards(int argc, const char* const* argv) {
   return words;
 }
 
-int tell(const std::string& message, int status) {
-  fmt::print(stderr, "quellard: {}\n", message);
-  return status;
+int parseAndDispatch(CLI::App& app, const Options& options, std::vector<std::string> words) {
+  try {
+    app.parse(std::move(words));
+    return dispatch(app, options);
+  } catch (const CLI::Success& success) {  // --help and --version
+    std::ostringstream text;
+    const int status = app.exit(success, text, text);
+    print(text.str());
+    return status;
+  } catch (const CLI::ParseError& error) {
+    return tell(explain(app, error), kWrongUsage);
+  }
 }
 
 }  // namespace
@@ -278,22 +345,16 @@ int runCommand(int argc, const char* const* argv) {
   CLI::App app("Plays recordings through a three-channel guitar amplifier.", "quellard");
   Options options;
   buildApp(app, options);
+  holdStandardStreams();
   watchSignals();
   try {
-    app.parse(wordsBackwards(argc, argv));
-    const int status = dispatch(app, options);
-    if (std::fflush(stdout) != 0) throw FileError("cannot write to standard output");
-    return status;
-  } catch (const CLI::Success& success) {
-    return app.exit(success);
-  } catch (const CLI::ParseError& error) {
-    return tell(explain(app, error), kWrongUsage);
+    return parseAndDispatch(app, options, wordsBackwards(argc, argv));
   } catch (const UsageError& error) {
     return tell(error.what(), kWrongUsage);
   } catch (const Interrupted&) {
     dieOfSignal();
   } catch (const std::exception& error) {
-    return tell(error.what(), kFileTrouble);
+    return tell(explanation(error), kFileTrouble);
   }
 }
 

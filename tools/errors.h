@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 #include <string>
-#include <system_error>
+#include <string_view>
 
 namespace quellard {
 
@@ -21,13 +21,21 @@ class FileError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// What an errno value means: "No space left on device". Any thread, unlike strerror.
-inline std::string systemMessage(int error) { return std::generic_category().message(error); }
-
-// SIGINT or SIGTERM arrived. The command cleans up, then dies of that signal.
+// One of the signals that interrupt.h watches arrived. The command cleans up, then dies of it.
 class Interrupted : public std::runtime_error {
  public:
   Interrupted() : std::runtime_error("interrupted") {}
 };
+
+// What an errno value means for the file that the sentence is about: "the disk is full". Any
+// thread, unlike strerror.
+std::string systemMessage(int error);
+
+// The reason of any exception for people: the command's own as they are, the libraries' reworded.
+std::string explanation(const std::exception& error);
+
+// A text as one line that no terminal obeys, for messages that hold the names of files: control
+// characters, marks of writing direction and bytes that are not UTF-8 appear as "\n" or "\x1b".
+std::string oneLine(std::string_view text);
 
 }  // namespace quellard

@@ -18,7 +18,7 @@ void noteSignal(int number) { arrivedSignal = number; }
 void watchSignals() {
   struct sigaction action = {};
   action.sa_handler = noteSignal;
-  for (int number : {SIGINT, SIGTERM, SIGHUP}) {
+  for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU}) {
     struct sigaction old = {};
     sigaction(number, nullptr, &old);
     // nohup and shells that run a job in the background ask for a signal to be ignored.

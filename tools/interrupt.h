@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Ctrl-C without half-written files: SIGINT, SIGTERM and SIGHUP only raise a flag, the work notices
-// it between two blocks and unwinds. However often one presses, the clean-up runs to its end.
-// Should it hang, SIGQUIT (Ctrl-\) kills at once.
+// Ctrl-C without half-written files: the signals that ask a process to end (SIGINT, SIGTERM,
+// SIGHUP, SIGQUIT, SIGALRM, SIGXCPU) only raise a flag, the work notices it between two blocks and
+// unwinds. However often one presses, the clean-up runs to its end.
 #pragma once
 
 namespace quellard {

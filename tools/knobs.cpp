@@ -115,6 +115,9 @@ int integerWithin(const char* what, std::string_view text, int lowest, int highe
 }
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& known) {
+  // The comparison takes time and memory with the length; no known word is nearly as long.
+  constexpr std::size_t kLongestWord = 64;
+  if (word.size() > kLongestWord) return {};
   std::size_t nearest = std::max<std::size_t>(1, word.size() / 3) + 1;
   const std::string* best = nullptr;
   for (const std::string& candidate : known) {

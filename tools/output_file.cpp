@@ -1,64 +1,117 @@
 // SPDX-License-Identifier: ISC
 #include "tools/output_file.h"
 
-#include <atomic>
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
-#include <utility>
 
 #include "tools/errors.h"
+#include "tools/interrupt.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-// A dot hides the file from folder listings, the number keeps parallel renders apart.
-fs::path temporaryNameIn(const fs::path& folder) {
-  static std::atomic<int> counter{0};
-  return folder / fmt::format(".quellard-{}-{}.part", getpid(), counter++);
-}
-
-fs::path withLinksFollowed(const fs::path& path) {
-  std::error_code error;
-  fs::path target = fs::weakly_canonical(path, error);
-  return error ? path : target;
-}
-
 void syncFolder(const fs::path& folder) {
-  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
-  fsync(descriptor);  // not every file system can; the file itself is safe already
-  close(descriptor);
+  const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened) fsync(opened.number());  // not every file system can; the file itself is safe already
+}
+
+// The name by which the system knows a file without a name.
+std::string throughProcess(int descriptor) { return fmt::format("/proc/self/fd/{}", descriptor); }
+
+bool linkTo(int descriptor, const fs::path& name) {
+  const std::string from = throughProcess(descriptor);
+  return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 }  // namespace
 
-OutputFile::OutputFile(const fs::path& path) : shown_(path), target_(withLinksFollowed(path)) {
+bool isStandardOutput(const fs::path& path) {
+  return path == "-" || path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
+}
+
+bool isStream(const fs::path& path) {
+  struct stat status = {};
+  if (isStandardOutput(path)) return true;
+  if (stat(path.c_str(), &status) != 0) return false;
+  return S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode);
+}
+
+fs::path withLinksFollowed(fs::path path) {
+  constexpr int kMostLinks = 40;  // as many as the system itself follows
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  const fs::path target = fs::weakly_canonical(path, error);
+  return error ? path : target;
+}
+
+OutputFile::OutputFile(const fs::path& path)
+    : shown_(isStandardOutput(path) ? "standard output" : path),
+      target_(isStream(path) ? path : withLinksFollowed(path)),
+      folder_(target_.has_parent_path() ? target_.parent_path() : fs::path(".")),
+      toStream_(isStream(path)) {
+  if (toStream_) {
+    refuseUnwritableStream();
+    file_ = openSpool();
+  } else {
+    openBeside();
+  }
+}
+
+void OutputFile::refuseUnwritableStream() const {
+  if (isStandardOutput(target_)) {
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    if (flags < 0 || (flags & O_ACCMODE) == O_RDONLY) fail(EBADF);
+  } else if (access(target_.c_str(), W_OK) != 0) {
+    fail(errno);
+  }
+}
+
+void OutputFile::openBeside() {
   struct stat existing = {};
   const bool exists = stat(target_.c_str(), &existing) == 0;
+  if (!exists && errno == ELOOP) fail(ELOOP);
   if (exists && S_ISDIR(existing.st_mode)) fail(EISDIR);
   if (exists && !S_ISREG(existing.st_mode)) {
     throw FileError(fmt::format("cannot write {}: not an ordinary file", shown_.string()));
   }
   if (exists && access(target_.c_str(), W_OK) != 0) fail(errno);
 
-  const fs::path folder = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
-  temporary_ = temporaryNameIn(folder);
-  descriptor_ = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (descriptor_ < 0) fail(errno);
-  // A replaced file keeps its permissions. Where the file system has none, there are none to keep.
-  if (exists && fchmod(descriptor_, existing.st_mode & 07777) != 0) errno = 0;
+  file_ = openUnnamedIn(folder_);
+  // What cannot be reached through /proc cannot be given a name later.
+  const bool canBeNamed = file_ && access(throughProcess(file_.number()).c_str(), F_OK) == 0;
+  if (!canBeNamed) openNamed();
+  if (!exists) return;
+  // A replaced file keeps its permissions. Where the file system has none, there are none to keep;
+  // the owner can be kept by root alone.
+  const bool owned = fchown(file_.number(), existing.st_uid, existing.st_gid) == 0;
+  const mode_t kept = existing.st_mode & (owned ? 07777U : 00777U);
+  if (fchmod(file_.number(), kept) != 0) errno = 0;
+}
+
+void OutputFile::openNamed() {
+  do {
+    temporary_ = temporaryNameIn(folder_);
+    file_ = FileDescriptor(open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  } while (!file_ && errno == EEXIST);
+  if (file_) return;
+  temporary_.clear();
+  fail(errno);
 }
 
 OutputFile::~OutputFile() {
-  if (descriptor_ < 0) return;
-  close(descriptor_);
-  unlink(temporary_.c_str());
+  if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
 std::int64_t OutputFile::write(const void* bytes, std::int64_t count) {
@@ -66,7 +119,7 @@ std::int64_t OutputFile::write(const void* bytes, std::int64_t count) {
   std::int64_t done = 0;
   while (done < count) {
     const ssize_t written =
-        ::write(descriptor_, from + done, static_cast<std::size_t>(count - done));
+        ::write(file_.number(), from + done, static_cast<std::size_t>(count - done));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) {
       if (firstError_ == 0) firstError_ = written < 0 ? errno : ENOSPC;
@@ -80,18 +133,18 @@ std::int64_t OutputFile::write(const void* bytes, std::int64_t count) {
 std::int64_t OutputFile::read(void* bytes, std::int64_t count) {
   ssize_t got = 0;
   do {
-    got = ::read(descriptor_, bytes, static_cast<std::size_t>(count));
+    got = ::read(file_.number(), bytes, static_cast<std::size_t>(count));
   } while (got < 0 && errno == EINTR);
   return got < 0 ? 0 : got;
 }
 
 std::int64_t OutputFile::seek(std::int64_t offset, int whence) {
-  return lseek(descriptor_, offset, whence);
+  return lseek(file_.number(), offset, whence);
 }
 
 std::int64_t OutputFile::size() const {
   struct stat now = {};
-  return fstat(descriptor_, &now) == 0 ? now.st_size : -1;
+  return fstat(file_.number(), &now) == 0 ? now.st_size : -1;
 }
 
 void OutputFile::fail(int error) const {
@@ -104,14 +157,60 @@ void OutputFile::throwIfFailed() const {
 
 void OutputFile::commit() {
   throwIfFailed();
-  if (fsync(descriptor_) != 0) fail(errno);
-  const int descriptor = std::exchange(descriptor_, -1);
-  if (close(descriptor) != 0 || std::rename(temporary_.c_str(), target_.c_str()) != 0) {
-    const int error = errno;
-    unlink(temporary_.c_str());
-    fail(error);
+  if (toStream_) {
+    const FileDescriptor opened = openStream();
+    return copyTo(opened ? opened.number() : STDOUT_FILENO);
   }
-  syncFolder(target_.parent_path());
+  if (fsync(file_.number()) != 0) fail(errno);
+  if (temporary_.empty()) {
+    // Where nothing has the name, the file appears under it; what is there can only be replaced by
+    // a file with a name.
+    if (!linkTo(file_.number(), target_)) giveTemporaryName();
+  }
+  if (!temporary_.empty()) {
+    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
+    temporary_.clear();
+  }
+  file_ = FileDescriptor();
+  syncFolder(folder_);
+}
+
+void OutputFile::giveTemporaryName() {
+  do {
+    temporary_ = temporaryNameIn(folder_);
+    if (linkTo(file_.number(), temporary_)) return;
+  } while (errno == EEXIST);
+  const int error = errno;
+  temporary_.clear();
+  fail(error);
+}
+
+// A pipe is opened when somebody reads it, which an open() that waits would not do for a signal
+// that finds another thread.
+FileDescriptor OutputFile::openStream() const {
+  if (isStandardOutput(target_)) return {};
+  FileDescriptor opened(open(target_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+  while (!opened && errno == ENXIO) {
+    throwIfInterrupted();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    opened = FileDescriptor(open(target_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+  }
+  if (!opened) fail(errno);
+  return opened;
+}
+
+void OutputFile::copyTo(int descriptor) {
+  std::array<char, 4096> piece = {};  // what a pipe that can be written takes without blocking
+  seek(0, SEEK_SET);
+  while (const std::int64_t count = read(piece.data(), piece.size())) {
+    for (std::int64_t done = 0; done < count;) {
+      waitFor(descriptor, POLLOUT);
+      const ssize_t written =
+          ::write(descriptor, piece.data() + done, static_cast<std::size_t>(count - done));
+      if (written < 0 && errno != EINTR && errno != EAGAIN) fail(errno);
+      if (written > 0) done += written;
+    }
+  }
 }
 
 }  // namespace quellard

@@ -2,11 +2,13 @@
 #include "tools/plugin_host.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <fmt/format.h>
 #include <mutex>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include "tools/errors.h"
@@ -72,8 +74,11 @@ PluginModule::PluginModule(const fs::path& file) : file_(file) {
   // A bare name would be looked up in the system's library folders.
   const fs::path path = fs::absolute(file);
   handle_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): modules are loaded before any thread starts
-  if (handle_ == nullptr) throw FileError(fmt::format("cannot load the plug-in: {}", dlerror()));
+  if (handle_ == nullptr) {
+    const bool there = access(path.c_str(), R_OK) == 0;
+    throw FileError(fmt::format("cannot load the plug-in {}: {}", file.string(),
+                                there ? "not a library for this machine" : systemMessage(errno)));
+  }
   entry_ = dlsym(handle_.get(), "getinterface");
   if (entry_ == nullptr) {
     throw FileError(fmt::format("{} is not the plug-in: it has no getinterface", file.string()));

@@ -24,13 +24,30 @@ void Progress::advance(std::int64_t frames) {
   const Clock::time_point now = Clock::now();
   if (!lock || now < nextDraw_) return;
   nextDraw_ = now + kDrawInterval;
-  const std::int64_t expected = std::max<std::int64_t>(expected_, 1);
-  draw(std::min(1.0, static_cast<double>(done) / static_cast<double>(expected)));
+  draw(done);
 }
 
-void Progress::draw(double part) {
-  const int filled = static_cast<int>(part * kBarWidth);
-  fmt::print(stderr, "\r[{:=<{}}{:<{}}] {:3.0f} %", "", filled, "", kBarWidth - filled, part * 100);
+void Progress::expect(std::int64_t frames) {
+  if (frames <= 0) unknown_ = true;
+  expected_ += frames;
+  ++opened_;
+}
+
+// Files that are still to be opened count like the mean of the others.
+double Progress::part(double done) const {
+  const double each = static_cast<double>(expected_) / std::max<int>(opened_, 1);
+  return std::min(1.0, done / std::max(each * files_, 1.0));
+}
+
+void Progress::draw(std::int64_t done) {
+  if (unknown_) {
+    fmt::print(stderr, "\r{:.1f} million samples", static_cast<double>(done) / 1e6);
+  } else {
+    const double played = part(static_cast<double>(done));
+    const int filled = static_cast<int>(played * kBarWidth);
+    fmt::print(stderr, "\r[{:=<{}}{:<{}}] {:3.0f} %", "", filled, "", kBarWidth - filled,
+               played * 100);
+  }
   std::fflush(stderr);
   drawn_ = true;
 }

@@ -17,10 +17,12 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  bool visible() const { return visible_; }
+  // files: how many will be opened, each of which then tells how much it holds.
+  void expectFiles(std::size_t files) { files_ = static_cast<double>(files); }
 
-  // frames: how much more work there is. Headers may be wrong; the bar just stays full then.
-  void expect(std::int64_t frames) { expected_ += frames; }
+  // Any thread. frames: what one more of the files holds, 0 when nobody knows; then the bar gives
+  // way to a counter. Headers may be wrong; the bar just stays full then.
+  void expect(std::int64_t frames);
 
   // Any thread. Draws at most ten times a second.
   void advance(std::int64_t frames);
@@ -30,9 +32,13 @@ class Progress {
 
  private:
   using Clock = std::chrono::steady_clock;
-  void draw(double part);
+  void draw(std::int64_t done);
+  double part(double done) const;
 
   bool visible_;
+  double files_ = 1.0;
+  std::atomic<int> opened_{0};
+  std::atomic<bool> unknown_{false};
   std::atomic<std::int64_t> expected_{0};
   std::atomic<std::int64_t> done_{0};
   std::mutex drawing_;

@@ -29,11 +29,14 @@ class Source {
                                   PluginModule::kLowestRate, PluginModule::kHighestRate));
     }
     tail_ = std::llround(settings.tailSeconds * rate());
-    expectedFrames_ = reader_.frames() + tail_;
+    expectedFrames_ = reader_.frames() > 0 ? reader_.frames() + tail_ : 0;
   }
 
   int rate() const { return reader_.rate(); }
   int channels() const { return mono_ ? 1 : reader_.channels(); }
+  bool truncated() const { return reader_.truncated(); }
+
+  // 0 when the header does not say.
   std::int64_t expectedFrames() const { return expectedFrames_; }
 
   // Fills block with up to frames frames, and returns how many; fewer only at the end.
@@ -156,7 +159,9 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   const Clock::time_point begin = Clock::now();
   Source source(input, settings);
   const int rate = source.rate();
-  const int format = formatFor(output, settings.sampleFormat);
+  progress.expect(source.expectedFrames());
+  const int format = formatFor(output, settings.sampleFormat,
+                               isStream(output) ? settings.streamType : std::string());
   AudioWriter writer(output, format, rate, source.channels(), source.expectedFrames());
   Rig rig(module, source.channels(), rate, settings);
   Meter meter(rate, source.channels());
@@ -182,7 +187,8 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
           .peak_dbfs = meter.peak_dbfs(),
           .loudness_lufs = meter.loudness_lufs(),
           .clipped = writer.clipped(),
-          .lateMoves = plan.left()};
+          .lateMoves = plan.left(),
+          .truncated = source.truncated()};
 }
 
 }  // namespace quellard

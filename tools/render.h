@@ -23,6 +23,7 @@ struct RenderSettings {
   bool mono = false;         // the mean of the input's channels through one amplifier
   bool settle = true;        // see settle()
   std::string sampleFormat;  // as formatFor() takes it
+  std::string streamType;    // the file type on a stream whose name says none: "wav"
 };
 
 struct RenderResult {
@@ -32,6 +33,7 @@ struct RenderResult {
   std::optional<double> loudness_lufs;
   std::int64_t clipped = 0;   // samples cut at full scale
   std::size_t lateMoves = 0;  // moves at or after the end, never heard
+  bool truncated = false;     // the input ended before the place that it gives itself
 };
 
 void applyStart(PluginInstance& amplifier, const StartingPoint& start);
@@ -72,8 +74,9 @@ class BlockPlan {
 };
 
 // Renders input to output, mono to mono, with more channels one amplifier for each. The output
-// appears only when it is complete. May run on several threads at once, for different outputs;
-// the result is the same to the bit. Throws UsageError, FileError or Interrupted.
+// appears only when it is complete. Tells progress how much there is to do. May run on several
+// threads at once, for different outputs; the result is the same to the bit. Throws UsageError,
+// FileError or Interrupted.
 RenderResult renderFile(const PluginModule& module, const std::filesystem::path& input,
                         const std::filesystem::path& output, const RenderSettings& settings,
                         Progress& progress);

@@ -53,6 +53,9 @@ TEST(Automation, ErrorsNameTheLine) {
   EXPECT_EQ(complaint("0 gain 5\n\n1 gian 5\n"),
             "moves.csv:3: unknown knob 'gian', did you mean 'gain'?");
   EXPECT_EQ(complaint("-1 gain 5"), "moves.csv:1: negative time");
+  EXPECT_EQ(complaint("0 gain 5\n1 " + std::string(20'000'000, 'g') + " 5\n"),
+            "moves.csv:2: a line of more than 4096 bytes");
+  EXPECT_EQ(complaint("0 gain 5 #" + std::string(4086, ' ')), "accepted");
   for (const char* line : {"1 gain", "1 gain 5 6", "1..5 gain 5", "1 gain 5\nsoon gain 5"}) {
     EXPECT_NE(complaint(line).find("expected 'seconds, parameter, value'"), std::string::npos)
         << line;

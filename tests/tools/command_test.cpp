@@ -5,7 +5,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <sstream>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -39,12 +41,25 @@ void expectFailure(const Ran& ran, int status, const std::string& part) {
   EXPECT_TRUE(contains(ran.error, part)) << ran.error;
 }
 
+// Whether a process has a file open, named or not, that is new in a folder.
+bool hasOpenIn(pid_t process, const fs::path& folder) {
+  std::error_code error;
+  const fs::path descriptors = "/proc/" + std::to_string(process) + "/fd";
+  for (const auto& entry : fs::directory_iterator(descriptors, error)) {
+    const std::string file = fs::read_symlink(entry, error).string();
+    const bool isNew = contains(file, "(deleted)") || contains(file, ".part");
+    if (isNew && file.starts_with(folder.parent_path().string())) return true;
+  }
+  return false;
+}
+
 class Command : public testing::Test {
  protected:
   Command() {
     writeAudio(folder / "in.wav", {48000, 1, pluck(0.1)});
     write("note.txt", "no audio");
     fs::create_directory(folder / "empty");
+    mkfifo((folder / "pipe").c_str(), 0600);
   }
 
   void write(const std::string& name, const std::string& text) const {
@@ -65,6 +80,19 @@ class Command : public testing::Test {
     const std::string line = "cd '" + (folder / "").string() + "'; " + before +
                              " '" QUELLARD_COMMAND "' " + arguments + " >" + out + " 2>" + error;
     const int status = std::system(line.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
+  }
+
+  // Runs a script of the shell in the folder, in which $Q is the command.
+  Ran shell(const std::string& script) const {
+    const Scratch seen;
+    const std::string out = (seen / "out").string(), error = (seen / "error").string();
+    write("script", script);
+    const std::string line = "cd '" + (folder / "").string() +
+                             "' && Q='" QUELLARD_COMMAND "' && export Q && sh ./script >" + out +
+                             " 2>" + error;
+    const int status = std::system(line.c_str());
+    fs::remove(folder / "script");
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
   }
 
@@ -107,22 +135,139 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o ''", "is no name"},
       {2, "render in.wav note.txt -o a.wav", "need a folder"},
       {2, "plot -o a.jpg", ".png"},
-      {1, "render none.wav -o a.wav", "No such file"},
+      {1, "render none.wav -o a.wav", "no such file"},
       {1, "render note.txt -o a.wav", "cannot read"},
       {1, "render empty -o a.wav", "no audio files in"},
-      {1, "render in.wav -o no/a.wav", "No such file"},
+      {1, "render in.wav -o no/a.wav", "no such file"},
       {1, "render in.wav -o a -- -o", "cannot read ./-o"},
-      {1, "render in.wav -o a.wav --automation none.txt", "No such file"},
+      {1, "render in.wav -o a.wav --automation none.txt", "no such file"},
       {1, "render in.wav -o a.wav --automation empty", "cannot read"},
       {1, "render in.wav -o a.wav --plugin note.txt", "cannot load the plug-in"},
-      {1, "info", "standard output", R"(sh -c '"$0" "$@" >/dev/full')"},
+      {2, "render - - -o out/", "standard input is given twice"},
+      {2, "render - /dev/stdin -o out/", "standard input is given twice"},
+      {2, "render pipe pipe -o out/", "can be read only once"},
+      {2, "render pipe -o pipe", "is also an input"},
+      {2, "render in.wav - -o -", "several results need a folder"},
+      {2, "render - -o - --type flc", "file type"},
+      {1, "render - -o a.wav", "cannot read standard input: it is empty", "</dev/null"},
+      {1, "render - -o a.wav", "cannot read standard input: not an audio file",
+       "</dev/zero head -c 99 |"},
+      {1, "render - -o a.wav", "not an audio file", "printf FORM |"},
+      {1, "render - -o a.wav", "cannot read standard input: it is closed", "<&-"},
       {1, "plot -o a.png", "gnuplot-nox", "PATH=/nowhere"},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.arguments);
     expectFailure(run(test.arguments, test.before), test.status, test.part);
   }
-  EXPECT_EQ(folder.names(), (Names{"empty", "in.wav", "note.txt"}));
+  for (const char* arguments : {"info", "presets --json", "--help", "--version", "presets",
+                                "render -q --json in.wav -o out/", "render in.wav -o -"}) {
+    SCOPED_TRACE(arguments);
+    expectFailure(shell(std::string("$Q ") + arguments + " >/dev/full"), 1,
+                  "cannot write standard output: the disk is full");
+  }
+  expectFailure(shell("$Q presets >&-"), 1, "cannot write standard output: it is closed");
+  expectFailure(shell("$Q render -q in.wav -o - >&-"), 1, "standard output: it is closed");
+  expectFailure(shell("$Q render -q in.wav -o out/a.wav --plugin none >&-"), 1, "no such file");
+  const Ran gone = shell("{ $Q render -q in.wav -o -; echo $? >status; } | :");
+  EXPECT_EQ(read("status"), "1\n");
+  EXPECT_TRUE(contains(gone.error, "nobody reads it any more")) << gone.error;
+  fs::remove(folder / "status");
+  EXPECT_EQ(folder.names(), (Names{"empty", "in.wav", "note.txt", "out", "pipe"}));
+}
+
+TEST_F(Command, PipesSoundLikeFiles) {
+  const std::string expected = rendered("");
+  runWell("render -q in.wav -o take.flac --format pcm24");
+  runWell("render -q take.flac -o flac.wav");
+  const char* const ways[] = {
+      "cat in.wav | $Q render -q - -o piped.wav",
+      "cat in.wav | $Q render -q /dev/stdin -o piped.wav",
+      "$Q render -q - -o piped.wav <in.wav",
+      "(head -c 7; sleep 0.1; head -c 90; sleep 0.1; cat) <in.wav | $Q render -q - -o piped.wav",
+      "cat in.wav >pipe & $Q render -q pipe -o piped.wav",
+      "cat pipe >piped.wav & $Q render -q in.wav -o pipe; wait",
+      "bash -c '$Q render -q <(cat in.wav) -o piped.wav'",
+      "$Q render -q in.wav -o - >piped.wav",
+      "$Q render -q in.wav -o - | cat >piped.wav",
+      "$Q render in.wav -o - >piped.wav 2>note.txt",
+      "cat in.wav | $Q render -q --json - -o - 2>note.txt | cat >piped.wav",
+      "$Q render -q in.wav -o /dev/stdout | cat >piped.wav",
+      "script -qec 'cat in.wav | $Q render - -o piped.wav' seen </dev/null >&2",
+  };
+  for (const char* way : ways) {
+    SCOPED_TRACE(way);
+    fs::remove(folder / "piped.wav");
+    EXPECT_EQ(shell(way).status, 0);
+    EXPECT_EQ(read("piped.wav"), expected);
+  }
+  // What cannot be read from front to back, and what cannot say its length in front.
+  EXPECT_EQ(shell("cat take.flac | $Q render -q - -o piped.wav").status, 0);
+  EXPECT_EQ(read("piped.wav"), read("flac.wav"));
+  std::string endless = read("in.wav");
+  const std::size_t data = endless.find("data");
+  endless.replace(data + 4, 4, "\xff\xff\xff\xff");
+  write("endless.wav", endless);
+  for (const char* way :
+       {"cat endless.wav | $Q render - -o piped.wav", "$Q render endless.wav -o piped.wav"}) {
+    EXPECT_EQ(shell(way).error, "");
+    EXPECT_EQ(read("piped.wav"), expected);
+  }
+  EXPECT_EQ(shell("$Q render -q in.wav -o - --type flac --format pcm24 | cat >piped.flac").status,
+            0);
+  EXPECT_EQ(read("piped.flac"), read("take.flac"));
+  // Standard input among others gets a name of its own.
+  EXPECT_EQ(shell("cat in.wav | $Q render -q - in.wav -o out -j 2").status, 0);
+  EXPECT_EQ(read("out/stdin.wav"), expected);
+}
+
+TEST_F(Command, WhatWasCutShortIsPlayedAsFarAsItGoes) {
+  writeAudio(folder / "in.wav", {48000, 1, pluck(1.0)});
+  for (const std::string kind :
+       {"wav", "aiff", "au", "w64", "rf64", "caf", "iff", "voc", "flac", "ogg", "mp3"}) {
+    SCOPED_TRACE(kind);
+    const std::string name = "a." + kind;
+    runWell("render -q in.wav -o " + name);
+    runWell("render -q " + name + " -o out.wav");
+    const std::size_t whole = readAudio(folder / "out.wav").samples.size();
+    fs::resize_file(folder / name, fs::file_size(folder / name) * 7 / 10);
+    expectFailure(run("render -q " + name + " -o out.wav"), 1, name + ": cut short");
+    expectFailure(shell("cat " + name + " | $Q render -q - -o piped.wav"), 1, "cut short");
+    const std::size_t part = readAudio(folder / "out.wav").samples.size();
+    EXPECT_TRUE(part > whole / 4 && part < whole) << part;
+    EXPECT_EQ(read("piped.wav"), read("out.wav"));
+  }
+}
+
+TEST_F(Command, JsonHoldsWhatTheListingsSay) {
+  const auto parsed = [&](const std::string& arguments) {
+    const Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, 0) << ran.error;
+    return nlohmann::json::parse(ran.out);
+  };
+  const auto parameters = parsed("params --json --channel vintage --gain 7.3")["parameters"];
+  ASSERT_EQ(parameters.size(), 19u);
+  EXPECT_EQ(parameters[11]["name"], "vintage_gain");
+  EXPECT_EQ(parameters[11]["value"].dump(), "7.3");
+  EXPECT_EQ(parameters[18]["value"], "vintage");
+  EXPECT_EQ(parsed("programs --json")["programs"].size(), 16u);
+  const auto jazz = parsed("presets --json")["presets"][1];
+  EXPECT_EQ(jazz["name"], "Warm Jazz");
+  EXPECT_EQ(jazz["knobs"]["bass"].dump(), "6.0");
+  EXPECT_EQ(parsed("info --json")["parameters"], 20);
+
+  const std::string odd = "a\n\"\x1b[31m\xff.wav";
+  fs::copy(folder / "in.wav", folder / odd);
+  const Ran ran = run("render --json note.txt in.wav a* -o out");
+  expectFailure(ran, 1, "cannot read note.txt: not an audio file");
+  const auto files = nlohmann::json::parse(ran.out)["files"];
+  ASSERT_EQ(files.size(), 3u);
+  EXPECT_TRUE(contains(files[0]["error"], "not an audio file"));
+  EXPECT_EQ(files[1]["output"], "out/in.wav");
+  EXPECT_EQ(files[1]["seconds"], 0.1);
+  EXPECT_TRUE(files[1]["peak_dbfs"].is_number() && files[1]["loudness_lufs"].is_null());
+  EXPECT_EQ(files[2]["input"], "a\n\"\x1b[31m\uFFFD.wav");
+  EXPECT_EQ(run("render a* -o out").out.substr(0, 26), "out/a\\n\"\\x1b[31m\\xff.wav: ");
 }
 
 TEST_F(Command, AFullDiskLeavesTheOldFileAndNothingElse) {
@@ -130,27 +275,30 @@ TEST_F(Command, AFullDiskLeavesTheOldFileAndNothingElse) {
   for (const std::string name : {"out.wav", "out.flac", "out.ogg", "out.mp3"}) {
     write(name, "precious");
     // Room for 4 KiB, less than any of these files needs.
-    expectFailure(run("render in.wav -o " + name, "ulimit -f 8;"), 1, "File too large");
+    expectFailure(run("render in.wav -o " + name, "ulimit -f 8;"), 1,
+                  "larger than a file may become");
     EXPECT_EQ(read(name), "precious");
   }
-  EXPECT_EQ(folder.names().size(), 7u);
+  EXPECT_EQ(folder.names().size(), 8u);
 }
 
 TEST_F(Command, AnInterruptedRenderLeavesTheOldFileAndNothingElse) {
   writeAudio(folder / "in.wav", {48000, 1, pluck(300.0)});
   write("out.wav", "precious");
   const Names before = folder.names();
-  for (const int number : {SIGINT, SIGTERM}) {
+  for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGALRM}) {
     const std::string in = folder / "in.wav", out = folder / "out.wav";
     const pid_t child = fork();
     if (child == 0) {
+      const rlimit noCore = {0, 0};
+      setrlimit(RLIMIT_CORE, &noCore);
       // Blocks so long that the later signals come before the first one is noticed.
       execl(QUELLARD_COMMAND, "quellard", "render", in.c_str(), "-o", out.c_str(), "--block",
             "48000", nullptr);
       _exit(127);
     }
     int status = 0;
-    while (folder.names() == before) {
+    while (!hasOpenIn(child, folder / ".")) {
       ASSERT_EQ(waitpid(child, &status, WNOHANG), 0) << "ended before it could be interrupted";
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
@@ -180,8 +328,27 @@ TEST_F(Command, ReplacesFilesWholeAndFollowsLinks) {
   const std::string before = read("in.wav");
   expectFailure(run("render in.wav -o alias.wav"), 2, "is also");
   EXPECT_EQ(read("in.wav"), before);
-  ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
-  expectFailure(run("render in.wav -o pipe.wav"), 1, "not an ordinary file");
+
+  // A link to nothing makes its target, a folder too.
+  fs::create_directory(folder / "there");
+  fs::create_symlink("there/new.wav", folder / "dangling.wav");
+  fs::create_symlink("there/folder", folder / "dangling");
+  runWell("render -q in.wav -o dangling.wav");
+  runWell("render -q in.wav -o dangling/");
+  EXPECT_TRUE(fs::is_symlink(folder / "dangling.wav"));
+  EXPECT_EQ(read("there/new.wav"), read("there/folder/in.wav"));
+  fs::create_symlink("circle.wav", folder / "circle.wav");
+  expectFailure(run("render in.wav -o circle.wav"), 1, "links lead in a circle");
+
+  // The umask holds, and of many at once each leaves a whole file.
+  EXPECT_EQ(shell("umask 027; for i in 1 2 3 4 5 6 7 8; do $Q render -q in.wav -o new.wav || "
+                  "touch failed & done; wait")
+                .error,
+            "");
+  EXPECT_FALSE(fs::exists(folder / "failed"));
+  EXPECT_EQ(read("new.wav"), read("there/new.wav"));
+  EXPECT_EQ(fs::status(folder / "new.wav").permissions(), fs::perms(0640));
+  for (const std::string& name : folder.names()) EXPECT_FALSE(name.starts_with('.')) << name;
 }
 
 TEST_F(Command, TheSummarySaysWhatWasPlayedAndWarnsOfClipping) {
@@ -256,7 +423,7 @@ TEST_F(Command, ManyFilesGiveTheSameBytesOnAnyNumberOfThreads) {
     const std::string take = (i < 4 ? "takes/" : "takes/old/") + std::to_string(i) + ".wav";
     writeAudio(folder / take, {i % 2 == 0 ? 44100 : 48000, 1 + i % 2, pluck(0.2 + 0.1 * i)});
   }
-  write("takes/readme", "no audio");
+  write("takes/.DS_Store", "no audio");
   const auto render = [&](const std::string& name, const std::string& threads) {
     runWell("render takes -q --set modern.gain=3 --master 3 -o " + name + threads);
     std::map<std::string, std::string> files;
@@ -282,6 +449,14 @@ TEST_F(Command, AFailedFileDoesNotStopTheOthersAndClashesAreRefused) {
   EXPECT_EQ(linesOf(ran.out), 1u);
   EXPECT_EQ(readAudio(folder / "results/in.wav").samples.size(), 4800u);
   EXPECT_FALSE(fs::exists(folder / "results/b.wav"));
+
+  // So does what is no take in a folder, also beside a take of the same name.
+  fs::create_directory(folder / "mixed");
+  fs::copy(folder / "in.wav", folder / "mixed/in.wav");
+  write("mixed/in.txt", "loud!");
+  write("mixed/.hidden", "");
+  expectFailure(run("render -q mixed -o results2"), 1, "cannot read mixed/in.txt: not an audio");
+  EXPECT_EQ(read("results2/in.wav"), read("results/in.wav"));
 
   fs::create_directory(folder / "other");
   fs::copy(folder / "in.wav", folder / "other/in.wav");

@@ -39,6 +39,8 @@ TEST(Knobs, NonsenseIsNamedAndNearMissesGetAHint) {
   EXPECT_EQ(complaint("vintge.gain", "5"),
             "unknown knob 'vintge.gain', did you mean 'vintage_gain'?");
   EXPECT_EQ(complaint("reverb", "5"), "unknown knob 'reverb'");
+  const std::string huge(20'000'000, 'g');  // compared with the known ones, it took a minute
+  EXPECT_EQ(complaint(huge, "5"), "unknown knob '" + huge + "'");
   EXPECT_EQ(complaint("channel", "cleen"), "unknown channel 'cleen', did you mean 'clean'?");
   EXPECT_EQ(complaint("channel", "2"), "unknown channel '2': clean, vintage or modern");
   EXPECT_EQ(complaint("gain", "10.01"), "gain: 10.01 is outside 0 to 10");

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: ISC
+#include "tools/muted_stderr.h"
+
+#include <fcntl.h>
+#include <mutex>
+#include <unistd.h>
+#include <utility>
+
+#include "tools/unnamed_file.h"
+
+namespace quellard {
+namespace {
+
+std::mutex mutex;
+int living = 0;  // guarded by mutex, like what follows
+FileDescriptor kept;
+
+}  // namespace
+
+MutedStderr::MutedStderr(bool mute) : mute_(mute) {
+  if (!mute_) return;
+  const std::lock_guard lock(mutex);
+  if (living++ > 0) return;
+  kept = FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+  const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (kept && nowhere) dup2(nowhere.number(), STDERR_FILENO);
+}
+
+MutedStderr::~MutedStderr() {
+  if (!mute_) return;
+  const std::lock_guard lock(mutex);
+  if (--living > 0) return;
+  const FileDescriptor back = std::exchange(kept, FileDescriptor());
+  if (back) dup2(back.number(), STDERR_FILENO);
+}
+
+}  // namespace quellard
