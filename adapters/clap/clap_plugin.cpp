@@ -87,7 +87,10 @@ clap_process_status ClapPlugin::process(const clap_plugin_t* plugin, const clap_
   if (block->audio_outputs != nullptr && block->audio_outputs_count > 0) {
     block->audio_outputs->constant_mask = 0;
   }
-  return CLAP_PROCESS_TAIL;
+  // An idle track may sleep as soon as it is quiet. While bypassed the output says nothing about
+  // the amplifier, which has to play its last note to the end unheard: it would be heard
+  // afterwards.
+  return self.amp.bypassed() ? CLAP_PROCESS_TAIL : CLAP_PROCESS_CONTINUE_IF_NOT_QUIET;
 }
 
 const void* ClapPlugin::extension(const clap_plugin_t*, const char* id) {

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "adapters/clap/clap_plugin.h"
+#include "adapters/shared/bypass.h"
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
 #include "params/parameter_text.h"
@@ -17,60 +18,80 @@ namespace {
 // Newer headers name it CLAP_PARAM_IS_ENUM: every step has a text that deserves a menu.
 constexpr clap_param_info_flags kIsEnum = 1U << 16;
 
-constexpr std::array<const char*, kNumChannels> kModules = {"Clean", "Vintage", "Modern"};
+// Parameters 1..19 of the amplifier and the bypass.
+constexpr std::uint32_t kClapParameters = kNumStoredValues + 1;
+static_assert(kBypassParameter == kClapParameters, "ids follow each other");
 
-const ParameterInfo* parameterOf(clap_id id) {
-  return id >= 1 && id < kNumParameters ? &kParameters[id] : nullptr;
-}
+// 0, which is none of them, for an id that does not exist.
+int parameterOf(clap_id id) { return id <= kClapParameters ? static_cast<int>(id) : 0; }
 
-bool isSelector(const ParameterInfo& parameter) {
-  return parameter.kind == ParameterKind::selector;
-}
-
-double plainFromValue(const ParameterInfo& parameter, float value) {
-  return isSelector(parameter) ? channelFromSelect(value) : static_cast<double>(value);
+double plainFromValue(int parameter, float value) {
+  return parameter == kTypeParameter ? channelFromSelect(value) : static_cast<double>(value);
 }
 
 // Steps are cut, not rounded, as CLAP asks. NaN becomes the lowest value.
-float valueFromPlain(const ParameterInfo& parameter, double plain) {
-  if (!isSelector(parameter)) return static_cast<float>(plain > 0.0 ? std::min(plain, 1.0) : 0.0);
-  const double channel = plain > 0.0 ? std::min(plain, kNumChannels - 1.0) : 0.0;
-  return selectForChannel(static_cast<int>(channel));
+float valueFromPlain(int parameter, double plain) {
+  const double most = parameter == kTypeParameter ? kNumChannels - 1.0 : 1.0;
+  const double held = plain > 0.0 ? std::min(plain, most) : 0.0;
+  if (parameter == kTypeParameter) return selectForChannel(static_cast<int>(held));
+  if (parameter == kBypassParameter) return static_cast<float>(static_cast<int>(held));
+  return static_cast<float>(held);
+}
+
+void describeKnob(const ParameterInfo& knob, clap_param_info_t& info) {
+  info.flags = CLAP_PARAM_IS_AUTOMATABLE;
+  info.max_value = 1.0;
+  info.default_value = static_cast<double>(kKnobDefault);
+  std::strcpy(info.name, parameterTitle(knob.index).data());
+  std::strcpy(info.module, channelTitle(knob.channel).data());
+}
+
+void describeSelector(clap_param_info_t& info) {
+  info.flags = CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | kIsEnum;
+  info.max_value = kNumChannels - 1;
+  info.default_value = plainFromValue(kTypeParameter, kTypeDefault);
+  std::strcpy(info.name, parameterTitle(kTypeParameter).data());
+}
+
+// Hosts join it with their own bypass button.
+void describeBypass(clap_param_info_t& info) {
+  info.flags = CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | CLAP_PARAM_IS_BYPASS;
+  info.max_value = 1.0;
+  std::strcpy(info.name, kBypassTitle);
 }
 
 bool getInfo(const clap_plugin_t*, std::uint32_t index, clap_param_info_t* info) {
-  if (index >= kNumStoredValues || info == nullptr) return false;
-  const ParameterInfo& parameter = kParameters[index + 1];
+  if (index >= kClapParameters || info == nullptr) return false;
   *info = {};
   info->id = index + 1;
-  info->flags = CLAP_PARAM_IS_AUTOMATABLE;
-  info->max_value = 1.0;
-  info->default_value = static_cast<double>(kKnobDefault);
-  copyText(info->name, parameter.name, CLAP_NAME_SIZE - 1);
-  if (isSelector(parameter)) {
-    info->flags |= CLAP_PARAM_IS_STEPPED | kIsEnum;
-    info->max_value = kNumChannels - 1;
-    info->default_value = plainFromValue(parameter, kTypeDefault);
+  if (info->id == kBypassParameter) {
+    describeBypass(*info);
+  } else if (info->id == kTypeParameter) {
+    describeSelector(*info);
   } else {
-    copyText(info->module, kModules[static_cast<std::size_t>(parameter.channel)],
-             CLAP_PATH_SIZE - 1);
+    describeKnob(kParameters[info->id], *info);
   }
   return true;
 }
 
 bool getValue(const clap_plugin_t* plugin, clap_id id, double* plain) {
-  const ParameterInfo* parameter = parameterOf(id);
-  if (parameter == nullptr || plain == nullptr) return false;
-  *plain = plainFromValue(*parameter, ClapPlugin::of(plugin).amp.value(parameter->index));
+  const int parameter = parameterOf(id);
+  if (parameter == 0 || plain == nullptr) return false;
+  const HostedAmp& amp = ClapPlugin::of(plugin).amp;
+  if (parameter == kBypassParameter) {
+    *plain = amp.bypassed() ? 1.0 : 0.0;
+  } else {
+    *plain = plainFromValue(parameter, amp.value(parameter));
+  }
   return true;
 }
 
 // False rather than half a text.
 bool valueToText(const clap_plugin_t*, clap_id id, double plain, char* display,
                  std::uint32_t size) {
-  const ParameterInfo* parameter = parameterOf(id);
-  if (parameter == nullptr || display == nullptr) return false;
-  const ValueText text = valueText(parameter->index, valueFromPlain(*parameter, plain));
+  const int parameter = parameterOf(id);
+  if (parameter == 0 || display == nullptr) return false;
+  const ValueText text = valueText(parameter, valueFromPlain(parameter, plain));
   const std::size_t length = std::strlen(text.data());
   if (size <= length) return false;
   std::copy_n(text.data(), length + 1, display);
@@ -78,11 +99,11 @@ bool valueToText(const clap_plugin_t*, clap_id id, double plain, char* display,
 }
 
 bool textToValue(const clap_plugin_t*, clap_id id, const char* display, double* plain) {
-  const ParameterInfo* parameter = parameterOf(id);
-  if (parameter == nullptr || display == nullptr || plain == nullptr) return false;
-  const std::optional<float> value = valueFromText(parameter->index, display);
+  const int parameter = parameterOf(id);
+  if (parameter == 0 || display == nullptr || plain == nullptr) return false;
+  const std::optional<float> value = valueFromText(parameter, display);
   if (!value.has_value()) return false;
-  *plain = plainFromValue(*parameter, *value);
+  *plain = plainFromValue(parameter, *value);
   return true;
 }
 
@@ -105,13 +126,18 @@ bool isParameterEvent(const clap_event_header_t* event) {
 
 void applyEvent(HostedAmp& amp, const clap_event_header_t& event) {
   const auto& move = reinterpret_cast<const clap_event_param_value_t&>(event);
-  const ParameterInfo* parameter = parameterOf(move.param_id);
-  if (parameter == nullptr || std::isnan(move.value)) return;
-  amp.setValue(parameter->index, valueFromPlain(*parameter, move.value));
+  const int parameter = parameterOf(move.param_id);
+  if (parameter == 0 || std::isnan(move.value)) return;
+  const float value = valueFromPlain(parameter, move.value);
+  if (parameter == kBypassParameter) {
+    amp.setBypass(value > 0.0F);
+  } else {
+    amp.setValue(parameter, value);
+  }
 }
 
 constexpr clap_plugin_params_t kClapParams = {
-    .count = [](const clap_plugin_t*) { return std::uint32_t{kNumStoredValues}; },
+    .count = [](const clap_plugin_t*) { return kClapParameters; },
     .get_info = getInfo,
     .get_value = getValue,
     .value_to_text = valueToText,

@@ -54,6 +54,9 @@ constexpr ClapPresetLocation kBankLocation = {
     .location = nullptr,
 };
 
+// Keywords, which CLAP writes in lower case.
+constexpr std::array<const char*, kNumChannels> kFeatures = {"clean", "vintage", "modern"};
+
 void describe(const FactoryPreset& preset, const ClapPresetReceiver& to) {
   for (const char* id : {kClapMonoId, kClapStereoId}) {
     const ClapPresetPluginId plugin = {.abi = "clap", .id = id};
@@ -62,7 +65,7 @@ void describe(const FactoryPreset& preset, const ClapPresetReceiver& to) {
   to.setFlags(&to, kPresetIsFactoryContent);
   to.addCreator(&to, kClapVendor);
   to.setDescription(&to, preset.description);
-  to.addFeature(&to, kChannelNames[static_cast<std::size_t>(preset.channel)]);
+  to.addFeature(&to, kFeatures[static_cast<std::size_t>(preset.channel)]);
 }
 
 bool listBank(const ClapPresetProvider*, std::uint32_t kind, const char* /*location*/,

@@ -8,7 +8,8 @@ namespace {
 
 bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
   if (stream == nullptr) return false;
-  return writeState({.values = ClapPlugin::of(plugin).amp.values()},
+  const HostedAmp& amp = ClapPlugin::of(plugin).amp;
+  return writeState({.values = amp.values(), .bypass = amp.bypassed()},
                     [&](const std::uint8_t* from, std::size_t size) {
                       return stream->write(stream, from, size);
                     });
@@ -21,6 +22,7 @@ bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (!state.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
   self.amp.setValues(state->values);
+  self.amp.setBypass(state->bypass);
   self.reportMovedValues();
   return true;
 }

@@ -21,8 +21,12 @@ inline constexpr std::array<Lv2Variant, 2> kLv2Variants = {{
     {"urn:quellard:amplifier-stereo", "Quellard Stereo", 2},
 }};
 
-// Port i-1 controls parameter i in every variant; behind these stand the inputs, then the outputs.
+// Port i-1 controls parameter i in every variant; behind these stand the inputs, then the outputs,
+// then the one that switches the amplifier on.
 inline constexpr std::uint32_t kLv2ControlPorts = kNumStoredValues;
+constexpr std::uint32_t lv2EnabledPort(int sides) {
+  return kLv2ControlPorts + 2 * static_cast<std::uint32_t>(sides);
+}
 
 // Control ports keep knobs on the players' scale and the selector as a channel's number.
 inline constexpr double kLv2KnobScale = 10.0;

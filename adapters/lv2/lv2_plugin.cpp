@@ -25,6 +25,8 @@ void Lv2Plugin::connect(std::uint32_t port, void* data) {
     inputs_[audio] = samples;
   } else if (audio < 2 * sides) {
     outputs_[audio - sides] = samples;
+  } else if (port == lv2EnabledPort(amp_.sides())) {
+    enabled_ = samples;
   }
 }
 
@@ -37,6 +39,8 @@ void Lv2Plugin::readControls() {
     const int index = static_cast<int>(port) + 1;
     amp_.setValue(index, valueFromControl(index, control));
   }
+  // Only 0 and less switch off: NaN, which says nothing, leaves the amplifier in the signal.
+  amp_.setBypass(enabled_ != nullptr && *enabled_ <= 0.0F);
 }
 
 void Lv2Plugin::run(std::uint32_t frames) {

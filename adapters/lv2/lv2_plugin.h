@@ -20,7 +20,8 @@ class Lv2Plugin {
   Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames);
 
   // port: as identity.h numbers them, others are left alone. data: one float for a control, a
-  // block's worth for audio. Null is allowed: a control then keeps its value, an input is silent.
+  // block's worth for audio. Null is allowed: a knob then keeps its value, an input is silent, the
+  // amplifier is switched on.
   void connect(std::uint32_t port, void* data);
 
   // As if new; the knobs stay. [audio thread]
@@ -36,6 +37,7 @@ class Lv2Plugin {
   HostedAmp amp_;
   std::array<const float*, kLv2ControlPorts> controls_{};
   std::array<float, kLv2ControlPorts> seen_{};  // NaN before the first run
+  const float* enabled_ = nullptr;
   std::array<float*, HostedAmp::kStereo> inputs_{};
   std::array<float*, HostedAmp::kStereo> outputs_{};
 };

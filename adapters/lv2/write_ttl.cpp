@@ -10,6 +10,7 @@
 
 #include "adapters/lv2/identity.h"
 #include "params/factory_bank.h"
+#include "params/parameter_text.h"
 
 namespace quellard {
 namespace {
@@ -30,15 +31,6 @@ constexpr const char* kPrefixes = R"(@prefix atom: <http://lv2plug.in/ns/ext/ato
 constexpr const char* kGroupUri = "urn:quellard:group:";
 constexpr const char* kPresetUri = "urn:quellard:preset:";
 
-// "Clean" from "CLEAN".
-std::string titled(const char* capitals) {
-  std::string text(capitals);
-  for (std::size_t i = 1; i < text.size(); ++i) {
-    text[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
-  }
-  return text;
-}
-
 // "edge-of-breakup" from "Edge of Breakup".
 std::string asUriPart(const char* name) {
   std::string text(name);
@@ -48,38 +40,36 @@ std::string asUriPart(const char* name) {
   return text;
 }
 
-std::string channelTitle(int channel) {
-  return titled(kChannelNames[static_cast<std::size_t>(channel)]);
-}
-
-std::string groupUri(int channel) { return kGroupUri + asUriPart(channelTitle(channel).c_str()); }
+std::string groupUri(int channel) { return kGroupUri + asUriPart(channelTitle(channel).data()); }
 
 std::string knobPort(const ParameterInfo& knob) {
   return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
     lv2:index {} ;
     lv2:symbol "{}" ;
-    lv2:name "{} {}" ;
+    lv2:name "{}" ;
     lv2:shortName "{}" ;
     lv2:default {:.1f} ;
     lv2:minimum 0.0 ;
     lv2:maximum {:.1f} ;
     pg:group <{}>)",
-                     knob.index - 1, knob.symbol, channelTitle(knob.channel), titled(knob.name),
-                     titled(knob.name), static_cast<double>(kKnobDefault) * kLv2KnobScale,
-                     kLv2KnobScale, groupUri(knob.channel));
+                     knob.index - 1, knob.symbol, parameterTitle(knob.index).data(),
+                     controlTitle(knob.index).data(),
+                     static_cast<double>(kKnobDefault) * kLv2KnobScale, kLv2KnobScale,
+                     groupUri(knob.channel));
 }
 
 std::string selectorPort(const ParameterInfo& selector) {
-  std::string text = fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+  std::string text =
+      fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
     lv2:index {} ;
     lv2:symbol "{}" ;
-    lv2:name "Channel" ;
+    lv2:name "{}" ;
     lv2:portProperty lv2:integer , lv2:enumeration ;
     lv2:default {} ;
     lv2:minimum 0 ;
     lv2:maximum {})",
-                                 selector.index - 1, selector.symbol,
-                                 channelFromSelect(kTypeDefault), kNumChannels - 1);
+                  selector.index - 1, selector.symbol, parameterTitle(selector.index).data(),
+                  channelFromSelect(kTypeDefault), kNumChannels - 1);
   for (int channel = 0; channel < kNumChannels; ++channel) {
     text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"{}\" ; rdf:value {} ]",
                         kChannelNames[static_cast<std::size_t>(channel)], channel);
@@ -87,22 +77,38 @@ std::string selectorPort(const ParameterInfo& selector) {
   return text;
 }
 
+// What hosts join with their own bypass button.
+std::string enabledPort(const Lv2Variant& variant) {
+  return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+    lv2:index {} ;
+    lv2:symbol "enabled" ;
+    lv2:name "Enabled" ;
+    lv2:designation lv2:enabled ;
+    lv2:portProperty lv2:integer , lv2:toggled ;
+    lv2:default 1 ;
+    lv2:minimum 0 ;
+    lv2:maximum 1)",
+                     lv2EnabledPort(variant.sides));
+}
+
 std::string audioPort(const Lv2Variant& variant, bool input, int side) {
   const char* const way = input ? "in" : "out";
+  const char* const title = input ? "In" : "Out";
   const std::uint32_t first =
       kLv2ControlPorts + (input ? 0U : static_cast<std::uint32_t>(variant.sides));
   std::string text = fmt::format("a {} , lv2:AudioPort ;\n    lv2:index {} ;\n",
                                  input ? "lv2:InputPort" : "lv2:OutputPort",
                                  first + static_cast<std::uint32_t>(side));
   if (variant.sides == 1) {
-    return text + fmt::format("    lv2:symbol \"{}\" ;\n    lv2:name \"{}\"", way, titled(way));
+    return text + fmt::format("    lv2:symbol \"{}\" ;\n    lv2:name \"{}\"", way, title);
   }
   const char* const where = side == 0 ? "left" : "right";
+  const char* const whereTitle = side == 0 ? "Left" : "Right";
   return text + fmt::format(R"(    lv2:symbol "{}_{}" ;
     lv2:name "{} {}" ;
     lv2:designation pg:{} ;
     pg:group <{}{}>)",
-                            way, where, titled(way), titled(where), where, kGroupUri, way);
+                            way, where, title, whereTitle, where, kGroupUri, way);
 }
 
 std::string ports(const Lv2Variant& variant) {
@@ -118,7 +124,7 @@ std::string ports(const Lv2Variant& variant) {
       text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", audioPort(variant, input, side));
     }
   }
-  return text;
+  return text + fmt::format("  lv2:port [\n    {}\n  ] ;\n", enabledPort(variant));
 }
 
 std::string plugin(const Lv2Variant& variant) {
@@ -127,7 +133,7 @@ std::string plugin(const Lv2Variant& variant) {
   doap:license <http://opensource.org/licenses/isc> ;
   doap:maintainer [ foaf:name "Quellard" ] ;
   rdfs:comment "A three-channel guitar amplifier: CLEAN, VINTAGE and MODERN" ;
-  lv2:minorVersion 2 ;
+  lv2:minorVersion 4 ;
   lv2:microVersion 0 ;
   lv2:optionalFeature lv2:hardRTCapable , opts:options , urid:map ;
   opts:supportedOption bufsz:maxBlockLength ;
@@ -143,9 +149,9 @@ std::string plugin(const Lv2Variant& variant) {
 std::string groups() {
   std::string text;
   for (int channel = 0; channel < kNumChannels; ++channel) {
-    const std::string title = channelTitle(channel);
+    const Title title = channelTitle(channel);
     text += fmt::format("<{}> a pg:InputGroup ;\n  lv2:symbol \"{}\" ;\n  lv2:name \"{}\" .\n\n",
-                        groupUri(channel), asUriPart(title.c_str()), title);
+                        groupUri(channel), asUriPart(title.data()), title.data());
   }
   text += fmt::format(R"(<{0}in> a pg:StereoGroup , pg:InputGroup ;
   lv2:symbol "in" ;

@@ -124,6 +124,7 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effMainsChanged: return switchMains(value != 0), 0;
     case effSetProcessPrecision: return value == 0 || value == kPrecision64;
     case effGetTailSize: return HostedAmp::tailFrames(static_cast<double>(rate_.load(kRelaxed)));
+    case effSetBypass: return engageBypass(value != 0);
     case effGetChunk: return saveChunk(static_cast<void**>(ptr));
     case effSetChunk: return loadChunk(ptr, value);
     case effGetInputProperties:
@@ -192,10 +193,15 @@ bool Vst2Effect::setFromText(int parameter, const char* text) {
   return value.has_value();
 }
 
+bool Vst2Effect::engageBypass(bool bypassed) {
+  amp_.setBypass(bypassed);
+  return true;
+}
+
 // A bank's chunk is a program's: what the programs hold is fixed.
 std::intptr_t Vst2Effect::saveChunk(void** chunk) {
   if (chunk == nullptr) return 0;
-  chunk_ = encodeState({.values = amp_.values()});
+  chunk_ = encodeState({.values = amp_.values(), .bypass = amp_.bypassed()});
   *chunk = chunk_.room.data();
   return static_cast<std::intptr_t>(chunk_.size);
 }
@@ -206,6 +212,7 @@ bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
       decodeState({static_cast<const std::uint8_t*>(chunk), static_cast<std::size_t>(size)});
   if (!state.has_value()) return false;
   amp_.setValues(state->values);
+  amp_.setBypass(state->bypass);
   return true;
 }
 
@@ -213,7 +220,7 @@ bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
 std::intptr_t Vst2Effect::canDo(const char* what) const {
   if (what == nullptr) return 0;
   const char* const channels = amp_.sides() == HostedAmp::kMono ? "1in1out" : "2in2out";
-  return std::strcmp(what, channels) == 0;
+  return std::strcmp(what, "bypass") == 0 || std::strcmp(what, channels) == 0;
 }
 
 }  // namespace quellard

@@ -163,6 +163,7 @@ class ClapPlugin : public HostedPlugin {
     const char* name = kFactoryBank[static_cast<std::size_t>(number - 1)].name;
     return loader->fromLocation(plugin, kPresetInPlugin, nullptr, name);
   }
+  bool bypass(bool bypassed) override { return set(20, bypassed ? 1.0 : 0.0), true; }
 
   const clap_plugin_t* plugin = nullptr;
   const clap_plugin_params_t* params = nullptr;
@@ -201,19 +202,22 @@ TEST(Clap, DescribesItself) {
       EXPECT_NE(info.flags & CLAP_AUDIO_PORT_SUPPORTS_64BITS, 0U);
     }
     std::set<std::string> paths;
-    for (clap_id id = 1; id <= 19; ++id) {
+    for (clap_id id = 1; id <= 20; ++id) {
       clap_param_info_t info{};
       double value = -1.0;
       ASSERT_TRUE(plugin.params->get_info(plugin.plugin, id - 1, &info));
       ASSERT_TRUE(plugin.params->get_value(plugin.plugin, id, &value));
       EXPECT_EQ(info.id, id);
       EXPECT_NE(info.flags & CLAP_PARAM_IS_AUTOMATABLE, 0U);
-      EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, id == 19);
+      EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, id >= 19);
+      EXPECT_EQ((info.flags & CLAP_PARAM_IS_BYPASS) != 0, id == 20);
       EXPECT_EQ(value, info.default_value);
       EXPECT_EQ(info.max_value, id == 19 ? 2.0 : 1.0);
       paths.insert(std::string(info.module) + "/" + info.name);
     }
-    EXPECT_EQ(paths.size() + paths.count("Clean/GAIN"), 20U);
+    EXPECT_EQ(paths.size(), 20U);
+    for (const char* path : {"Clean/Clean Gain", "/Channel", "/Bypass"})
+      EXPECT_EQ(paths.count(path), 1U) << path;
   }
 }
 
@@ -240,7 +244,7 @@ TEST(Clap, NonsenseIsRefused) {
   char text[32] = "untouched";
   clap_param_info_t info{};
   const Bytes before = hosted.saved();
-  for (const clap_id id : {0U, 20U, 0x7FFFFFFFU, CLAP_INVALID_ID}) {
+  for (const clap_id id : {0U, 21U, 0x7FFFFFFFU, CLAP_INVALID_ID}) {
     EXPECT_FALSE(hosted.params->get_value(p, id, &value));
     EXPECT_FALSE(hosted.params->value_to_text(p, id, 0.5, text, sizeof text));
     EXPECT_FALSE(hosted.params->text_to_value(p, id, "5.00", &value));
@@ -256,9 +260,14 @@ TEST(Clap, NonsenseIsRefused) {
   foreign[3].value = std::nan("");
   hosted.flush(foreign);
   EXPECT_EQ(hosted.saved(), before);
-  hosted.flush({moveOf(1, 7.0), moveOf(2, -7.0), moveOf(19, 1.9)});
-  EXPECT_EQ(std::vector({hosted.get(1), hosted.get(2), hosted.get(19)}),
-            std::vector({1.0, 0.0, 0.5}));
+  foreign[3].param_id = 20;
+  hosted.flush({moveOf(1, 7.0), moveOf(2, -7.0), moveOf(19, 1.9), moveOf(20, 1.9), foreign[3]});
+  EXPECT_EQ(std::vector({hosted.get(1), hosted.get(2), hosted.get(19), hosted.get(20)}),
+            std::vector({1.0, 0.0, 0.5, 1.0}));
+  hosted.flush({moveOf(20, 0.9)});
+  EXPECT_EQ(hosted.get(20), 0.0) << "steps are cut";
+  EXPECT_EQ(hosted.text(20, 1.0) + hosted.text(20, 0.9), "OnOff");
+  EXPECT_EQ(hosted.value(20, "on"), 1.0);
 }
 
 // The bank as a host's browser sees it; each preset is loaded by the name under which it is found.
@@ -279,7 +288,10 @@ TEST(Clap, FactoryBankIsFound) {
     *static_cast<std::string*>(to->data) += std::string(" ") + id->abi + ":" + id->id;
   };
   receiver.setFlags = [](auto...) {};
-  receiver.addCreator = receiver.setDescription = receiver.addFeature = [](auto...) {};
+  receiver.addCreator = receiver.setDescription = [](auto...) {};
+  receiver.addFeature = [](const ClapPresetReceiver* to, const char* feature) {
+    *static_cast<std::string*>(to->data) += std::string(" #") + feature;
+  };
   const auto* presets =
       static_cast<const ClapPresetFactory*>(entry().get_factory(kPresetDiscovery));
   EXPECT_EQ(presets->count(presets), 1U);
@@ -293,7 +305,9 @@ TEST(Clap, FactoryBankIsFound) {
   provider->destroy(provider);
   const std::string plugins = std::string(" clap:") + kMonoId + " clap:" + kStereoId;
   for (const FactoryPreset& each : kFactoryBank)
-    wanted += std::string(each.name) + "=" + each.name + plugins;
+    wanted +=
+        std::string(each.name) + "=" + each.name + plugins +
+        std::array{" #clean", " #vintage", " #modern"}[static_cast<std::size_t>(each.channel)];
   EXPECT_EQ(found, wanted);
 
   ClapPlugin hosted;
@@ -311,7 +325,9 @@ TEST(Clap, CarelessBlocksAreSurvived) {
   ASSERT_TRUE(plugin.activate(44100.0, 16));
   EXPECT_NE(plugin.process({}, {}, 8, {moveOf(5, 0.75, 99)}), CLAP_PROCESS_ERROR);
   EXPECT_EQ(plugin.get(5), 0.75);
-  EXPECT_NE(plugin.process({}, {}, 0, {}), CLAP_PROCESS_ERROR);
+  EXPECT_EQ(plugin.process({}, {}, 0, {}), CLAP_PROCESS_CONTINUE_IF_NOT_QUIET);
+  EXPECT_EQ(plugin.process({}, {}, 0, {moveOf(20, 1.0)}), CLAP_PROCESS_TAIL)
+      << "unheard, it rings on";
   std::vector<float> out(100, 9.0F);
   std::vector<float*> channels = {out.data()};
   EXPECT_NE(plugin.process({}, portOf(channels), 100, {}), CLAP_PROCESS_ERROR);

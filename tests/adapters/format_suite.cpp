@@ -132,10 +132,54 @@ TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
   }
 }
 
+// Once it has faded the output is the input, bit for bit, and later what it would have been
+// without.
+TEST_P(Formats, BypassAnAmplifierThatPlaysOn) {
+  constexpr int kFrames = 64, kRound = 20, kFading = 8;  // blocks, of which 10 ms take 7.5
+  const auto plugin = GetParam().create(), twin = GetParam().create();
+  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has none";
+  ASSERT_TRUE(plugin->activate(48000.0, kFrames));
+  ASSERT_TRUE(twin->activate(48000.0, kFrames));
+  Random random(sessionSeed() ^ 0xB19A);
+  for (int block = 0; block < 3 * kRound; ++block) {
+    const bool bypassed = block / kRound == 1;
+    if (block % kRound == 0) plugin->bypass(bypassed);
+    Channels<float> in = drawChannels<float>(random, GetParam().sides, kFrames);
+    Channels<float> out = in, wet = in;
+    plugin->play(in, out);
+    twin->play(in, wet);
+    for (std::size_t side = 0; side < in.size() && block % kRound >= kFading; ++side)
+      EXPECT_TRUE(sameBits(out[side], bypassed ? in[side] : wet[side])) << block;
+  }
+  EXPECT_EQ(plugin->allocated, 0);
+}
+
+Bytes storedState(const char* file) {
+  std::ifstream stream(std::string(QUELLARD_TEST_DATA "/") + file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_P(StatefulFormats, KeepTheBypass) {
+  const auto plugin = GetParam().create();
+  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has none";
+  const Bytes stored = storedState("state-v2.bin");
+  ASSERT_TRUE(plugin->loadFrom(stored));
+  ASSERT_TRUE(plugin->activate(48000.0, 64));
+  Channels<float> in(static_cast<std::size_t>(GetParam().sides), std::vector<float>(64, 0.25F));
+  Channels<float> out = in;
+  for (auto& side : out) side.assign(64, 9.0F);
+  plugin->play(in, out);
+  EXPECT_EQ(out, in) << "from the first sample on";
+  EXPECT_EQ(plugin->saved(), stored);
+  ASSERT_TRUE(plugin->loadPreset(1));
+  EXPECT_EQ(plugin->saved()[4], 2) << "a preset leaves it";
+  ASSERT_TRUE(plugin->loadFrom(storedState("state-v1.bin")));
+  EXPECT_EQ(plugin->saved()[4], 1);
+}
+
 // The stored example has the knobs of parameter i at i/20, the selector at VINTAGE.
 TEST_P(StatefulFormats, KeepTheirStateThroughAnyStreamAndRefuseOthers) {
-  std::ifstream file(QUELLARD_TEST_DATA "/state-v1.bin", std::ios::binary);
-  const Bytes stored{std::istreambuf_iterator<char>(file), {}};
+  const Bytes stored = storedState("state-v1.bin");
   Random random(sessionSeed() ^ 0x57A7);
   for (const std::size_t chunk : {1U, 3U, 23U, 1000U}) {
     const auto first = GetParam().create(), second = GetParam().create();

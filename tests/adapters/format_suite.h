@@ -123,6 +123,8 @@ class HostedPlugin {
   virtual std::string text(int /*index*/, double /*value*/) { return {}; }
   virtual std::optional<double> value(int /*index*/, std::string /*text*/) { return {}; }
   virtual bool loadPreset(int /*number*/) { return false; }
+  // Heard from the next block on. False: the format has none.
+  virtual bool bypass(bool /*bypassed*/) { return false; }
 
   Bytes saved(std::size_t chunk = 1000) {
     ByteStream stream{{}, chunk};

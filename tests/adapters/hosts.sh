@@ -91,6 +91,8 @@ case $1 in
       # shellcheck disable=SC2046
       lv2apply -i $in -o heard.wav $(printf -- '-c %s ' "${ports[@]/=/ }") "$plugin"
       expect heard.wav $in "${knobs[@]}"
+      lv2apply -i $in -o heard.wav -c enabled 0 "$plugin"
+      sndfile-cmp heard.wav $in
     done
     ;;
   lv2file)
@@ -107,7 +109,7 @@ case $1 in
     ;;
   ecasound)
     needs ecasound
-    values=5,5,5,5,5,5,5,5,5,5,4.39,7.39,5,5,5,5,5,5,1
+    values=5,5,5,5,5,5,5,5,5,5,4.39,7.39,5,5,5,5,5,5,1,1
     ecasound -q -b:256 -f:f32_le,1,44100 -i mono.wav -o heard.wav -elv2:$mono,$values
     expect heard.wav mono.wav "${knobs[@]}"
     ;;

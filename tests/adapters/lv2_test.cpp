@@ -36,6 +36,12 @@ class Lv2Plugin : public HostedPlugin {
     const double control = static_cast<double>(wanted_[static_cast<std::size_t>(index - 1)]);
     return std::round(control / scaleOf(index) * 1e6) / 1e6;
   }
+  // The port that switches on, open at first.
+  bool bypass(bool bypassed) override {
+    enabled_ = bypassed ? 0.0F : 1.0F;
+    if (amp != nullptr) plugin->connect_port(amp, 19 + 2 * sides, &enabled_);
+    return true;
+  }
   void play(Channels<float>& in, Channels<float>& out) override {
     for (std::uint32_t port = 0; port < 19; ++port) {
       controls_[port] = wanted_[port];
@@ -57,6 +63,7 @@ class Lv2Plugin : public HostedPlugin {
   static double scaleOf(int index) { return index == 19 ? 2.0 : 10.0; }
   std::array<std::atomic<float>, 19> wanted_{};
   std::array<float, 19> controls_{};
+  float enabled_ = 1.0F;
 };
 
 constexpr Format kMono{"mono", createPlugin<Lv2Plugin>, 1, false, true};
@@ -72,7 +79,8 @@ TEST(Lv2, OpenPortsOddRatesAndLongBlocksAreSurvived) {
   stereo.plugin->run(stereo.amp, 64);  // nothing connected
   std::vector<float> right(10000, 0.25F);
   float wild = NAN;
-  for (const auto port : {18U, 23U}) stereo.plugin->connect_port(stereo.amp, port, &wild);
+  for (const auto port : {18U, 23U, 24U, UINT32_MAX})
+    stereo.plugin->connect_port(stereo.amp, port, &wild);
   for (const auto port : {20U, 22U}) stereo.plugin->connect_port(stereo.amp, port, right.data());
   stereo.plugin->run(stereo.amp, static_cast<std::uint32_t>(right.size()));
   EXPECT_NE(right.back(), 0.25F);

@@ -76,6 +76,9 @@ class Vst2Plugin : public HostedPlugin {
     ++loads_;
     return std::string(name) == kFactoryBank[static_cast<std::size_t>(number - 1)].name;
   }
+  bool bypass(bool bypassed) override {
+    return plugin.dispatch(effSetBypass, 0, bypassed ? 1 : 0) != 0;
+  }
 
   OpenedEffect plugin{openModule<sides>};
 
@@ -129,7 +132,7 @@ void expectDescribed(const char* name, const char* identity) {
     EXPECT_EQ(plugin.dispatch(opcode), answer) << opcode;
   char can[3][16] = {"bypass", "1in1out", "2in2out"};
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(plugin.dispatch(effCanDo, 0, 0, can[i]), i == sides) << can[i];
+    EXPECT_EQ(plugin.dispatch(effCanDo, 0, 0, can[i]), i == 0 || i == sides) << can[i];
   for (const int opcode : {effGetInputProperties, effGetOutputProperties}) {
     std::set<std::string> labels;
     for (int channel = 0; channel < sides; ++channel) {
@@ -229,6 +232,7 @@ TEST(Vst2, NonsenseIsSurvived) {
   for (std::int32_t opcode = effOpen + 2; opcode < 100; ++opcode)
     for (const std::intptr_t value : {INTPTR_MIN, std::intptr_t{-1}, std::intptr_t{13}, INTPTR_MAX})
       plugin.dispatch(opcode, 3, value, nullptr, std::numeric_limits<float>::infinity());
+  plugin.dispatch(effSetBypass);
   void* chunk = nullptr;
   const auto size = static_cast<std::size_t>(plugin.dispatch(effGetChunk, 0, 0, &chunk));
   const auto* bytes = static_cast<const std::uint8_t*>(chunk);
