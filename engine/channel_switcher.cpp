@@ -39,7 +39,8 @@ ChannelSwitcher::ChannelSwitcher(double sampleRate, float select)
 }
 
 int ChannelSwitcher::fillGain(float select, int n, double* gain) {
-  const bool beganFadingIn = fadeState == fadingIn;
+  // From its silent sample on, a fade-in belongs to the channel that was chosen there.
+  const bool incomingIsChosen = fadeState == fadingIn && fadePos > 0;
   if (fadeState == idle && hasMoved(select, lastSelect)) fadeState = fadingOut;
 
   int done = 0;
@@ -48,7 +49,7 @@ int ChannelSwitcher::fillGain(float select, int n, double* gain) {
   if (fadeState == fadingIn) done += fillFade(fadeInGain.get(), idle, n - done, gain + done);
   if (done < n) std::fill(gain + done, gain + n, 1.0);
 
-  if (!beganFadingIn) lastSelect = select;
+  if (!incomingIsChosen) lastSelect = select;
   return switchPoint;
 }
 

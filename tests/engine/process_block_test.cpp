@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "engine/amplifier.h"
+#include "tests/support/effort.h"
 #include "tests/support/floating_point_mode.h"
+#include "tests/support/signals.h"
 
 namespace quellard::test {
 namespace {
@@ -29,8 +31,10 @@ class FakeChannel : public AmpChannelBase {
 
 class ProcessBlock : public testing::Test {
  protected:
-  ProcessBlock() {
-    amp.prepare(44100.0);
+  ProcessBlock() { prepare(44100.0); }
+
+  void prepare(double rate) {
+    amp.prepare(rate);
     for (std::size_t c = 0; c < 3; ++c) {
       auto fake = std::make_unique<FakeChannel>(static_cast<double>(c + 1));
       fakes[c] = fake.get();
@@ -73,6 +77,34 @@ TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
   EXPECT_EQ(block(20), std::vector<double>(20, 0.0));
   EXPECT_EQ(fakes[0]->cleared, 1);
   EXPECT_EQ(fakes[2]->cleared, 3);
+}
+
+// Wherever the moves of the selector fall, within a fade, at its silent sample or at a block's end:
+// once it rests, its channel plays at full level.
+TEST_F(ProcessBlock, ASelectorAtRestIsHeard) {
+  constexpr int kMixed = 0;
+  Random random(sessionSeed() ^ 0x77616c6b);
+  for (const double rate : {44100.0, 48000.0, 96000.0, 8000.0}) {
+    prepare(rate);
+    for (const int length : {64, 128, 256, 705, kMixed}) {
+      for (int walk = 0; walk < effort(400); ++walk) {
+        const auto frames = [&] { return length != kMixed ? length : random.integer(0, 1000); };
+        const double restless = random.between(0.05, 0.9);
+        for (int i = 0; i < 30; ++i) {
+          if (random.chance(restless)) amp.typeValue = random.pick(std::array{0.0f, 0.5f, 1.0f});
+          block(static_cast<std::size_t>(frames()));
+        }
+        // What is left of one switch, the block that ends it, and one more switch.
+        for (double rested = 0.0; rested < 4 * 0.016 * rate + 1000.0;)
+          rested += static_cast<double>(block(static_cast<std::size_t>(frames())).size());
+        const int named = channelFromSelect(amp.typeValue);
+        ASSERT_EQ(block(2), std::vector<double>(2, named + 1.0))
+            << rate << " Hz, blocks of " << length << ", walk " << walk;
+        ASSERT_EQ(amp.activeChannel, named);
+        ASSERT_EQ(amp.channelSwitch->fadeState, ChannelSwitcher::idle);
+      }
+    }
+  }
 }
 
 TEST_F(ProcessBlock, ChannelsPlayUnderTheLockWithFlushToZero) {

@@ -357,8 +357,9 @@ Switcher::Switcher(double rate, float select)
 
 void Switcher::fillGain(float v, int n, double* gain) {
   const bool same = v == lastSelect || (std::isnan(v) && std::isnan(lastSelect));
-  // A change that arrives during the fade-in is left unrecorded, so that it starts its own switch.
-  const bool record = state != State::fadingIn;
+  // A change that arrives behind the silent sample, where the incoming channel was chosen, is left
+  // unrecorded, so that it starts a switch of its own.
+  const bool record = state != State::fadingIn || fadePos == 0;
   if (!same && state == State::idle) state = State::fadingOut;
   const double r = 1.0 / fadeLength;
   for (int i = 0; i < n; ++i) {
