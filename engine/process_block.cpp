@@ -43,7 +43,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (channelSwitch == nullptr) return writeSilence(out, frames);
 
   adoptFirstSelector();
-  const bool moved = pushMovedControls(frames);
+  pushMovedControls(frames);
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
   const float select = typeValue.load(std::memory_order_relaxed);
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
@@ -51,7 +51,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (switchPoint < frames) activeChannel = channelFromSelect(select);
   const bool sound = playChannels(outgoing, switchPoint, in, frames);
   sound ? writeOutput(out, frames) : writeSilence(out, frames);
-  if (moved) rememberControls();
+  rememberControls();
 }
 
 // The first block of all starts on the selected channel, without a fade.
@@ -63,18 +63,14 @@ void Amplifier::adoptFirstSelector() {
   typePending = false;
 }
 
-// Inaudible channels follow their knobs too, so that a switch finds them as they are set. False
-// where nothing has moved.
-bool Amplifier::pushMovedControls(int frames) {
-  bool any = false;
-  for (int channel = 0; channel < kNumChannels; ++channel) {
-    any |= pushMovedControls(channel, frames);
+// Inaudible channels follow their knobs too, so that a switch finds them as they are set.
+void Amplifier::pushMovedControls(int frames) {
+  for (std::size_t channel = 0; channel < kNumChannels; ++channel) {
+    pushChannelControls(channel, frames);
   }
-  return any;
 }
 
-bool Amplifier::pushMovedControls(int channel, int frames) {
-  const auto c = static_cast<std::size_t>(channel);
+void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto value = [&](Knob knob) {
     return controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
   };
@@ -87,15 +83,12 @@ bool Amplifier::pushMovedControls(int channel, int frames) {
   };
 
   const bool toneMoved = moved(bass) || moved(mid) || moved(treble) || moved(presence);
-  const bool gainMoved = moved(gain);
-  const bool masterMoved = moved(master);
   AmpChannelBase& amp = *channels[c];
   if (toneMoved) {
     amp.setEQ(tapered(treble), tapered(mid), tapered(bass), tapered(presence), frames);
   }
-  if (gainMoved) amp.setGain(tapered(gain), frames);
-  if (masterMoved) amp.setMaster(tapered(master), frames);
-  return toneMoved || gainMoved || masterMoved;
+  if (moved(gain)) amp.setGain(tapered(gain), frames);
+  if (moved(master)) amp.setMaster(tapered(master), frames);
 }
 
 void Amplifier::reserve(int frames) {

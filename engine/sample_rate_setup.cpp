@@ -48,7 +48,15 @@ Amplifier::Amplifier()
   for (std::atomic<float>& value : controlValues) value.store(1.0f, std::memory_order_relaxed);
 }
 
-Amplifier::~Amplifier() = default;
+// In the order in which hosts have always seen the memory go; the mutex follows as a member.
+Amplifier::~Amplifier() {
+  programs.reset();
+  for (auto& channel : channels) channel.reset();
+  channelSwitch.reset();
+  fadeBuffer.reset();
+  for (auto& taper : tapers) taper.reset();
+  channelBuffer.reset();
+}
 
 const std::atomic<float>* Amplifier::liveValue(int index) const {
   if (index >= 1 && index <= kNumControls)

@@ -2,13 +2,15 @@
 #include "params/parameter_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
+
+#include "params/text_lengths.h"
 
 namespace quellard {
 namespace {
 
-constexpr int kDisplayLen = 8;
 constexpr char kTooLong[] = "Huge!";
 
 int lastDigit(double number) { return static_cast<int>(std::fmod(number, 10.0)); }
@@ -27,7 +29,7 @@ char* writeIntegerPart(double number, char* end, int& count) {
   *--end = digitCharacter(lastDigit(number));
   number *= 0.1;
   count = 3;
-  while (number >= 1.0 && count < kDisplayLen) {
+  while (number >= 1.0 && count < kVstMaxParamStrLen) {
     *--end = digitCharacter(lastDigit(number));
     number *= 0.1;
     ++count;
@@ -37,7 +39,7 @@ char* writeIntegerPart(double number, char* end, int& count) {
 
 // The decimals that still fit, written from the hundredths leftwards.
 char* writeFraction(double hundredths, char* end, int count) {
-  const int places = std::min(2, kDisplayLen - count);
+  const int places = std::min(2, kVstMaxParamStrLen - count);
   for (int i = 0; i < places; ++i) {
     if (hundredths > 0.0) {
       *--end = digitCharacter(lastDigit(hundredths));
@@ -81,8 +83,8 @@ void formatValue(float value, char* text, int maxLen) {
 
   const double integer = std::floor(magnitude);
   int count = 0;
-  char whole[2 * kDisplayLen] = {};
-  char* const point = whole + kDisplayLen;
+  char whole[2 * kVstMaxParamStrLen] = {};
+  char* const point = whole + kVstMaxParamStrLen;
   *point = '.';
   char* begin = writeIntegerPart(integer, point, count);
   *--begin = negative ? '-' : ' ';
@@ -91,6 +93,13 @@ void formatValue(float value, char* text, int maxLen) {
   char* const decimals = writeFraction((magnitude - integer) * 100.0, fraction + 2, count);
   std::strcpy(point + 1, decimals);
   copyText(text, begin, maxLen);
+}
+
+void formatInteger(std::int32_t value, char* text, int maxLen) {
+  if (text == nullptr || maxLen < 0) return;
+  char digits[12] = {};
+  const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, value);
+  copyText(text, written.ptr - digits > maxLen ? kTooLong : digits, maxLen);
 }
 
 void writeParameterName(int index, char* text) {
@@ -103,10 +112,10 @@ void writeParameterDisplay(int index, float value, char* text) {
   const ParameterInfo* parameter = findParameter(index);
   if (text == nullptr || parameter == nullptr) return;
   if (parameter->kind == ParameterKind::knob) {
-    formatValue(10.0f * value, text, kDisplayLen);
+    formatValue(10.0f * value, text, kVstMaxParamStrLen);
   } else if (parameter->kind == ParameterKind::selector) {
     const auto channel = static_cast<std::size_t>(channelFromSelect(value));
-    copyText(text, kChannelNames[channel], kDisplayLen);
+    copyText(text, kChannelNames[channel], kVstMaxParamStrLen);
   }
 }
 

@@ -19,6 +19,9 @@ void copyText(char* to, const char* from, int maxLen);
 // NaN, which the amplifier plays as 0, reads " 0.00". text: maxLen + 1 characters.
 void formatValue(float value, char* text, int maxLen);
 
+// A whole number; "Huge!" where maxLen characters cannot hold all its digits. text: maxLen + 1.
+void formatInteger(std::int32_t value, char* text, int maxLen);
+
 // "PRESENCE" ... "type" for parameters 1..19. text: 9 characters.
 void writeParameterName(int index, char* text);
 

@@ -20,9 +20,9 @@ QuellardProgram::QuellardProgram() : name{} {
 }
 
 void QuellardProgram::rename(const char* newName) {
-  std::size_t length = strnlen(newName, kProgramNameSize);
-  if (length == kProgramNameSize) {
-    length = kProgramNameSize - 1;
+  std::size_t length = strnlen(newName, kVstMaxProgNameLen);
+  if (length == kVstMaxProgNameLen) {
+    length = kVstMaxProgNameLen - 1;
     // The analyzer does not know that strnlen has seen these bytes. NOLINTNEXTLINE(*CallAndMessage)
     while (length > 0 && continuesUtf8Sequence(newName[length])) --length;
   }
@@ -32,7 +32,7 @@ void QuellardProgram::rename(const char* newName) {
 
 void QuellardProgram::writeNumberedName(int number, char* text) const {
   if (std::strcmp(name, kUnnamed) == 0) {
-    std::snprintf(text, kProgramNameSize, "%s %d", kUnnamed, number);
+    std::snprintf(text, kVstMaxProgNameLen, "%s %d", kUnnamed, number);
   } else {
     writeName(text);
   }

@@ -6,11 +6,11 @@
 #include <atomic>
 
 #include "params/parameter_table.h"
+#include "params/text_lengths.h"
 
 namespace quellard {
 
 inline constexpr int kNumPrograms = 16;
-inline constexpr int kProgramNameSize = 24;  // with the terminator
 
 class QuellardProgram {
  public:
@@ -23,7 +23,7 @@ class QuellardProgram {
   // Entry i-1 holds parameter i. Atomic, since a program change reads them while another thread
   // may be moving a knob; one value at a time is all that either needs.
   std::array<std::atomic<float>, kNumStoredValues> values;
-  char name[kProgramNameSize];
+  char name[kVstMaxProgNameLen];
 
   // Cuts a longer name to 23 bytes, never inside a UTF-8 sequence.
   void rename(const char* newName);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "params/parameter_text.h"
 
@@ -129,12 +128,10 @@ void AudioEffect::setParameterAutomated(std::int32_t index, float value) {
 }
 
 std::int32_t AudioEffect::getMasterVersion() {
-  return std::max(static_cast<std::int32_t>(callHost(audioMasterVersion)), std::int32_t{1});
+  return std::max(askHost(audioMasterVersion), std::int32_t{1});
 }
 
-std::int32_t AudioEffect::getCurrentUniqueId() {
-  return static_cast<std::int32_t>(callHost(audioMasterCurrentId));
-}
+std::int32_t AudioEffect::getCurrentUniqueId() { return askHost(audioMasterCurrentId); }
 
 void AudioEffect::masterIdle() { callHost(audioMasterIdle); }
 
@@ -156,10 +153,7 @@ void AudioEffect::float2string(float value, char* text, std::int32_t maxLen) {
 }
 
 void AudioEffect::int2string(std::int32_t value, char* text, std::int32_t maxLen) {
-  if (text == nullptr || maxLen < 0) return;
-  char digits[12];
-  std::snprintf(digits, sizeof digits, "%d", value);
-  copyText(text, digits, maxLen);
+  formatInteger(value, text, maxLen);
 }
 
 std::intptr_t AudioEffect::callHost(std::int32_t opcode, std::int32_t index, std::intptr_t value,

@@ -71,8 +71,8 @@ class AudioEffect {
   virtual void dB2string(float value, char* text, std::int32_t maxLen);    // "-oo" at 0 and below
   virtual void Hz2string(float samples, char* text, std::int32_t maxLen);  // of a period
   virtual void ms2string(float samples, char* text, std::int32_t maxLen);
-  virtual void float2string(float value, char* text, std::int32_t maxLen);  // see formatValue
-  virtual void int2string(std::int32_t value, char* text, std::int32_t maxLen);
+  virtual void float2string(float value, char* text, std::int32_t maxLen);       // see formatValue
+  virtual void int2string(std::int32_t value, char* text, std::int32_t maxLen);  // or "Huge!"
 
   // Published names. NOLINTBEGIN(bugprone-reserved-identifier)
   virtual void __processDeprecated(float**, float**, std::int32_t) {}
@@ -89,9 +89,14 @@ class AudioEffect {
   // NOLINTEND(bugprone-reserved-identifier)
 
  protected:
-  // Asks the host; 0 without a callback.
+  // Asks the host; 0 without a callback. askHost for answers that are numbers or yes and no: hosts
+  // promise no more than 32 bits of those.
   std::intptr_t callHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                          void* ptr = nullptr, float opt = 0.0f);
+  std::int32_t askHost(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
+                       void* ptr = nullptr) {
+    return static_cast<std::int32_t>(callHost(opcode, index, value, ptr));
+  }
   void setFlag(std::int32_t flag, bool state);
   static void clear(char* text);
 

@@ -7,41 +7,86 @@
 
 namespace quellard {
 
-// Opcodes that are not named here answer 0, as the base does for all it does not know.
+namespace {
+
+// The dispatcher's untyped pointer as the record or text that an operation takes.
+struct Untyped {
+  void* pointer;
+
+  template <class Record>
+  operator Record*() const {
+    return static_cast<Record*>(pointer);
+  }
+};
+
+}  // namespace
+
+// Opcodes that none of the three names answer 0, as the base does for all it does not know.
 std::intptr_t AudioEffectX::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                        void* ptr, float opt) {
-  auto* text = static_cast<char*>(ptr);
-  const auto number = static_cast<std::int32_t>(value);
+  const Untyped record{ptr};
   switch (opcode) {
-    case effProcessEvents: return processEvents(static_cast<VstEvents*>(ptr));
     case effCanBeAutomated: return canParameterBeAutomated(index);
-    case effString2Parameter: return string2parameter(index, text);
-    case effGetProgramNameIndexed: return getProgramNameIndexed(number, index, text);
-    case effGetInputProperties:
-      return getInputProperties(index, static_cast<VstPinProperties*>(ptr));
-    case effGetOutputProperties:
-      return getOutputProperties(index, static_cast<VstPinProperties*>(ptr));
+    case effString2Parameter: return string2parameter(index, record);
+    case effGetProgramNameIndexed:
+      return getProgramNameIndexed(static_cast<std::int32_t>(value), index, record);
+    case effGetInputProperties: return getInputProperties(index, record);
+    case effGetOutputProperties: return getOutputProperties(index, record);
     case effGetPlugCategory: return getPlugCategory();
-    case effSetSpeakerArrangement:
-      return setSpeakerArrangement(reinterpret_cast<VstSpeakerArrangement*>(value),
-                                   static_cast<VstSpeakerArrangement*>(ptr));
-    case effSetBypass: return setBypass(value != 0);
-    case effGetEffectName: return getEffectName(text);
-    case effGetVendorString: return getVendorString(text);
-    case effGetProductString: return getProductString(text);
+    case effGetEffectName: return getEffectName(record);
+    case effGetVendorString: return getVendorString(record);
+    case effGetProductString: return getProductString(record);
     case effGetVendorVersion: return getVendorVersion();
     case effVendorSpecific: return vendorSpecific(index, value, ptr, opt);
-    case effCanDo: return canDo(text);
+    case effCanDo: return canDo(record);
     case effGetTailSize: return getGetTailSize();
     case effGetParameterProperties: return fillPublishedProperties(index, ptr);
     case effGetVstVersion: return getVstVersion();
-    case effGetCurrentMidiProgram:
-      return getCurrentMidiProgram(index, static_cast<MidiProgramName*>(ptr));
+    case effBeginSetProgram: return beginSetProgram();
+    case effEndSetProgram: return endSetProgram();
+    case effShellGetNextPlugin: return getNextShellPlugin(record);
+    case effBeginLoadBank: return beginLoadBank(record);
+    case effBeginLoadProgram: return beginLoadProgram(record);
+    default: return dispatchProcessing(opcode, index, value, ptr, opt);
+  }
+}
+
+// How blocks come and what they hold, offline processing included.
+std::intptr_t AudioEffectX::dispatchProcessing(std::int32_t opcode, std::int32_t index,
+                                               std::intptr_t value, void* ptr, float opt) {
+  const Untyped record{ptr};
+  const auto number = static_cast<std::int32_t>(value);
+  switch (opcode) {
+    case effOfflineNotify: return offlineNotify(record, number, index != 0);
+    case effOfflinePrepare: return offlinePrepare(record, number);
+    case effOfflineRun: return offlineRun(record, number);
+    case effProcessVarIo: return processVariableIo(record);
+    case effSetSpeakerArrangement:
+      return setSpeakerArrangement(reinterpret_cast<VstSpeakerArrangement*>(value), record);
     case effGetSpeakerArrangement:
-      return getSpeakerArrangement(reinterpret_cast<VstSpeakerArrangement**>(value),
-                                   static_cast<VstSpeakerArrangement**>(ptr));
+      return getSpeakerArrangement(reinterpret_cast<VstSpeakerArrangement**>(value), record);
+    case effSetBypass: return setBypass(value != 0);
+    case effStartProcess: return startProcess();
+    case effStopProcess: return stopProcess();
     case effSetTotalSampleToProcess: return setTotalSampleToProcess(number);
+    case effSetPanLaw: return setPanLaw(number, opt);
     case effSetProcessPrecision: return setProcessPrecision(number);
+    default: return dispatchMidi(opcode, index, value, ptr, opt);
+  }
+}
+
+std::intptr_t AudioEffectX::dispatchMidi(std::int32_t opcode, std::int32_t index,
+                                         std::intptr_t value, void* ptr, float opt) {
+  const Untyped record{ptr};
+  switch (opcode) {
+    case effProcessEvents: return processEvents(record);
+    case effGetMidiProgramName: return getMidiProgramName(index, record);
+    case effGetCurrentMidiProgram: return getCurrentMidiProgram(index, record);
+    case effGetMidiProgramCategory: return getMidiProgramCategory(index, record);
+    case effHasMidiProgramsChanged: return hasMidiProgramsChanged(index);
+    case effGetMidiKeyName: return getMidiKeyName(index, record);
+    case effGetNumMidiInputChannels: return getNumMidiInputChannels();
+    case effGetNumMidiOutputChannels: return getNumMidiOutputChannels();
     default: return AudioEffect::dispatcher(opcode, index, value, ptr, opt);
   }
 }
@@ -69,100 +114,88 @@ bool AudioEffectX::getSpeakerArrangement(VstSpeakerArrangement** input,
 }
 
 VstPlugCategory AudioEffectX::getPlugCategory() {
-  return (cEffect.flags & effFlagsIsSynth) != 0 ? kPlugCategUnknown : kPlugCategEffect;
+  return (cEffect.flags & effFlagsIsSynth) != 0 ? kPlugCategSynth : kPlugCategUnknown;
 }
 
 double AudioEffectX::updateSampleRate() {
-  const auto rate = static_cast<float>(callHost(audioMasterGetSampleRate));
+  const auto rate = static_cast<float>(askHost(audioMasterGetSampleRate));
   if (rate > 0.0f) sampleRate = rate;
   return static_cast<double>(sampleRate);
 }
 
 std::int32_t AudioEffectX::updateBlockSize() {
-  const auto size = static_cast<std::int32_t>(callHost(audioMasterGetBlockSize));
+  const auto size = askHost(audioMasterGetBlockSize);
   if (size > 0) blockSize = size;
   return blockSize;
 }
 
-std::int32_t AudioEffectX::getInputLatency() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetInputLatency));
-}
+std::int32_t AudioEffectX::getInputLatency() { return askHost(audioMasterGetInputLatency); }
 
-std::int32_t AudioEffectX::getOutputLatency() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetOutputLatency));
-}
+std::int32_t AudioEffectX::getOutputLatency() { return askHost(audioMasterGetOutputLatency); }
 
 VstTimeInfo* AudioEffectX::getTimeInfo(std::int32_t filter) {
   return reinterpret_cast<VstTimeInfo*>(callHost(audioMasterGetTime, 0, filter));
 }
 
 std::int32_t AudioEffectX::getCurrentProcessLevel() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetCurrentProcessLevel));
+  return askHost(audioMasterGetCurrentProcessLevel);
 }
 
-std::int32_t AudioEffectX::getAutomationState() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetAutomationState));
-}
+std::int32_t AudioEffectX::getAutomationState() { return askHost(audioMasterGetAutomationState); }
 
 bool AudioEffectX::getHostVendorString(char* text) {
-  return callHost(audioMasterGetVendorString, 0, 0, text) != 0;
+  return askHost(audioMasterGetVendorString, 0, 0, text) != 0;
 }
 
 bool AudioEffectX::getHostProductString(char* text) {
-  return callHost(audioMasterGetProductString, 0, 0, text) != 0;
+  return askHost(audioMasterGetProductString, 0, 0, text) != 0;
 }
 
-std::int32_t AudioEffectX::getHostVendorVersion() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetVendorVersion));
-}
+std::int32_t AudioEffectX::getHostVendorVersion() { return askHost(audioMasterGetVendorVersion); }
 
 std::intptr_t AudioEffectX::hostVendorSpecific(std::int32_t index, std::intptr_t value, void* ptr,
                                                float opt) {
   return callHost(audioMasterVendorSpecific, index, value, ptr, opt);
 }
 
-std::int32_t AudioEffectX::canHostDo(char* text) {
-  return static_cast<std::int32_t>(callHost(audioMasterCanDo, 0, 0, text));
-}
+std::int32_t AudioEffectX::canHostDo(char* text) { return askHost(audioMasterCanDo, 0, 0, text); }
 
-std::int32_t AudioEffectX::getHostLanguage() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetLanguage));
-}
+std::int32_t AudioEffectX::getHostLanguage() { return askHost(audioMasterGetLanguage); }
 
 void* AudioEffectX::getDirectory() {
   return reinterpret_cast<void*>(callHost(audioMasterGetDirectory));
 }
 
 bool AudioEffectX::sizeWindow(std::int32_t width, std::int32_t height) {
-  return callHost(audioMasterSizeWindow, width, height) != 0;
+  return askHost(audioMasterSizeWindow, width, height) != 0;
 }
 
 bool AudioEffectX::openFileSelector(VstFileSelect* select) {
-  return callHost(audioMasterOpenFileSelector, 0, 0, select) != 0;
+  return askHost(audioMasterOpenFileSelector, 0, 0, select) != 0;
 }
 
 bool AudioEffectX::closeFileSelector(VstFileSelect* select) {
-  return callHost(audioMasterCloseFileSelector, 0, 0, select) != 0;
+  return askHost(audioMasterCloseFileSelector, 0, 0, select) != 0;
 }
 
 bool AudioEffectX::offlineRead(VstOfflineTask* task, VstOfflineOption option, bool readSource) {
-  return callHost(audioMasterOfflineRead, readSource, option, task) != 0;
+  return askHost(audioMasterOfflineRead, readSource, option, task) != 0;
 }
 
 bool AudioEffectX::offlineWrite(VstOfflineTask* task, VstOfflineOption option) {
-  return callHost(audioMasterOfflineWrite, 0, option, task) != 0;
+  return askHost(audioMasterOfflineWrite, 0, option, task) != 0;
 }
 
 bool AudioEffectX::offlineStart(VstAudioFile* files, std::int32_t count, std::int32_t newCount) {
-  return callHost(audioMasterOfflineStart, newCount, count, files) != 0;
+  return askHost(audioMasterOfflineStart, newCount, count, files) != 0;
 }
 
 std::int32_t AudioEffectX::offlineGetCurrentPass() {
-  return static_cast<std::int32_t>(callHost(audioMasterOfflineGetCurrentPass));
+  return askHost(audioMasterOfflineGetCurrentPass);
 }
 
 std::int32_t AudioEffectX::offlineGetCurrentMetaPass() {
-  return static_cast<std::int32_t>(callHost(audioMasterOfflineGetCurrentMetaPass));
+  return askHost(audioMasterOfflineGetCurrentMetaPass);
 }
 
 void AudioEffectX::__wantEventsDeprecated(std::int32_t filter) {
@@ -170,18 +203,18 @@ void AudioEffectX::__wantEventsDeprecated(std::int32_t filter) {
 }
 
 std::int32_t AudioEffectX::__tempoAtDeprecated(std::int32_t position) {
-  return static_cast<std::int32_t>(callHost(audioMasterTempoAt, 0, position));
+  return askHost(audioMasterTempoAt, 0, position);
 }
 
 std::int32_t AudioEffectX::__getNumAutomatableParametersDeprecated() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetNumAutomatableParameters));
+  return askHost(audioMasterGetNumAutomatableParameters);
 }
 
 std::int32_t AudioEffectX::__getParameterQuantizationDeprecated() {
-  return static_cast<std::int32_t>(callHost(audioMasterGetParameterQuantization));
+  return askHost(audioMasterGetParameterQuantization);
 }
 
-bool AudioEffectX::__needIdleDeprecated() { return callHost(audioMasterNeedIdle) != 0; }
+bool AudioEffectX::__needIdleDeprecated() { return askHost(audioMasterNeedIdle) != 0; }
 
 AEffect* AudioEffectX::__getPreviousPlugDeprecated(std::int32_t input) {
   return reinterpret_cast<AEffect*>(callHost(audioMasterGetPreviousPlug, input));
@@ -192,7 +225,7 @@ AEffect* AudioEffectX::__getNextPlugDeprecated(std::int32_t output) {
 }
 
 std::int32_t AudioEffectX::__willProcessReplacingDeprecated() {
-  return static_cast<std::int32_t>(callHost(audioMasterWillReplaceOrAccumulate));
+  return askHost(audioMasterWillReplaceOrAccumulate);
 }
 
 void AudioEffectX::__setOutputSamplerateDeprecated(float rate) {
@@ -213,7 +246,7 @@ void AudioEffectX::__setBlockSizeAndSampleRateDeprecated(std::int32_t newSize, f
 }
 
 bool AudioEffectX::__getChunkFileDeprecated(void* nativePath) {
-  return callHost(audioMasterGetChunkFile, 0, 0, nativePath) != 0;
+  return askHost(audioMasterGetChunkFile, 0, 0, nativePath) != 0;
 }
 
 }  // namespace quellard

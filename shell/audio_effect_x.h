@@ -13,8 +13,8 @@ class AudioEffectX : public AudioEffect {
   virtual bool canParameterBeAutomated(std::int32_t) { return true; }
   virtual bool string2parameter(std::int32_t, char*) { return false; }
   virtual bool getParameterProperties(std::int32_t, VstParameterProperties*) { return false; }
-  virtual bool beginEdit(std::int32_t index) { return callHost(audioMasterBeginEdit, index) != 0; }
-  virtual bool endEdit(std::int32_t index) { return callHost(audioMasterEndEdit, index) != 0; }
+  virtual bool beginEdit(std::int32_t index) { return askHost(audioMasterBeginEdit, index) != 0; }
+  virtual bool endEdit(std::int32_t index) { return askHost(audioMasterEndEdit, index) != 0; }
 
   virtual bool getProgramNameIndexed(std::int32_t /*category*/, std::int32_t, char*) {
     return false;
@@ -24,7 +24,7 @@ class AudioEffectX : public AudioEffect {
   virtual std::int32_t beginLoadBank(VstPatchChunkInfo*) { return 0; }
   virtual std::int32_t beginLoadProgram(VstPatchChunkInfo*) { return 0; }
 
-  virtual bool ioChanged() { return callHost(audioMasterIOChanged) != 0; }
+  virtual bool ioChanged() { return askHost(audioMasterIOChanged) != 0; }
   virtual double updateSampleRate();        // takes over the host's rate, Hz
   virtual std::int32_t updateBlockSize();   // takes over the host's block size
   virtual std::int32_t getInputLatency();   // samples
@@ -70,7 +70,7 @@ class AudioEffectX : public AudioEffect {
   virtual std::intptr_t vendorSpecific(std::int32_t, std::intptr_t, void*, float) { return 0; }
   virtual std::int32_t canDo(char*) { return 0; }
   virtual std::int32_t getVstVersion() { return kVstVersion; }
-  virtual VstPlugCategory getPlugCategory();  // effect, or unknown for a synthesizer
+  virtual VstPlugCategory getPlugCategory();  // unknown, or a synthesizer
 
   virtual std::int32_t getMidiProgramName(std::int32_t, MidiProgramName*) { return 0; }
   virtual std::int32_t getCurrentMidiProgram(std::int32_t, MidiProgramName*) { return -1; }
@@ -78,7 +78,7 @@ class AudioEffectX : public AudioEffect {
   virtual bool hasMidiProgramsChanged(std::int32_t) { return false; }
   virtual bool getMidiKeyName(std::int32_t, MidiKeyName*) { return false; }
 
-  virtual bool updateDisplay() { return callHost(audioMasterUpdateDisplay) != 0; }
+  virtual bool updateDisplay() { return askHost(audioMasterUpdateDisplay) != 0; }
   virtual bool sizeWindow(std::int32_t width, std::int32_t height);
   virtual bool openFileSelector(VstFileSelect* select);
   virtual bool closeFileSelector(VstFileSelect* select);
@@ -134,6 +134,10 @@ class AudioEffectX : public AudioEffect {
   // NOLINTEND(bugprone-reserved-identifier)
 
  private:
+  std::intptr_t dispatchProcessing(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                                   void* ptr, float opt);
+  std::intptr_t dispatchMidi(std::int32_t opcode, std::int32_t index, std::intptr_t value,
+                             void* ptr, float opt);
   bool fillPublishedProperties(std::int32_t index, void* record);
 };
 

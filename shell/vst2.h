@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "params/text_lengths.h"
+
 namespace quellard {
 
 struct AEffect;
@@ -37,9 +39,7 @@ inline constexpr std::int32_t kEffectMagic = fourCharacters("VstP");
 inline constexpr std::int32_t kEffectIdentity = fourCharacters("NvEf");
 inline constexpr std::int32_t kVstVersion = 2400;
 
-// Text lengths without the terminator, except for the program name, which counts it.
-inline constexpr std::int32_t kVstMaxProgNameLen = 24;
-inline constexpr std::int32_t kVstMaxParamStrLen = 8;
+// Without the terminator.
 inline constexpr std::int32_t kVstMaxProductStrLen = 64;
 inline constexpr std::int32_t kVstMaxEffectNameLen = 32;
 
@@ -57,7 +57,11 @@ enum VstAEffectFlags : std::int32_t {
   effFlagsCanDoubleReplacing = 1 << 12,
 };
 
-enum VstPlugCategory : std::int32_t { kPlugCategUnknown = 0, kPlugCategEffect = 1 };
+enum VstPlugCategory : std::int32_t {
+  kPlugCategUnknown = 0,
+  kPlugCategEffect = 1,
+  kPlugCategSynth = 2,
+};
 
 // The record that stands for one effect instance at the host.
 struct AEffect {

@@ -83,12 +83,27 @@ TEST(Taper, EveryCurveReachesBothEndsInBothDirections) {
 TEST(Taper, EveryStepRoundsInItsOwnPrecision) {
   const float scale = 0x1.001p0f, x = 0x1.001p-1f;  // their product has 25 digits
   EXPECT_EQ(played({.scale = scale, .base = -0.5f}, x), 0x1.0008p-12f) << "scaled in double";
+  EXPECT_EQ(played({.atZero = -1.0, .atOne = 0.0, .base = 1.0f}, 0x1.0001p-24f), 0x1p-23f)
+      << "the power curve's answer in float";
   EXPECT_EQ(played({.offset = -0x1p-30f, .base = -1.0f}, 1.0f), 0.0f) << "offset in float";
   const Shape growing = {.curve = kPolynomialCurve, .poly = {1.0f, 0x1p24f, -0x1p24f}};
   EXPECT_EQ(played(growing, 1.0f), 1.0f) << "summed from the constant term";
+  const Shape constantFirst = {.curve = kPolynomialCurve, .poly = {1.0f, 1.0f, 0x1p24f}};
+  EXPECT_EQ(played(constantFirst, 1.0f), 0x1p24f) << "summed in float";
+  const Shape square = {.curve = kPolynomialCurve, .poly = {1.0f, 0.0f, -1.0f}};
+  EXPECT_EQ(played(square, 0x1.001p0f), 0x1p-11f) << "powers in float";
+  const Shape s = {.curve = kArctangentCurve, .scale = 5.0f, .offset = 0.5f};
+  EXPECT_FLOAT_EQ(played(s, 0.0f), 0x1.f9cf44p-27f) << "half the range of the S in float";
+  const Shape uneven = {.curve = kArctangentCurve, .scale = 3.7f, .offset = 0.3f};
+  EXPECT_EQ(played(uneven, 0x1p-12f), 0x1.f4236cp-5f) << "the input of the S in float";
   const Shape fine = {
       .curve = kPolynomialCurve, .atZero = 1.0 + 0x1p-25, .atOne = 1.0 + 0x1p-23, .poly = {4.0f}};
   EXPECT_EQ(played(fine, 0.0f), 1.0f + 3 * 0x1p-23f) << "the range is a difference of doubles";
+  const Shape low = {.curve = kStraightLine, .atZero = 1.0 + 0x1p-25, .atOne = 1.0 + 0x1p-24};
+  EXPECT_EQ(played(low, 1.5f), 1.0f) << "the lower end in float";
+  // A straight line from 1 by e = 2^-9 beyond its end: (1 + e)(1 - e + e^2) = 1 + e^3.
+  const Shape product = {.curve = kStraightLine, .atZero = 1.0, .atOne = 1.0 + 0x1.ff008p-25};
+  EXPECT_EQ(played(product, 1.0f + 0x1p-9f), 1.0f) << "the product in float";
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // What a block does around its arithmetic, seen from inside the channel that plays.
+#include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
@@ -59,6 +60,16 @@ TEST_F(ProcessBlock, ABlockWithoutFramesMovesTheKnobsOnly) {
   amp.processBlock(&sample, &sample, std::numeric_limits<int>::min());
   EXPECT_EQ(amp.appliedValues[5], 0.25f);
   EXPECT_EQ(sample, -7.0);
+}
+
+// Also values that compare equal: hosts read these fields.
+TEST_F(ProcessBlock, EveryBlockTakesAllValuesAsApplied) {
+  for (const float value : {0.0f, -0.0f}) {
+    for (auto& control : amp.controlValues) control = value;
+    block(4);
+    for (const float applied : amp.appliedValues)
+      EXPECT_EQ(std::signbit(applied), std::signbit(value));
+  }
 }
 
 TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {

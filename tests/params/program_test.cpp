@@ -14,9 +14,9 @@ namespace {
 std::string nameAfter(const char* given) {
   QuellardProgram program;
   program.rename(given);
-  std::vector<char> text(kProgramNameSize + 1, '#');
+  std::vector<char> text(kVstMaxProgNameLen + 1, '#');
   program.writeNumberedName(16, text.data());
-  EXPECT_EQ(text[kProgramNameSize], '#');
+  EXPECT_EQ(text[kVstMaxProgNameLen], '#');
   return text.data();
 }
 
@@ -37,7 +37,7 @@ TEST(Program, NamesAreCutToTheirFieldBetweenCharacters) {
       {"Init ", "Init "},
       {"Initial", "Initial"}};
   for (const auto& [given, kept] : rows) EXPECT_EQ(nameAfter(given.c_str()), kept) << given;
-  const std::vector<char> unterminated(kProgramNameSize, 'y');
+  const std::vector<char> unterminated(kVstMaxProgNameLen, 'y');
   EXPECT_EQ(nameAfter(unterminated.data()), std::string(23, 'y')) << "read no further";
 }
 

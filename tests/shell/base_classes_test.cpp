@@ -1,31 +1,44 @@
 // SPDX-License-Identifier: ISC
 // The base classes on their own: what an effect answers that says nothing about itself. The
 // amplifier overrides a good part of it; the rest is what hosts get.
+#include <functional>
 #include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include "shell/orv_type.h"
 
 namespace quellard::test {
 namespace {
 
-std::int32_t lastQuestion = -1;
+using HostCall = std::tuple<AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float>;
+std::vector<HostCall> hostCalls;
+std::intptr_t hostAnswer = 0;
 
-std::intptr_t listeningHost(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*,
-                            float) {
-  lastQuestion = opcode;
-  return 0;
+std::intptr_t listeningHost(AEffect* effect, std::int32_t opcode, std::int32_t index,
+                            std::intptr_t value, void* ptr, float opt) {
+  hostCalls.emplace_back(effect, opcode, index, value, ptr, opt);
+  return hostAnswer;
 }
 
-class BareEffect final : public Orv_TypeBase {
+class BareEffect : public Orv_TypeBase {
  public:
-  BareEffect() : Orv_TypeBase(listeningHost, 2, 3) {}
+  BareEffect() : Orv_TypeBase(listeningHost, 2, 3) { hostCalls.clear(); }
   void processReplacing(float**, float**, std::int32_t) override {}
 
   std::intptr_t ask(std::int32_t opcode, std::int32_t index = 0, std::intptr_t value = 0,
                     void* ptr = nullptr, float opt = 0.0f) {
-    return dispatcher(opcode, index, value, ptr, opt);
+    return cEffect.dispatcher(&cEffect, opcode, index, value, ptr, opt);
   }
 };
+
+// An address to pass on, where nothing is.
+template <class Type>
+Type* address(std::intptr_t where) {
+  return reinterpret_cast<Type*>(where);
+}
 
 TEST(BareEffect, KnowsNothingOfItself) {
   BareEffect effect;
@@ -34,7 +47,8 @@ TEST(BareEffect, KnowsNothingOfItself) {
        {effGetEffectName, effGetVendorString, effGetProductString, effGetVendorVersion, effCanDo,
         effGetTailSize, effString2Parameter, effGetProgramNameIndexed, effGetInputProperties,
         effGetOutputProperties, effSetProgramName, effSetBypass, effSetProcessPrecision,
-        effGetChunk, effSetChunk, effVendorSpecific, effOpen, effClose, effProcessEvents}) {
+        effGetChunk, effSetChunk, effVendorSpecific, effOpen, effProcessEvents,
+        effGetPlugCategory}) {
     EXPECT_EQ(effect.ask(opcode, 1, 1, text), 0) << opcode;
     EXPECT_STREQ(text, "untouched") << opcode;
   }
@@ -77,26 +91,206 @@ TEST(BareEffect, KeepsWhatTheHostSets) {
 }
 
 // A synthesizer wants the host's MIDI events when it is switched on.
-TEST(BareEffect, IsAnEffectUntilItCallsItselfASynthesizer) {
+TEST(BareEffect, IsNothingInParticularUntilItCallsItselfASynthesizer) {
   BareEffect effect;
-  lastQuestion = -1;
   effect.ask(effMainsChanged, 0, 1);
   effect.ask(effMainsChanged, 0, 0);
-  EXPECT_EQ(lastQuestion, -1);
-  EXPECT_EQ(effect.ask(effGetPlugCategory), kPlugCategEffect);
+  EXPECT_TRUE(hostCalls.empty());
   effect.isSynth(true);
-  EXPECT_EQ(effect.ask(effGetPlugCategory), kPlugCategUnknown);
+  EXPECT_EQ(effect.ask(effGetPlugCategory), 2);
   effect.ask(effMainsChanged, 0, 1);
-  EXPECT_EQ(lastQuestion, audioMasterWantMidi);
+  EXPECT_EQ(
+      hostCalls,
+      (std::vector<HostCall>{{effect.getAeffect(), audioMasterWantMidi, 0, 1, nullptr, 0.0f}}));
 }
 
 TEST(BareEffect, AnswersTheHostExtension) {
-  BareEffect effect;
-  EXPECT_EQ(effect.getNumOfInSig(0), 2) << "the jacks and signals of an effect without an opinion";
-  EXPECT_EQ(effect.getNumOfOutSig(0), 1);
+  BareEffect e;
+  EXPECT_EQ((std::array{e.getNumOfInJacks(), e.getNumOfOutJacks(), e.getNumOfInSig(5),
+                        e.getNumOfOutSig(5), e.getStartNumInSig(5), e.getStartNumOutSig(5),
+                        e.getDryInSigNum(), e.getHeaderVersion()}),
+            (std::array{1, 1, 2, 1, 0, 0, -1, 1}));
+  e.headerVersion = 7;
+  e.setListner(nullptr);
+  e.setTime(0.5f);
+  EXPECT_EQ(e.getHeaderVersion(), 7);
+  EXPECT_EQ(e.editMinimum, 0.0);
   char text[9] = "same";
-  effect.getParameterDisplayOf(1, 0.5f, text);
+  e.getParameterDisplayOf(1, 0.5f, text);
   EXPECT_STREQ(text, "same");
+}
+
+// What an operation is given, in its order, as the host gets it.
+TEST(BareEffect, QuestionsReachTheHostWithTheirArguments) {
+  BareEffect e;
+  void* const p = address<void>(64);
+  char* const text = address<char>(64);
+  const std::pair<std::function<void()>, HostCall> rows[] = {
+      // clang-format off
+      {[&] { e.setParameterAutomated(4, 0.75f); },   {{}, audioMasterAutomate, 4, 0, {}, 0.75f}},
+      {[&] { e.beginEdit(4); },                      {{}, audioMasterBeginEdit, 4, 0, {}, {}}},
+      {[&] { e.endEdit(4); },                        {{}, audioMasterEndEdit, 4, 0, {}, {}}},
+      {[&] { e.getTimeInfo(4); },                    {{}, audioMasterGetTime, 0, 4, {}, {}}},
+      {[&] { e.getHostVendorString(text); },         {{}, audioMasterGetVendorString, 0, 0, p, {}}},
+      {[&] { e.getHostProductString(text); },        {{}, audioMasterGetProductString, 0, 0, p, {}}},
+      {[&] { e.hostVendorSpecific(4, 5, p, 0.5f); }, {{}, audioMasterVendorSpecific, 4, 5, p, 0.5f}},
+      {[&] { e.canHostDo(text); },                   {{}, audioMasterCanDo, 0, 0, p, {}}},
+      {[&] { e.sizeWindow(4, 5); },                  {{}, audioMasterSizeWindow, 4, 5, {}, {}}},
+      {[&] { e.openFileSelector(address<VstFileSelect>(64)); },
+                                                     {{}, audioMasterOpenFileSelector, 0, 0, p, {}}},
+      {[&] { e.closeFileSelector(address<VstFileSelect>(64)); },
+                                                     {{}, audioMasterCloseFileSelector, 0, 0, p, {}}},
+      {[&] { e.offlineRead(address<VstOfflineTask>(64), 5, true); },
+                                                     {{}, audioMasterOfflineRead, 1, 5, p, {}}},
+      {[&] { e.offlineWrite(address<VstOfflineTask>(64), 5); },
+                                                     {{}, audioMasterOfflineWrite, 0, 5, p, {}}},
+      {[&] { e.offlineStart(address<VstAudioFile>(64), 5, 4); },
+                                                     {{}, audioMasterOfflineStart, 4, 5, p, {}}},
+      {[&] { e.__tempoAtDeprecated(4); },            {{}, audioMasterTempoAt, 0, 4, {}, {}}},
+      {[&] { e.__getPreviousPlugDeprecated(4); },    {{}, audioMasterGetPreviousPlug, 4, 0, {}, {}}},
+      {[&] { e.__getNextPlugDeprecated(4); },        {{}, audioMasterGetNextPlug, 4, 0, {}, {}}},
+      {[&] { e.__setOutputSamplerateDeprecated(0.5f); },
+                                                     {{}, audioMasterSetOutputSampleRate, 0, 0, {}, 0.5f}},
+      {[&] { e.__getChunkFileDeprecated(p); },       {{}, audioMasterGetChunkFile, 0, 0, p, {}}},
+      // clang-format on
+  };
+  for (auto [question, wanted] : rows) {
+    hostCalls.clear();
+    question();
+    std::get<0>(wanted) = e.getAeffect();
+    EXPECT_EQ(hostCalls, std::vector{wanted}) << "opcode " << std::get<1>(wanted);
+  }
+  hostAnswer = 48000;
+  EXPECT_EQ((std::array{e.updateSampleRate(), static_cast<double>(e.getSampleRate())}),
+            (std::array{48000.0, 48000.0}));
+  EXPECT_EQ((std::array{e.updateBlockSize(), e.getBlockSize(), e.getInputLatency(),
+                        e.getMasterVersion(), e.getHostLanguage()}),
+            (std::array{48000, 48000, 48000, 48000, 48000}));
+  EXPECT_TRUE(e.ioChanged());
+  hostAnswer = 0;
+  EXPECT_EQ(e.getMasterVersion(), 1);
+}
+
+// Writes down which operation was called with what, and answers with something of its own.
+class AnsweringEffect : public BareEffect {
+ public:
+  ~AnsweringEffect() override { called += "destroyed "; }
+
+  static inline std::string called;
+
+  template <class... Arguments>
+  static int note(const char* name, Arguments... arguments) {
+    std::ostringstream line;
+    line << name;
+    ((line << ' ' << shown(arguments)), ...);
+    called += line.str() + ';';
+    return 1;
+  }
+  template <class Type>
+  static Type shown(Type argument) {
+    return argument;
+  }
+  template <class Type>
+  static std::string shown(Type* argument) {
+    return "p" + std::to_string(reinterpret_cast<std::intptr_t>(argument));
+  }
+
+  // clang-format off
+  using I = std::int32_t;
+  using Speakers = VstSpeakerArrangement;
+  void close() override { note("close"); }
+  bool canParameterBeAutomated(I i) override { return note("automated", i) == 2; }
+  bool string2parameter(I i, char* t) override { return note("string2parameter", i, t); }
+  bool getProgramNameIndexed(I c, I i, char* t) override { return note("indexed", c, i, t); }
+  bool beginSetProgram() override { return note("begin"); }
+  bool endSetProgram() override { return note("end"); }
+  I beginLoadBank(VstPatchChunkInfo* p) override { return note("bank", p); }
+  I beginLoadProgram(VstPatchChunkInfo* p) override { return note("program", p); }
+  bool getInputProperties(I i, VstPinProperties* p) override { return note("in", i, p); }
+  bool getOutputProperties(I i, VstPinProperties* p) override { return note("out", i, p); }
+  bool setSpeakerArrangement(Speakers* a, Speakers* b) override { return note("speakers", a, b); }
+  bool getSpeakerArrangement(Speakers** a, Speakers** b) override { return note("which", a, b); }
+  bool setBypass(bool on) override { return note("bypass", on); }
+  bool setPanLaw(I type, float value) override { return note("pan", type, value); }
+  bool setProcessPrecision(I bits) override { return note("precision", bits); }
+  I getNumMidiInputChannels() override { return note("midi-in"); }
+  I getNumMidiOutputChannels() override { return note("midi-out"); }
+  I processEvents(VstEvents* p) override { return note("events", p); }
+  I startProcess() override { return note("start"); }
+  I stopProcess() override { return note("stop"); }
+  bool processVariableIo(VstVariableIo* p) override { return note("variable", p); }
+  I setTotalSampleToProcess(I total) override { return note("total", total); }
+  I getGetTailSize() override { return note("tail"); }
+  bool getVendorString(char* t) override { return note("vendor", t); }
+  std::intptr_t vendorSpecific(I i, std::intptr_t v, void* p, float o) override { return note("specific", i, v, p, o); }
+  I canDo(char* t) override { return note("can", t); }
+  I getVstVersion() override { return note("version"); }
+  I getMidiProgramName(I i, MidiProgramName* p) override { return note("midi-program", i, p); }
+  I getCurrentMidiProgram(I i, MidiProgramName* p) override { return note("midi-current", i, p); }
+  I getMidiProgramCategory(I i, MidiProgramCategory* p) override { return note("midi-category", i, p); }
+  bool hasMidiProgramsChanged(I i) override { return note("midi-changed", i); }
+  bool getMidiKeyName(I i, MidiKeyName* p) override { return note("midi-key", i, p); }
+  I getNextShellPlugin(char* t) override { return note("next", t); }
+  bool offlineNotify(VstAudioFile* p, I n, bool start) override { return note("notify", p, n, start); }
+  bool offlinePrepare(VstOfflineTask* p, I n) override { return note("prepare", p, n); }
+  bool offlineRun(VstOfflineTask* p, I n) override { return note("run", p, n); }
+  // clang-format on
+};
+
+// Every opcode that has a virtual operation calls the effect's own and hands back its answer. All
+// are asked with index 3, value 32, pointer 64 and 0.5.
+TEST(BareEffect, OpcodesReachTheEffectsOwnOperations) {
+  AnsweringEffect effect;
+  const std::pair<std::int32_t, std::string> rows[] = {
+      {effString2Parameter, "string2parameter 3 p64"},
+      {effGetProgramNameIndexed, "indexed 32 3 p64"},
+      {effGetInputProperties, "in 3 p64"},
+      {effGetOutputProperties, "out 3 p64"},
+      {effOfflineNotify, "notify p64 32 1"},
+      {effOfflinePrepare, "prepare p64 32"},
+      {effOfflineRun, "run p64 32"},
+      {effProcessVarIo, "variable p64"},
+      {effSetSpeakerArrangement, "speakers p32 p64"},
+      {effSetBypass, "bypass 1"},
+      {effGetVendorString, "vendor p64"},
+      {effCanDo, "can p64"},
+      {effGetTailSize, "tail"},
+      {effGetVstVersion, "version"},
+      {effGetMidiProgramName, "midi-program 3 p64"},
+      {effGetCurrentMidiProgram, "midi-current 3 p64"},
+      {effGetMidiProgramCategory, "midi-category 3 p64"},
+      {effHasMidiProgramsChanged, "midi-changed 3"},
+      {effGetMidiKeyName, "midi-key 3 p64"},
+      {effBeginSetProgram, "begin"},
+      {effEndSetProgram, "end"},
+      {effGetSpeakerArrangement, "which p32 p64"},
+      {effShellGetNextPlugin, "next p64"},
+      {effStartProcess, "start"},
+      {effStopProcess, "stop"},
+      {effSetTotalSampleToProcess, "total 32"},
+      {effSetPanLaw, "pan 32 0.5"},
+      {effBeginLoadBank, "bank p64"},
+      {effBeginLoadProgram, "program p64"},
+      {effSetProcessPrecision, "precision 32"},
+      {effGetNumMidiInputChannels, "midi-in"},
+      {effGetNumMidiOutputChannels, "midi-out"},
+      {effProcessEvents, "events p64"}};
+  for (const auto& [opcode, called] : rows) {
+    AnsweringEffect::called.clear();
+    EXPECT_EQ(effect.ask(opcode, 3, 32, address<void>(64), 0.5f), 1) << opcode;
+    EXPECT_EQ(AnsweringEffect::called, called + ";") << opcode;
+  }
+  AnsweringEffect::called.clear();
+  EXPECT_EQ(effect.ask(effCanBeAutomated, 3), 0);
+  effect.ask(effVendorSpecific, 3, 77, nullptr, 0.5f);
+  EXPECT_EQ(AnsweringEffect::called, "automated 3;specific 3 77 p0 0.5;");
+}
+
+TEST(BareEffect, IsAskedToCloseBeforeItIsDestroyed) {
+  AnsweringEffect::called.clear();
+  auto* effect = new AnsweringEffect;
+  EXPECT_EQ(effect->ask(effClose), 1);
+  EXPECT_EQ(AnsweringEffect::called, "close;destroyed ");
 }
 
 }  // namespace

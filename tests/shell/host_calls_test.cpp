@@ -92,8 +92,13 @@ TEST_F(HostCalls, OtherOpcodesAnswerZeroAndChangeNothing) {
 }
 
 TEST_F(HostCalls, ParametersAreTold) {
-  EXPECT_EQ(text(effGetEffectName, 0, 33, 1), "NEW Quellard");
-  EXPECT_EQ(text(effGetProductString, 0, 65, 1), "NEW Quellard");
+  for (const auto& [opcode, length] :
+       {std::pair{effGetEffectName, 32}, {effGetProductString, 64}}) {
+    Canvas canvas, expected;
+    std::strncpy(expected.bytes.data(), "NEW Quellard", static_cast<std::size_t>(length + 1));
+    EXPECT_EQ(effect.dispatch(opcode, 0, 0, canvas.bytes.data()), 1);
+    EXPECT_EQ(canvas.bytes, expected.bytes) << "a terminator at " << length;
+  }
   EXPECT_EQ(text(effGetVendorString, 0, 0, 0), "untouched");
   const char* const knobs[] = {"PRESENCE", "BASS", "MID", "TREBLE", "MASTER", "GAIN"};
   for (int i = 1; i <= 19; ++i) {

@@ -147,7 +147,9 @@ TEST_F(HostView, TextsComeFromTheirSlots) {
       {Slot::ms2string, 441.0f, " 10.00"},  {Slot::float2string, 1.5f, " 1.50"}};
   for (const auto& [slot, number, shown] : numbers) EXPECT_EQ(text(slot, number), shown);
   EXPECT_EQ(text(Slot::int2string, -1234), "-1234");
-  EXPECT_EQ(text(Slot::int2string, 1234567890), "12345678");
+  EXPECT_EQ(text(Slot::int2string, 12345678), "12345678");
+  EXPECT_EQ(text(Slot::int2string, 123456789), "Huge!");
+  EXPECT_EQ(text(Slot::int2string, -12345678), "Huge!");
   EXPECT_EQ(text(Slot::getProgramName), "Init 1");
   EXPECT_EQ(text(Slot::getEffectName), "NEW Quellard");
   EXPECT_EQ(text(Slot::getParameterName, 6), "GAIN");

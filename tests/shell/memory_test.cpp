@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 // What the amplifier asks of memory: nothing while it plays, little for an instance, and patience
 // where there is none left.
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <thread>
@@ -111,6 +112,32 @@ TEST(Memory, NothingIsLeftBehindAnEntryThatFails) {
   interface->effect->dispatcher(interface->effect, effClose, 0, 0, nullptr, 0.0f);
   interface.reset();
   EXPECT_EQ(liveBytes, before);
+}
+
+// The places in the effect's memory that are looked for, and those that have been released so far.
+std::vector<const void*> sought, released;
+
+TEST(Memory, AClosedEffectReleasesWhatItHoldsInOrder) {
+  {
+    OpenedEffect effect;
+    effect.setSampleRate(44100.0f);
+    double sample = 0.0;
+    effect.process(&sample, &sample, 1);
+    Quellard& e = effect.object();
+    sought = {e.programs.get()};
+    for (const auto& channel : e.channels) sought.push_back(channel.get());
+    sought.insert(sought.end(), {e.channelSwitch.get(), e.fadeBuffer.get()});
+    for (const auto& taper : e.tapers) sought.push_back(taper.get());
+    sought.insert(sought.end(), {e.channelBuffer.get(), &e});
+    released.reserve(sought.size());
+    onRelease = [](const char* from, const char* end) {
+      const auto lies = [&](const void* place) { return from <= place && place < end; };
+      const auto found = std::find_if(sought.begin(), sought.end(), lies);
+      if (found != sought.end()) released.push_back(*found);
+    };
+  }
+  onRelease = nullptr;
+  EXPECT_EQ(released, sought);
 }
 
 // A block of silence, since memory is short.

@@ -83,7 +83,6 @@ TEST_P(ModuleEntry, InterfaceAndEffectAreReleasedInEitherOrder) {
     if (interfaceFirst) interface.reset();
     record->dispatcher(record, effSetSampleRate, 0, 0, nullptr, 48000.0f);
     EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
-    EXPECT_TRUE(interfaceFirst || interface->effect == record);
   }
 }
 

@@ -14,6 +14,7 @@ inline thread_local long allocations = 0;
 inline thread_local long liveBytes = 0;
 inline thread_local long untilFailure = -1;  // negative: never
 inline thread_local bool struck = false;     // since the last Shortage began
+inline thread_local void (*onRelease)(const char* from, const char* end) = nullptr;
 
 // Lets `count` more allocations of this thread pass and fails the next one, within its scope.
 class Shortage {
@@ -40,7 +41,11 @@ inline void* take(std::size_t size) noexcept {
 
 // Inlined, g++ would take free() for a wrong partner of operator new.
 [[gnu::noinline]] inline void give(void* memory) noexcept {
-  liveBytes -= static_cast<long>(malloc_usable_size(memory));
+  const std::size_t size = malloc_usable_size(memory);
+  liveBytes -= static_cast<long>(size);
+  if (onRelease != nullptr && memory != nullptr) {
+    onRelease(static_cast<char*>(memory), static_cast<char*>(memory) + size);
+  }
   std::free(memory);
 }
 
