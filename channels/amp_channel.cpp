@@ -21,13 +21,15 @@ std::unique_ptr<IIRFilter> buildSection(const VoicingRow& row, double fs) {
 }
 
 // Builds the sections to run at `fs` Hz.
-FilterBank buildBank(const BankTables& sheet, double fs) {
-  auto bank = std::make_unique<std::unique_ptr<IIRFilter>[]>(sheet.count);
-  for (std::size_t i = 0; i < sheet.count; ++i) {
-    const double gain = sheet.gain != nullptr ? sheet.gain[i] : 0.0;
-    bank[i] = buildSection({sheet.num[i], sheet.frq[i], sheet.q[i], gain}, fs);
-  }
+FilterBank buildBank(std::span<const VoicingRow> rows, double fs) {
+  auto bank = std::make_unique<std::unique_ptr<IIRFilter>[]>(rows.size());
+  std::transform(rows.begin(), rows.end(), bank.get(),
+                 [fs](const VoicingRow& row) { return buildSection(row, fs); });
   return bank;
+}
+
+std::int32_t count(std::span<const VoicingRow> rows) {
+  return static_cast<std::int32_t>(rows.size());
 }
 
 void refreshBank(const FilterBank& bank, std::int32_t count) {
@@ -49,11 +51,11 @@ void AmpChannelBase::build(const ChannelPlan& plan) {
   overSampleRatio = overSample;
   masterScale = plan.masterScale;
 
-  preCount = static_cast<std::int32_t>(plan.pre.count);
-  postCount = static_cast<std::int32_t>(plan.post.count);
-  eqCount = static_cast<std::int32_t>(plan.eq.count);
-  powerCount = static_cast<std::int32_t>(plan.power.count);
-  reviseCount = static_cast<std::int32_t>(plan.revise.count);
+  preCount = count(plan.pre);
+  postCount = count(plan.post);
+  eqCount = count(plan.eq);
+  powerCount = count(plan.power);
+  reviseCount = count(plan.revise);
 
   const bool inside = plan.innerBanks == InnerBanks::oversampled;
   const double innerRate = inside ? rate * overSampleRatio : rate;

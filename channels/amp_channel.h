@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "channels/clipper.h"
 #include "channels/voicing.h"
@@ -17,35 +18,12 @@ namespace quellard {
 // The sections of a bank in the order in which the signal meets them.
 using FilterBank = std::unique_ptr<std::unique_ptr<IIRFilter>[]>;
 
-// One bank's sheet by columns; gain is null where every section is built at 0 dB.
-struct BankTables {
-  std::size_t count;
-  const std::int32_t* num;
-  const double* frq;  // Hz
-  const double* q;
-  const double* gain;  // dB
-};
-
-template <std::size_t Count>
-constexpr BankTables bank(const std::array<std::int32_t, Count>& num,
-                          const std::array<double, Count>& frq,
-                          const std::array<double, Count>& q) {
-  return {Count, num.data(), frq.data(), q.data(), nullptr};
-}
-
-template <std::size_t Count>
-constexpr BankTables bank(const std::array<std::int32_t, Count>& num,
-                          const std::array<double, Count>& frq, const std::array<double, Count>& q,
-                          const std::array<double, Count>& gain) {
-  return {Count, num.data(), frq.data(), q.data(), gain.data()};
-}
-
 // Where a channel's post and power banks run.
 enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
 
 // All that is built alike and differs by its figures.
 struct ChannelPlan {
-  BankTables pre, post, eq, power, revise;
+  std::span<const VoicingRow> pre, post, eq, power, revise;
   InnerBanks innerBanks;
   double masterScale;
   ResamplingSet at48k;

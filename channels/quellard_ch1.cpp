@@ -16,13 +16,11 @@ DriveClipper QuellardCh1::clip;
 
 QuellardCh1::QuellardCh1(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
   build({
-      .pre = bank(QuellardCh1preNum, QuellardCh1preFrq, QuellardCh1preQ, QuellardCh1preGain),
-      .post = bank(QuellardCh1postNum, QuellardCh1postFrq, QuellardCh1postQ, QuellardCh1postGain),
-      .eq = bank(QuellardCh1eqNum, QuellardCh1eqFrq, QuellardCh1eqQ),
-      .power =
-          bank(QuellardCh1powerNum, QuellardCh1powerFrq, QuellardCh1powerQ, QuellardCh1powerGain),
-      .revise = bank(QuellardCh1reviseNum, QuellardCh1reviseFrq, QuellardCh1reviseQ,
-                     QuellardCh1reviseGain),
+      .pre = clean::kPre,
+      .post = clean::kPost,
+      .eq = clean::kEq,
+      .power = clean::kPower,
+      .revise = clean::kRevise,
       .innerBanks = InnerBanks::atSampleRate,
       .masterScale = 7.07945784,  // +17 dB
       .at48k = kR1,

@@ -17,13 +17,11 @@ DriveClipper QuellardCh2::clip;
 QuellardCh2::QuellardCh2(double sampleRate, bool rebuildTables)
     : AmpChannelBase(sampleRate), PowerStageSplit(rateInt == 48000) {
   build({
-      .pre = bank(QuellardCh2preNum, QuellardCh2preFrq, QuellardCh2preQ, QuellardCh2preGain),
-      .post = bank(QuellardCh2postNum, QuellardCh2postFrq, QuellardCh2postQ, QuellardCh2postGain),
-      .eq = bank(QuellardCh2eqNum, QuellardCh2eqFrq, QuellardCh2eqQ),
-      .power =
-          bank(QuellardCh2powerNum, QuellardCh2powerFrq, QuellardCh2powerQ, QuellardCh2powerGain),
-      .revise = bank(QuellardCh2reviseNum, QuellardCh2reviseFrq, QuellardCh2reviseQ,
-                     QuellardCh2reviseGain),
+      .pre = vintage::kPre,
+      .post = vintage::kPost,
+      .eq = vintage::kEq,
+      .power = vintage::kPower,
+      .revise = vintage::kRevise,
       .innerBanks = InnerBanks::oversampled,
       .masterScale = 0.56234133,  // -5 dB
       .at48k = kR3,

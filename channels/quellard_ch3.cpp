@@ -18,13 +18,11 @@ DriveClipper QuellardCh3::clip;
 QuellardCh3::QuellardCh3(double sampleRate, bool rebuildTables)
     : AmpChannelBase(sampleRate), PowerStageSplit(rateInt == 48000) {
   build({
-      .pre = bank(QuellardCh3preNum, QuellardCh3preFrq, QuellardCh3preQ, QuellardCh3preGain),
-      .post = bank(QuellardCh3postNum, QuellardCh3postFrq, QuellardCh3postQ, QuellardCh3postGain),
-      .eq = bank(QuellardCh3eqNum, QuellardCh3eqFrq, QuellardCh3eqQ),
-      .power =
-          bank(QuellardCh3powerNum, QuellardCh3powerFrq, QuellardCh3powerQ, QuellardCh3powerGain),
-      .revise = bank(QuellardCh3reviseNum, QuellardCh3reviseFrq, QuellardCh3reviseQ,
-                     QuellardCh3reviseGain),
+      .pre = modern::kPre,
+      .post = modern::kPost,
+      .eq = modern::kEq,
+      .power = modern::kPower,
+      .revise = modern::kRevise,
       .innerBanks = InnerBanks::oversampled,
       .masterScale = 0.5,  // -6.02 dB
       .at48k = kR3,

@@ -60,7 +60,17 @@ bool isFirstOrderPass(const IIRFilter& f, int sign) {
 }  // namespace
 
 Loan::Loan(AmpChannelBase& channel, const ChainParts& parts) : channel_(channel), parts_(parts) {
-  layOut();
+  if (fits()) layOut();
+}
+
+// Places behind the loop are filled up evenly, and only the last one of a lane may stay empty.
+bool Loan::fits() const {
+  const AmpChannelBase& c = channel_;
+  const bool cascade = parts_.split != nullptr;
+  if (cascade && (c.postCount != 1 || c.powerCount != 2)) return false;
+  const int inFront = c.preCount + (cascade ? 0 : c.postCount + c.powerCount);
+  const int behind = c.eqCount + c.reviseCount + 1;
+  return inFront <= kPlaces && behind <= 3 * kPlaces && behind >= 3 * (kPlaces - 1);
 }
 
 void Loan::add(IIRFilter* section, int lane, int place, bool glided) {
@@ -100,6 +110,7 @@ std::array<IIRFilter*, 3> Loan::loopSections() const {
 }
 
 bool Loan::isPossible() const {
+  if (count_ == 0) return false;
   const auto isBiquad = [](const Placed& at) { return at.section->form != 0; };
   if (!std::ranges::all_of(sections(), isBiquad)) return false;
   if (parts_.drive.halfSize == 0.0) return false;  // the core takes all tables to be of one size

@@ -27,14 +27,16 @@ class Loan {
  public:
   Loan(AmpChannelBase& channel, const ChainParts& parts);
 
-  // Whether every section has the form that its voicing gives it: no one-pole recursion, and first
-  // order inside the oversampled loop. Others play in the plain order.
+  // Whether the core has room for the channel's sections and every one has the form that the
+  // voicings give it: no one-pole recursion, and first order inside the oversampled loop. Others
+  // play in the plain order.
   bool isPossible() const;
 
   // Plays a stretch over which no glide ends, but on its last sample.
   void play(const Stretch& stretch);
 
  private:
+  bool fits() const;
   void layOut();
   void add(IIRFilter* section, int lane, int place, bool glided);
   std::array<IIRFilter*, 3> loopSections() const;

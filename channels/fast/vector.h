@@ -14,6 +14,10 @@
 #include <immintrin.h>
 #endif
 
+#if !defined(QUELLARD_FAST_ISA)
+#error "Name the instruction set: without it the linker may keep one set's functions for another's"
+#endif
+
 #define QUELLARD_INLINE [[gnu::always_inline]] inline
 
 namespace quellard::fast {

@@ -3,6 +3,7 @@
 #include <climits>
 #include <limits>
 
+#include "channels/signal_chain.h"
 #include "tests/channels/models.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
@@ -54,6 +55,61 @@ TEST(SignalProcess, MatchesThePlainModelToTheBit) {
         }
         if (random.chance(0.1)) shipped->resume();  // which changes nothing
       }
+    }
+  }
+}
+
+// A channel of any voicing.
+class AnyVoicing : public AmpChannelBase, public PowerStageSplit {
+ public:
+  AnyVoicing(const ChannelPlan& plan, bool cascade)
+      : AmpChannelBase(44100.0), PowerStageSplit(false), split_(cascade ? this : nullptr) {
+    build(plan);
+    signalProcess(nullptr, nullptr, 0);  // ends both ramps
+  }
+  void signalProcess(double* in, double* out, int n) override {
+    playChannel(*this, {QuellardCh2::clip.at(8), split_}, in, out, n);
+  }
+
+ private:
+  PowerStageSplit* split_;
+};
+
+// What the fast core has no room for, or holds for something else than it is, sounds as it does in
+// blocks that are too short for that core.
+TEST(SignalProcess, AVoicingThatTheFastCoreDoesNotKnowSoundsRightAllTheSame) {
+  kChannelModels[1].at(44100.0);  // its tables
+  Random random(2);
+  const std::vector<double> input = noise(random, 0.5, 64);
+  const std::vector<VoicingRow> sections(20, {peaking, 1000.0, 1.0, 3.0});
+  const auto some = [&](std::size_t count) { return std::span(sections).first(count); };
+  const std::vector<VoicingRow> post(2, {lowPass1, 3000.0, 1.0, 0.0});
+  const std::vector<VoicingRow> power = {
+      {highPass1, 100.0, 1.0, 0.0}, {lowPass1, 4000.0, 1.0, 0.0}, {lowPass1, 5000.0, 1.0, 0.0}};
+  const struct {
+    std::size_t pre, post, eq, power, revise;
+  } rows[] = {{1, 1, 7, 2, 4}, {1, 2, 7, 2, 4}, {1, 0, 7, 2, 4}, {1, 1, 7, 3, 4}, {1, 1, 7, 1, 4},
+              {4, 1, 7, 2, 4}, {5, 1, 7, 2, 4}, {1, 1, 7, 2, 9}, {1, 1, 6, 2, 1}, {1, 1, 1, 2, 0},
+              {2, 1, 6, 2, 2}, {4, 0, 6, 0, 2}, {9, 2, 7, 3, 5}};
+  for (const auto& row : rows) {
+    for (const bool cascade : {false, true}) {
+      const ChannelPlan plan = {.pre = some(row.pre),
+                                .post = std::span(post).first(row.post),
+                                .eq = some(row.eq),
+                                .power = std::span(power).first(row.power),
+                                .revise = some(row.revise),
+                                .innerBanks = InnerBanks::oversampled,
+                                .masterScale = 1.0,
+                                .at48k = kR3,
+                                .elsewhere = kR2};
+      AnyVoicing whole(plan, cascade), pieces(plan, cascade);
+      std::vector<double> expected = input;
+      for (std::size_t i = 0; i < expected.size(); i += 4)
+        pieces.signalProcess(&expected[i], &expected[i], 4);
+      EXPECT_TRUE(sameBits(play(whole, input), expected))
+          << row.pre << ' ' << row.post << ' ' << row.eq << ' ' << row.power << ' ' << row.revise
+          << (cascade ? " in the cascade" : "");
+      EXPECT_NE(expected.back(), 0.0);
     }
   }
 }
