@@ -1,132 +1,184 @@
 // SPDX-License-Identifier: ISC
-// The amplifier for VST3 hosts, behind the framework's wrapper. That wrapper is single precision:
-// hosts hear the amplifier's doubles rounded to floats.
-#include <array>
-#include <atomic>
-#include <memory>
+#include "adapters/vst3/vst3_plugin.h"
 
-#include "adapters/shared/value_text.h"
-#include "adapters/vst3/framework.h"
-#include "params/factory_bank.h"
-#include "rig/hosted_amp.h"
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <travesty/host.h>
+
+#include "adapters/shared/program_list.h"
+#include "adapters/vst3/parameters.h"
+#include "adapters/vst3/wide_text.h"
 
 namespace quellard {
 namespace {
 
-constexpr float kKnobScale = 10.0F;
-constexpr std::uint32_t kPrograms = kNumFactoryPresets + 1;  // in front, a new amplifier's settings
-
-// Parameter i of the amplifier is i-1 here.
-int indexOf(std::uint32_t number) { return static_cast<int>(number) + 1; }
-
-float defaultControl(int index) {
-  if (index == kTypeParameter) return static_cast<float>(channelFromSelect(kTypeDefault));
-  return kKnobDefault * kKnobScale;
+// The program that sets just these values.
+std::optional<int> programWith(const HostedAmp::Values& values) {
+  for (int program = 0; program < kNumListedPrograms; ++program) {
+    if (listedProgramValues(program) == values) return program;
+  }
+  return std::nullopt;
 }
 
-float presetControl(const FactoryPreset& preset, int index) {
-  const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
-  if (index == kTypeParameter) return static_cast<float>(preset.channel);
-  if (parameter.channel != preset.channel) return defaultControl(index);
-  return static_cast<float>(preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)]);
+// Ardour 7 loads a program or a state under a lock that it takes again when it is called back, and
+// so would wait for ever. It learns of new values from its blocks alone.
+bool waitsForItself(v3_funknown** context) {
+  v3_host_application** host = nullptr;
+  v3_str_128 name{};
+  if (context == nullptr) return false;
+  if (v3_cpp_obj_query_interface(context, v3_host_application_iid, &host) != V3_OK) return false;
+  const bool isNamed = v3_cpp_obj(host)->get_name(host, name) == V3_OK;
+  v3_cpp_obj_unref(host);
+  const auto words = readWide(name);
+  return isNamed && words.has_value() && std::string_view(words->data()) == "Ardour";
 }
-
-class Vst3Plugin final : public DISTRHO_NAMESPACE::Plugin {
- public:
-  Vst3Plugin() : Plugin(kNumStoredValues, kPrograms, 0), amp_(QUELLARD_SIDES) { loadProgram(0); }
-
- protected:
-  const char* getLabel() const override {
-    return QUELLARD_SIDES == 1 ? "quellard" : "quellard_stereo";
-  }
-  const char* getMaker() const override { return "Quellard"; }
-  const char* getLicense() const override { return "ISC"; }
-  std::uint32_t getVersion() const override { return d_version(1, 0, 0); }
-  std::int64_t getUniqueId() const override {
-    return QUELLARD_SIDES == 1 ? d_cconst('Q', 'U', 'L', 'L') : d_cconst('Q', 'U', 'L', 'S');
-  }
-
-  void initAudioPort(bool input, std::uint32_t index, DISTRHO_NAMESPACE::AudioPort& port) override {
-    port.groupId = QUELLARD_SIDES == 1 ? DISTRHO_NAMESPACE::kPortGroupMono
-                                       : DISTRHO_NAMESPACE::kPortGroupStereo;
-    Plugin::initAudioPort(input, index, port);
-  }
-
-  void initParameter(std::uint32_t number, DISTRHO_NAMESPACE::Parameter& parameter) override {
-    const ParameterInfo& info = kParameters[static_cast<std::size_t>(indexOf(number))];
-    parameter.hints = DISTRHO_NAMESPACE::kParameterIsAutomatable;
-    parameter.symbol = info.symbol;
-    parameter.ranges.def = defaultControl(info.index);
-    parameter.ranges.min = 0.0F;
-    if (info.index == kTypeParameter) return initSelector(parameter);
-    parameter.ranges.max = kKnobScale;
-    parameter.name = kChannelNames[static_cast<std::size_t>(info.channel)];
-    parameter.name += " ";
-    parameter.name += info.name;
-    parameter.shortName = info.name;
-  }
-
-  void initProgramName(std::uint32_t program, DISTRHO_NAMESPACE::String& name) override {
-    name = program == 0 ? "Init" : kFactoryBank[program - 1].name;
-  }
-
-  void loadProgram(std::uint32_t program) override {
-    for (std::uint32_t number = 0; number < kNumStoredValues; ++number) {
-      const int index = indexOf(number);
-      setParameterValue(number, program == 0 ? defaultControl(index)
-                                             : presetControl(kFactoryBank[program - 1], index));
-    }
-  }
-
-  // As the host set it: worked out from the amplifier's value it could be a bit away, and a project
-  // would change with every save.
-  float getParameterValue(std::uint32_t number) const override { return controls_[number]; }
-  void setParameterValue(std::uint32_t number, float control) override {
-    controls_[number] = control;
-    amp_.setValue(indexOf(number), valueFromControl(indexOf(number), control));
-  }
-
-  // Hosts may pause and go on in the audio thread, where nothing is to be built.
-  void activate() override {
-    const double rate = getSampleRate();
-    const auto frames = static_cast<int>(getBufferSize());
-    if (rate == amp_.rate() && frames == frames_) return amp_.reset();
-    if (amp_.prepare(rate, frames)) frames_ = frames;
-  }
-
-  void run(const float** inputs, float** outputs, std::uint32_t frames) override {
-    std::array<float*, QUELLARD_SIDES> in{};
-    for (std::size_t i = 0; i < in.size(); ++i) in[i] = const_cast<float*>(inputs[i]);
-    amp_.play({.floats = in.data(), .count = QUELLARD_SIDES},
-              {.floats = outputs, .count = QUELLARD_SIDES}, 0, static_cast<int>(frames));
-  }
-
- private:
-  static void initSelector(DISTRHO_NAMESPACE::Parameter& parameter) {
-    using Step = DISTRHO_NAMESPACE::ParameterEnumerationValue;
-    parameter.hints |= DISTRHO_NAMESPACE::kParameterIsInteger;
-    parameter.name = "Channel";
-    parameter.ranges.max = kNumChannels - 1;
-    auto steps = std::make_unique<Step[]>(kNumChannels);
-    for (std::size_t i = 0; i < kNumChannels; ++i) {
-      steps[i].value = static_cast<float>(i);
-      steps[i].label = kChannelNames[i];
-    }
-    parameter.enumValues.count = kNumChannels;
-    parameter.enumValues.restrictedMode = true;
-    parameter.enumValues.values = steps.release();  // the framework deletes it
-  }
-
-  HostedAmp amp_;
-  int frames_ = 0;  // that the amplifier is prepared for
-  std::array<std::atomic<float>, kNumStoredValues> controls_{};
-};
 
 }  // namespace
+
+v3_result Vst3Plugin::create(int sides, const v3_tuid interface, void** object) {
+  std::unique_ptr<Vst3Plugin> plugin(new Vst3Plugin(sides));
+  Vst3Face* const face = &plugin.release()->component_;
+  const v3_result result = query(face, interface, object);
+  unref(face);
+  return result;
+}
+
+Vst3Plugin::Vst3Plugin(int sides)
+    : amp(sides),
+      component_{&kVst3Component, this},
+      processor_{&kVst3Processor, this},
+      controller_{&kVst3Controller, this},
+      units_{&kVst3Units, this},
+      contextNeeds_{&kVst3ContextNeeds, this} {
+  for (v3_param_id id = 0; id < shown_.size(); ++id) show(id, defaultValue(id));
+}
+
+Vst3Plugin::~Vst3Plugin() { setHandler(nullptr); }
+
+v3_result Vst3Plugin::query(void* face, const v3_tuid interface, void** object) {
+  if (interface == nullptr || object == nullptr) return V3_INVALID_ARG;
+  Vst3Plugin& self = of(face);
+  struct Offer {
+    const std::uint8_t* interface;
+    Vst3Face* face;
+  };
+  const std::array offers = {
+      Offer{v3_funknown_iid, &self.component_},
+      Offer{v3_plugin_base_iid, &self.component_},
+      Offer{v3_component_iid, &self.component_},
+      Offer{v3_audio_processor_iid, &self.processor_},
+      Offer{v3_edit_controller_iid, &self.controller_},
+      Offer{v3_unit_information_iid, &self.units_},
+      Offer{v3_process_context_requirements_iid, &self.contextNeeds_},
+  };
+  for (const Offer& offer : offers) {
+    if (!v3_tuid_match(interface, offer.interface)) continue;
+    ref(face);
+    *object = offer.face;
+    return V3_OK;
+  }
+  *object = nullptr;
+  return V3_NO_INTERFACE;
+}
+
+std::uint32_t Vst3Plugin::ref(void* face) { return ++of(face).references_; }
+
+std::uint32_t Vst3Plugin::unref(void* face) {
+  Vst3Plugin& self = of(face);
+  const std::uint32_t left = --self.references_;
+  if (left == 0) const std::unique_ptr<Vst3Plugin> last(&self);
+  return left;
+}
+
+v3_result Vst3Plugin::initialize(void* face, v3_funknown** context) {
+  of(face).takesCallsBack_ = !waitsForItself(context);
+  return V3_OK;
+}
+
+v3_result Vst3Plugin::terminate(void* face) {
+  Vst3Plugin& self = of(face);
+  self.active = false;
+  self.setHandler(nullptr);
+  return V3_OK;
+}
+
+void Vst3Plugin::moveInBlock(v3_param_id id, double normalised) {
+  const float value = keptValue(id, normalised);
+  play(id, value);
+  if (show(id, value)) untold_ = true;
+}
+
+void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
+  const float value = keptValue(id, normalised);
+  const bool programChanged = show(id, value);
+  if (!active) play(id, value);
+  if (programChanged) tellHost();
+}
+
+State Vst3Plugin::shownState() const {
+  State state{.bypass = shown(kVst3Bypass) > 0.5F};
+  for (std::size_t i = 0; i < state.values.size(); ++i) {
+    state.values[i] = shown(static_cast<v3_param_id>(i + 1));
+  }
+  return state;
+}
+
+// The program shown is the one that has these values, if there is one.
+void Vst3Plugin::load(const State& state) {
+  amp.setValues(state.values);
+  amp.setBypass(state.bypass);
+  showValues(state.values);
+  show(kVst3Bypass, state.bypass ? 1.0F : 0.0F);
+  if (const std::optional<int> program = programWith(state.values)) {
+    playedProgram_ = *program;
+    shown_[kVst3Program] = keptValue(kVst3Program, normalisedFromPlain(kVst3Program, *program));
+  }
+  tellHost();
+}
+
+// Only a change of the program sets the knobs: hosts repeat a parameter's value, with what they
+// show or at every start, and that must not undo what a player has turned since.
+void Vst3Plugin::play(v3_param_id id, float value) {
+  if (id == kVst3Bypass) return amp.setBypass(value > 0.5F);
+  if (id != kVst3Program) return amp.setValue(static_cast<int>(id), value);
+  const int program = stepOf(id, value);
+  if (playedProgram_.exchange(program) != program) amp.setValues(listedProgramValues(program));
+}
+
+bool Vst3Plugin::show(v3_param_id id, float value) {
+  const bool changed = shown_[id].exchange(value) != value;
+  if (!changed || id != kVst3Program) return false;
+  showValues(listedProgramValues(stepOf(id, value)));
+  return true;
+}
+
+void Vst3Plugin::showValues(const HostedAmp::Values& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) shown_[i + 1] = values[i];
+}
+
+void Vst3Plugin::setHandler(v3_component_handler** handler) {
+  if (handler != nullptr) v3_cpp_obj_ref(handler);
+  if (handler_ != nullptr) v3_cpp_obj_unref(handler_);
+  handler_ = handler;
+}
+
+void Vst3Plugin::tellThrough(v3_param_changes** changes) {
+  if (changes == nullptr || !untold_.exchange(false)) return;
+  for (v3_param_id id = 0; id < shown_.size(); ++id) {
+    std::int32_t place = 0;
+    v3_param_value_queue** queue = v3_cpp_obj(changes)->add_param_data(changes, &id, &place);
+    if (queue != nullptr)
+      v3_cpp_obj(queue)->add_point(queue, 0, static_cast<double>(shown(id)), &place);
+  }
+}
+
+void Vst3Plugin::tellHost() {
+  if (handler_ == nullptr || !takesCallsBack_) {
+    untold_ = true;
+    return;
+  }
+  v3_cpp_obj(handler_)->restart_component(handler_, V3_RESTART_PARAM_VALUES_CHANGED);
+}
+
 }  // namespace quellard
-
-START_NAMESPACE_DISTRHO
-
-Plugin* createPlugin() { return std::make_unique<quellard::Vst3Plugin>().release(); }
-
-END_NAMESPACE_DISTRHO

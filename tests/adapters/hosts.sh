@@ -159,7 +159,7 @@ case $1 in
   install)
     needs lv2ls
     unset LV2_PATH
-    mkdir home
+    mkdir -p home/.vst3/quellard-stereo.vst3
     install=$root/scripts/install
     HOME=$PWD/home "$install" --user "$build"
     HOME=$PWD/home lv2ls | grep -qx $stereo
@@ -168,6 +168,8 @@ case $1 in
     for file in .clap/quellard.clap .vst/quellard-vst2{,-stereo}.so; do
       cmp "home/$file" "$build/${file##*/}"
     done
+    [[ $(ls home/.vst3) == quellard.vst3 ]]
+    cmp home/.vst3/quellard.vst3/Contents/*/quellard.so "$build"/quellard.vst3/Contents/*/quellard.so
     HOME=$PWD/home "$install" --user --remove
     [[ -z $(find home -type f) ]]
     ;;

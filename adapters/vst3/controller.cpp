@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: ISC
+// Parameters as a host shows, types and moves them.
+#include <cmath>
+
+#include "adapters/vst3/parameters.h"
+#include "adapters/vst3/vst3_plugin.h"
+#include "adapters/vst3/wide_text.h"
+
+namespace quellard {
+namespace {
+
+// Beside the component's, which is of everything.
+v3_result noState(void*, v3_bstream**) { return V3_NOT_IMPLEMENTED; }
+
+std::int32_t getCount(void*) { return kNumVst3Parameters; }
+
+v3_result getInfo(void*, std::int32_t place, v3_param_info* info) {
+  if (place < 0 || place >= kNumVst3Parameters || info == nullptr) return V3_INVALID_ARG;
+  describeParameter(static_cast<v3_param_id>(place), *info);
+  return V3_OK;
+}
+
+v3_result getText(void*, v3_param_id id, double normalised, v3_str_128 text) {
+  if (!isVst3Parameter(id) || std::isnan(normalised) || text == nullptr) return V3_INVALID_ARG;
+  writeValueText(id, keptValue(id, normalised), text);
+  return V3_OK;
+}
+
+v3_result getValueOfText(void*, v3_param_id id, std::int16_t* text, double* normalised) {
+  if (!isVst3Parameter(id) || text == nullptr || normalised == nullptr) return V3_INVALID_ARG;
+  const auto words = readWide(text);
+  if (!words.has_value()) return V3_FALSE;
+  const std::optional<float> value = valueFromWords(id, words->data());
+  if (!value.has_value()) return V3_FALSE;
+  *normalised = static_cast<double>(*value);
+  return V3_OK;
+}
+
+double toPlain(void*, v3_param_id id, double normalised) {
+  return isVst3Parameter(id) ? plainFromNormalised(id, normalised) : 0.0;
+}
+
+double toNormalised(void*, v3_param_id id, double plain) {
+  return isVst3Parameter(id) ? normalisedFromPlain(id, plain) : 0.0;
+}
+
+double getValue(void* self, v3_param_id id) {
+  return isVst3Parameter(id) ? static_cast<double>(Vst3Plugin::of(self).shown(id)) : 0.0;
+}
+
+v3_result setValue(void* self, v3_param_id id, double normalised) {
+  if (!isVst3Parameter(id) || std::isnan(normalised)) return V3_INVALID_ARG;
+  Vst3Plugin::of(self).moveShown(id, normalised);
+  return V3_OK;
+}
+
+v3_result setHandler(void* self, v3_component_handler** handler) {
+  Vst3Plugin::of(self).setHandler(handler);
+  return V3_OK;
+}
+
+v3_plugin_view** noView(void*, const char*) { return nullptr; }
+
+}  // namespace
+
+constexpr v3_edit_controller_cpp kVst3Controller = {
+    kVst3Unknown,
+    kVst3Base,
+    {.set_component_state = loadState,
+     .set_state = noState,
+     .get_state = noState,
+     .get_parameter_count = getCount,
+     .get_parameter_info = getInfo,
+     .get_parameter_string_for_value = getText,
+     .get_parameter_value_for_string = getValueOfText,
+     .normalised_parameter_to_plain = toPlain,
+     .plain_parameter_to_normalised = toNormalised,
+     .get_parameter_normalised = getValue,
+     .set_parameter_normalised = setValue,
+     .set_component_handler = setHandler,
+     .create_view = noView},
+};
+
+}  // namespace quellard

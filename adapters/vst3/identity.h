@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: ISC
+// The numbers by which VST3 hosts remember the amplifier in projects and automation. They never
+// change.
+#pragma once
+
+#include <travesty/base.h>
+
+#include "adapters/shared/bypass.h"
+#include "params/parameter_table.h"
+
+namespace quellard {
+
+inline constexpr v3_tuid kVst3MonoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61, 0x6c, 0x63,
+                                           0x4c, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
+inline constexpr v3_tuid kVst3StereoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61, 0x6c, 0x63,
+                                             0x53, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
+inline constexpr char kVst3Vendor[] = "Quellard";
+
+// Parameters. 1..19 are the amplifier's own, under their own numbers.
+inline constexpr v3_param_id kVst3Program = 0;
+inline constexpr v3_param_id kVst3Bypass = kBypassParameter;
+inline constexpr int kNumVst3Parameters = kBypassParameter + 1;
+
+// Units: the root holds what is common to all channels, and each channel's knobs have their own.
+inline constexpr int kVst3RootUnit = 0;
+constexpr int vst3UnitOf(int channel) { return channel + 1; }
+inline constexpr int kNumVst3Units = 1 + kNumChannels;
+inline constexpr int kVst3ProgramList = 1;
+
+}  // namespace quellard

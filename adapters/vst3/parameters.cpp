@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/vst3/parameters.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "adapters/shared/program_list.h"
+#include "adapters/shared/value_text.h"
+#include "adapters/vst3/wide_text.h"
+#include "params/parameter_text.h"
+
+namespace quellard {
+namespace {
+
+int indexOf(v3_param_id id) { return static_cast<int>(id); }
+
+// The highest step of a list, counted from 0.
+int lastStep(v3_param_id id) {
+  if (id == kVst3Program) return kNumListedPrograms - 1;
+  return id == kVst3Bypass ? 1 : kNumChannels - 1;
+}
+
+double held(double value, double most) { return value > 0.0 ? std::min(value, most) : 0.0; }
+
+void describeKnob(v3_param_id id, v3_param_info& info) {
+  writeWide(info.title, parameterTitle(indexOf(id)).data());
+  writeWide(info.short_title, controlTitle(indexOf(id)).data());
+  info.unit_id = vst3UnitOf(kParameters[id].channel);
+}
+
+void describeList(v3_param_info& info, const char* title, std::int32_t flag) {
+  writeWide(info.title, title);
+  writeWide(info.short_title, title);
+  info.step_count = lastStep(info.param_id);
+  info.unit_id = kVst3RootUnit;
+  info.flags |= flag;
+}
+
+}  // namespace
+
+void describeParameter(v3_param_id id, v3_param_info& info) {
+  info = {};
+  info.param_id = id;
+  info.flags = V3_PARAM_CAN_AUTOMATE;
+  info.default_normalised_value = static_cast<double>(defaultValue(id));
+  switch (id) {
+    case kVst3Program:
+      return describeList(info, "Program", V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE);
+    case kTypeParameter:
+      return describeList(info, parameterTitle(kTypeParameter).data(), V3_PARAM_IS_LIST);
+    case kVst3Bypass: return describeList(info, kBypassTitle, V3_PARAM_IS_BYPASS);
+    default: return describeKnob(id, info);
+  }
+}
+
+float defaultValue(v3_param_id id) {
+  if (isKnob(id)) return kKnobDefault;
+  return id == v3_param_id{kTypeParameter} ? kTypeDefault : 0.0F;
+}
+
+// VST3 gives each step an equal share of 0..1.
+float keptValue(v3_param_id id, double normalised) {
+  const double value = held(normalised, 1.0);
+  if (isKnob(id)) return static_cast<float>(value);
+  const int last = lastStep(id);
+  const int step = std::min(static_cast<int>(value * (last + 1)), last);
+  return static_cast<float>(step) / static_cast<float>(last);
+}
+
+int stepOf(v3_param_id id, float value) {
+  return static_cast<int>(std::lround(value * static_cast<float>(lastStep(id))));
+}
+
+// Hosts may keep a plain value as a float, from which 4.39 must come back as 4.39.
+double plainFromNormalised(v3_param_id id, double normalised) {
+  const float value = keptValue(id, normalised);
+  if (isKnob(id)) return static_cast<double>(controlFromValue(indexOf(id), value));
+  return stepOf(id, value);
+}
+
+double normalisedFromPlain(v3_param_id id, double plain) {
+  if (isKnob(id)) return static_cast<double>(knobFromScale(static_cast<float>(plain)));
+  const int last = lastStep(id);
+  return std::round(held(plain, last)) / last;
+}
+
+void writeValueText(v3_param_id id, float value, v3_str_128 text) {
+  if (id == kVst3Program) return writeWide(text, listedProgramName(stepOf(id, value)));
+  writeWide(text, valueText(indexOf(id), value).data());
+}
+
+std::optional<float> valueFromWords(v3_param_id id, std::string_view words) {
+  if (id != kVst3Program) return valueFromText(indexOf(id), words);
+  for (int program = 0; program < kNumListedPrograms; ++program) {
+    if (words == listedProgramName(program)) return keptValue(id, normalisedFromPlain(id, program));
+  }
+  return std::nullopt;
+}
+
+}  // namespace quellard
