@@ -156,6 +156,18 @@ case $1 in
     printf q >&3
     wait "${servers[1]}"
     ;;
+  ardour)
+    needs ardour7-lua
+    ardour=/usr/lib/ardour7
+    export HOME=$PWD/home
+    mkdir -p home/.vst3
+    cp -r "$build/quellard.vst3" home/.vst3
+    LD_LIBRARY_PATH=$ardour $ardour/ardour-vst3-scanner -f "$HOME/.vst3/quellard.vst3" | tee said
+    [[ $(grep -c '^\[Info\]: Found Plugin: Quellard' said) == 2 ]]
+    touch -d tomorrow home/.cache/ardour7/vst/*.v3i  # what it found counts while newer than the module
+    SESSION=$PWD/session timeout 60 ardour7-lua "$root/tests/adapters/ardour.lua" | tee said
+    grep -qx kept said
+    ;;
   install)
     needs lv2ls
     unset LV2_PATH
