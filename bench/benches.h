@@ -8,13 +8,13 @@ namespace quellard::bench {
 
 // Counters of playing and of the recurrence, per input sample.
 inline constexpr char kShippedNs[] = "shipped_ns";
-inline constexpr char kPlainNs[] = "plain_ns";
-inline constexpr char kRatio[] = "ratio";       // plain / shipped
+inline constexpr char kReferenceNs[] = "reference_ns";
+inline constexpr char kRatio[] = "ratio";       // reference / shipped
 inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same turns
 inline constexpr char kRealTime[] = "x_real_time";
 // Counters of start-up, per call.
 inline constexpr char kShippedUs[] = "shipped_us";
-inline constexpr char kPlainUs[] = "plain_us";
+inline constexpr char kReferenceUs[] = "reference_us";
 
 // turns: how often each contender plays its stretch of signal.
 void registerPlaying(int turns);
@@ -24,7 +24,7 @@ void registerSetup(int turns);
 // The lowpass recurrence of so many input samples, on one sub-sample after the other.
 double lowpassRecurrence(int samples, int factor);
 
-// Prints "SHIPPED PLAIN": the us that each takes for the first rate set-up of this process.
+// Prints "SHIPPED REFERENCE": the us that each takes for the first rate set-up of this process.
 void printFirstSetup();
 
 }  // namespace quellard::bench

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// quellard_bench: times the amplifier beside the plain model and prints tables.
+// quellard_bench: times the amplifier beside the reference and prints tables.
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kUsage[] =
     "quellard_bench [--turns=N] [--isa=baseline|avx2|avx512] [--benchmark_...]\n"
-    "  --turns  how often shipped code and plain model take turns of 8192 samples (25)\n"
+    "  --turns  how often shipped code and reference take turns of 8192 samples (25)\n"
     "  --isa    the instruction set to play with, by default the best that the processor has\n"
     "  --benchmark_filter=play/MODERN/.*64 and the other options of Google Benchmark\n";
 

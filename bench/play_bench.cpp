@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-// The road of a block, from the record's processDoubleReplacing, beside the plain model.
+// The road of a block, from the record's processDoubleReplacing, beside the reference.
 #include <cstring>
 #include <limits>
 #include <string>
 
 #include "bench/benches.h"
 #include "bench/stopwatch.h"
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/signals.h"
 
@@ -75,28 +75,28 @@ void playing(benchmark::State& state, const Case& settings) {
   std::vector<double> in =
       test::pluckedNote(random, static_cast<double>(settings.rate), 110.0, 0.5, std::size_t{kTurn});
   Player<test::OpenedEffect> shipped(settings);
-  Player<plain::Amplifier> plain(settings);
+  Player<reference::Amplifier> reference(settings);
   shipped.play(in);
-  plain.play(in);
+  reference.play(in);
 
   const int factor = settings.rate == 48000.0f ? 7 : 8;
   double floorNs = std::numeric_limits<double>::max();
   Race race;
   for (auto _ : state) {
     const double shippedNs = warmNanoseconds([&] { shipped.play(in); });
-    const double plainNs = warmNanoseconds([&] { plain.play(in); });
+    const double referenceNs = warmNanoseconds([&] { reference.play(in); });
     const double recurrenceNs =
         nanoseconds([factor] { benchmark::DoNotOptimize(lowpassRecurrence(kTurn, factor)); });
     floorNs = std::min(floorNs, recurrenceNs / kTurn);
     state.SetIterationTime(shippedNs * 1e-9);
-    race.add(shippedNs / kTurn, plainNs / kTurn);
-    if (!sameBits(shipped.output(), plain.output())) {
-      state.SkipWithError("the shipped path and the plain model do not play the same");
+    race.add(shippedNs / kTurn, referenceNs / kTurn);
+    if (!sameBits(shipped.output(), reference.output())) {
+      state.SkipWithError("the shipped path and the reference do not play the same");
       return;
     }
   }
   state.counters[kShippedNs] = race.shipped();
-  state.counters[kPlainNs] = race.plain();
+  state.counters[kReferenceNs] = race.reference();
   state.counters[kFloorNs] = floorNs;
   state.counters[kRatio] = race.ratio();
   state.counters[kRealTime] = 1e9 / static_cast<double>(settings.rate) / race.shipped();

@@ -8,7 +8,7 @@
 
 #include "bench/benches.h"
 #include "bench/stopwatch.h"
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/opened_effect.h"
 
 namespace quellard::bench {
@@ -16,7 +16,7 @@ namespace {
 
 void report(benchmark::State& state, const Race& race) {
   state.counters[kShippedUs] = race.shipped() * 1e-3;
-  state.counters[kPlainUs] = race.plain() * 1e-3;
+  state.counters[kReferenceUs] = race.reference() * 1e-3;
   state.counters[kRatio] = race.ratio();
 }
 
@@ -25,9 +25,9 @@ void construction(benchmark::State& state) {
   Race race;
   for (auto _ : state) {
     std::optional<test::OpenedEffect> shipped;
-    std::optional<plain::Amplifier> plain;
+    std::optional<reference::Amplifier> reference;
     const double shippedNs = nanoseconds([&] { shipped.emplace(); });
-    race.add(shippedNs, nanoseconds([&] { plain.emplace(); }));
+    race.add(shippedNs, nanoseconds([&] { reference.emplace(); }));
     state.SetIterationTime(shippedNs * 1e-9);
   }
   report(state, race);
@@ -36,20 +36,20 @@ void construction(benchmark::State& state) {
 // A new instance in a process that has met the oversampling factor: its tables stand.
 void seenSetup(benchmark::State& state) {
   test::OpenedEffect().setSampleRate(44100.0f);
-  plain::Amplifier().setSampleRate(44100.0f);
+  reference::Amplifier().setSampleRate(44100.0f);
   Race race;
   for (auto _ : state) {
     test::OpenedEffect shipped;
-    plain::Amplifier plain;
+    reference::Amplifier reference;
     const double shippedNs = nanoseconds([&] { shipped.setSampleRate(96000.0f); });
-    race.add(shippedNs, nanoseconds([&] { plain.setSampleRate(96000.0f); }));
+    race.add(shippedNs, nanoseconds([&] { reference.setSampleRate(96000.0f); }));
     state.SetIterationTime(shippedNs * 1e-9);
   }
   report(state, race);
 }
 
 struct FirstSetup {
-  double shipped_us, plain_us;
+  double shipped_us, reference_us;
 };
 
 // A process meets its first rate once, so every turn is a process of its own.
@@ -60,7 +60,7 @@ std::optional<FirstSetup> firstSetupOfAProcess() {
       popen(("'" + self + "' --first-setup").c_str(), "r"), close);
   FirstSetup result{};
   if (pipe == nullptr) return {};
-  if (std::fscanf(pipe.get(), "%lf %lf", &result.shipped_us, &result.plain_us) != 2) return {};
+  if (std::fscanf(pipe.get(), "%lf %lf", &result.shipped_us, &result.reference_us) != 2) return {};
   return result;
 }
 
@@ -72,7 +72,7 @@ void firstSetup(benchmark::State& state) {
       state.SkipWithError("cannot run this program again for a fresh process");
       return;
     }
-    race.add(times->shipped_us * 1e3, times->plain_us * 1e3);
+    race.add(times->shipped_us * 1e3, times->reference_us * 1e3);
     state.SetIterationTime(times->shipped_us * 1e-6);
   }
   report(state, race);
@@ -91,10 +91,10 @@ void registerSetup(int turns) {
 
 void printFirstSetup() {
   test::OpenedEffect shipped;
-  plain::Amplifier plain;
+  reference::Amplifier reference;
   const double shippedNs = nanoseconds([&] { shipped.setSampleRate(44100.0f); });
-  const double plainNs = nanoseconds([&] { plain.setSampleRate(44100.0f); });
-  std::printf("%.3f %.3f\n", shippedNs * 1e-3, plainNs * 1e-3);
+  const double referenceNs = nanoseconds([&] { reference.setSampleRate(44100.0f); });
+  std::printf("%.3f %.3f\n", shippedNs * 1e-3, referenceNs * 1e-3);
 }
 
 }  // namespace quellard::bench

@@ -32,21 +32,21 @@ double warmNanoseconds(Work&& work) {
   return nanoseconds(work);
 }
 
-// The turns of the shipped code and of the plain model.
+// The turns of the shipped code and of the reference.
 class Race {
  public:
-  void add(double shipped, double plain) {
+  void add(double shipped, double reference) {
     shipped_.push_back(shipped);
-    plain_.push_back(plain);
+    reference_.push_back(reference);
   }
 
   // The undisturbed turn of each.
   double shipped() const { return *std::min_element(shipped_.begin(), shipped_.end()); }
-  double plain() const { return *std::min_element(plain_.begin(), plain_.end()); }
-  double ratio() const { return plain() / shipped(); }
+  double reference() const { return *std::min_element(reference_.begin(), reference_.end()); }
+  double ratio() const { return reference() / shipped(); }
 
  private:
-  std::vector<double> shipped_, plain_;
+  std::vector<double> shipped_, reference_;
 };
 
 }  // namespace quellard::bench

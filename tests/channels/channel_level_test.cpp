@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// How loud the channels are, in figures that neither the shipped code nor the plain model knows.
+// How loud the channels are, in figures that neither the shipped code nor the reference knows.
 #include <complex>
 #include <gtest/gtest.h>
 

@@ -27,33 +27,34 @@ TEST(Clipper, ChannelsAreSilentUntilTheirTablesExist) {
   }
 }
 
-// All tables of both factors stand before the first is looked at: none disturbs another. The plain
-// model's are held against the curves that both stand for, level tanh(slope u) on either side of 0.
-TEST(Clipper, TablesAreThePlainModelsAndSampleTwoHyperbolicTangents) {
+// All tables of both factors stand before the first is looked at: none disturbs another. The
+// reference's are held against the curves that both stand for, level tanh(slope u) on either side
+// of 0.
+TEST(Clipper, TablesAreTheReferencesAndSampleTwoHyperbolicTangents) {
   for (const ChannelModel& model : kChannelModels) {
     for (const double rate : {44100.0, 48000.0}) model.at(rate);
   }
   for (const int F : {7, 8}) {
-    const plain::Tables& plain = plain::tablesFor(F);
+    const reference::Tables& expected = reference::tablesFor(F);
     const struct {
       const char* name;
       const Clipper& clipper;
-      const plain::Table& plain;
+      const reference::Table& expected;
       double positiveLevel, positiveSlope, negativeLevel, negativeSlope;
     } rows[] = {
         // clang-format off
-        {"CLEAN T0",   QuellardCh1::clip.at(F), plain.drive[0],   0.98, 83.9795918367347 * F, 1.0, 82.3 * F},
-        {"VINTAGE T0", QuellardCh2::clip.at(F), plain.drive[1],   0.45, 28.8888888888889 * F, 1.0, 13.0 * F},
-        {"MODERN T0",  QuellardCh3::clip.at(F), plain.drive[2],   0.45, 43.7555555555556 * F, 1.0, 19.69 * F},
-        {"T1",         cascadeClip[0],          plain.cascade[0], 1.0,  35.0,             0.057, 614.0350877192979},
-        {"T2",         cascadeClip[1],          plain.cascade[1], 1.0,  80.2125844320371, 0.9,   89.12509381337455},
-        {"T3",         cascadeClip[2],          plain.cascade[2], 1.0,  15.0,             0.9,   15.0},
+        {"CLEAN T0",   QuellardCh1::clip.at(F), expected.drive[0],   0.98, 83.9795918367347 * F, 1.0, 82.3 * F},
+        {"VINTAGE T0", QuellardCh2::clip.at(F), expected.drive[1],   0.45, 28.8888888888889 * F, 1.0, 13.0 * F},
+        {"MODERN T0",  QuellardCh3::clip.at(F), expected.drive[2],   0.45, 43.7555555555556 * F, 1.0, 19.69 * F},
+        {"T1",         cascadeClip[0],          expected.cascade[0], 1.0,  35.0,             0.057, 614.0350877192979},
+        {"T2",         cascadeClip[1],          expected.cascade[1], 1.0,  80.2125844320371, 0.9,   89.12509381337455},
+        {"T3",         cascadeClip[2],          expected.cascade[2], 1.0,  15.0,             0.9,   15.0},
         // clang-format on
     };
     for (const auto& row : rows) {
       SCOPED_TRACE(testing::Message() << row.name << " at factor " << F);
       const auto& table = row.clipper.table;
-      EXPECT_TRUE(sameBits(std::vector<double>(table.begin(), table.end()), row.plain));
+      EXPECT_TRUE(sameBits(std::vector<double>(table.begin(), table.end()), row.expected));
       for (std::size_t i = 0; i <= 40000; ++i) {
         const double u = (static_cast<double>(i) - 20000.0) / 20000.0;
         const double curve = u < 0.0 ? row.negativeLevel * std::tanh(row.negativeSlope * u)

@@ -9,7 +9,7 @@
 #include "channels/quellard_ch1.h"
 #include "channels/quellard_ch2.h"
 #include "channels/quellard_ch3.h"
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 
 namespace quellard::test {
 
@@ -17,15 +17,15 @@ using AnyChannel = std::unique_ptr<AmpChannelBase>;
 
 struct ChannelModel {
   const char* name;
-  plain::Model plain;
+  reference::Model reference;
   AnyChannel (*build)(double rate, bool rebuildTables);
 
   AnyChannel at(double rate) const { return build(rate, true); }
 };
 
 template <class Channel>
-constexpr ChannelModel channelModel(const char* name, plain::Model plain) {
-  return {name, plain, [](double rate, bool rebuildTables) -> AnyChannel {
+constexpr ChannelModel channelModel(const char* name, reference::Model reference) {
+  return {name, reference, [](double rate, bool rebuildTables) -> AnyChannel {
             return std::make_unique<Channel>(rate, rebuildTables);
           }};
 }
@@ -35,9 +35,9 @@ inline std::ostream& operator<<(std::ostream& out, const ChannelModel& model) {
 }
 
 inline constexpr std::array<ChannelModel, 3> kChannelModels = {{
-    channelModel<QuellardCh1>("CLEAN", plain::Model::clean),
-    channelModel<QuellardCh2>("VINTAGE", plain::Model::vintage),
-    channelModel<QuellardCh3>("MODERN", plain::Model::modern),
+    channelModel<QuellardCh1>("CLEAN", reference::Model::clean),
+    channelModel<QuellardCh2>("VINTAGE", reference::Model::vintage),
+    channelModel<QuellardCh3>("MODERN", reference::Model::modern),
 }};
 
 // All knobs, as a channel receives them after the tapers.

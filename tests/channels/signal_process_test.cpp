@@ -25,13 +25,13 @@ std::vector<double> drawInput(Random& random, int n) {
 
 // Random lives of a channel: knobs with glides of any length, blocks of any length and of none, in
 // place or not, and now and then its memory lost.
-TEST(SignalProcess, MatchesThePlainModelToTheBit) {
+TEST(SignalProcess, MatchesTheReferenceToTheBit) {
   Random random(sessionSeed() ^ 0x519);
   for (const double rate : {44100.0, 48000.0, 96000.0, 20000.0}) {
     for (const ChannelModel& model : kChannelModels) {
       SCOPED_TRACE(testing::Message() << model << " at " << rate);
       const AnyChannel shipped = model.at(rate);
-      plain::Channel truth(model.plain, rate);
+      reference::Channel truth(model.reference, rate);
       for (int block = 0; block < 80; ++block) {
         const int n = random.pick(std::vector<int>{INT_MIN, -1, 0, 1, 2, 3, 7, 64, 65, 200, 512});
         if (random.chance(0.5)) {

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "dsp/iir_filter.h"
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
@@ -114,7 +114,7 @@ TEST(FilterDesign, MendsTheRecordOfItsCaller) {
 }
 
 // The last bit of every coefficient is part of the sound. What is mended is also what is designed.
-TEST(FilterDesign, CoefficientsMatchThePlainModelToTheBit) {
+TEST(FilterDesign, CoefficientsMatchTheReferenceToTheBit) {
   Random random(sessionSeed() ^ 0xd52);
   const std::vector<double> rates = {8000.0, kFs, 48000.0, 96000.0, 192000.0, 336000.0, 352800.0};
   const std::vector<double> badQ = {0.0, -1.0, kNan}, badFrq = {0.0, -5.0, kNan, 1e9, kInfinity};
@@ -125,8 +125,8 @@ TEST(FilterDesign, CoefficientsMatchThePlainModelToTheBit) {
     const double q = random.chance(0.1) ? random.pick(badQ) : random.between(1e-3, 5.0);
     const double gain = random.chance(0.1) ? 0.0 : random.between(-40.0, 20.0);
     filterPrm_tag prm = {random.integer(-2, 14), frq, low, high, q, gain, fs};
-    plain::Record truth = {prm.num, frq, q, gain, fs, low, high};
-    const plain::Coefficients expected = plain::design(truth);
+    reference::Record truth = {prm.num, frq, q, gain, fs, low, high};
+    const reference::Coefficients expected = reference::design(truth);
     ASSERT_TRUE(sameBits(designFilter(prm).coef, expected)) << "type " << prm.num;
     ASSERT_EQ(prm.frq, truth.frq);
     ASSERT_EQ(prm.q, truth.q);

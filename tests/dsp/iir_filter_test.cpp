@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "dsp/iir_filter.h"
 
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
@@ -31,13 +31,13 @@ TEST(IirFilter, MemorySurvivesARedesignThatKeepsTheType) {
   }
 }
 
-TEST(Glide, MatchesThePlainModelToTheBit) {
+TEST(Glide, MatchesTheReferenceToTheBit) {
   Random random(sessionSeed() ^ 0x911de);
   const std::vector<int> types = {1, 10, 10, 11, 12, 13};
   for (int run = 0; run < 200; ++run) {
     filterPrm_tag prm = record(random.pick(types));
     IIRFilter shipped(&prm);
-    plain::Section model({prm.num, prm.frq, prm.q, prm.gain, prm.fs});
+    reference::Section model({prm.num, prm.frq, prm.q, prm.gain, prm.fs});
     for (int move = 0; move < 6; ++move) {
       prm = record(random.chance(0.7) ? prm.num : random.pick(types), random.between(-30.0, 10.0),
                    random.between(10.0, 25000.0));

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
@@ -32,13 +32,13 @@ TEST(ChannelSwitcher, FadesOverSixteenMilliseconds) {
 
 // Selectors that move during either half of a switch or are no numbers, and blocks of any length,
 // so that boundaries fall before, on and after the switch point.
-TEST(ChannelSwitcher, MovesLikeThePlainModelsInBlocksOfAnyLength) {
+TEST(ChannelSwitcher, MovesLikeTheReferenceInBlocksOfAnyLength) {
   Random random(sessionSeed() ^ 0x73776974);
   const std::vector<float> selectors = {0.0f, 0.5f, 0.6f, 1.0f,
                                         std::numeric_limits<float>::quiet_NaN()};
   for (int round = 0; round < 200; ++round) {
     ChannelSwitcher shipped(1000.0, 0.5f);  // 16 samples a half
-    plain::Switcher model(1000.0, 0.5f);
+    reference::Switcher model(1000.0, 0.5f);
     float select = 0.5f;
     for (int block = 0; block < 100; ++block) {
       if (random.chance(0.3)) select = random.pick(selectors);

@@ -11,7 +11,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/session.h"
 
@@ -83,7 +83,7 @@ std::uint64_t digest(const std::vector<double>& samples) {
 
 TEST(SameBitsEverywhere, ARenderedSessionHasOneDigest) {
   OpenedEffect effect;
-  plain::Amplifier model;
+  reference::Amplifier model;
   const std::vector<double> sound = playSession(effect, 20, {.blocks = 80});
   ASSERT_GT(tangents, 100) << "the library's functions were called instead";
   double loudest = 0.0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The shipped effect, with each instruction set that the machine has, against the plain model:
+// The shipped effect, with each instruction set that the machine has, against the reference:
 // every bit of every sample of random sessions.
 #include "tests/support/session.h"
 
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "channels/fast/dispatch.h"
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/effort.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
@@ -22,7 +22,7 @@ class Session : public testing::Test {
   void compare(const SessionPlan& plan, int sessions) {
     for (int i = 0; i < sessions; ++i) {
       const std::uint64_t seed = random_.bits();
-      plain::Amplifier model;
+      reference::Amplifier model;
       const std::vector<double> expected = playSession(model, seed, plan);
       for (const fast::Isa isa : {fast::Isa::baseline, fast::Isa::avx2, fast::Isa::avx512}) {
         if (!fast::available(isa)) continue;
@@ -40,26 +40,26 @@ class Session : public testing::Test {
   Random random_{sessionSeed()};
 };
 
-TEST_F(Session, EverythingAtOnceMatchesThePlainModel) { compare({}, effort(24)); }
+TEST_F(Session, EverythingAtOnceMatchesTheReference) { compare({}, effort(24)); }
 
-TEST_F(Session, TinyBlocksMatchThePlainModel) {
+TEST_F(Session, TinyBlocksMatchTheReference) {
   compare({.frames = {0, 1, 2, 3, 5, 8, 13}, .blocks = 400}, effort(8));
 }
 
-TEST_F(Session, SteadyBlocksMatchThePlainModel) {
+TEST_F(Session, SteadyBlocksMatchTheReference) {
   for (const int frames : {64, 512, 4096}) compare({.frames = {frames}, .blocks = 40}, effort(3));
 }
 
 // Levels far from a guitar's drive every stage into its extremes and its denormals. A sample that
 // is no number shows which of two operands an instruction set's minimum lets through.
-TEST_F(Session, OutlandishSamplesMatchThePlainModel) {
+TEST_F(Session, OutlandishSamplesMatchTheReference) {
   for (const double level : {1e-320, 1e-300, 1e-12, 0.5, 1e6, 1e300}) {
     for (const std::vector<double>& odd : {{}, std::vector{std::nan(""), HUGE_VAL, 1e308, -0.0}})
       compare({.blocks = 20, .level = level, .odd = odd}, effort(3));
   }
 }
 
-TEST_F(Session, OddRatesMatchThePlainModel) {
+TEST_F(Session, OddRatesMatchTheReference) {
   compare(
       {.rates = {8000.0f, 11025.0f, 22050.0f, 47999.9f, 48000.5f, 384000.0f, 1.0f}, .blocks = 20},
       effort(12));

@@ -7,14 +7,14 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/beside_plain.h"
+#include "tests/support/beside_reference.h"
 #include "tests/support/effort.h"
 
 namespace quellard::test {
 namespace {
 
 TEST(Concurrency, ControlsMoveAndTextsAreReadDuringBlocks) {
-  BesidePlain pair;
+  BesideReference pair;
   OpenedEffect& effect = pair.effect;
   pair.setSampleRate(44100.0f);
   std::atomic<bool> playing{true};
@@ -58,7 +58,7 @@ TEST(Concurrency, ControlsMoveAndTextsAreReadDuringBlocks) {
 TEST(Concurrency, InstancesPrepareAndPlayAtTheSameTime) {
   std::atomic<int> waiting{2};
   const auto instance = [&](std::array<float, 3> rates) {
-    BesidePlain pair;
+    BesideReference pair;
     --waiting;
     while (waiting > 0) std::this_thread::yield();
     for (const float rate : rates) {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-// Hosts that do what no host should: the effect survives, and goes on playing like the plain model.
+// Hosts that do what no host should: the effect survives, and goes on playing like the reference.
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <vector>
 
 #include "tests/shell/module.h"
-#include "tests/support/beside_plain.h"
+#include "tests/support/beside_reference.h"
 #include "tests/support/effort.h"
 
 namespace quellard::test {
@@ -45,7 +45,7 @@ void throwNulls(OpenedEffect& effect) {
 }
 
 TEST(HostileHost, NullPointersAreLeftAlone) {
-  BesidePlain pair(moduleEntry("getinterface"));
+  BesideReference pair(moduleEntry("getinterface"));
   throwNulls(pair.effect);
   pair.setSampleRate(48000.0f);
   throwNulls(pair.effect);
@@ -68,10 +68,10 @@ TEST(HostileHost, NullPointersAreLeftAlone) {
 }
 
 // Everything at once: odd samples, odd values, odd rates, programs, lengths.
-TEST(HostileHost, OddSessionsPlayLikeThePlainModel) {
+TEST(HostileHost, OddSessionsPlayLikeTheReference) {
   Random random(sessionSeed() ^ 0x686f7374);
   for (int session = 0; session < effort(60); ++session) {
-    BesidePlain pair(moduleEntry("OrvTypeIF"));
+    BesideReference pair(moduleEntry("OrvTypeIF"));
     // Before the first rate there is silence.
     if (random.chance(0.8)) pair.setSampleRate(random.chance(0.5) ? 44100.0f : 48000.0f);
     int frames = 64;

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/beside_plain.h"
+#include "tests/support/beside_reference.h"
 #include "tests/support/counted_memory.h"
 #include "tests/support/effort.h"
 #include "tests/support/floating_point_mode.h"
@@ -158,7 +158,7 @@ TEST(Memory, AfterASetupThatFailsTheNextOneBuildsEverything) {
   long place = 0;
   for (bool again = true; again; place += kStep) {
     ASSERT_LT(place, kMany);
-    BesidePlain pair;
+    BesideReference pair;
     pair.setParameter(19, 0.5f);
     pair.setSampleRate(48000.0f);
     ASSERT_TRUE(pair.playNoise(64));
@@ -183,7 +183,7 @@ TEST(Memory, AfterASetupThatFailsTheNextOneBuildsEverything) {
 
 TEST(Memory, AfterABlockWithoutBuffersTheNextOnePlaysOn) {
   for (const long place : {0L, 1L}) {
-    BesidePlain pair;
+    BesideReference pair;
     pair.setSampleRate(44100.0f);
     ASSERT_TRUE(pair.playNoise(64));
     pair.setParameter(19, 0.5f);

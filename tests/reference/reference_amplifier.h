@@ -1,6 +1,7 @@
-// The whole amplifier, written a second time and as plainly as it can be: one sample after the
-// other, one stage after the other, in the order of arithmetic that makes its sound. One thread at
-// a time: there is no lock.
+// SPDX-License-Identifier: ISC
+// The reference: the whole amplifier, written a second time and as simply as it can be, one sample
+// after the other, one stage after the other, in the order of arithmetic that makes its sound. One
+// thread at a time: there is no lock.
 //
 // It is the truth that the shipped signal path is compared with, bit by bit, and the baseline that
 // its speed is quoted against. Both uses end when the two share code, so nothing here includes
@@ -13,7 +14,7 @@
 #include <optional>
 #include <vector>
 
-namespace quellard::plain {
+namespace quellard::reference {
 
 // What a filter section is designed from. Frequencies and fs in Hz, gain in dB.
 struct Record {
@@ -133,4 +134,4 @@ class Amplifier {
   std::vector<double> fade_, mono_;
 };
 
-}  // namespace quellard::plain
+}  // namespace quellard::reference

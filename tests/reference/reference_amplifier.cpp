@@ -1,9 +1,9 @@
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace quellard::plain {
+namespace quellard::reference {
 
 namespace {
 
@@ -497,4 +497,4 @@ void Amplifier::pushControls(int n) {
   }
 }
 
-}  // namespace quellard::plain
+}  // namespace quellard::reference

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: ISC
-// The effect and the plain model side by side: what is done to one is done to the other, and every
+// The effect and the reference side by side: what is done to one is done to the other, and every
 // block must have the same bits.
 #pragma once
 
 #include <vector>
 
-#include "tests/plain/plain_amplifier.h"
+#include "tests/reference/reference_amplifier.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/signals.h"
 
 namespace quellard::test {
 
-class BesidePlain {
+class BesideReference {
  public:
-  explicit BesidePlain(Entry entry = openInterface) : effect(entry) {}
+  explicit BesideReference(Entry entry = openInterface) : effect(entry) {}
 
   void setSampleRate(float rate) {
     effect.setSampleRate(rate);
@@ -40,7 +40,7 @@ class BesidePlain {
   }
 
   OpenedEffect effect;
-  plain::Amplifier model;
+  reference::Amplifier model;
 
  private:
   Random random_{1};
