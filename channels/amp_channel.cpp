@@ -32,8 +32,8 @@ std::int32_t count(std::span<const VoicingRow> rows) {
   return static_cast<std::int32_t>(rows.size());
 }
 
-void refreshBank(const FilterBank& bank, std::int32_t count) {
-  std::for_each_n(bank.get(), count, [](const auto& section) { section->refresh(); });
+void refresh(BankView bank) {
+  for (const auto& section : bank) section->refresh();
 }
 
 }  // namespace
@@ -41,38 +41,38 @@ void refreshBank(const FilterBank& bank, std::int32_t count) {
 AmpChannelBase::AmpChannelBase(double sampleRate)
     : rateInt(truncateRate(sampleRate)), rate(sampleRate) {}
 
-void AmpChannelBase::build(const ChannelPlan& plan) {
+void AmpChannelBase::build(const ChannelFigures& figures) {
   fast::isaInForce();  // chosen here, not in the first block: it reads the environment
   const bool at48k = rateInt == 48000;
-  const ResamplingSet& set = at48k ? plan.at48k : plan.elsewhere;
+  const ResamplingSet& set = at48k ? figures.at48k : figures.elsewhere;
   resampleA = set.a;
   resampleB = {set.b[0], set.b[1], set.b[2], set.b[2], set.b[1], set.b[0]};
   overSample = at48k ? 7 : 8;
   overSampleRatio = overSample;
-  masterScale = plan.masterScale;
+  masterScale = figures.masterScale;
 
-  preCount = count(plan.pre);
-  postCount = count(plan.post);
-  eqCount = count(plan.eq);
-  powerCount = count(plan.power);
-  reviseCount = count(plan.revise);
+  preCount = count(figures.pre);
+  postCount = count(figures.post);
+  eqCount = count(figures.eq);
+  powerCount = count(figures.power);
+  reviseCount = count(figures.revise);
 
-  const bool inside = plan.innerBanks == InnerBanks::oversampled;
+  const bool inside = figures.innerBanks == InnerBanks::oversampled;
   const double innerRate = inside ? rate * overSampleRatio : rate;
-  preFilters = buildBank(plan.pre, rate);
-  postFilters = buildBank(plan.post, innerRate);
-  eqFilters = buildBank(plan.eq, rate);
-  powerFilters = buildBank(plan.power, innerRate);
-  reviseFilters = buildBank(plan.revise, rate);
+  preFilters = buildBank(figures.pre, rate);
+  postFilters = buildBank(figures.post, innerRate);
+  eqFilters = buildBank(figures.eq, rate);
+  powerFilters = buildBank(figures.power, innerRate);
+  reviseFilters = buildBank(figures.revise, rate);
   dcBlocker = buildSection(kDcBlocker, rate);
 }
 
 void AmpChannelBase::clearMemory() {
-  refreshBank(preFilters, preCount);
-  refreshBank(postFilters, postCount);
-  refreshBank(eqFilters, eqCount);
-  refreshBank(powerFilters, powerCount);
-  refreshBank(reviseFilters, reviseCount);
+  refresh(sectionsOf(preFilters, preCount));
+  refresh(sectionsOf(postFilters, postCount));
+  refresh(sectionsOf(eqFilters, eqCount));
+  refresh(sectionsOf(powerFilters, powerCount));
+  refresh(sectionsOf(reviseFilters, reviseCount));
   dcBlocker->refresh();
   upState.fill(0.0);
   downState.fill(0.0);

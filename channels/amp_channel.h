@@ -17,17 +17,25 @@ namespace quellard {
 
 // The sections of a bank in the order in which the signal meets them.
 using FilterBank = std::unique_ptr<std::unique_ptr<IIRFilter>[]>;
+using BankView = std::span<const std::unique_ptr<IIRFilter>>;
+
+inline BankView sectionsOf(const FilterBank& bank, std::int32_t count) {
+  return {bank.get(), static_cast<std::size_t>(count)};
+}
 
 // Where a channel's post and power banks run.
 enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
 
-// All that is built alike and differs by its figures.
-struct ChannelPlan {
+// What makes a model, beside its kind of nonlinear stage.
+struct ChannelFigures {
   std::span<const VoicingRow> pre, post, eq, power, revise;
   InnerBanks innerBanks;
-  double masterScale;
   ResamplingSet at48k;
   ResamplingSet elsewhere;
+  DriveCurve driveCurve;
+  double driveLevel;    // factor in front of the drive
+  double masterScale;   // make-up factor behind the chain
+  double lowBassRange;  // dB by which BASS moves the low bass peak up and down
 };
 
 class AmpChannelBase {
@@ -52,8 +60,9 @@ class AmpChannelBase {
   // Keeps everything as it is: a host that stops and starts hears no restart.
   virtual void resume() {}
 
-  // Empties filters, resampler and split after the signal has turned non-finite; controls, glides
-  // and levels stay. Behind the operations above, whose order is fixed.
+  // Sets the states of filters, resampler and split to zero, for a signal that has turned
+  // non-finite; controls, glides and levels stay. Declared last: the order of the operations above
+  // is fixed.
   virtual void clearMemory();
 
   std::int32_t preCount = 0;
@@ -74,7 +83,7 @@ class AmpChannelBase {
   std::int32_t overSample = 0;        // F: 7 at 48000 Hz, 8 at any other rate
   double overSampleRatio = 0.0;
   double masterScale = 0.0;         // the channel's make-up factor
-  std::array<double, 6> upState{};  // element 5 stays 0
+  std::array<double, 6> upState{};  // s0 to s4; element 5 stays 0
   std::array<double, 6> downState{};
   double gainTarget = 1.0;
   double gainCurrent = 0.0;  // in force at the end of the last block
@@ -84,8 +93,8 @@ class AmpChannelBase {
  protected:
   explicit AmpChannelBase(double sampleRate);
 
-  // Takes over the plan's constants and builds every section. May throw std::bad_alloc.
-  void build(const ChannelPlan& plan);
+  // Takes over the constants and builds every section. May throw std::bad_alloc.
+  void build(const ChannelFigures& figures);
 };
 
 }  // namespace quellard

@@ -7,8 +7,8 @@ namespace quellard {
 namespace {
 
 // clang-format off
-// The stored constants of the cascade: levels, rates per entry, guard exponent.
-constexpr std::array<ClipperCurve, 3> kCascadeCurves = {{
+// The stored constants of T1 to T3: levels, rates per entry, guard exponent.
+constexpr std::array<ClipperCurve, 3> kMultistageCurves = {{
   // + level  + rate                - level  - rate                 guard
   {  1.0,    -0.0035,               0.057,  -0.06140350877192979,   -70.0              },
   {  1.0,    -0.00802125844320371,  0.9,    -0.008912509381337455,  -160.42516886407418 },
@@ -18,7 +18,7 @@ constexpr std::array<ClipperCurve, 3> kCascadeCurves = {{
 
 }  // namespace
 
-CascadeClippers cascadeClip;
+MultistageClippers multistageClip;
 
 void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf grouping) {
   clipper.halfSize = kClipperHalfSize;
@@ -49,11 +49,11 @@ void DriveClipper::require(int overSample, const DriveCurve& curve) {
   });
 }
 
-void requireCascadeClippers() {
+void requireMultistageClippers() {
   static std::once_flag once;
   std::call_once(once, [] {
-    for (std::size_t i = 0; i < cascadeClip.size(); ++i) {
-      generateClipper(cascadeClip[i], kCascadeCurves[i], NegativeHalf::scaleQuotient);
+    for (std::size_t i = 0; i < multistageClip.size(); ++i) {
+      generateClipper(multistageClip[i], kMultistageCurves[i], NegativeHalf::scaleQuotient);
     }
   });
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Waveshaper tables: soft-saturation curves read with linear interpolation. A table is generated
-// once for each oversampling factor that the process meets and only read afterwards, so instances
-// at different rates never disturb each other.
+// Waveshaper tables: soft-saturation curves, looked up with linear interpolation. A table is
+// generated once for each oversampling factor that the process meets and only read afterwards, so
+// instances at different rates never disturb each other.
 #pragma once
 
 #include <array>
@@ -13,13 +13,13 @@ namespace quellard {
 inline constexpr int kClipperHalfSize = 20000;
 
 struct Clipper {
-  double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups silent
+  double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups answer 0
   // Entry j holds the curve at (j - 20000) / 20000; the last one repeats its neighbour, so that
   // interpolation needs no test at the upper end.
   std::array<double, 2 * kClipperHalfSize + 2> table;
 
-  // The curve at x, held at its ends beyond -1..1. NaN reads entry 0 and answers NaN, so that a
-  // poisoned filter shows at the output instead of falling silent for ever. [audio thread]
+  // The curve at x, held at its ends beyond -1..1. NaN answers NaN, so that a filter whose state
+  // has turned NaN is noticed at the output and cleared, and not silent for ever. [audio thread]
   double lookup(double x) const {
     const double c = x > 1.0 ? 1.0 : x < -1.0 ? -1.0 : x;
     const double position = halfSize + c * halfSize;
@@ -73,12 +73,12 @@ class DriveClipper {
   std::array<std::once_flag, 2> generated_;
 };
 
-// The three curves behind the drive stage of VINTAGE and MODERN. They do not depend on the factor
-// and are the same in both channels, so the process holds them once.
-using CascadeClippers = std::array<Clipper, 3>;
-extern CascadeClippers cascadeClip;
+// The three curves behind the drive stage of VINTAGE and MODERN, T1 to T3. They do not depend on
+// the factor and are the same in both channels, so the process holds them once.
+using MultistageClippers = std::array<Clipper, 3>;
+extern MultistageClippers multistageClip;
 
 // Generates the three curves unless that has been done. Thread-safe; not for the audio thread.
-void requireCascadeClippers();
+void requireMultistageClippers();
 
 }  // namespace quellard

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The state that VINTAGE and MODERN carry beyond a plain channel: their power stage sends the lows
+// The state that VINTAGE and MODERN carry and CLEAN does not: their power stage sends the lows
 // around its last waveshaper.
 #pragma once
 

@@ -2,23 +2,18 @@
 // The CLEAN channel: every bank at the sample rate, one waveshaper.
 #pragma once
 
-#include "channels/amp_channel.h"
+#include "channels/voiced_channel.h"
 
 namespace quellard {
 
-class QuellardCh1 final : public AmpChannelBase {
+class QuellardCh1 final : public VoicedChannel<QuellardCh1> {
  public:
-  // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
-  // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
-  QuellardCh1(double sampleRate, bool rebuildTables);
+  using VoicedChannel::VoicedChannel;
 
-  void signalProcess(double* in, double* out, int n) override;
-  void setEQ(double treble, double mid, double bass, double presence, int n) override;
-  void setGain(double gain, int n) override;
-  void setMaster(double master, int n) override;
-  void resume() override {}
+  static const ChannelFigures kFigures;
+  static DriveClipper clip;  // T0
 
-  // The voicing sheet by columns.
+  // The voicing by columns, as it is published.
   static constexpr auto QuellardCh1preNum = column(&VoicingRow::num, clean::kPre);
   static constexpr auto QuellardCh1preFrq = column(&VoicingRow::frq, clean::kPre);
   static constexpr auto QuellardCh1preQ = column(&VoicingRow::q, clean::kPre);
@@ -42,8 +37,6 @@ class QuellardCh1 final : public AmpChannelBase {
   static constexpr auto QuellardCh1reviseFrq = column(&VoicingRow::frq, clean::kRevise);
   static constexpr auto QuellardCh1reviseQ = column(&VoicingRow::q, clean::kRevise);
   static constexpr auto QuellardCh1reviseGain = column(&VoicingRow::gain, clean::kRevise);
-
-  static DriveClipper clip;  // the drive curve
 };
 
 }  // namespace quellard

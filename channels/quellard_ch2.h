@@ -1,27 +1,22 @@
 // SPDX-License-Identifier: ISC
-// The VINTAGE channel: a cascade of four waveshapers with filters between them and a power-stage
-// split, all oversampled, behind a drive that clips early and softly.
+// The VINTAGE channel: four waveshapers with filters between them and a power-stage split, all
+// oversampled, of which the first clips early and softly.
 #pragma once
 
-#include "channels/amp_channel.h"
-#include "channels/power_stage_split.h"
+#include "channels/voiced_channel.h"
 
 namespace quellard {
 
-class QuellardCh2 final : public AmpChannelBase, public PowerStageSplit {
+class QuellardCh2 final : public VoicedChannel<QuellardCh2>, public PowerStageSplit {
  public:
-  // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
-  // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
-  QuellardCh2(double sampleRate, bool rebuildTables);
+  // See VoicedChannel.
+  QuellardCh2(double sampleRate, bool rebuildTables)
+      : VoicedChannel(sampleRate, rebuildTables), PowerStageSplit(rateInt == 48000) {}
 
-  void signalProcess(double* in, double* out, int n) override;
-  void setEQ(double treble, double mid, double bass, double presence, int n) override;
-  void setGain(double gain, int n) override;
-  void setMaster(double master, int n) override;
-  void resume() override {}
-  void clearMemory() override;
+  static const ChannelFigures kFigures;
+  static DriveClipper clip;  // T0; T1 to T3 are multistageClip
 
-  // The voicing sheet by columns.
+  // The voicing by columns, as it is published.
   static constexpr auto QuellardCh2preNum = column(&VoicingRow::num, vintage::kPre);
   static constexpr auto QuellardCh2preFrq = column(&VoicingRow::frq, vintage::kPre);
   static constexpr auto QuellardCh2preQ = column(&VoicingRow::q, vintage::kPre);
@@ -45,8 +40,6 @@ class QuellardCh2 final : public AmpChannelBase, public PowerStageSplit {
   static constexpr auto QuellardCh2reviseFrq = column(&VoicingRow::frq, vintage::kRevise);
   static constexpr auto QuellardCh2reviseQ = column(&VoicingRow::q, vintage::kRevise);
   static constexpr auto QuellardCh2reviseGain = column(&VoicingRow::gain, vintage::kRevise);
-
-  static DriveClipper clip;  // the drive curve; the cascade behind it is cascadeClip
 };
 
 }  // namespace quellard

@@ -1,27 +1,22 @@
 // SPDX-License-Identifier: ISC
-// The MODERN channel: the cascade of VINTAGE behind a mid boost and half the drive, into wider
-// filters between the stages.
+// The MODERN channel: the four waveshapers of VINTAGE, with a mid boost and half the drive in front
+// of them and wider filters between them.
 #pragma once
 
-#include "channels/amp_channel.h"
-#include "channels/power_stage_split.h"
+#include "channels/voiced_channel.h"
 
 namespace quellard {
 
-class QuellardCh3 final : public AmpChannelBase, public PowerStageSplit {
+class QuellardCh3 final : public VoicedChannel<QuellardCh3>, public PowerStageSplit {
  public:
-  // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
-  // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
-  QuellardCh3(double sampleRate, bool rebuildTables);
+  // See VoicedChannel.
+  QuellardCh3(double sampleRate, bool rebuildTables)
+      : VoicedChannel(sampleRate, rebuildTables), PowerStageSplit(rateInt == 48000) {}
 
-  void signalProcess(double* in, double* out, int n) override;
-  void setEQ(double treble, double mid, double bass, double presence, int n) override;
-  void setGain(double gain, int n) override;
-  void setMaster(double master, int n) override;
-  void resume() override {}
-  void clearMemory() override;
+  static const ChannelFigures kFigures;
+  static DriveClipper clip;  // T0; T1 to T3 are multistageClip
 
-  // The voicing sheet by columns.
+  // The voicing by columns, as it is published.
   static constexpr auto QuellardCh3preNum = column(&VoicingRow::num, modern::kPre);
   static constexpr auto QuellardCh3preFrq = column(&VoicingRow::frq, modern::kPre);
   static constexpr auto QuellardCh3preQ = column(&VoicingRow::q, modern::kPre);
@@ -45,8 +40,6 @@ class QuellardCh3 final : public AmpChannelBase, public PowerStageSplit {
   static constexpr auto QuellardCh3reviseFrq = column(&VoicingRow::frq, modern::kRevise);
   static constexpr auto QuellardCh3reviseQ = column(&VoicingRow::q, modern::kRevise);
   static constexpr auto QuellardCh3reviseGain = column(&VoicingRow::gain, modern::kRevise);
-
-  static DriveClipper clip;  // the drive curve; the cascade behind it is cascadeClip
 };
 
 }  // namespace quellard

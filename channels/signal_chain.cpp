@@ -3,54 +3,61 @@
 
 #include <algorithm>
 
-#include "channels/fast/loan.h"
-#include "channels/plain_chain.h"
+#include "channels/fast/channel_packer.h"
+#include "channels/scalar_chain.h"
 
 namespace quellard {
 namespace {
 
-// Below these lengths, in samples, filling and draining the fast core costs more than it saves:
-// measured on all instruction sets.
+// Below these lengths, in samples, filling and draining the pipeline of the fast core costs more
+// than it saves: measured on all instruction sets.
 constexpr int kShortestSkewedClean = 8;
-constexpr int kShortestSkewedCascade = 5;
+constexpr int kShortestSkewedMultistage = 5;
 
-// Where the next glide ends, so that a section is either gliding or not over a whole stretch.
-int samplesToNextGlideEnd(const IIRFilter& section, int most) {
+// The first sample plays the level that the last block reached, the last sample the target. With
+// one sample the level does not move.
+Ramp blockRamp(double current, double target, int n) {
+  return {current, (target - current) * (n > 1 ? 1.0 / (n - 1) : 0.0)};
+}
+
+// How far it is to the next sample behind the end of a glide, at most `most`.
+int samplesToGlideEnd(const IIRFilter& section, int most) {
   const double left = section.ipLength - section.ipCount + 1.0;
   return left >= 1.0 && left < most ? static_cast<int>(left) : most;
 }
 
-int steadyLength(const AmpChannelBase& channel, int most) {
-  most = samplesToNextGlideEnd(*channel.preFilters[0], most);
-  for (std::int32_t i = 0; i < channel.eqCount; ++i) {
-    most = samplesToNextGlideEnd(*channel.eqFilters[static_cast<std::size_t>(i)], most);
+// How many of the next samples, at most `most`, every section plays gliding or every one not.
+int segmentLength(const AmpChannelBase& channel, int most) {
+  most = samplesToGlideEnd(*channel.preFilters[0], most);
+  for (const auto& section : sectionsOf(channel.eqFilters, channel.eqCount)) {
+    most = samplesToGlideEnd(*section, most);
   }
   return most;
 }
 
 void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
                int n) {
-  const int shortest = parts.split != nullptr ? kShortestSkewedCascade : kShortestSkewedClean;
-  Stretch stretch = {.in = in,
+  const int shortest = parts.split != nullptr ? kShortestSkewedMultistage : kShortestSkewedClean;
+  Segment segment = {.in = in,
                      .out = out,
-                     .first = 0,
+                     .begin = 0,
                      .end = 0,
-                     .drive = BlockRamp(channel.gainCurrent, channel.gainTarget, n),
-                     .level = BlockRamp(channel.masterCurrent, channel.masterTarget, n)};
+                     .drive = blockRamp(channel.gainCurrent, channel.gainTarget, n),
+                     .level = blockRamp(channel.masterCurrent, channel.masterTarget, n)};
   if (n < shortest) {
-    stretch.end = n;
-    return playPlain(channel, parts, stretch);
+    segment.end = n;
+    return playScalar(channel, parts, segment);
   }
-  fast::Loan loan(channel, parts);
-  const bool skewable = loan.isPossible();
-  while (stretch.end < n) {
-    stretch.first = stretch.end;
-    const int length = steadyLength(channel, n - stretch.first);
-    stretch.end += length;
-    if (skewable && length >= shortest) {
-      loan.play(stretch);
+  fast::ChannelPacker packer(channel, parts);
+  const bool packable = packer.canPack();
+  while (segment.end < n) {
+    segment.begin = segment.end;
+    const int length = segmentLength(channel, n - segment.begin);
+    segment.end += length;
+    if (packable && length >= shortest) {
+      packer.play(segment);
     } else {
-      playPlain(channel, parts, stretch);
+      playScalar(channel, parts, segment);
     }
   }
 }

@@ -1,46 +1,39 @@
 // SPDX-License-Identifier: ISC
-// The road of a block through a channel, the same for all three:
+// The signal chain of a channel, the same for all three:
 //
 //   CLEAN    pre, post, power   drive   F x [ up  T0                                down ]  eq ...
 //   VINTAGE  pre                drive   F x [ up  T0  post  T1  power  T2  split    down ]  eq ...
 //   MODERN   pre                drive   F x [ up  T0  post  T1  power  T2  split    down ]  eq ...
 //
-// and behind the oversampled loop: tone stack (eq), voicing (revise), DC blocker, output level.
-// Whatever plays a stretch of it, plain_chain.h one sample after the other or fast/ many stages at
-// once, gives the same bits. [audio thread] Allocates nothing.
+// T0 to T2 are waveshapers; the split holds a fourth, T3. Up and down are the resampling lowpasses
+// around F sub-samples per sample. Behind this oversampled loop follow the tone stack (eq), the
+// voicing (revise), the DC blocker and the output level.
+//
+// scalar_chain.h plays it one sample after the other, fast/ many stages at once; the bits are the
+// same. [audio thread] Allocates nothing.
 #pragma once
 
 #include "channels/amp_channel.h"
 #include "channels/power_stage_split.h"
+#include "channels/ramp.h"
 
 namespace quellard {
 
-// What a channel lends to the chain beside itself.
+// What the chain needs of a channel beside AmpChannelBase.
 struct ChainParts {
-  const Clipper& drive;    // its first waveshaper
+  const Clipper& drive;    // T0
   PowerStageSplit* split;  // null in CLEAN, whose banks all run at the sample rate
 };
 
-// A level that moves in a straight line across a block: the first sample plays the level that the
-// last block reached, the last sample the target. With one sample it does not move.
-struct BlockRamp {
-  double start;
-  double step;
-
-  BlockRamp(double current, double target, int n)
-      : start(current), step((target - current) * (n > 1 ? 1.0 / (n - 1) : 0.0)) {}
-
-  double at(double sample) const { return sample * step + start; }
-};
-
-// A part of a block, from sample `first` to before sample `end`.
-struct Stretch {
-  const double* in;  // of the whole block
+// A part of a block, from sample `begin` to before sample `end`. Pointers and ramps are those of
+// the whole block.
+struct Segment {
+  const double* in;
   double* out;
-  int first;
+  int begin;
   int end;
-  BlockRamp drive;
-  BlockRamp level;
+  Ramp drive;
+  Ramp level;
 };
 
 // See AmpChannelBase::signalProcess.

@@ -35,20 +35,20 @@ constexpr Cubic       kShelfFrequency  = {  620.21,  -1096.7,     849.19,   525.
 constexpr Cubic       kShelfGain       = {   37.923,   -86.963,    75.853,  -36.685   };  // dB
 // clang-format on
 
-void glide(AmpChannelBase& channel, const FilterBank& bank, std::size_t section, FilterType type,
-           double frequencyHz, double q, double gainDb, int n) {
+void redesign(AmpChannelBase& channel, const FilterBank& bank, std::size_t section, FilterType type,
+              double frequencyHz, double q, double gainDb, int n) {
   filterPrm_tag prm = {type, frequencyHz, 0.0, 0.0, q, gainDb, channel.rate};
   bank[section]->ipFDexcute(&prm, n);
 }
 
 }  // namespace
 
-void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, LowBassRange lowBass, int n) {
+void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double lowBassRange, int n) {
   const double t = knobs.treble;
   const double m = knobs.mid;
   const double b = knobs.bass;
   const auto retune = [&](std::size_t section, FilterType type, double Hz, double q, double dB) {
-    glide(channel, channel.eqFilters, section, type, Hz, q, dB, n);
+    redesign(channel, channel.eqFilters, section, type, Hz, q, dB, n);
   };
   // The constants behind the mid and treble gains are calibrations, applied one by one: their
   // order is part of the last bit.
@@ -57,14 +57,15 @@ void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, LowBassRan
 
   retune(0, lowShelf1, 200.0, 1.0, kBassShelfGain(b));
   retune(4, highPass1, kLowCutFrequency(b), 1.0, 0.0);
-  retune(5, peaking, 120.0, 0.8, 2.0 * lowBass.dB * b - lowBass.dB);
+  retune(5, peaking, 120.0, 0.8, 2.0 * lowBassRange * b - lowBassRange);
   retune(1, peaking, kMidFrequency(t) + kMidFrequencyMid(m), kMidQ(t) + kMidQMid(m), midGain);
   retune(2, highShelf1, kTrebleFrequency(t), 1.0, trebleGain);
   retune(3, highShelf1, 4000.0, 1.0, 8.0 * knobs.presence - 8.0);
 }
 
 void retuneInputShelf(AmpChannelBase& channel, double gain, int n) {
-  glide(channel, channel.preFilters, 0, lowShelf1, kShelfFrequency(gain), 1.0, kShelfGain(gain), n);
+  redesign(channel, channel.preFilters, 0, lowShelf1, kShelfFrequency(gain), 1.0, kShelfGain(gain),
+           n);
 }
 
 }  // namespace quellard

@@ -16,13 +16,9 @@ struct ToneKnobs {
   double presence;
 };
 
-// The low bass peak of a channel swings from -range to +range dB over the BASS knob.
-struct LowBassRange {
-  double dB;
-};
-
-// Retunes tone-stack sections 0 to 5 with a glide over n samples.
-void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, LowBassRange lowBass, int n);
+// Retunes tone-stack sections 0 to 5 with a glide over n samples. lowBassRange: dB, the low bass
+// peak moves from -range to +range over the BASS knob.
+void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double lowBassRange, int n);
 
 // Retunes the input shelf: the less gain, the less bass reaches the drive.
 void retuneInputShelf(AmpChannelBase& channel, double gain, int n);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The voicing sheets: what the three models are made of. A row per filter section, in the order in
-// which the signal meets them within a bank. Constants of the program; nothing changes them.
+// The voicing tables: what the three models are made of. A row per filter section, in the order in
+// which the signal meets them within a bank.
 #pragma once
 
 #include <array>
@@ -18,14 +18,14 @@ struct VoicingRow {
 };
 
 template <std::size_t Count>
-using VoicingSheet = std::array<VoicingRow, Count>;
+using VoicingTable = std::array<VoicingRow, Count>;
 
-// One column of a sheet, as the channel classes publish it.
+// One column of a table. The channel classes publish their voicings so; they are built from rows.
 template <class Field, std::size_t Count>
 constexpr std::array<Field, Count> column(Field VoicingRow::*field,
-                                          const VoicingSheet<Count>& sheet) {
+                                          const VoicingTable<Count>& table) {
   std::array<Field, Count> values{};
-  for (std::size_t i = 0; i < Count; ++i) values[i] = sheet[i].*field;
+  for (std::size_t i = 0; i < Count; ++i) values[i] = table[i].*field;
   return values;
 }
 
@@ -43,13 +43,13 @@ inline constexpr VoicingRow kFlatPeak      = {peaking,     8000.0, 0.8, 0.0};
 
 namespace clean {
 //                                             type            Hz    Q     dB
-inline constexpr VoicingSheet<1> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0}, }};  // input shelf
-inline constexpr VoicingSheet<1> kPost   = {{ {lowPass1,    5000.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<6> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
+inline constexpr VoicingTable<1> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0}, }};  // input shelf
+inline constexpr VoicingTable<1> kPost   = {{ {lowPass1,    5000.0, 1.0,   0.0}, }};
+inline constexpr VoicingTable<6> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
                                               kPresenceShelf, kLowCut, kLowBassPeak, }};
-inline constexpr VoicingSheet<2> kPower  = {{ {highPass1,     18.0, 1.0,   0.0},
+inline constexpr VoicingTable<2> kPower  = {{ {highPass1,     18.0, 1.0,   0.0},
                                               {lowPass1,   10000.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<4> kRevise = {{ {peaking,      160.0, 0.8,   2.0},
+inline constexpr VoicingTable<4> kRevise = {{ {peaking,      160.0, 0.8,   2.0},
                                               {peaking,     1000.0, 0.8, -12.0},
                                               {highShelf1, 10000.0, 1.0,   2.0},
                                               {peaking,     6000.0, 1.2,   3.0}, }};
@@ -57,13 +57,13 @@ inline constexpr VoicingSheet<4> kRevise = {{ {peaking,      160.0, 0.8,   2.0},
 
 namespace vintage {
 //                                             type            Hz    Q     dB
-inline constexpr VoicingSheet<1> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0}, }};  // input shelf
-inline constexpr VoicingSheet<1> kPost   = {{ {lowPass1,    2300.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<7> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
+inline constexpr VoicingTable<1> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0}, }};  // input shelf
+inline constexpr VoicingTable<1> kPost   = {{ {lowPass1,    2300.0, 1.0,   0.0}, }};
+inline constexpr VoicingTable<7> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
                                               kPresenceShelf, kLowCut, kLowBassPeak, kFlatPeak, }};
-inline constexpr VoicingSheet<2> kPower  = {{ {highPass1,    200.0, 1.0,   0.0},
+inline constexpr VoicingTable<2> kPower  = {{ {highPass1,    200.0, 1.0,   0.0},
                                               {lowPass1,    2000.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<4> kRevise = {{ {peaking,      170.0, 0.55,  6.0},
+inline constexpr VoicingTable<4> kRevise = {{ {peaking,      170.0, 0.55,  6.0},
                                               {highShelf1,  8000.0, 1.0,   6.0},
                                               {peaking,    10000.0, 0.5,   2.0},
                                               {peaking,     6000.0, 1.2,   4.0}, }};
@@ -71,14 +71,14 @@ inline constexpr VoicingSheet<4> kRevise = {{ {peaking,      170.0, 0.55,  6.0},
 
 namespace modern {
 //                                             type            Hz    Q     dB
-inline constexpr VoicingSheet<2> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0},  // input shelf
+inline constexpr VoicingTable<2> kPre    = {{ {lowShelf1,  13000.0, 1.0,   0.0},  // input shelf
                                               {peaking,     2300.0, 0.5,   6.0}, }};
-inline constexpr VoicingSheet<1> kPost   = {{ {lowPass1,    2300.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<7> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
+inline constexpr VoicingTable<1> kPost   = {{ {lowPass1,    2300.0, 1.0,   0.0}, }};
+inline constexpr VoicingTable<7> kEq     = {{ kBassShelf, kMidPeak, kTrebleShelf,
                                               kPresenceShelf, kLowCut, kLowBassPeak, kFlatPeak, }};
-inline constexpr VoicingSheet<2> kPower  = {{ {highPass1,     18.0, 1.0,   0.0},
+inline constexpr VoicingTable<2> kPower  = {{ {highPass1,     18.0, 1.0,   0.0},
                                               {lowPass1,   10000.0, 1.0,   0.0}, }};
-inline constexpr VoicingSheet<2> kRevise = {{ {peaking,      280.0, 0.55,  9.0},
+inline constexpr VoicingTable<2> kRevise = {{ {peaking,      280.0, 0.55,  9.0},
                                               {peaking,     6000.0, 1.2,  10.0}, }};
 }  // namespace modern
 

@@ -8,10 +8,10 @@
 
 namespace quellard::fast {
 
-void runBaseline(SkewedState& state, const double* in, double* out, int n);
+void runBaseline(PackedChannel& channel, const double* in, double* out, int n);
 #if defined(__x86_64__)
-void runAvx2(SkewedState& state, const double* in, double* out, int n);
-void runAvx512(SkewedState& state, const double* in, double* out, int n);
+void runAvx2(PackedChannel& channel, const double* in, double* out, int n);
+void runAvx512(PackedChannel& channel, const double* in, double* out, int n);
 #endif
 
 bool available(Isa isa) {

@@ -4,8 +4,8 @@
 
 namespace quellard::fast {
 
-struct SkewedState;
-using Core = void (*)(SkewedState& state, const double* in, double* out, int n);
+struct PackedChannel;
+using Core = void (*)(PackedChannel& channel, const double* in, double* out, int n);
 
 enum class Isa { baseline, avx2, avx512 };
 

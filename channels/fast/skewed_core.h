@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-// The road of a channel with its stages skewed, the same bits as the plain order several times as
-// fast. The oversampled loop is all recurrences, each waiting for its own last result. Here a pass
-// handles one input sample, and every stage works on a sample of its own, older the further down
-// the road it stands, so that all recurrences run side by side:
+// The signal chain of a channel, software-pipelined: the bits of the scalar chain, several times as
+// fast. Nearly every stage is a recurrence and waits for its own last result. So an iteration of
+// the loop takes in one input sample, while each stage works on an older one, the older the later
+// the stage stands in the chain: the stages are skewed, and all recurrences run side by side.
 //
-//   pass         k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8
+//   iteration    k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8
 //
-//   before       k     k+1   k+2   ...                                  lane 0 of the rack
+//   in front     k     k+1   k+2   ...                                  lane 0 of the cascade
 //   up                 k     k+1   k+2   ...                            F sub-samples each
 //   T0 post                  k     k+1   k+2   ...
 //   T1 power 0                     k     k+1   k+2   ...
@@ -15,67 +15,74 @@
 //   T3 down                                          k     k+1   k+2   ...
 //   behind                                           k     k     k      lanes 1, 2, 3
 //
-// CLEAN has up, T0 and down alone, two passes apart.
+// T0 to T3 are the waveshapers, up and down the resampling lowpasses. CLEAN has up, T0 and down
+// alone, two iterations apart.
 //
-// Between two stages the F sub-samples of a sample lie in a frame of two halves. While the stages
-// run through one half, the waveshapers look up the other; so a lookup costs no pass of its own.
+// Between two stages the F sub-samples of a sample lie in a buffer, the first four and the rest:
+// while the stages run through one half, the waveshapers look up the other, so that the latency of
+// a table lookup is hidden, too.
 //
-// At the start of a call the later stages have nothing to do yet, at its end the earlier ones have
-// nothing left. They run all the same, and only what they remember is put right: a stage takes its
-// memory when its first sample arrives and gives it back behind its last.
+// In the first iterations of a call the later stages have no sample yet, in the last ones the
+// earlier stages have none left. They compute all the same, on whatever is there. But a stage loads
+// its state when its first sample arrives and stores it after its last one.
 #pragma once
 
 #include <cstddef>
 #include <utility>
 
-#include "channels/fast/skewed_state.h"
+#include "channels/fast/packed_channel.h"
 #include "channels/fast/vector.h"
 
 namespace quellard::fast {
 inline namespace QUELLARD_FAST_ISA {
 
+// The head of a generic lambda for forEach().
 #define QUELLARD_EACH [&](auto i) __attribute__((always_inline))
 
-// Coefficients in the shape in which the stages use them.
-struct Settings {
-  // Of the resampling lowpasses: for s0, for {s1, s3} and for {s2, s4}, up beside down.
-  Twice A0, B0, B1;
+// x - x is not 0 but NaN for infinities and NaN.
+QUELLARD_INLINE double finiteOrZero(double x) { return x - x == 0.0 ? x : 0.0; }
+
+// Coefficients and constants in the vectors in which the stages use them.
+struct Coefficients {
+  // Of the resampling lowpasses, up beside down: for s0, for {s1, s3} and for {s2, s4}.
+  RepeatedPair A0, B0, B1;
   Quad A13, A24, B13, B24;
-  Quad sectionsX, sectionsY;
+  Quad loopX, loopY;
   Pair splitCoef;
   Quad halfSize, one, minusOne, lowGain, mixGain;
   const double* table[4];
 };
 
-// What the stages leave for each other, in sub-samples.
-struct Frame {
-  alignas(64) double up[8], post[8], power0[8], power[8];
+// What the stages hand on, a sub-sample each.
+struct StageBuffers {
+  alignas(64) double up[8], post[8], power0[8], power1[8];
   double splitLow[8], splitHigh[8];
-  double shaped2[8];
-  // Two lanes woven, sub-samples 0 2 1 3, 4 6 5 7 as that leaves them: T0's answer to up beside
-  // T1's to post; zero-stuffing beside the input of down.
+  double shaped2[8];  // T2's output
+  // Two signals interleaved, see interleavedIndex(): the outputs of T0 and T1; zeros, which up gets
+  // between its inputs, and the input of down.
   double shaped01[8][2], mixed[8][2];
 };
 
-// Memory, in registers, in the order of the road.
-struct Live {
-  Quad rack1[kPlaces], rack2[kPlaces];
-  Twice first;
-  Quad odd, even;
-  Quad sections;
+// What passes from iteration to iteration: the states of the stages, kept in registers, and the
+// signal between them.
+struct PipelineState {
+  Quad biquad1[kSectionsPerLane], biquad2[kSectionsPerLane];
+  RepeatedPair s0;
+  Quad s13, s24;
+  Quad loop;
   Pair split;
-  Frame frame;
-  Spot spots[4];
-  Quad count[kPlaces];
-  Quad rackOut;
-  double driven;
+  StageBuffers buffers;
+  TablePosition positions[4];
+  Quad glideCount[kSectionsPerLane];
+  Quad cascadeInput;  // of lanes 2 and 3 in the next iteration: what lanes 1 and 2 have put out
+  double driven;      // the input of up
 };
 
-template <int F, bool cascade, bool glides>
+template <int F, bool multistage, bool glides>
 class SkewedCore {
  public:
-  SkewedCore(SkewedState& state, const double* in, double* out, int n)
-      : s_(state), in_(in), out_(out), n_(n) {}
+  SkewedCore(PackedChannel& channel, const double* in, double* out, int n)
+      : channel_(channel), in_(in), out_(out), n_(n) {}
 
   void run();
 
@@ -86,329 +93,354 @@ class SkewedCore {
   static constexpr int kPower0Lag = 3;
   static constexpr int kPower1Lag = 4;
   static constexpr int kSplitLag = 5;
-  static constexpr int kDownLag = cascade ? 6 : 3;
+  static constexpr int kDownLag = multistage ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 2;
-  QUELLARD_INLINE static Quad sectionLags() {
+  QUELLARD_INLINE static Quad loopLags() {
     return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
   }
-  QUELLARD_INLINE static Quad rackLags() {
+  QUELLARD_INLINE static Quad cascadeLags() {
     return quad(pair(0, kDownLag), pair(kDownLag + 1, kDownLag + 2));
   }
 
-  struct Pass {
+  // Signals within an iteration.
+  struct Iteration {
     double x;
-    Quad rack;
+    Quad cascade;
     Pair resampled[8], branches[8];
-    Quad sections[8];
+    Quad loop[8];
   };
 
-  QUELLARD_INLINE Settings settings() const;
-  template <class Exchange>
-  QUELLARD_INLINE static void atLag(int lag, Live& m, Memory& memory, const Exchange& exchange);
-  QUELLARD_INLINE void pass(const Settings& c, Live& m, int k);
+  QUELLARD_INLINE Coefficients coefficients() const;
+  template <class Transfer>
+  QUELLARD_INLINE static void transferState(int lag, PipelineState& p, ChannelState& state,
+                                            const Transfer& transfer);
+  QUELLARD_INLINE void iterate(const Coefficients& c, PipelineState& p, int k);
   template <int j>
-  QUELLARD_INLINE void subSample(const Settings& c, Live& m, Pass& p);
+  QUELLARD_INLINE void subSample(const Coefficients& c, PipelineState& p, Iteration& now);
   template <int j>
-  QUELLARD_INLINE void resample(const Settings& c, Live& m, Pass& p);
+  QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now);
   template <int j>
-  QUELLARD_INLINE void sections(const Settings& c, Live& m, Pass& p);
+  QUELLARD_INLINE void loopFilters(const Coefficients& c, PipelineState& p, Iteration& now);
   template <int j>
-  QUELLARD_INLINE void split(const Settings& c, Live& m, Pass& p);
-  template <int place>
-  QUELLARD_INLINE void rack(Live& m, Pass& p);
+  QUELLARD_INLINE void split(const Coefficients& c, PipelineState& p, Iteration& now);
+  template <int section>
+  QUELLARD_INLINE void cascade(PipelineState& p, Iteration& now);
   template <int j>
-  QUELLARD_INLINE void waveshaper(const Settings& c, Live& m);
+  QUELLARD_INLINE void waveshaper(const Coefficients& c, PipelineState& p);
   template <int j>
-  QUELLARD_INLINE void waveshapers(const Settings& c, Live& m);
+  QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p);
   template <int sign = 1>
-  QUELLARD_INLINE static Spot aim(const Settings& c, const double* from);
-  QUELLARD_INLINE static Quad read(const double* table, const Spot& spot);
+  QUELLARD_INLINE static TablePosition tablePosition(const Coefficients& c, const double* from);
+  QUELLARD_INLINE static Quad interpolate(const double* table, const TablePosition& position);
   template <int j>
-  QUELLARD_INLINE static void collect(const Pair* o, double* lane0, double* lane1 = nullptr);
+  QUELLARD_INLINE static void transpose(const Pair* o, double* lane0, double* lane1 = nullptr);
   template <int j>
-  QUELLARD_INLINE static void collect(const Quad* o, double* lane0, double* lane2);
-  // Two lanes of sub-samples, woven as slot() finds them.
-  QUELLARD_INLINE static void weave(double (*to)[2], Quad a, Quad b) {
-    store(to[0], firsts(a, b));
-    store(to[2], seconds(a, b));
+  QUELLARD_INLINE static void transpose(const Quad* o, double* lane0, double* lane2);
+  // Stores four sub-samples of two signals; interleavedIndex() tells where each comes to lie.
+  QUELLARD_INLINE static void interleave(double (*to)[2], Quad a, Quad b) {
+    store(to[0], unpackLow(a, b));
+    store(to[2], unpackHigh(a, b));
   }
-  static constexpr int slot(int j) { return j / 4 * 4 + j % 2 * 2 + j / 2 % 2; }
+  // Of sub-samples 0 1 2 3 in places 0 2 1 3, and so of the next four.
+  static constexpr int interleavedIndex(int j) { return j / 4 * 4 + j % 2 * 2 + j / 2 % 2; }
 
-  SkewedState& s_;
+  PackedChannel& channel_;
   const double* in_;
   double* out_;
   int n_;
 };
 
-template <int F, bool cascade, bool glides>
-void SkewedCore<F, cascade, glides>::run() {
-  const Settings c = settings();
-  Live m = {};
+template <int F, bool multistage, bool glides>
+void SkewedCore<F, multistage, glides>::run() {
+  const Coefficients c = coefficients();
+  PipelineState p = {};
   if constexpr (glides) {
-    forEach<kPlaces>(QUELLARD_EACH { m.count[i] = load<4>(s_.rackCount[i]) - rackLags(); });
+    // A lane that starts late has counted up to its true count by then.
+    forEach<kSectionsPerLane>(
+        QUELLARD_EACH { p.glideCount[i] = load<4>(channel_.glideCount[i]) - cascadeLags(); });
   }
-  const auto take = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
-    live = choose(due, loadLike(live, memory), live);
+  const auto loadState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
+    live = select(due, loadLike(live, stored), live);
   };
-  const auto give = [](auto due, auto& live, double* memory) __attribute__((always_inline)) {
-    store(memory, choose(due, live, loadLike(live, memory)));
+  const auto storeState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
+    store(stored, select(due, live, loadLike(live, stored)));
   };
   for (int k = 0; k < n_ + kOutLag; ++k) {
     if (k <= kOutLag) [[unlikely]]
-      atLag(k, m, s_.memory, take);
-    pass(c, m, k);
+      transferState(k, p, channel_.state, loadState);
+    iterate(c, p, k);
     if (k >= n_ - 1) [[unlikely]]
-      atLag(k - (n_ - 1), m, s_.memory, give);
+      transferState(k - (n_ - 1), p, channel_.state, storeState);
   }
 }
 
-// Exchanges the memory of the stages that lag by so many samples.
-template <int F, bool cascade, bool glides>
-template <class Exchange>
-void SkewedCore<F, cascade, glides>::atLag(int lag, Live& m, Memory& memory,
-                                           const Exchange& exchange) {
+// Transfers the state of the stages that lag by so many samples, in one direction or the other.
+template <int F, bool multistage, bool glides>
+template <class Transfer>
+void SkewedCore<F, multistage, glides>::transferState(int lag, PipelineState& p,
+                                                      ChannelState& state,
+                                                      const Transfer& transfer) {
   const double d = lag;
   if (lag == 0 || lag >= kDownLag) {
-    const Quad due = equal(rackLags(), splat<4>(d));
-    forEach<kPlaces>(QUELLARD_EACH {
-      exchange(due, m.rack1[i], memory.rack1[i]);
-      exchange(due, m.rack2[i], memory.rack2[i]);
+    const Quad due = equal(cascadeLags(), broadcast<4>(d));
+    forEach<kSectionsPerLane>(QUELLARD_EACH {
+      transfer(due, p.biquad1[i], state.biquad1[i]);
+      transfer(due, p.biquad2[i], state.biquad2[i]);
     });
   }
   if (lag == kUpLag || lag == kDownLag) {
-    const Twice due = twice(equal(pair(kUpLag, kDownLag), splat<2>(d)));
-    exchange(due, m.first, memory.first);
-    exchange(quad(due), m.odd, memory.odd);
-    exchange(quad(due), m.even, memory.even);
-  } else if (cascade) {
-    exchange(equal(sectionLags(), splat<4>(d)), m.sections, memory.sections);
-    exchange(equal(splat<2>(kSplitLag), splat<2>(d)), m.split, memory.split);
+    const RepeatedPair due = repeat(equal(pair(kUpLag, kDownLag), broadcast<2>(d)));
+    transfer(due, p.s0, state.s0);
+    transfer(quad(due), p.s13, state.s13);
+    transfer(quad(due), p.s24, state.s24);
+  } else if (multistage) {
+    transfer(equal(loopLags(), broadcast<4>(d)), p.loop, state.loop);
+    transfer(equal(broadcast<2>(kSplitLag), broadcast<2>(d)), p.split, state.split);
   }
 }
 
-template <int F, bool cascade, bool glides>
-Settings SkewedCore<F, cascade, glides>::settings() const {
-  Settings c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
-  const auto both = [](double x) { return splat<2>(x); };
-  const auto& a = s_.resampleA;
-  const auto& b = s_.resampleB;  // the other three are the same backwards
-  c.A0 = twice(both(a[0]));
+template <int F, bool multistage, bool glides>
+Coefficients SkewedCore<F, multistage, glides>::coefficients() const {
+  Coefficients c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
+  const auto both = [](double x) { return broadcast<2>(x); };
+  const auto& a = channel_.resampleA;
+  const auto& b = channel_.resampleB;
+  c.A0 = repeat(both(a[0]));
   c.A13 = quad(both(a[1]), both(a[3]));
   c.A24 = quad(both(a[2]), both(a[4]));
-  c.B0 = twice(both(b[0]));
-  c.B1 = twice(both(b[1]));
+  c.B0 = repeat(both(b[0]));
+  c.B1 = repeat(both(b[1]));
   c.B13 = quad(both(b[2]), both(b[1]));
   c.B24 = quad(both(b[2]), both(b[0]));
-  c.sectionsX = load<4>(s_.sectionsX);
-  c.sectionsY = load<4>(s_.sectionsY);
-  c.splitCoef = both(s_.splitCoef);
-  c.halfSize = splat<4>(s_.halfSize);
-  c.one = kept(1.0);
-  c.minusOne = kept(-1.0);
-  c.lowGain = kept(0.7);
-  c.mixGain = kept(0.66);
-  forEach<4>(QUELLARD_EACH { c.table[i] = s_.table[i]; });
+  c.loopX = load<4>(channel_.loopX);
+  c.loopY = load<4>(channel_.loopY);
+  c.splitCoef = both(channel_.splitCoef);
+  c.halfSize = broadcast<4>(channel_.halfSize);
+  c.one = broadcastOnce(1.0);
+  c.minusOne = broadcastOnce(-1.0);
+  c.lowGain = broadcastOnce(0.7);
+  c.mixGain = broadcastOnce(0.66);
+  forEach<4>(QUELLARD_EACH { c.table[i] = channel_.table[i]; });
   return c;
 }
 
-template <int F, bool cascade, bool glides>
-void SkewedCore<F, cascade, glides>::pass(const Settings& c, Live& m, int k) {
-  double x = k < n_ ? in_[k] : 0.0;
-  x = x - x == 0.0 ? x : 0.0;
-  Pass p;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
-  p.x = x;
-  forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, m, p); });
+template <int F, bool multistage, bool glides>
+void SkewedCore<F, multistage, glides>::iterate(const Coefficients& c, PipelineState& p, int k) {
+  Iteration now;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
+  now.x = finiteOrZero(k < n_ ? in_[k] : 0.0);
+  forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, p, now); });
 
-  const Pair low = lowHalf(p.rack), high = highHalf(p.rack);
-  m.driven = ((s_.first + k) * s_.drive.step + s_.drive.start) * first(low);
-  m.rackOut = quad(low, pair(second(low), first(high)));
+  const Pair low = lowHalf(now.cascade), high = highHalf(now.cascade);
+  const auto ramp = [&](const Ramp& r, int sample) __attribute__((always_inline)) {
+    return (channel_.rampOffset + sample) * r.step + r.start;
+  };
+  p.driven = ramp(channel_.drive, k) * lane0(low);
+  p.cascadeInput = quad(low, pair(lane1(low), lane0(high)));
   const int done = k - kOutLag;
-  if (done >= 0) {
-    out_[done] = ((s_.first + done) * s_.level.step + s_.level.start) * second(high);
-  }
+  if (done >= 0) out_[done] = ramp(channel_.level, done) * lane1(high);
 }
 
-// Against the road: what a stage needs has long been there, what it leaves is needed late.
-template <int F, bool cascade, bool glides>
+// The stages in the reverse of their order in the chain, so that none waits for another: its input
+// was computed some sub-samples ago, and its output is needed some sub-samples later.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::subSample(const Settings& c, Live& m, Pass& p) {
-  if constexpr (j >= 2 && j < 2 + kPlaces) rack<j - 2>(m, p);
-  if constexpr (cascade) {
-    waveshapers<j>(c, m);
-    split<j>(c, m, p);
-    sections<j>(c, m, p);
+void SkewedCore<F, multistage, glides>::subSample(const Coefficients& c, PipelineState& p,
+                                                  Iteration& now) {
+  if constexpr (j >= 2 && j < 2 + kSectionsPerLane) cascade<j - 2>(p, now);
+  if constexpr (multistage) {
+    waveshapers<j>(c, p);
+    split<j>(c, p, now);
+    loopFilters<j>(c, p, now);
   } else {
-    waveshaper<j>(c, m);
+    waveshaper<j>(c, p);
   }
-  resample<j>(c, m, p);
+  resample<j>(c, p, now);
 }
 
-// The up lowpass in the first lane, down in the second. A zero-stuffed sub-sample, which has no
-// input in the plain order, adds zeros: they can turn the sign of a zero, which ends in T0, where
-// a zero of either sign finds the table's centre.
-template <int F, bool cascade, bool glides>
+// The up lowpass in the first lane, down in the second. The zero-stuffed sub-samples of up, whose
+// input terms the scalar chain leaves out, add zeros here. That can change the sign of a zero, but
+// T0 answers the centre of its table for a zero of either sign.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::resample(const Settings& c, Live& m, Pass& p) {
-  const Twice u =
-      twice(j == 0 ? pair(m.driven, m.frame.mixed[0][1]) : load<2>(m.frame.mixed[slot(j)]));
-  const Twice y = c.B0 * u + m.first;
-  const Quad odd = m.odd;
-  m.first = c.A0 * y + twiceLow(odd) + c.B1 * u;
-  m.odd = c.A13 * quad(y) + m.even + c.B13 * quad(u);
-  m.even = c.A24 * quad(y) + highThenZero(odd) + c.B24 * quad(u);
-  settle(m.first);
-  settle(m.odd);
-  p.resampled[j] = lowHalf(y);
-  collect<j>(p.resampled, m.frame.up);
+void SkewedCore<F, multistage, glides>::resample(const Coefficients& c, PipelineState& p,
+                                                 Iteration& now) {
+  const auto& mixed = p.buffers.mixed;
+  const RepeatedPair u =
+      repeat(j == 0 ? pair(p.driven, mixed[0][1]) : load<2>(mixed[interleavedIndex(j)]));
+  const RepeatedPair y = c.B0 * u + p.s0;
+  const Quad s13 = p.s13;
+  p.s0 = c.A0 * y + repeatLow(s13) + c.B1 * u;
+  p.s13 = c.A13 * quad(y) + p.s24 + c.B13 * quad(u);
+  p.s24 = c.A24 * quad(y) + highThenZero(s13) + c.B24 * quad(u);
+  optimisationBarrier(p.s0);
+  optimisationBarrier(p.s13);
+  now.resampled[j] = lowHalf(y);
+  transpose<j>(now.resampled, p.buffers.up);
 }
 
-// Post 0, power 0 and power 1 side by side. Of first order: the terms with two samples' delay are
-// zero and left out, and x[n-1] weighs what x[n] weighs, with its sign turned in a highpass. That
-// can turn the sign of a zero, which ends in the next lookup.
-template <int F, bool cascade, bool glides>
+// Post 0, power 0 and power 1 side by side, of first order: the terms with two samples' delay are 0
+// and left out; x[n-1] weighs what x[n] weighs, and in power 0, a highpass in an odd lane, the
+// negative of it. That can change the sign of a zero, which the next waveshaper does not see.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::sections(const Settings& c, Live& m, Pass& p) {
-  const Quad x = quad(load<2>(m.frame.shaped01[slot(j)]), pair(m.frame.power0[j], 0.0));
-  const Quad weighed = c.sectionsX * x;
-  const Quad y = weighed + m.sections;
-  m.sections = turnSecond(weighed) + c.sectionsY * y;
-  m.frame.power0[j] = second(lowHalf(y));
-  p.sections[j] = y;
-  collect<j>(p.sections, m.frame.post, m.frame.power);
+void SkewedCore<F, multistage, glides>::loopFilters(const Coefficients& c, PipelineState& p,
+                                                    Iteration& now) {
+  StageBuffers& b = p.buffers;
+  const Quad x = quad(load<2>(b.shaped01[interleavedIndex(j)]), pair(b.power0[j], 0.0));
+  const Quad weighed = c.loopX * x;
+  const Quad y = weighed + p.loop;
+  p.loop = negateOdd(weighed) + c.loopY * y;
+  b.power0[j] = lane1(lowHalf(y));
+  now.loop[j] = y;
+  transpose<j>(now.loop, b.post, b.power1);
 }
 
-// The high branch, its sign turned throughout, and the low one: so their sums differ as
-// minusPlus() has it.
-template <int F, bool cascade, bool glides>
+// The high branch in the first lane, negated throughout, and the low branch in the second: then
+// one needs differences where the other needs sums, as addSubtract() gives them.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::split(const Settings& c, Live& m, Pass& p) {
-  const Pair in = splat<2>(m.frame.shaped2[j]);
-  const Pair old = m.split;
-  m.split = minusPlus((old - in) * c.splitCoef, in);
-  p.branches[j] = minusPlus(m.split, old);
-  collect<j>(p.branches, m.frame.splitHigh, m.frame.splitLow);
+void SkewedCore<F, multistage, glides>::split(const Coefficients& c, PipelineState& p,
+                                              Iteration& now) {
+  const Pair in = broadcast<2>(p.buffers.shaped2[j]);
+  const Pair old = p.split;
+  p.split = addSubtract((old - in) * c.splitCoef, in);
+  now.branches[j] = addSubtract(p.split, old);
+  transpose<j>(now.branches, p.buffers.splitHigh, p.buffers.splitLow);
 }
 
-// One place of all four lanes, in the glided or fixed form of IIRFilter.
-template <int F, bool cascade, bool glides>
-template <int place>
-void SkewedCore<F, cascade, glides>::rack(Live& m, Pass& p) {
+// One section of each lane, as IIRFilter computes it with or without a glide.
+template <int F, bool multistage, bool glides>
+template <int section>
+void SkewedCore<F, multistage, glides>::cascade(PipelineState& p, Iteration& now) {
   const auto k = [&](int i) __attribute__((always_inline)) {
-    const Quad fixed = load<4>(s_.rackCoef[place][i]);
-    if constexpr (glides) return load<4>(s_.rackStep[place][i]) * m.count[place] + fixed;
+    const Quad fixed = load<4>(channel_.biquadCoef[section][i]);
+    if constexpr (glides) {
+      return load<4>(channel_.biquadStep[section][i]) * p.glideCount[section] + fixed;
+    }
     return fixed;
   };
-  // What down keeps of a sample is its first sub-sample.
-  const Quad x = place == 0 ? quad(pair(p.x, second(p.resampled[0])), highHalf(m.rackOut)) : p.rack;
-  const Quad y = k(2) * x + m.rack1[place];
-  m.rack1[place] = (k(3) * x + m.rack2[place]) + k(0) * y;
-  m.rack2[place] = k(4) * x + k(1) * y;
-  if constexpr (glides) m.count[place] = m.count[place] + splat<4>(1.0);
-  p.rack = place == kPlaces - 1 ? choose(load<4>(s_.lastPlaceUsed), y, x) : y;
+  // Of the F outputs of down the first is kept.
+  const Quad x = section == 0 ? quad(pair(now.x, lane1(now.resampled[0])), highHalf(p.cascadeInput))
+                              : now.cascade;
+  const Quad y = k(2) * x + p.biquad1[section];
+  p.biquad1[section] = (k(3) * x + p.biquad2[section]) + k(0) * y;
+  p.biquad2[section] = k(4) * x + k(1) * y;
+  if constexpr (glides) p.glideCount[section] = p.glideCount[section] + broadcast<4>(1.0);
+  const bool isLast = section == kSectionsPerLane - 1;
+  now.cascade = isLast ? select(load<4>(channel_.lastSectionUsed), y, x) : y;
 }
 
-// CLEAN: a lookup for the half of the frame that the stages have left. It takes a whole pass, since
-// up and down share a vector and would wait for each other's sub-samples otherwise.
-template <int F, bool cascade, bool glides>
+// CLEAN: a lookup for the half of the buffer that the stages have left. It takes a whole iteration,
+// since up and down share a vector and would wait for each other's sub-samples otherwise.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::waveshaper(const Settings& c, Live& m) {
+void SkewedCore<F, multistage, glides>::waveshaper(const Coefficients& c, PipelineState& p) {
   constexpr int at = j < 4 ? 4 : 0;
-  Spot& spot = m.spots[at / 4];
-  if constexpr (j % 4 == 1) weave(m.frame.mixed + at, splat<4>(0.0), read(c.table[0], spot));
-  if constexpr (j % 4 == 2) spot = aim(c, m.frame.up + at);
+  TablePosition& position = p.positions[at / 4];
+  if constexpr (j % 4 == 1) {
+    interleave(p.buffers.mixed + at, broadcast<4>(0.0), interpolate(c.table[0], position));
+  }
+  if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + at);
 }
 
 // VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half of
 // three sub-samples ends one earlier.
-template <int F, bool cascade, bool glides>
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::waveshapers(const Settings& c, Live& m) {
+void SkewedCore<F, multistage, glides>::waveshapers(const Coefficients& c, PipelineState& p) {
   constexpr int at = j < 4 ? 4 : 0;
   constexpr int last = F == 7 && j > 3 ? 2 : 3;
-  Frame& f = m.frame;
-  Spot* s = m.spots;
-  if constexpr (j % 4 == 0) s[0] = aim(c, f.up + at);
+  StageBuffers& b = p.buffers;
+  TablePosition* t = p.positions;
+  if constexpr (j % 4 == 0) t[0] = tablePosition(c, b.up + at);
   if constexpr (j % 4 == 1) {
-    s[1] = aim(c, f.post + at);
-    s[2] = aim(c, f.power + at);
-    s[3] = aim<-1>(c, f.splitHigh + at);
+    t[1] = tablePosition(c, b.post + at);
+    t[2] = tablePosition(c, b.power1 + at);
+    t[3] = tablePosition<-1>(c, b.splitHigh + at);
   }
   if constexpr (j % 4 == 2) {
-    weave(f.shaped01 + at, read(c.table[0], s[0]), read(c.table[1], s[1]));
+    interleave(b.shaped01 + at, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
   }
   if constexpr (j % 4 == last) {
-    store(f.shaped2 + at, read(c.table[2], s[2]));
-    const Quad low = load<4>(f.splitLow + at) * c.lowGain;
-    weave(f.mixed + at, splat<4>(0.0), (low + read(c.table[3], s[3])) * c.mixGain);
+    store(b.shaped2 + at, interpolate(c.table[2], t[2]));
+    const Quad low = load<4>(b.splitLow + at) * c.lowGain;
+    const Quad mixed = (low + interpolate(c.table[3], t[3])) * c.mixGain;
+    interleave(b.mixed + at, broadcast<4>(0.0), mixed);
   }
 }
 
-// Clamps and finds the table entries around four values, or around what they are with their sign
-// turned.
-template <int F, bool cascade, bool glides>
+// Where four values, or their negatives, fall in a table, whose ends are at -1 and 1.
+template <int F, bool multistage, bool glides>
 template <int sign>
-Spot SkewedCore<F, cascade, glides>::aim(const Settings& c, const double* from) {
-  const Quad x = larger(c.minusOne, smaller(c.one, load<4>(from)));
+TablePosition SkewedCore<F, multistage, glides>::tablePosition(const Coefficients& c,
+                                                               const double* from) {
+  const Quad x = maximum(c.minusOne, minimum(c.one, load<4>(from)));
   const Quad offset = x * c.halfSize;
-  return locate(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
+  return toTablePosition(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
 }
 
-// Between the entries around four values. One load brings both neighbours.
-template <int F, bool cascade, bool glides>
-Quad SkewedCore<F, cascade, glides>::read(const double* table, const Spot& spot) {
-  const auto entry = [&](int i) __attribute__((always_inline)) {
-    return load<2>(table + indexOf(spot, i));
+// Linear interpolation at four positions. One load brings an entry and the next.
+template <int F, bool multistage, bool glides>
+Quad SkewedCore<F, multistage, glides>::interpolate(const double* table,
+                                                    const TablePosition& position) {
+  const auto entries = [&](int i) __attribute__((always_inline)) {
+    return load<2>(table + indexOf(position, i));
   };
-  const Quad even = quad(entry(0), entry(2)), odd = quad(entry(1), entry(3));
-  const Quad below = firsts(even, odd);
-  return (seconds(even, odd) - below) * spot.rest + below;
+  const Quad even = quad(entries(0), entries(2)), odd = quad(entries(1), entries(3));
+  const Quad below = unpackLow(even, odd);
+  return (unpackHigh(even, odd) - below) * position.fraction + below;
 }
 
-// Turns the lanes of pairs into sub-samples, as many at a time as a vector holds: what is stored in
-// one piece can be loaded in one piece at once.
-template <int F, bool cascade, bool glides>
+// From the vectors o[], one per sub-sample, to an array of sub-samples for each lane. As many at a
+// time as a native vector holds: a vector that was stored in one piece loads without delay.
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::collect(const Pair* o, double* lane0, double* lane1) {
+void SkewedCore<F, multistage, glides>::transpose(const Pair* o, double* lane0, double* lane1) {
   if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
     constexpr int at = j / kNativeLanes * kNativeLanes;
     const auto o1 = o[at + 1 < F ? at + 1 : at];
     if constexpr (kNativeLanes == 2) {
-      store(lane0 + at, firsts(o[at], o1));
-      if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1));
+      store(lane0 + at, unpackLow(o[at], o1));
+      if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1));
     } else {
-      store(lane0 + at, firsts(o[at], o1, o[at + 2], o[j]));
-      if (lane1 != nullptr) store(lane1 + at, seconds(o[at], o1, o[at + 2], o[j]));
+      store(lane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
+      if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
     }
   }
 }
 
-template <int F, bool cascade, bool glides>
+template <int F, bool multistage, bool glides>
 template <int j>
-void SkewedCore<F, cascade, glides>::collect(const Quad* o, double* lane0, double* lane2) {
+void SkewedCore<F, multistage, glides>::transpose(const Quad* o, double* lane0, double* lane2) {
   if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
     constexpr int at = j / kNativeLanes * kNativeLanes;
-    const Quad a = firsts(o[at], o[at + 1 < F ? at + 1 : at]);
+    const Quad a = unpackLow(o[at], o[at + 1 < F ? at + 1 : at]);
     if constexpr (kNativeLanes == 2) {
       store(lane0 + at, lowHalf(a));
       store(lane2 + at, highHalf(a));
     } else {
-      const Quad b = firsts(o[at + 2], o[j]);
+      const Quad b = unpackLow(o[at + 2], o[j]);
       store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
       store(lane2 + at, quad(highHalf(a), highHalf(b)));
     }
   }
 }
 
-template <int F, bool cascade>
-inline void runFor(SkewedState& s, const double* in, double* out, int n) {
-  if (s.glides) return SkewedCore<F, cascade, true>(s, in, out, n).run();
-  SkewedCore<F, cascade, false>(s, in, out, n).run();
+template <int F, bool multistage>
+inline void runFor(PackedChannel& channel, const double* in, double* out, int n) {
+  if (channel.glides) return SkewedCore<F, multistage, true>(channel, in, out, n).run();
+  SkewedCore<F, multistage, false>(channel, in, out, n).run();
 }
 
-inline void runSkewed(SkewedState& s, const double* in, double* out, int n) {
-  if (s.overSample == 7)
-    return s.cascade ? runFor<7, true>(s, in, out, n) : runFor<7, false>(s, in, out, n);
-  s.cascade ? runFor<8, true>(s, in, out, n) : runFor<8, false>(s, in, out, n);
+template <int F>
+inline void runFor(PackedChannel& channel, const double* in, double* out, int n) {
+  if (channel.multistage) return runFor<F, true>(channel, in, out, n);
+  runFor<F, false>(channel, in, out, n);
+}
+
+inline void runSkewed(PackedChannel& channel, const double* in, double* out, int n) {
+  if (channel.overSample == 7) return runFor<7>(channel, in, out, n);
+  runFor<8>(channel, in, out, n);
 }
 
 }  // namespace QUELLARD_FAST_ISA

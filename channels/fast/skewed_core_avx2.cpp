@@ -4,7 +4,7 @@
 #include "channels/fast/skewed_core.h"
 
 namespace quellard::fast {
-void runAvx2(SkewedState& state, const double* in, double* out, int n) {
-  runSkewed(state, in, out, n);
+void runAvx2(PackedChannel& channel, const double* in, double* out, int n) {
+  runSkewed(channel, in, out, n);
 }
 }  // namespace quellard::fast

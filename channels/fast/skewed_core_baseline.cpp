@@ -4,7 +4,7 @@
 #include "channels/fast/skewed_core.h"
 
 namespace quellard::fast {
-void runBaseline(SkewedState& state, const double* in, double* out, int n) {
-  runSkewed(state, in, out, n);
+void runBaseline(PackedChannel& channel, const double* in, double* out, int n) {
+  runSkewed(channel, in, out, n);
 }
 }  // namespace quellard::fast

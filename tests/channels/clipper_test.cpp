@@ -46,9 +46,9 @@ TEST(Clipper, TablesAreTheReferencesAndSampleTwoHyperbolicTangents) {
         {"CLEAN T0",   QuellardCh1::clip.at(F), expected.drive[0],   0.98, 83.9795918367347 * F, 1.0, 82.3 * F},
         {"VINTAGE T0", QuellardCh2::clip.at(F), expected.drive[1],   0.45, 28.8888888888889 * F, 1.0, 13.0 * F},
         {"MODERN T0",  QuellardCh3::clip.at(F), expected.drive[2],   0.45, 43.7555555555556 * F, 1.0, 19.69 * F},
-        {"T1",         cascadeClip[0],          expected.cascade[0], 1.0,  35.0,             0.057, 614.0350877192979},
-        {"T2",         cascadeClip[1],          expected.cascade[1], 1.0,  80.2125844320371, 0.9,   89.12509381337455},
-        {"T3",         cascadeClip[2],          expected.cascade[2], 1.0,  15.0,             0.9,   15.0},
+        {"T1",         multistageClip[0],          expected.cascade[0], 1.0,  35.0,             0.057, 614.0350877192979},
+        {"T2",         multistageClip[1],          expected.cascade[1], 1.0,  80.2125844320371, 0.9,   89.12509381337455},
+        {"T3",         multistageClip[2],          expected.cascade[2], 1.0,  15.0,             0.9,   15.0},
         // clang-format on
     };
     for (const auto& row : rows) {

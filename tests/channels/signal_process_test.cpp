@@ -62,9 +62,9 @@ TEST(SignalProcess, MatchesTheReferenceToTheBit) {
 // A channel of any voicing.
 class AnyVoicing : public AmpChannelBase, public PowerStageSplit {
  public:
-  AnyVoicing(const ChannelPlan& plan, bool cascade)
-      : AmpChannelBase(44100.0), PowerStageSplit(false), split_(cascade ? this : nullptr) {
-    build(plan);
+  AnyVoicing(const ChannelFigures& figures, bool multistage)
+      : AmpChannelBase(44100.0), PowerStageSplit(false), split_(multistage ? this : nullptr) {
+    build(figures);
     signalProcess(nullptr, nullptr, 0);  // ends both ramps
   }
   void signalProcess(double* in, double* out, int n) override {
@@ -92,23 +92,26 @@ TEST(SignalProcess, AVoicingThatTheFastCoreDoesNotKnowSoundsRightAllTheSame) {
               {4, 1, 7, 2, 4}, {5, 1, 7, 2, 4}, {1, 1, 7, 2, 9}, {1, 1, 6, 2, 1}, {1, 1, 1, 2, 0},
               {2, 1, 6, 2, 2}, {4, 0, 6, 0, 2}, {9, 2, 7, 3, 5}};
   for (const auto& row : rows) {
-    for (const bool cascade : {false, true}) {
-      const ChannelPlan plan = {.pre = some(row.pre),
-                                .post = std::span(post).first(row.post),
-                                .eq = some(row.eq),
-                                .power = std::span(power).first(row.power),
-                                .revise = some(row.revise),
-                                .innerBanks = InnerBanks::oversampled,
-                                .masterScale = 1.0,
-                                .at48k = kR3,
-                                .elsewhere = kR2};
-      AnyVoicing whole(plan, cascade), pieces(plan, cascade);
+    for (const bool multistage : {false, true}) {
+      const ChannelFigures figures = {.pre = some(row.pre),
+                                      .post = std::span(post).first(row.post),
+                                      .eq = some(row.eq),
+                                      .power = std::span(power).first(row.power),
+                                      .revise = some(row.revise),
+                                      .innerBanks = InnerBanks::oversampled,
+                                      .at48k = kR3,
+                                      .elsewhere = kR2,
+                                      .driveCurve = {},
+                                      .driveLevel = 1.0,
+                                      .masterScale = 1.0,
+                                      .lowBassRange = 6.0};
+      AnyVoicing whole(figures, multistage), pieces(figures, multistage);
       std::vector<double> expected = input;
       for (std::size_t i = 0; i < expected.size(); i += 4)
         pieces.signalProcess(&expected[i], &expected[i], 4);
       EXPECT_TRUE(sameBits(play(whole, input), expected))
           << row.pre << ' ' << row.post << ' ' << row.eq << ' ' << row.power << ' ' << row.revise
-          << (cascade ? " in the cascade" : "");
+          << (multistage ? " with a split" : "");
       EXPECT_NE(expected.back(), 0.0);
     }
   }

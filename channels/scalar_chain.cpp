@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-#include "channels/plain_chain.h"
+#include "channels/scalar_chain.h"
 
 #include <cmath>
 
 namespace quellard {
 namespace {
 
-// Transposed direct form of the fifth-order lowpass; the zero-stuffed sub-samples have no input.
+// The resampling lowpass, of fifth order, in transposed direct form.
 inline double lowpass(const AmpChannelBase& c, std::array<double, 6>& s, double u) {
   const auto& A = c.resampleA;
   const auto& B = c.resampleB;
@@ -19,7 +19,8 @@ inline double lowpass(const AmpChannelBase& c, std::array<double, 6>& s, double 
   return y;
 }
 
-inline double lowpassOfSilence(const AmpChannelBase& c, std::array<double, 6>& s) {
+// The same for a zero-stuffed sub-sample: without the input terms, which would be zeros.
+inline double lowpassOfZero(const AmpChannelBase& c, std::array<double, 6>& s) {
   const auto& A = c.resampleA;
   const double y = s[0];
   s[0] = A[0] * y + s[1];
@@ -30,18 +31,14 @@ inline double lowpassOfSilence(const AmpChannelBase& c, std::array<double, 6>& s
   return y;
 }
 
-inline void run(const FilterBank& bank, std::int32_t first, std::int32_t count, double& x) {
-  for (std::int32_t i = first; i < count; ++i) bank[static_cast<std::size_t>(i)]->iirProcessing(&x);
-}
-
-void glide(const FilterBank& bank, std::int32_t count, double& x) {
-  for (std::int32_t i = 0; i < count; ++i) bank[static_cast<std::size_t>(i)]->ipIirProcessing(&x);
+inline void run(BankView bank, double& x) {
+  for (const auto& section : bank) section->iirProcessing(&x);
 }
 
 inline double powerStage(PowerStageSplit& split, double p) {
   const double low = (split.splitLow - p) * split.splitCoef + p;
   const double high = (split.splitHigh + p) * split.splitCoef + p;
-  const double q = cascadeClip[2].lookup(high - split.splitHigh);
+  const double q = multistageClip[2].lookup(high - split.splitHigh);
   const double w = ((split.splitLow + low) * 0.7 + q) * 0.66;
   split.splitLow = low;
   split.splitHigh = high;
@@ -52,19 +49,20 @@ inline double powerStage(PowerStageSplit& split, double p) {
 inline double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
   double w = parts.drive.lookup(y);
   if (parts.split == nullptr) return w;
-  run(c.postFilters, 0, c.postCount, w);
-  w = cascadeClip[0].lookup(w);
-  run(c.powerFilters, 0, c.powerCount, w);
-  return powerStage(*parts.split, cascadeClip[1].lookup(w));
+  run(sectionsOf(c.postFilters, c.postCount), w);
+  w = multistageClip[0].lookup(w);
+  run(sectionsOf(c.powerFilters, c.powerCount), w);
+  return powerStage(*parts.split, multistageClip[1].lookup(w));
 }
 
-// The lowpasses' memory stays in registers for the length of a sample.
+// The lowpasses' states stay in registers for the length of a sample. The first of the F outputs is
+// kept.
 double oversample(AmpChannelBase& c, const ChainParts& parts, double v) {
   auto up = c.upState;
   auto down = c.downState;
   const double kept = lowpass(c, down, shape(c, parts, lowpass(c, up, v)));
   for (std::int32_t j = 1; j < c.overSample; ++j) {
-    lowpass(c, down, shape(c, parts, lowpassOfSilence(c, up)));
+    lowpass(c, down, shape(c, parts, lowpassOfZero(c, up)));
   }
   c.upState = up;
   c.downState = down;
@@ -73,20 +71,21 @@ double oversample(AmpChannelBase& c, const ChainParts& parts, double v) {
 
 }  // namespace
 
-void playPlain(AmpChannelBase& c, const ChainParts& parts, const Stretch& stretch) {
-  for (int k = stretch.first; k < stretch.end; ++k) {
-    double x = std::isfinite(stretch.in[k]) ? stretch.in[k] : 0.0;
+void playScalar(AmpChannelBase& c, const ChainParts& parts, const Segment& segment) {
+  const auto at = [](const Ramp& ramp, double k) { return k * ramp.step + ramp.start; };
+  for (int k = segment.begin; k < segment.end; ++k) {
+    double x = std::isfinite(segment.in[k]) ? segment.in[k] : 0.0;
     c.preFilters[0]->ipIirProcessing(&x);
-    run(c.preFilters, 1, c.preCount, x);
+    run(sectionsOf(c.preFilters, c.preCount).subspan(1), x);
     if (parts.split == nullptr) {
-      run(c.postFilters, 0, c.postCount, x);
-      run(c.powerFilters, 0, c.powerCount, x);
+      run(sectionsOf(c.postFilters, c.postCount), x);
+      run(sectionsOf(c.powerFilters, c.powerCount), x);
     }
-    x = oversample(c, parts, stretch.drive.at(k) * x);
-    glide(c.eqFilters, c.eqCount, x);
-    run(c.reviseFilters, 0, c.reviseCount, x);
+    x = oversample(c, parts, at(segment.drive, k) * x);
+    for (const auto& section : sectionsOf(c.eqFilters, c.eqCount)) section->ipIirProcessing(&x);
+    run(sectionsOf(c.reviseFilters, c.reviseCount), x);
     c.dcBlocker->iirProcessing(&x);
-    stretch.out[k] = stretch.level.at(k) * x;
+    segment.out[k] = at(segment.level, k) * x;
   }
 }
 

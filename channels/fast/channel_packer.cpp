@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: ISC
+#include "channels/fast/channel_packer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "channels/fast/dispatch.h"
+
+namespace quellard::fast {
+namespace {
+
+// Calls visit(i, up, down) for each state of the resampling lowpasses where the core keeps it.
+template <class Visit>
+void eachResamplerState(ChannelState& state, const Visit& visit) {
+  visit(0, state.s0[0], state.s0[1]);
+  visit(1, state.s13[0], state.s13[1]);
+  visit(2, state.s24[0], state.s24[1]);
+  visit(3, state.s13[2], state.s13[3]);
+  visit(4, state.s24[2], state.s24[3]);
+}
+
+void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
+
+void packSection(const PackedSection& section, PackedChannel& packed) {
+  const auto& [filter, lane, index, glided] = section;
+  const bool gliding = section.isGliding();
+  const IIRFilter::Coefficients& coef = glided ? filter->ipBase : filter->coef;
+  for (std::size_t i = 0; i < coef.size(); ++i) {
+    packed.biquadCoef[index][i][lane] = coef[i];
+    if (gliding) packed.biquadStep[index][i][lane] = filter->ipStep[i];
+  }
+  if (gliding) packed.glideCount[index][lane] = filter->ipCount;
+  if (index == kSectionsPerLane - 1) setAllBits(packed.lastSectionUsed[lane]);
+  packed.state.biquad1[index][lane] = filter->state1;
+  packed.state.biquad2[index][lane] = filter->state2;
+}
+
+void unpackSection(const PackedSection& section, const ChannelState& state, int n) {
+  IIRFilter& filter = *section.filter;
+  filter.state1 = state.biquad1[section.index][section.lane];
+  filter.state2 = state.biquad2[section.index][section.lane];
+  if (!section.isGliding()) return;
+  filter.ipCount += n;
+  if (filter.ipCount <= filter.ipLength) return;
+  filter.ipBase = filter.coef;
+  filter.ipStep.fill(0.0);
+}
+
+// sign: 1 for a lowpass, -1 for a highpass.
+bool isFirstOrderPass(const IIRFilter& filter, int sign) {
+  return filter.form != 0 && filter.coef[1] == 0.0 && filter.coef[4] == 0.0 &&
+         filter.state2 == 0.0 && filter.coef[3] == sign * filter.coef[2];
+}
+
+}  // namespace
+
+ChannelPacker::ChannelPacker(AmpChannelBase& channel, const ChainParts& parts)
+    : channel_(channel), parts_(parts) {
+  if (fits()) assignLanes();
+}
+
+// The sections behind the loop are spread over three lanes, of which each must come out with at
+// least three: only a missing last section of a lane is stepped over.
+bool ChannelPacker::fits() const {
+  const AmpChannelBase& c = channel_;
+  const bool multistage = parts_.split != nullptr;
+  if (multistage && (c.postCount != 1 || c.powerCount != 2)) return false;
+  const int inFront = c.preCount + (multistage ? 0 : c.postCount + c.powerCount);
+  const int behind = c.eqCount + c.reviseCount + 1;
+  return inFront <= kSectionsPerLane && behind <= 3 * kSectionsPerLane &&
+         behind >= 3 * (kSectionsPerLane - 1);
+}
+
+void ChannelPacker::assign(IIRFilter* filter, int lane, int index, bool glided) {
+  sections_[count_++] = {filter, lane, index, glided};
+}
+
+void ChannelPacker::assignLanes() {
+  const AmpChannelBase& c = channel_;
+  int index = 0;
+  const auto inFront = [&](const auto& filter) {
+    assign(filter.get(), 0, index, filter == c.preFilters[0]);
+    ++index;
+  };
+  std::ranges::for_each(sectionsOf(c.preFilters, c.preCount), inFront);
+  if (parts_.split == nullptr) {
+    std::ranges::for_each(sectionsOf(c.postFilters, c.postCount), inFront);
+    std::ranges::for_each(sectionsOf(c.powerFilters, c.powerCount), inFront);
+  }
+
+  const int total = c.eqCount + c.reviseCount + 1;
+  int lane = 1;
+  index = 0;
+  const auto behind = [&](const auto& filter, bool glided) {
+    assign(filter.get(), lane, index++, glided);
+    const int length = total / 3 + (lane - 1 < total % 3 ? 1 : 0);
+    if (index < length) return;
+    index = 0;
+    ++lane;
+  };
+  for (const auto& filter : sectionsOf(c.eqFilters, c.eqCount)) behind(filter, true);
+  for (const auto& filter : sectionsOf(c.reviseFilters, c.reviseCount)) behind(filter, false);
+  behind(c.dcBlocker, false);
+}
+
+std::array<IIRFilter*, 3> ChannelPacker::loopFilters() const {
+  return {channel_.postFilters[0].get(), channel_.powerFilters[0].get(),
+          channel_.powerFilters[1].get()};
+}
+
+bool ChannelPacker::canPack() const {
+  const auto isBiquad = [](const PackedSection& section) { return section.filter->form != 0; };
+  if (count_ == 0 || !std::ranges::all_of(sections(), isBiquad)) return false;
+  if (parts_.drive.halfSize == 0.0) return false;  // not generated; the core takes one size for all
+  if (parts_.split == nullptr) return true;
+  const auto loop = loopFilters();
+  return isFirstOrderPass(*loop[0], 1) && isFirstOrderPass(*loop[1], -1) &&
+         isFirstOrderPass(*loop[2], 1);
+}
+
+void ChannelPacker::play(const Segment& segment) {
+  const int n = segment.end - segment.begin;
+  // Filled below as far as the core reads it.
+  PackedChannel packed;  // NOLINT(cppcoreguidelines-pro-type-member-init)
+  packCascade(packed);
+  packLoop(packed);
+  packed.drive = segment.drive;
+  packed.level = segment.level;
+  packed.rampOffset = segment.begin;
+  core()(packed, segment.in + segment.begin, segment.out + segment.begin, n);
+  for (const PackedSection& section : sections()) unpackSection(section, packed.state, n);
+  unpackLoop(packed.state);
+}
+
+void ChannelPacker::packCascade(PackedChannel& packed) const {
+  std::memset(packed.biquadCoef, 0, sizeof packed.biquadCoef);
+  std::memset(&packed.state, 0, sizeof packed.state);
+  std::memset(packed.lastSectionUsed, 0, sizeof packed.lastSectionUsed);
+  // Missing sections in front weigh x[n] with 1 and everything else with 0.
+  for (auto& section : packed.biquadCoef) section[2][0] = 1.0;
+  setAllBits(packed.lastSectionUsed[0]);
+
+  packed.glides = std::ranges::any_of(sections(), &PackedSection::isGliding);
+  if (packed.glides) {
+    std::memset(packed.glideCount, 0, sizeof packed.glideCount);
+    std::fill_n(&packed.biquadStep[0][0][0], sizeof packed.biquadStep / sizeof(double), -0.0);
+  }
+  for (const PackedSection& section : sections()) packSection(section, packed);
+}
+
+void ChannelPacker::packLoop(PackedChannel& packed) const {
+  const AmpChannelBase& c = channel_;
+  std::copy(c.resampleA.begin(), c.resampleA.end(), packed.resampleA);
+  std::copy_n(c.resampleB.begin(), 3, packed.resampleB);
+  eachResamplerState(packed.state, [&c](std::size_t i, double& up, double& down) {
+    up = c.upState[i];
+    down = c.downState[i];
+  });
+  std::copy_n(packed.state.s0, 2, packed.state.s0 + 2);
+  packed.overSample = c.overSample;
+  packed.multistage = parts_.split != nullptr;
+  packed.halfSize = parts_.drive.halfSize;
+  packed.table[0] = parts_.drive.table.data();
+  if (!packed.multistage) return;
+
+  std::ranges::transform(multistageClip, packed.table + 1,
+                         [](const Clipper& clipper) { return clipper.table.data(); });
+  const auto loop = loopFilters();
+  packed.loopX[3] = packed.loopY[3] = 0.0;
+  for (std::size_t i = 0; i < loop.size(); ++i) {
+    packed.state.loop[i] = loop[i]->state1;
+    packed.loopX[i] = loop[i]->coef[2];
+    packed.loopY[i] = loop[i]->coef[0];
+  }
+  packed.state.split[0] = -parts_.split->splitHigh;
+  packed.state.split[1] = parts_.split->splitLow;
+  packed.splitCoef = parts_.split->splitCoef;
+}
+
+void ChannelPacker::unpackLoop(ChannelState& state) {
+  eachResamplerState(state, [this](std::size_t i, const double& up, const double& down) {
+    channel_.upState[i] = up;
+    channel_.downState[i] = down;
+  });
+  if (parts_.split == nullptr) return;
+  const auto loop = loopFilters();
+  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = state.loop[i];
+  parts_.split->splitHigh = -state.split[0];
+  parts_.split->splitLow = state.split[1];
+}
+
+}  // namespace quellard::fast

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: ISC
+// Packs a channel for the fast core and unpacks it again. The sections stay the owners of their
+// coefficients, glides and states: all is packed at the start of a segment and unpacked at its end,
+// so that between two calls a section holds what its header says.
+#pragma once
+
+#include <array>
+#include <span>
+
+#include "channels/fast/packed_channel.h"
+#include "channels/signal_chain.h"
+
+namespace quellard::fast {
+
+// Where a section stands in the cascade.
+struct PackedSection {
+  IIRFilter* filter;
+  int lane;
+  int index;    // within the lane
+  bool glided;  // run with ipIirProcessing, else with iirProcessing
+
+  bool isGliding() const { return glided && filter->ipCount <= filter->ipLength; }
+};
+
+// One channel for the length of one call. [audio thread] Allocates nothing.
+class ChannelPacker {
+ public:
+  ChannelPacker(AmpChannelBase& channel, const ChainParts& parts);
+
+  // Whether the core has room for the channel's sections and each of them has the form that the
+  // core computes: no one-pole recursion, and first order inside the oversampled loop. Other
+  // channels need the scalar chain.
+  bool canPack() const;
+
+  // Plays a segment within which no glide ends before its last sample. Requires canPack().
+  void play(const Segment& segment);
+
+ private:
+  bool fits() const;
+  void assignLanes();
+  void assign(IIRFilter* filter, int lane, int index, bool glided);
+  std::array<IIRFilter*, 3> loopFilters() const;
+  std::span<const PackedSection> sections() const { return {sections_.data(), count_}; }
+  void packCascade(PackedChannel& packed) const;
+  void packLoop(PackedChannel& packed) const;
+  void unpackLoop(ChannelState& state);
+
+  AmpChannelBase& channel_;
+  ChainParts parts_;
+  std::array<PackedSection, std::size_t{kLanes}* kSectionsPerLane> sections_ = {};
+  std::size_t count_ = 0;
+};
+
+}  // namespace quellard::fast

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: ISC
+// A channel packed for the fast core: coefficients, glides and state of its sections in arrays that
+// load as vectors. A record without functions, since every instruction set's core includes it.
+#pragma once
+
+#include "channels/ramp.h"
+
+namespace quellard::fast {
+
+// The sections at the sample rate are a cascade in four vector lanes of up to four sections each:
+// lane 0 stands in front of the drive; lanes 1, 2 and 3, one after the other, behind the
+// oversampled loop.
+inline constexpr int kLanes = 4;
+inline constexpr int kSectionsPerLane = 4;
+
+// All that a channel remembers from sample to sample.
+struct ChannelState {
+  double biquad1[kSectionsPerLane][kLanes];  // IIRFilter::state1
+  double biquad2[kSectionsPerLane][kLanes];  // IIRFilter::state2
+  // States s0 to s4 of the two resampling lowpasses, up beside down.
+  double s0[4];         // {s0 up, s0 down} twice
+  double s13[4];        // {s1 up, s1 down, s3 up, s3 down}
+  double s24[4];        // {s2 up, s2 down, s4 up, s4 down}
+  double loop[kLanes];  // state1 of post 0, power 0 and power 1; the last lane is idle
+  double split[2];      // {-splitHigh, splitLow}
+};
+
+struct PackedChannel {
+  // In the order of IIRFilter::coef; of a section that glides, those at the start of its glide.
+  alignas(64) double biquadCoef[kSectionsPerLane][5][kLanes];
+  double biquadStep[kSectionsPerLane][5][kLanes];  // their change per sample; -0.0 for none
+  double glideCount[kSectionsPerLane][kLanes];     // samples since the start of the glide
+  double lastSectionUsed[kLanes];  // all bits set, or none where a lane's last section is missing
+  ChannelState state;
+  double resampleA[5];
+  double resampleB[3];   // the other three are the same backwards
+  double loopX[kLanes];  // weights of x[n] in post 0, power 0 and power 1
+  double loopY[kLanes];  // weights of y[n-1]
+  double splitCoef;
+  const double* table[4];
+  double halfSize;  // of all tables
+  Ramp drive, level;
+  int rampOffset;  // index of the call's first sample on the two ramps
+  int overSample;
+  bool multistage;  // four waveshapers with filters and a split between them, else a single one
+  bool glides;      // whether any section does
+};
+
+}  // namespace quellard::fast

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: ISC
+// What the three models do alike. They differ in their figures, and in whether their power stage
+// has a split.
+#pragma once
+
+#include <type_traits>
+
+#include "channels/power_stage_split.h"
+#include "channels/signal_chain.h"
+#include "channels/tone_controls.h"
+
+namespace quellard {
+
+// Model: the class that derives from this one. It has the static members kFigures and clip, its
+// drive curve, and derives from PowerStageSplit, too, where its chain has a split.
+template <class Model>
+class VoicedChannel : public AmpChannelBase {
+ public:
+  // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
+  // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
+  VoicedChannel(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
+    build(Model::kFigures);
+    if (!rebuildTables) return;
+    Model::clip.require(overSample, Model::kFigures.driveCurve);
+    if (std::is_base_of_v<PowerStageSplit, Model>) requireMultistageClippers();
+  }
+
+  void signalProcess(double* in, double* out, int n) override {
+    playChannel(*this, {Model::clip.at(overSample), split()}, in, out, n);
+  }
+
+  void setEQ(double treble, double mid, double bass, double presence, int n) override {
+    retuneToneStack(*this, {treble, mid, bass, presence}, Model::kFigures.lowBassRange, n);
+  }
+
+  void setGain(double gain, int n) override {
+    gainTarget = Model::kFigures.driveLevel * gain;
+    retuneInputShelf(*this, gain, n);
+  }
+
+  void setMaster(double master, int /*n*/) override {
+    masterTarget = master * kMasterLevel * masterScale;
+  }
+
+  void clearMemory() override {
+    AmpChannelBase::clearMemory();
+    if (split() != nullptr) split()->clearSplit();
+  }
+
+ private:
+  PowerStageSplit* split() {
+    if constexpr (std::is_base_of_v<PowerStageSplit, Model>) return static_cast<Model*>(this);
+    return nullptr;
+  }
+};
+
+}  // namespace quellard
