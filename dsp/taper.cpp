@@ -40,10 +40,10 @@ float edit<Value>::arctangentAt(float t) const {
 
 template <class Value>
 float edit<Value>::polynomialAt(float t) const {
-  float sum = poly[static_cast<std::size_t>(polyCount - 1)];
+  float sum = poly.get()[polyCount - 1];
   float power = t;
   for (std::int32_t i = polyCount - 2; i >= 0; --i) {
-    sum = sum + poly[static_cast<std::size_t>(i)] * power;
+    sum = sum + poly.get()[i] * power;
     power = power * t;
   }
   return sum;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // The amplifier: everything of an effect instance that makes sound, from plain buffers to plain
-// buffers, without a host. The effect object derives from it, and hosts share that object's
-// layout, so the fields stand in the order that is part of the interface.
+// buffers, without a host. The effect object derives from it, and hosts share that object's layout:
+// the order of the fields is part of the interface. processBlock() and its steps are defined in
+// process_block.cpp, everything else in amplifier.cpp.
 #pragma once
 
 #include <array>
@@ -75,8 +76,8 @@ class Amplifier {
   std::unique_ptr<double[]> channelBuffer;
   // Blocks up to this length keep the buffers, which then hold at least as many; 0 without reserve.
   std::int32_t reservedFrames;
-  // What the sections that glide were built as, from where the first block glides to the knobs: the
-  // input shelf and the tone stack of each channel.
+  // The designs with which the gliding sections of each channel, input shelf and tone stack, were
+  // built. The first block glides from there to the knobs, and so does the first after a reset().
   static constexpr std::size_t kMostGlidingSections = 8;
   using GlidingDesigns = std::array<IIRFilter::Coefficients, kMostGlidingSections>;
   std::array<GlidingDesigns, kNumChannels> builtDesigns;

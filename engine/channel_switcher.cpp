@@ -16,7 +16,11 @@ std::int32_t fadeSamples(double sampleRate) {
       std::clamp(std::floor(kFadeSeconds * sampleRate), 1.0, kLongestFade));
 }
 
-// A NaN that stays is no change, though it differs from itself.
+std::unique_ptr<double[]> makeFade(std::int32_t samples) {
+  return std::make_unique<double[]>(static_cast<std::size_t>(samples));
+}
+
+// NaN != NaN; a selector that stays NaN must not start a fade every block.
 bool hasMoved(float select, float last) {
   return select != last && !(std::isnan(select) && std::isnan(last));
 }
@@ -25,21 +29,20 @@ bool hasMoved(float select, float last) {
 
 ChannelSwitcher::ChannelSwitcher(double sampleRate, float select)
     : fadeLength(fadeSamples(sampleRate)),
-      fadeInGain(std::make_unique<double[]>(static_cast<std::size_t>(fadeLength))),
-      fadeOutGain(std::make_unique<double[]>(static_cast<std::size_t>(fadeLength))),
+      fadeInGain(makeFade(fadeLength)),
+      fadeOutGain(makeFade(fadeLength)),
       fadePos(0),
       lastSelect(select),
       fadeState(idle) {
   const double r = 1.0 / fadeLength;
   for (std::int32_t k = 0; k < fadeLength; ++k) {
-    const auto i = static_cast<std::size_t>(k);
-    fadeInGain[i] = r * k;
-    fadeOutGain[i] = (fadeLength - k) * r;
+    fadeInGain.get()[k] = r * k;
+    fadeOutGain.get()[k] = (fadeLength - k) * r;
   }
 }
 
 int ChannelSwitcher::fillGain(float select, int n, double* gain) {
-  // From its silent sample on, a fade-in belongs to the channel that was chosen there.
+  // The incoming channel has been chosen at the silent sample.
   const bool incomingIsChosen = fadeState == fadingIn && fadePos > 0;
   if (fadeState == idle && hasMoved(select, lastSelect)) fadeState = fadingOut;
 

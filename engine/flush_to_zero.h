@@ -16,8 +16,8 @@ namespace quellard {
 // processors without such a flag. [audio thread]
 class FlushToZero {
  public:
-  FlushToZero() : kept_(read()) { write(kept_ | kFlag); }
-  ~FlushToZero() { write(kept_); }
+  FlushToZero() : previous_(read()) { write(previous_ | kFlag); }
+  ~FlushToZero() { write(previous_); }
   FlushToZero(const FlushToZero&) = delete;
   FlushToZero& operator=(const FlushToZero&) = delete;
 
@@ -43,7 +43,7 @@ class FlushToZero {
   static void write(Register) {}
 #endif
 
-  Register kept_;
+  Register previous_;
 };
 
 }  // namespace quellard

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include "engine/amplifier.h"
 #include "engine/flush_to_zero.h"
@@ -12,27 +11,38 @@
 namespace quellard {
 namespace {
 
-// Knobs as the parameters number them within a channel, and their places in the other two orders.
+// Knobs as the parameters number them within a channel, and where the other two orders have them.
 enum Knob : std::size_t { presence, bass, mid, treble, master, gain };
-constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedPlace = {3, 0, 1, 2, 4, 5};
-constexpr std::array<std::size_t, kKnobsPerChannel> kTaperPlace = {5, 2, 3, 4, 0, 1};
+constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedIndex = {3, 0, 1, 2, 4, 5};
+constexpr std::array<std::size_t, kKnobsPerChannel> kTaperIndex = {5, 2, 3, 4, 0, 1};
 
-constexpr std::size_t firstOf(std::size_t channel) { return channel * kKnobsPerChannel; }
+constexpr std::size_t firstControl(std::size_t channel) { return channel * kKnobsPerChannel; }
 
-// Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
+// Hosts may store anything; the tapers and the polynomials behind them are made for 0..1. NaN gives
+// 0.
 float withinKnobRange(float value) { return value > 0.0f ? std::min(value, 1.0f) : 0.0f; }
 
-// x - x is 0 for finite numbers alone. Four sums side by side, since one would wait for itself.
+// A number minus itself is 0 if it is finite and NaN if not, and one NaN makes a sum NaN. Four sums
+// side by side, as each addition waits for the one before.
 bool allFinite(const double* samples, int count) {
+  const auto zeroIfFinite = [](double x) { return x - x; };
   std::array<double, 4> sums = {};
   for (; count >= 4; samples += 4, count -= 4) {
-    for (std::size_t i = 0; i < 4; ++i) sums[i] += samples[i] - samples[i];
+    for (std::size_t i = 0; i < 4; ++i) sums[i] += zeroIfFinite(samples[i]);
   }
-  for (; count > 0; ++samples, --count) sums[0] += *samples - *samples;
+  for (; count > 0; ++samples, --count) sums[0] += zeroIfFinite(*samples);
   return sums[0] + sums[1] + sums[2] + sums[3] == 0.0;
 }
 
 void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
+
+// Null where memory is short.
+std::unique_ptr<double[]> tryAllocate(int frames) {
+  const auto size = static_cast<std::size_t>(frames);
+  if (size > PTRDIFF_MAX / sizeof(double))
+    return nullptr;  // where some compilers throw all the same
+  return std::unique_ptr<double[]>(new (std::nothrow) double[size]);
+}
 
 }  // namespace
 
@@ -49,8 +59,11 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
   const int outgoing = activeChannel;
   if (switchPoint < frames) activeChannel = channelFromSelect(select);
-  const bool sound = playChannels(outgoing, switchPoint, in, frames);
-  sound ? writeOutput(out, frames) : writeSilence(out, frames);
+  if (playChannels(outgoing, switchPoint, in, frames)) {
+    writeOutput(out, frames);
+  } else {
+    writeSilence(out, frames);
+  }
   rememberControls();
 }
 
@@ -72,13 +85,13 @@ void Amplifier::pushMovedControls(int frames) {
 
 void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto value = [&](Knob knob) {
-    return controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
+    return controlValues[firstControl(c) + knob].load(std::memory_order_relaxed);
   };
   const auto moved = [&](Knob knob) {
-    return value(knob) != appliedValues[firstOf(c) + kAppliedPlace[knob]];
+    return value(knob) != appliedValues[firstControl(c) + kAppliedIndex[knob]];
   };
   const auto tapered = [&](Knob knob) {
-    const auto& taper = *tapers[firstOf(c) + kTaperPlace[knob]];
+    const auto& taper = *tapers[firstControl(c) + kTaperIndex[knob]];
     return static_cast<double>(taper.editProcessing(withinKnobRange(value(knob))));
   };
 
@@ -91,37 +104,25 @@ void Amplifier::pushChannelControls(std::size_t c, int frames) {
   if (moved(master)) amp.setMaster(tapered(master), frames);
 }
 
-void Amplifier::reserve(int frames) {
-  const std::lock_guard lock(processLock);
-  if (frames <= reservedFrames) return;
-  const auto size = static_cast<std::size_t>(frames);
-  auto channel = std::make_unique<double[]>(size);
-  fadeBuffer = std::make_unique<double[]>(size);
-  channelBuffer = std::move(channel);
-  reservedFrames = frames;
-  bufferFrames = 0;  // the buffers may be shorter now than those of a longer last block
-}
-
-// False where memory is short; the next block tries again.
+// Without reserve() the buffers have the length of the block, with it at least that length. False
+// where memory is short; the next block tries again.
 bool Amplifier::sizeBuffers(int frames) {
-  const bool fits = reservedFrames > 0 ? frames <= reservedFrames : frames == bufferFrames;
+  const bool growOnly = reservedFrames > 0;
+  const bool fits = growOnly ? frames <= reservedFrames : frames == bufferFrames;
   if (!fits) {
-    const auto size = static_cast<std::size_t>(frames);
-    if (size > PTRDIFF_MAX / sizeof(double)) return false;  // some compilers throw all the same
-    const bool keepRoom = reservedFrames > 0;
     bufferFrames = reservedFrames = 0;
-    channelBuffer.reset(new (std::nothrow) double[size]);
-    fadeBuffer.reset(new (std::nothrow) double[size]);
+    channelBuffer = tryAllocate(frames);
+    fadeBuffer = tryAllocate(frames);
     if (channelBuffer == nullptr || fadeBuffer == nullptr) return false;
-    if (keepRoom) reservedFrames = frames;
+    if (growOnly) reservedFrames = frames;
   }
   bufferFrames = frames;
   return true;
 }
 
-// The sample of gain 0 belongs to the incoming channel, as does everything after it; without a
-// switch the second call has no sample to play. False where a channel's signal has turned
-// non-finite; that channel then starts afresh in the next block.
+// The sample of gain 0 and everything after it belong to the incoming channel; without a switch its
+// call has no sample to play. False where a channel's signal has turned non-finite. That channel's
+// memory is cleared, so that the next block plays.
 bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
   AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
@@ -144,8 +145,8 @@ void Amplifier::writeOutput(double* out, int frames) const {
 void Amplifier::rememberControls() {
   for (std::size_t c = 0; c < kNumChannels; ++c) {
     for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
-      appliedValues[firstOf(c) + kAppliedPlace[knob]] =
-          controlValues[firstOf(c) + knob].load(std::memory_order_relaxed);
+      appliedValues[firstControl(c) + kAppliedIndex[knob]] =
+          controlValues[firstControl(c) + knob].load(std::memory_order_relaxed);
     }
   }
 }

@@ -25,6 +25,11 @@ class QuellardProgram {
   std::array<std::atomic<float>, kNumStoredValues> values;
   char name[kVstMaxProgNameLen];
 
+  // Where a parameter is stored. parameter: 1..19.
+  std::atomic<float>& value(int parameter) {
+    return values[static_cast<std::size_t>(parameter - 1)];
+  }
+
   // Cuts a longer name to 23 bytes, never inside a UTF-8 sequence.
   void rename(const char* newName);
 

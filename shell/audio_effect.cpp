@@ -113,7 +113,13 @@ std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, s
       break;
     case effSetSampleRate: setSampleRate(opt); break;
     case effSetBlockSize: setBlockSize(static_cast<std::int32_t>(value)); break;
-    case effMainsChanged: value == 0 ? suspend() : resume(); break;
+    case effMainsChanged:
+      if (value != 0) {
+        resume();
+      } else {
+        suspend();
+      }
+      break;
     case effIdentify: return kEffectIdentity;
     case effGetChunk: return getChunk(static_cast<void**>(ptr), index != 0);
     case effSetChunk: return setChunk(ptr, static_cast<std::int32_t>(value), index != 0);

@@ -48,8 +48,7 @@ void Quellard::setParameter(std::int32_t index, float value) {
   const std::lock_guard lock(processLock);
   std::atomic<float>* live = liveValue(index);
   if (live == nullptr) return;
-  const auto entry = static_cast<std::size_t>(index - 1);
-  currentProgram().values[entry].store(value, std::memory_order_relaxed);
+  currentProgram().value(index).store(value, std::memory_order_relaxed);
   live->store(value, std::memory_order_relaxed);
 }
 
@@ -61,10 +60,9 @@ float Quellard::getParameter(std::int32_t index) {
 void Quellard::setProgram(std::int32_t program) {
   if (!isProgram(program)) return;
   curProgram = program;
-  const QuellardProgram& chosen = programs[static_cast<std::size_t>(program)];
+  QuellardProgram& chosen = programs.get()[program];
   for (std::int32_t index = 1; index <= kNumStoredValues; ++index) {
-    const auto entry = static_cast<std::size_t>(index - 1);
-    setParameter(index, chosen.values[entry].load(std::memory_order_relaxed));
+    setParameter(index, chosen.value(index).load(std::memory_order_relaxed));
   }
 }
 
@@ -78,7 +76,7 @@ void Quellard::getProgramName(char* name) {
 
 bool Quellard::getProgramNameIndexed(std::int32_t /*category*/, std::int32_t index, char* text) {
   if (!isProgram(index) || text == nullptr) return false;
-  programs[static_cast<std::size_t>(index)].writeName(text);
+  programs.get()[index].writeName(text);
   return true;
 }
 

@@ -54,12 +54,12 @@ class Quellard final : public Orv_TypeBase, public Amplifier {
   int getStartNumInSig(int) override { return 0; }
   int getStartNumOutSig(int) override { return 0; }
   int getDryInSigNum() override { return -1; }
-  // Operations of their own beside the base's two without the 1.
+  // Not overrides of getNumOfOutJacks() and getNumOfOutSig(): the host knows both pairs.
   virtual int getNumOfOut1Jacks() { return 1; }   // NOLINT(bugprone-virtual-near-miss)
   virtual int getNumOfOut1Sig(int) { return 1; }  // NOLINT(bugprone-virtual-near-miss)
 
  private:
-  QuellardProgram& currentProgram() { return programs[static_cast<std::size_t>(curProgram)]; }
+  QuellardProgram& currentProgram() { return programs.get()[curProgram]; }
 };
 
 }  // namespace quellard

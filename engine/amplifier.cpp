@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: ISC
+#include "engine/amplifier.h"
+
 #include <cmath>
 #include <utility>
 
 #include "channels/quellard_ch1.h"
 #include "channels/quellard_ch2.h"
 #include "channels/quellard_ch3.h"
-#include "engine/amplifier.h"
 
 namespace quellard {
 namespace {
@@ -14,8 +15,9 @@ namespace {
 constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
                                                                  1.0f, 1.0f, 1.0f};
 
-// Sections that are run gliding: the input shelf and the tone stack, whose last section is never
-// retuned but starts gliding from nothing like the others.
+// The sections that are run with ipIirProcessing: the input shelf and the tone stack. The last one
+// of the tone stack is never retuned, but its first glide, from zeros to its design, counts as
+// well.
 std::size_t glidingSections(const AmpChannelBase& channel) {
   return 1 + static_cast<std::size_t>(channel.eqCount);
 }
@@ -66,6 +68,17 @@ const std::atomic<float>* Amplifier::liveValue(int index) const {
 
 std::atomic<float>* Amplifier::liveValue(int index) {
   return const_cast<std::atomic<float>*>(std::as_const(*this).liveValue(index));
+}
+
+void Amplifier::reserve(int frames) {
+  const std::lock_guard lock(processLock);
+  if (frames <= reservedFrames) return;
+  const auto size = static_cast<std::size_t>(frames);
+  auto channel = std::make_unique<double[]>(size);
+  fadeBuffer = std::make_unique<double[]>(size);
+  channelBuffer = std::move(channel);
+  reservedFrames = frames;
+  bufferFrames = 0;  // a longer last block had buffers of its own length, which are gone
 }
 
 bool Amplifier::prepare(double rate, double controlMinimum) {
