@@ -26,7 +26,7 @@ inline BankView sectionsOf(const FilterBank& bank, std::int32_t count) {
 // Where a channel's post and power banks run.
 enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
 
-// What makes a model, beside its kind of nonlinear stage.
+// The constants of a model.
 struct ChannelFigures {
   std::span<const VoicingRow> pre, post, eq, power, revise;
   InnerBanks innerBanks;
@@ -57,7 +57,7 @@ class AmpChannelBase {
   virtual void setGain(double /*gain*/, int /*n*/) {}
   virtual void setMaster(double /*master*/, int /*n*/) {}
 
-  // Keeps everything as it is: a host that stops and starts hears no restart.
+  // Does nothing: filters and levels go on from where they were when the host stopped the effect.
   virtual void resume() {}
 
   // Sets the states of filters, resampler and split to zero, for a signal that has turned

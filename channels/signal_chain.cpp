@@ -20,13 +20,13 @@ Ramp blockRamp(double current, double target, int n) {
   return {current, (target - current) * (n > 1 ? 1.0 / (n - 1) : 0.0)};
 }
 
-// How far it is to the next sample behind the end of a glide, at most `most`.
+// The number of samples that the section still plays gliding; `most` if that is more or none.
 int samplesToGlideEnd(const IIRFilter& section, int most) {
   const double left = section.ipLength - section.ipCount + 1.0;
   return left >= 1.0 && left < most ? static_cast<int>(left) : most;
 }
 
-// How many of the next samples, at most `most`, every section plays gliding or every one not.
+// The number of samples, at most `most`, in which no glide ends before the last one.
 int segmentLength(const AmpChannelBase& channel, int most) {
   most = samplesToGlideEnd(*channel.preFilters[0], most);
   for (const auto& section : sectionsOf(channel.eqFilters, channel.eqCount)) {

@@ -7,8 +7,8 @@
 
 namespace quellard {
 
-// Knobs after their tapers, 0..1. Outside that the polynomials extrapolate; the design mends a Q or
-// a frequency that leaves its range.
+// Knobs after their tapers, 0..1. Outside that the polynomials extrapolate, and designFilter
+// replaces a Q or a frequency outside its range.
 struct ToneKnobs {
   double treble;
   double mid;

@@ -12,7 +12,8 @@ namespace quellard {
 
 class IIRFilter {
  public:
-  // Designs the section from the record, which is only read (and mended) during the call.
+  // Designs the section from the record, which is not kept; see designFilter for what it corrects
+  // in it.
   explicit IIRFilter(filterPrm_tag* prm);
   virtual ~IIRFilter() = default;
   IIRFilter(const IIRFilter&) = delete;
@@ -41,8 +42,8 @@ class IIRFilter {
 
   // Weights of y[n-1], y[n-2], x[n], x[n-1], x[n-2]; see FilterDesign.
   Coefficients coef;
-  // At any sample of a glide the effective coefficient is ipStep * ipCount + ipBase; behind its end
-  // it is ipBase, as ipStep has become 0.
+  // At any sample of a glide the effective coefficient is ipStep * ipCount + ipBase; after its end
+  // ipStep is 0 and ipBase is coef.
   Coefficients ipBase;
   Coefficients ipStep;
   double state1;  // transposed direct form II; the previous output in the one-pole form

@@ -50,7 +50,7 @@ Amplifier::Amplifier()
   for (std::atomic<float>& value : controlValues) value.store(1.0f, std::memory_order_relaxed);
 }
 
-// In the order in which hosts have always seen the memory go; the mutex follows as a member.
+// The order of release is part of the interface; the mutex is destroyed last, as the first member.
 Amplifier::~Amplifier() {
   programs.reset();
   for (auto& channel : channels) channel.reset();
@@ -119,8 +119,8 @@ void Amplifier::buildChannels(double rate) {
   }
 }
 
-// The next block finds every control unapplied, so it designs each gliding section again, from the
-// design it was built with.
+// With -1 as the values applied last, the next block counts every knob as moved and designs each
+// gliding section anew, gliding from the design that it was built with.
 void Amplifier::reset() {
   const std::lock_guard lock(processLock);
   if (channelSwitch == nullptr) return;

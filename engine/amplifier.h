@@ -61,7 +61,7 @@ class Amplifier {
   // MASTER, GAIN.
   std::array<std::atomic<float>, kNumControls> controlValues;
   // As last pushed to the channels: BASS, MID, TREBLE, PRESENCE, MASTER, GAIN. After a setup -1,
-  // which no host means, so that every knob counts as moved.
+  // outside the range of the knobs, so that every knob counts as moved.
   std::array<float, kNumControls> appliedValues;
   std::atomic<float> typeValue;  // the channel selector, 0..1
   std::int32_t activeChannel;    // the audible one

@@ -11,7 +11,8 @@
 namespace quellard {
 namespace {
 
-// Knobs as the parameters number them within a channel, and where the other two orders have them.
+// The knobs of a channel in the order of the parameters, and their indices in appliedValues and in
+// tapers.
 enum Knob : std::size_t { presence, bass, mid, treble, master, gain };
 constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedIndex = {3, 0, 1, 2, 4, 5};
 constexpr std::array<std::size_t, kKnobsPerChannel> kTaperIndex = {5, 2, 3, 4, 0, 1};

@@ -21,7 +21,7 @@ struct Untyped {
 
 }  // namespace
 
-// Opcodes that none of the three names answer 0, as the base does for all it does not know.
+// Opcodes that none of the three switches names go to the base, which answers 0 to unknown ones.
 std::intptr_t AudioEffectX::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                        void* ptr, float opt) {
   const Untyped record{ptr};
@@ -51,7 +51,7 @@ std::intptr_t AudioEffectX::dispatcher(std::int32_t opcode, std::int32_t index, 
   }
 }
 
-// How blocks come and what they hold, offline processing included.
+// Processing, speaker arrangements, offline processing.
 std::intptr_t AudioEffectX::dispatchProcessing(std::int32_t opcode, std::int32_t index,
                                                std::intptr_t value, void* ptr, float opt) {
   const Untyped record{ptr};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// How an effect comes into being.
+// Creates effects, as the entries of the module do.
 #pragma once
 
 #include "shell/orv_type.h"

@@ -31,7 +31,7 @@ class Orv_TypeBase : public AudioEffectX {
   virtual int getStartNumOutSig(int) { return 0; }
   virtual int getDryInSigNum() { return -1; }  // none
   virtual void setListner(Orv_VstListner*) {}
-  // The text that the value would have as this parameter's; the live value plays no part.
+  // The text of a value of this parameter, whatever its live value.
   virtual void getParameterDisplayOf(int, float, char*) {}
   virtual int getHeaderVersion() { return headerVersion; }
   virtual void setTime(float) {}
