@@ -16,30 +16,12 @@ class QuellardCh2 final : public VoicedChannel<QuellardCh2>, public PowerStageSp
   static const ChannelFigures kFigures;
   static DriveClipper clip;  // T0; T1 to T3 are multistageClip
 
-  // The voicing by columns, as it is published.
-  static constexpr auto QuellardCh2preNum = column(&VoicingRow::num, vintage::kPre);
-  static constexpr auto QuellardCh2preFrq = column(&VoicingRow::frq, vintage::kPre);
-  static constexpr auto QuellardCh2preQ = column(&VoicingRow::q, vintage::kPre);
-  static constexpr auto QuellardCh2preGain = column(&VoicingRow::gain, vintage::kPre);
-
-  static constexpr auto QuellardCh2postNum = column(&VoicingRow::num, vintage::kPost);
-  static constexpr auto QuellardCh2postFrq = column(&VoicingRow::frq, vintage::kPost);
-  static constexpr auto QuellardCh2postQ = column(&VoicingRow::q, vintage::kPost);
-  static constexpr auto QuellardCh2postGain = column(&VoicingRow::gain, vintage::kPost);
-
-  static constexpr auto QuellardCh2eqNum = column(&VoicingRow::num, vintage::kEq);
-  static constexpr auto QuellardCh2eqFrq = column(&VoicingRow::frq, vintage::kEq);
-  static constexpr auto QuellardCh2eqQ = column(&VoicingRow::q, vintage::kEq);
-
-  static constexpr auto QuellardCh2powerNum = column(&VoicingRow::num, vintage::kPower);
-  static constexpr auto QuellardCh2powerFrq = column(&VoicingRow::frq, vintage::kPower);
-  static constexpr auto QuellardCh2powerQ = column(&VoicingRow::q, vintage::kPower);
-  static constexpr auto QuellardCh2powerGain = column(&VoicingRow::gain, vintage::kPower);
-
-  static constexpr auto QuellardCh2reviseNum = column(&VoicingRow::num, vintage::kRevise);
-  static constexpr auto QuellardCh2reviseFrq = column(&VoicingRow::frq, vintage::kRevise);
-  static constexpr auto QuellardCh2reviseQ = column(&VoicingRow::q, vintage::kRevise);
-  static constexpr auto QuellardCh2reviseGain = column(&VoicingRow::gain, vintage::kRevise);
+  // The voicing by columns: QuellardCh2preNum, ...preFrq, ...preQ, ...preGain and so on.
+  QUELLARD_COLUMNS(QuellardCh2pre, vintage::kPre);
+  QUELLARD_COLUMNS(QuellardCh2post, vintage::kPost);
+  QUELLARD_COLUMNS_BUT_GAIN(QuellardCh2eq, vintage::kEq);
+  QUELLARD_COLUMNS(QuellardCh2power, vintage::kPower);
+  QUELLARD_COLUMNS(QuellardCh2revise, vintage::kRevise);
 };
 
 }  // namespace quellard

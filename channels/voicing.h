@@ -29,6 +29,15 @@ constexpr std::array<Field, Count> column(Field VoicingRow::*field,
   return values;
 }
 
+// The columns of one bank as static members of a class, each name with the given prefix.
+#define QUELLARD_COLUMNS_BUT_GAIN(prefix, table)                         \
+  static constexpr auto prefix##Num = column(&VoicingRow::num, (table)); \
+  static constexpr auto prefix##Frq = column(&VoicingRow::frq, (table)); \
+  static constexpr auto prefix##Q = column(&VoicingRow::q, (table))
+#define QUELLARD_COLUMNS(prefix, table)     \
+  QUELLARD_COLUMNS_BUT_GAIN(prefix, table); \
+  static constexpr auto prefix##Gain = column(&VoicingRow::gain, (table))
+
 // clang-format off
 
 // The tone stack's rows, common to all channels, are what the sections are built as; the controls

@@ -84,7 +84,29 @@ class SkewedCore {
   SkewedCore(PackedChannel& channel, const double* in, double* out, int n)
       : channel_(channel), in_(in), out_(out), n_(n) {}
 
-  void run();
+  void run() {
+    const Coefficients c = coefficients();
+    PipelineState p = {};
+    if constexpr (glides) {
+      // A lane that starts late has counted up to its true count by then.
+      forEach<kSectionsPerLane>(
+          QUELLARD_EACH { p.glideCount[i] = load<4>(channel_.glideCount[i]) - cascadeLags(); });
+    }
+    const auto loadState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
+      live = select(due, loadLike(live, stored), live);
+    };
+    const auto storeState =
+        [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
+      store(stored, select(due, live, loadLike(live, stored)));
+    };
+    for (int k = 0; k < n_ + kOutLag; ++k) {
+      if (k <= kOutLag) [[unlikely]]
+        transferState(k, p, channel_.state, loadState);
+      iterate(c, p, k);
+      if (k >= n_ - 1) [[unlikely]]
+        transferState(k - (n_ - 1), p, channel_.state, storeState);
+    }
+  }
 
  private:
   // By how many samples each stage lags behind the input, see above.
@@ -110,32 +132,239 @@ class SkewedCore {
     Quad loop[8];
   };
 
-  QUELLARD_INLINE Coefficients coefficients() const;
+  // Transfers the state of the stages that lag by so many samples, in one direction or the other.
   template <class Transfer>
   QUELLARD_INLINE static void transferState(int lag, PipelineState& p, ChannelState& state,
-                                            const Transfer& transfer);
-  QUELLARD_INLINE void iterate(const Coefficients& c, PipelineState& p, int k);
+                                            const Transfer& transfer) {
+    const double d = lag;
+    if (lag == 0 || lag >= kDownLag) {
+      const Quad due = equal(cascadeLags(), broadcast<4>(d));
+      forEach<kSectionsPerLane>(QUELLARD_EACH {
+        transfer(due, p.biquad1[i], state.biquad1[i]);
+        transfer(due, p.biquad2[i], state.biquad2[i]);
+      });
+    }
+    if (lag == kUpLag || lag == kDownLag) {
+      const RepeatedPair due = repeat(equal(pair(kUpLag, kDownLag), broadcast<2>(d)));
+      transfer(due, p.s0, state.s0);
+      transfer(quad(due), p.s13, state.s13);
+      transfer(quad(due), p.s24, state.s24);
+    } else if (multistage) {
+      transfer(equal(loopLags(), broadcast<4>(d)), p.loop, state.loop);
+      transfer(equal(broadcast<2>(kSplitLag), broadcast<2>(d)), p.split, state.split);
+    }
+  }
+
+  QUELLARD_INLINE Coefficients coefficients() const {
+    Coefficients c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
+    const auto both = [](double x) { return broadcast<2>(x); };
+    const auto& a = channel_.resampleA;
+    const auto& b = channel_.resampleB;
+    c.A0 = repeat(both(a[0]));
+    c.A13 = quad(both(a[1]), both(a[3]));
+    c.A24 = quad(both(a[2]), both(a[4]));
+    c.B0 = repeat(both(b[0]));
+    c.B1 = repeat(both(b[1]));
+    c.B13 = quad(both(b[2]), both(b[1]));
+    c.B24 = quad(both(b[2]), both(b[0]));
+    c.loopX = load<4>(channel_.loopX);
+    c.loopY = load<4>(channel_.loopY);
+    c.splitCoef = both(channel_.splitCoef);
+    c.halfSize = broadcast<4>(channel_.halfSize);
+    c.one = broadcastOnce(1.0);
+    c.minusOne = broadcastOnce(-1.0);
+    c.lowGain = broadcastOnce(0.7);
+    c.mixGain = broadcastOnce(0.66);
+    forEach<4>(QUELLARD_EACH { c.table[i] = channel_.table[i]; });
+    return c;
+  }
+
+  QUELLARD_INLINE void iterate(const Coefficients& c, PipelineState& p, int k) {
+    Iteration now;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
+    now.x = finiteOrZero(k < n_ ? in_[k] : 0.0);
+    forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, p, now); });
+
+    const Pair low = lowHalf(now.cascade), high = highHalf(now.cascade);
+    const auto ramp = [&](const Ramp& r, int sample) __attribute__((always_inline)) {
+      return (channel_.rampOffset + sample) * r.step + r.start;
+    };
+    p.driven = ramp(channel_.drive, k) * lane0(low);
+    p.cascadeInput = quad(low, pair(lane1(low), lane0(high)));
+    const int done = k - kOutLag;
+    if (done >= 0) out_[done] = ramp(channel_.level, done) * lane1(high);
+  }
+
+  // The stages in the reverse of their order in the chain, so that none waits for another: its
+  // input was computed some sub-samples ago, and its output is needed some sub-samples later.
   template <int j>
-  QUELLARD_INLINE void subSample(const Coefficients& c, PipelineState& p, Iteration& now);
+  QUELLARD_INLINE void subSample(const Coefficients& c, PipelineState& p, Iteration& now) {
+    if constexpr (j >= 2 && j < 2 + kSectionsPerLane) cascade<j - 2>(p, now);
+    if constexpr (multistage) {
+      waveshapers<j>(c, p);
+      split<j>(c, p, now);
+      loopFilters<j>(c, p, now);
+    } else {
+      waveshaper<j>(c, p);
+    }
+    resample<j>(c, p, now);
+  }
+
+  // The up lowpass in the first lane, down in the second. The zero-stuffed sub-samples of up, whose
+  // input terms the scalar chain leaves out, add zeros here. That can change the sign of a zero,
+  // but T0 answers the centre of its table for a zero of either sign.
   template <int j>
-  QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now);
+  QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now) {
+    const auto& mixed = p.buffers.mixed;
+    const RepeatedPair u =
+        repeat(j == 0 ? pair(p.driven, mixed[0][1]) : load<2>(mixed[interleavedIndex(j)]));
+    const RepeatedPair y = c.B0 * u + p.s0;
+    const Quad s13 = p.s13;
+    p.s0 = c.A0 * y + repeatLow(s13) + c.B1 * u;
+    p.s13 = c.A13 * quad(y) + p.s24 + c.B13 * quad(u);
+    p.s24 = c.A24 * quad(y) + highThenZero(s13) + c.B24 * quad(u);
+    optimisationBarrier(p.s0);
+    optimisationBarrier(p.s13);
+    now.resampled[j] = lowHalf(y);
+    transpose<j>(now.resampled, p.buffers.up);
+  }
+
+  // Post 0, power 0 and power 1 side by side, of first order: the terms with two samples' delay are
+  // 0 and left out; x[n-1] weighs what x[n] weighs, and in power 0, a highpass in an odd lane, the
+  // negative of it. That can change the sign of a zero, which the next waveshaper does not see.
   template <int j>
-  QUELLARD_INLINE void loopFilters(const Coefficients& c, PipelineState& p, Iteration& now);
+  QUELLARD_INLINE void loopFilters(const Coefficients& c, PipelineState& p, Iteration& now) {
+    StageBuffers& b = p.buffers;
+    const Quad x = quad(load<2>(b.shaped01[interleavedIndex(j)]), pair(b.power0[j], 0.0));
+    const Quad weighed = c.loopX * x;
+    const Quad y = weighed + p.loop;
+    p.loop = negateOdd(weighed) + c.loopY * y;
+    b.power0[j] = lane1(lowHalf(y));
+    now.loop[j] = y;
+    transpose<j>(now.loop, b.post, b.power1);
+  }
+
+  // The high branch in the first lane, negated throughout, and the low branch in the second: then
+  // one needs differences where the other needs sums, as addSubtract() gives them.
   template <int j>
-  QUELLARD_INLINE void split(const Coefficients& c, PipelineState& p, Iteration& now);
+  QUELLARD_INLINE void split(const Coefficients& c, PipelineState& p, Iteration& now) {
+    const Pair in = broadcast<2>(p.buffers.shaped2[j]);
+    const Pair old = p.split;
+    p.split = addSubtract((old - in) * c.splitCoef, in);
+    now.branches[j] = addSubtract(p.split, old);
+    transpose<j>(now.branches, p.buffers.splitHigh, p.buffers.splitLow);
+  }
+
+  // One section of each lane, as IIRFilter computes it with or without a glide.
   template <int section>
-  QUELLARD_INLINE void cascade(PipelineState& p, Iteration& now);
+  QUELLARD_INLINE void cascade(PipelineState& p, Iteration& now) {
+    const auto k = [&](int i) __attribute__((always_inline)) {
+      const Quad fixed = load<4>(channel_.biquadCoef[section][i]);
+      if constexpr (glides) {
+        return load<4>(channel_.biquadStep[section][i]) * p.glideCount[section] + fixed;
+      }
+      return fixed;
+    };
+    // Of the F outputs of down the first is kept.
+    const Quad x = section == 0
+                       ? quad(pair(now.x, lane1(now.resampled[0])), highHalf(p.cascadeInput))
+                       : now.cascade;
+    const Quad y = k(2) * x + p.biquad1[section];
+    p.biquad1[section] = (k(3) * x + p.biquad2[section]) + k(0) * y;
+    p.biquad2[section] = k(4) * x + k(1) * y;
+    if constexpr (glides) p.glideCount[section] = p.glideCount[section] + broadcast<4>(1.0);
+    const bool isLast = section == kSectionsPerLane - 1;
+    now.cascade = isLast ? select(load<4>(channel_.lastSectionUsed), y, x) : y;
+  }
+
+  // CLEAN: a lookup for the half of the buffer that the stages have left. It takes a whole
+  // iteration, since up and down share a vector and would wait for each other's sub-samples
+  // otherwise.
   template <int j>
-  QUELLARD_INLINE void waveshaper(const Coefficients& c, PipelineState& p);
+  QUELLARD_INLINE void waveshaper(const Coefficients& c, PipelineState& p) {
+    constexpr int at = j < 4 ? 4 : 0;
+    TablePosition& position = p.positions[at / 4];
+    if constexpr (j % 4 == 1) {
+      interleave(p.buffers.mixed + at, broadcast<4>(0.0), interpolate(c.table[0], position));
+    }
+    if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + at);
+  }
+
+  // VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half
+  // of three sub-samples ends one earlier.
   template <int j>
-  QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p);
+  QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p) {
+    constexpr int at = j < 4 ? 4 : 0;
+    constexpr int last = F == 7 && j > 3 ? 2 : 3;
+    StageBuffers& b = p.buffers;
+    TablePosition* t = p.positions;
+    if constexpr (j % 4 == 0) t[0] = tablePosition(c, b.up + at);
+    if constexpr (j % 4 == 1) {
+      t[1] = tablePosition(c, b.post + at);
+      t[2] = tablePosition(c, b.power1 + at);
+      t[3] = tablePosition<-1>(c, b.splitHigh + at);
+    }
+    if constexpr (j % 4 == 2) {
+      interleave(b.shaped01 + at, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
+    }
+    if constexpr (j % 4 == last) {
+      store(b.shaped2 + at, interpolate(c.table[2], t[2]));
+      const Quad low = load<4>(b.splitLow + at) * c.lowGain;
+      const Quad mixed = (low + interpolate(c.table[3], t[3])) * c.mixGain;
+      interleave(b.mixed + at, broadcast<4>(0.0), mixed);
+    }
+  }
+
+  // Where four values, or their negatives, fall in a table, whose ends are at -1 and 1.
   template <int sign = 1>
-  QUELLARD_INLINE static TablePosition tablePosition(const Coefficients& c, const double* from);
-  QUELLARD_INLINE static Quad interpolate(const double* table, const TablePosition& position);
+  QUELLARD_INLINE static TablePosition tablePosition(const Coefficients& c, const double* from) {
+    const Quad x = maximum(c.minusOne, minimum(c.one, load<4>(from)));
+    const Quad offset = x * c.halfSize;
+    return toTablePosition(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
+  }
+
+  // Linear interpolation at four positions. One load brings an entry and the next.
+  QUELLARD_INLINE static Quad interpolate(const double* table, const TablePosition& position) {
+    const auto entries = [&](int i) __attribute__((always_inline)) {
+      return load<2>(table + indexOf(position, i));
+    };
+    const Quad even = quad(entries(0), entries(2)), odd = quad(entries(1), entries(3));
+    const Quad below = unpackLow(even, odd);
+    return (unpackHigh(even, odd) - below) * position.fraction + below;
+  }
+
+  // From the vectors o[], one per sub-sample, to an array of sub-samples for each lane. As many at
+  // a time as a native vector holds: a vector that was stored in one piece loads without delay.
   template <int j>
-  QUELLARD_INLINE static void transpose(const Pair* o, double* lane0, double* lane1 = nullptr);
+  QUELLARD_INLINE static void transpose(const Pair* o, double* lane0, double* lane1 = nullptr) {
+    if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
+      constexpr int at = j / kNativeLanes * kNativeLanes;
+      const auto o1 = o[at + 1 < F ? at + 1 : at];
+      if constexpr (kNativeLanes == 2) {
+        store(lane0 + at, unpackLow(o[at], o1));
+        if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1));
+      } else {
+        store(lane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
+        if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
+      }
+    }
+  }
+
   template <int j>
-  QUELLARD_INLINE static void transpose(const Quad* o, double* lane0, double* lane2);
+  QUELLARD_INLINE static void transpose(const Quad* o, double* lane0, double* lane2) {
+    if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
+      constexpr int at = j / kNativeLanes * kNativeLanes;
+      const Quad a = unpackLow(o[at], o[at + 1 < F ? at + 1 : at]);
+      if constexpr (kNativeLanes == 2) {
+        store(lane0 + at, lowHalf(a));
+        store(lane2 + at, highHalf(a));
+      } else {
+        const Quad b = unpackLow(o[at + 2], o[j]);
+        store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
+        store(lane2 + at, quad(highHalf(a), highHalf(b)));
+      }
+    }
+  }
+
   // Stores four sub-samples of two signals; interleavedIndex() tells where each comes to lie.
   QUELLARD_INLINE static void interleave(double (*to)[2], Quad a, Quad b) {
     store(to[0], unpackLow(a, b));
@@ -149,282 +378,6 @@ class SkewedCore {
   double* out_;
   int n_;
 };
-
-template <int F, bool multistage, bool glides>
-void SkewedCore<F, multistage, glides>::run() {
-  const Coefficients c = coefficients();
-  PipelineState p = {};
-  if constexpr (glides) {
-    // A lane that starts late has counted up to its true count by then.
-    forEach<kSectionsPerLane>(
-        QUELLARD_EACH { p.glideCount[i] = load<4>(channel_.glideCount[i]) - cascadeLags(); });
-  }
-  const auto loadState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
-    live = select(due, loadLike(live, stored), live);
-  };
-  const auto storeState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
-    store(stored, select(due, live, loadLike(live, stored)));
-  };
-  for (int k = 0; k < n_ + kOutLag; ++k) {
-    if (k <= kOutLag) [[unlikely]]
-      transferState(k, p, channel_.state, loadState);
-    iterate(c, p, k);
-    if (k >= n_ - 1) [[unlikely]]
-      transferState(k - (n_ - 1), p, channel_.state, storeState);
-  }
-}
-
-// Transfers the state of the stages that lag by so many samples, in one direction or the other.
-template <int F, bool multistage, bool glides>
-template <class Transfer>
-void SkewedCore<F, multistage, glides>::transferState(int lag, PipelineState& p,
-                                                      ChannelState& state,
-                                                      const Transfer& transfer) {
-  const double d = lag;
-  if (lag == 0 || lag >= kDownLag) {
-    const Quad due = equal(cascadeLags(), broadcast<4>(d));
-    forEach<kSectionsPerLane>(QUELLARD_EACH {
-      transfer(due, p.biquad1[i], state.biquad1[i]);
-      transfer(due, p.biquad2[i], state.biquad2[i]);
-    });
-  }
-  if (lag == kUpLag || lag == kDownLag) {
-    const RepeatedPair due = repeat(equal(pair(kUpLag, kDownLag), broadcast<2>(d)));
-    transfer(due, p.s0, state.s0);
-    transfer(quad(due), p.s13, state.s13);
-    transfer(quad(due), p.s24, state.s24);
-  } else if (multistage) {
-    transfer(equal(loopLags(), broadcast<4>(d)), p.loop, state.loop);
-    transfer(equal(broadcast<2>(kSplitLag), broadcast<2>(d)), p.split, state.split);
-  }
-}
-
-template <int F, bool multistage, bool glides>
-Coefficients SkewedCore<F, multistage, glides>::coefficients() const {
-  Coefficients c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
-  const auto both = [](double x) { return broadcast<2>(x); };
-  const auto& a = channel_.resampleA;
-  const auto& b = channel_.resampleB;
-  c.A0 = repeat(both(a[0]));
-  c.A13 = quad(both(a[1]), both(a[3]));
-  c.A24 = quad(both(a[2]), both(a[4]));
-  c.B0 = repeat(both(b[0]));
-  c.B1 = repeat(both(b[1]));
-  c.B13 = quad(both(b[2]), both(b[1]));
-  c.B24 = quad(both(b[2]), both(b[0]));
-  c.loopX = load<4>(channel_.loopX);
-  c.loopY = load<4>(channel_.loopY);
-  c.splitCoef = both(channel_.splitCoef);
-  c.halfSize = broadcast<4>(channel_.halfSize);
-  c.one = broadcastOnce(1.0);
-  c.minusOne = broadcastOnce(-1.0);
-  c.lowGain = broadcastOnce(0.7);
-  c.mixGain = broadcastOnce(0.66);
-  forEach<4>(QUELLARD_EACH { c.table[i] = channel_.table[i]; });
-  return c;
-}
-
-template <int F, bool multistage, bool glides>
-void SkewedCore<F, multistage, glides>::iterate(const Coefficients& c, PipelineState& p, int k) {
-  Iteration now;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
-  now.x = finiteOrZero(k < n_ ? in_[k] : 0.0);
-  forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, p, now); });
-
-  const Pair low = lowHalf(now.cascade), high = highHalf(now.cascade);
-  const auto ramp = [&](const Ramp& r, int sample) __attribute__((always_inline)) {
-    return (channel_.rampOffset + sample) * r.step + r.start;
-  };
-  p.driven = ramp(channel_.drive, k) * lane0(low);
-  p.cascadeInput = quad(low, pair(lane1(low), lane0(high)));
-  const int done = k - kOutLag;
-  if (done >= 0) out_[done] = ramp(channel_.level, done) * lane1(high);
-}
-
-// The stages in the reverse of their order in the chain, so that none waits for another: its input
-// was computed some sub-samples ago, and its output is needed some sub-samples later.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::subSample(const Coefficients& c, PipelineState& p,
-                                                  Iteration& now) {
-  if constexpr (j >= 2 && j < 2 + kSectionsPerLane) cascade<j - 2>(p, now);
-  if constexpr (multistage) {
-    waveshapers<j>(c, p);
-    split<j>(c, p, now);
-    loopFilters<j>(c, p, now);
-  } else {
-    waveshaper<j>(c, p);
-  }
-  resample<j>(c, p, now);
-}
-
-// The up lowpass in the first lane, down in the second. The zero-stuffed sub-samples of up, whose
-// input terms the scalar chain leaves out, add zeros here. That can change the sign of a zero, but
-// T0 answers the centre of its table for a zero of either sign.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::resample(const Coefficients& c, PipelineState& p,
-                                                 Iteration& now) {
-  const auto& mixed = p.buffers.mixed;
-  const RepeatedPair u =
-      repeat(j == 0 ? pair(p.driven, mixed[0][1]) : load<2>(mixed[interleavedIndex(j)]));
-  const RepeatedPair y = c.B0 * u + p.s0;
-  const Quad s13 = p.s13;
-  p.s0 = c.A0 * y + repeatLow(s13) + c.B1 * u;
-  p.s13 = c.A13 * quad(y) + p.s24 + c.B13 * quad(u);
-  p.s24 = c.A24 * quad(y) + highThenZero(s13) + c.B24 * quad(u);
-  optimisationBarrier(p.s0);
-  optimisationBarrier(p.s13);
-  now.resampled[j] = lowHalf(y);
-  transpose<j>(now.resampled, p.buffers.up);
-}
-
-// Post 0, power 0 and power 1 side by side, of first order: the terms with two samples' delay are 0
-// and left out; x[n-1] weighs what x[n] weighs, and in power 0, a highpass in an odd lane, the
-// negative of it. That can change the sign of a zero, which the next waveshaper does not see.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::loopFilters(const Coefficients& c, PipelineState& p,
-                                                    Iteration& now) {
-  StageBuffers& b = p.buffers;
-  const Quad x = quad(load<2>(b.shaped01[interleavedIndex(j)]), pair(b.power0[j], 0.0));
-  const Quad weighed = c.loopX * x;
-  const Quad y = weighed + p.loop;
-  p.loop = negateOdd(weighed) + c.loopY * y;
-  b.power0[j] = lane1(lowHalf(y));
-  now.loop[j] = y;
-  transpose<j>(now.loop, b.post, b.power1);
-}
-
-// The high branch in the first lane, negated throughout, and the low branch in the second: then
-// one needs differences where the other needs sums, as addSubtract() gives them.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::split(const Coefficients& c, PipelineState& p,
-                                              Iteration& now) {
-  const Pair in = broadcast<2>(p.buffers.shaped2[j]);
-  const Pair old = p.split;
-  p.split = addSubtract((old - in) * c.splitCoef, in);
-  now.branches[j] = addSubtract(p.split, old);
-  transpose<j>(now.branches, p.buffers.splitHigh, p.buffers.splitLow);
-}
-
-// One section of each lane, as IIRFilter computes it with or without a glide.
-template <int F, bool multistage, bool glides>
-template <int section>
-void SkewedCore<F, multistage, glides>::cascade(PipelineState& p, Iteration& now) {
-  const auto k = [&](int i) __attribute__((always_inline)) {
-    const Quad fixed = load<4>(channel_.biquadCoef[section][i]);
-    if constexpr (glides) {
-      return load<4>(channel_.biquadStep[section][i]) * p.glideCount[section] + fixed;
-    }
-    return fixed;
-  };
-  // Of the F outputs of down the first is kept.
-  const Quad x = section == 0 ? quad(pair(now.x, lane1(now.resampled[0])), highHalf(p.cascadeInput))
-                              : now.cascade;
-  const Quad y = k(2) * x + p.biquad1[section];
-  p.biquad1[section] = (k(3) * x + p.biquad2[section]) + k(0) * y;
-  p.biquad2[section] = k(4) * x + k(1) * y;
-  if constexpr (glides) p.glideCount[section] = p.glideCount[section] + broadcast<4>(1.0);
-  const bool isLast = section == kSectionsPerLane - 1;
-  now.cascade = isLast ? select(load<4>(channel_.lastSectionUsed), y, x) : y;
-}
-
-// CLEAN: a lookup for the half of the buffer that the stages have left. It takes a whole iteration,
-// since up and down share a vector and would wait for each other's sub-samples otherwise.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::waveshaper(const Coefficients& c, PipelineState& p) {
-  constexpr int at = j < 4 ? 4 : 0;
-  TablePosition& position = p.positions[at / 4];
-  if constexpr (j % 4 == 1) {
-    interleave(p.buffers.mixed + at, broadcast<4>(0.0), interpolate(c.table[0], position));
-  }
-  if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + at);
-}
-
-// VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half of
-// three sub-samples ends one earlier.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::waveshapers(const Coefficients& c, PipelineState& p) {
-  constexpr int at = j < 4 ? 4 : 0;
-  constexpr int last = F == 7 && j > 3 ? 2 : 3;
-  StageBuffers& b = p.buffers;
-  TablePosition* t = p.positions;
-  if constexpr (j % 4 == 0) t[0] = tablePosition(c, b.up + at);
-  if constexpr (j % 4 == 1) {
-    t[1] = tablePosition(c, b.post + at);
-    t[2] = tablePosition(c, b.power1 + at);
-    t[3] = tablePosition<-1>(c, b.splitHigh + at);
-  }
-  if constexpr (j % 4 == 2) {
-    interleave(b.shaped01 + at, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
-  }
-  if constexpr (j % 4 == last) {
-    store(b.shaped2 + at, interpolate(c.table[2], t[2]));
-    const Quad low = load<4>(b.splitLow + at) * c.lowGain;
-    const Quad mixed = (low + interpolate(c.table[3], t[3])) * c.mixGain;
-    interleave(b.mixed + at, broadcast<4>(0.0), mixed);
-  }
-}
-
-// Where four values, or their negatives, fall in a table, whose ends are at -1 and 1.
-template <int F, bool multistage, bool glides>
-template <int sign>
-TablePosition SkewedCore<F, multistage, glides>::tablePosition(const Coefficients& c,
-                                                               const double* from) {
-  const Quad x = maximum(c.minusOne, minimum(c.one, load<4>(from)));
-  const Quad offset = x * c.halfSize;
-  return toTablePosition(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
-}
-
-// Linear interpolation at four positions. One load brings an entry and the next.
-template <int F, bool multistage, bool glides>
-Quad SkewedCore<F, multistage, glides>::interpolate(const double* table,
-                                                    const TablePosition& position) {
-  const auto entries = [&](int i) __attribute__((always_inline)) {
-    return load<2>(table + indexOf(position, i));
-  };
-  const Quad even = quad(entries(0), entries(2)), odd = quad(entries(1), entries(3));
-  const Quad below = unpackLow(even, odd);
-  return (unpackHigh(even, odd) - below) * position.fraction + below;
-}
-
-// From the vectors o[], one per sub-sample, to an array of sub-samples for each lane. As many at a
-// time as a native vector holds: a vector that was stored in one piece loads without delay.
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::transpose(const Pair* o, double* lane0, double* lane1) {
-  if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
-    constexpr int at = j / kNativeLanes * kNativeLanes;
-    const auto o1 = o[at + 1 < F ? at + 1 : at];
-    if constexpr (kNativeLanes == 2) {
-      store(lane0 + at, unpackLow(o[at], o1));
-      if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1));
-    } else {
-      store(lane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
-      if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
-    }
-  }
-}
-
-template <int F, bool multistage, bool glides>
-template <int j>
-void SkewedCore<F, multistage, glides>::transpose(const Quad* o, double* lane0, double* lane2) {
-  if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
-    constexpr int at = j / kNativeLanes * kNativeLanes;
-    const Quad a = unpackLow(o[at], o[at + 1 < F ? at + 1 : at]);
-    if constexpr (kNativeLanes == 2) {
-      store(lane0 + at, lowHalf(a));
-      store(lane2 + at, highHalf(a));
-    } else {
-      const Quad b = unpackLow(o[at + 2], o[j]);
-      store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
-      store(lane2 + at, quad(highHalf(a), highHalf(b)));
-    }
-  }
-}
 
 template <int F, bool multistage>
 inline void runFor(PackedChannel& channel, const double* in, double* out, int n) {
