@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The road of a block, from the record's processDoubleReplacing, beside the reference.
+// Playing a block, from the record's processDoubleReplacing, beside the reference.
 #include <cstring>
 #include <limits>
 #include <string>

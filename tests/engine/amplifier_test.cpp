@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: ISC
+#include "engine/amplifier.h"
+
 #include <gtest/gtest.h>
 #include <limits>
 #include <vector>
 
 #include "channels/quellard_ch1.h"
 #include "channels/quellard_ch2.h"
-#include "engine/amplifier.h"
 #include "tests/support/signals.h"
 
 namespace quellard::test {
