@@ -225,8 +225,8 @@ class DirectAmp {
       knob.moves = knob.done < length_ && index != 19;
       const bool isMaster = index == 5 || index == 11 || index == 17;
       const auto root = [&](float value) {
-        const double x = std::sqrt(static_cast<double>(value));
-        return isMaster ? std::sqrt(x) : x;
+        const double square = std::sqrt(static_cast<double>(value));
+        return isMaster ? std::sqrt(square) : square;
       };
       const double a = root(knob.from), x = a + (root(knob.to) - a) * (knob.done / length_);
       knob.now = !knob.moves ? knob.to : static_cast<float>(isMaster ? x * x * (x * x) : x * x);

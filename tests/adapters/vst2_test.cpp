@@ -102,9 +102,10 @@ INSTANTIATE_TEST_SUITE_P(Vst2, StatefulFormats, testing::Values(kMono));
 std::string told(OpenedEffect& plugin, int opcode, int index = 0) {
   char buffer[80];
   std::memset(buffer, '#', sizeof buffer);
+  buffer[sizeof buffer - 1] = '\0';
   if (plugin.dispatch(opcode, index, 0, buffer) == 0) return "-";
   const std::size_t end = std::strlen(buffer);
-  EXPECT_EQ(std::string(buffer + end + 1, sizeof buffer - end - 1).find_first_not_of('#'),
+  EXPECT_EQ(std::string(buffer + end + 1, sizeof buffer - end - 2).find_first_not_of('#'),
             std::string::npos)
       << buffer;
   return buffer;
