@@ -23,6 +23,7 @@
 #include "tools/listing_json.h"
 #include "tools/output_file.h"
 #include "tools/plot.h"
+#include "tools/quellard_pages.h"
 #include "tools/settings_options.h"
 
 namespace quellard {
@@ -278,6 +279,7 @@ void buildApp(CLI::App& app, Options& options) {
   for (const char* name : {"render", "params", "programs", "presets", "info"}) {
     app.get_subcommand(name)->add_flag("--json", options.json, "Print JSON, for other programs");
   }
+  addQuellardPages(app);
 }
 
 // A wrong command line in one line, with what a mistyped option or command may have meant.

@@ -173,7 +173,12 @@ case $1 in
     unset LV2_PATH
     mkdir -p home/.vst3/quellard-stereo.vst3
     install=$root/scripts/install
-    HOME=$PWD/home "$install" --user "$build"
+    "$install" --help | grep -q -- --system
+    HOME=$PWD/home "$install" --user "$build" | tee said
+    grep -q 'home/.local/bin is not on the PATH' said
+    HOME=$PWD/home PATH=$PWD/home/.local/bin:$PATH "$install" --user "$build" | grep -q 'is on the PATH'
+    cmp home/.local/share/man/man1/quellard.1 "$build/share/man/man1/quellard.1"
+    bash -c '. home/.local/share/bash-completion/completions/quellard && complete -p quellard'
     HOME=$PWD/home lv2ls | grep -qx $stereo
     home/.local/bin/quellard render -q mono.wav -o heard.wav "${knobs[@]}"
     expect heard.wav mono.wav "${knobs[@]}"
