@@ -183,7 +183,7 @@ std::string references(const Words& pages) {
 }  // namespace
 
 std::string manualPage(const CLI::App& app, const ManualTexts& texts) {
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   std::string purpose = app.get_description();
   purpose.front() = lowered(purpose).front();
   if (purpose.ends_with('.')) purpose.pop_back();

@@ -57,7 +57,7 @@ KnownValues settingsValues() {
           {"set", assignments}};
 }
 
-void addProgramPages(CLI::App& app, KnownValues values, ManualTexts texts) {
+void addProgramPages(CLI::App& app, const KnownValues& values, const ManualTexts& texts) {
   const auto completion = [&app, values](const std::string& shell) {
     if (shell != "bash") throw CLI::ValidationError("--completion", "there is one for bash alone");
     printAndEnd(bashCompletion(app, values));
@@ -66,9 +66,7 @@ void addProgramPages(CLI::App& app, KnownValues values, ManualTexts texts) {
     const auto found = values.find(option);
     printAndEnd(found == values.end() ? "" : fmt::format("{}\n", fmt::join(found->second(), "\n")));
   };
-  const auto manual = [&app, texts = std::move(texts)](std::int64_t) {
-    printAndEnd(manualPage(app, texts));
-  };
+  const auto manual = [&app, texts](std::int64_t) { printAndEnd(manualPage(app, texts)); };
   app.add_option_function<std::string>("--completion", completion, "")->group("");
   app.add_option_function<std::string>("--values", list, "")->group("");
   app.add_flag_function("--manual", manual, "")->group("");

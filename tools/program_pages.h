@@ -34,7 +34,7 @@ KnownValues settingsValues();
 // Adds to a program's options, hidden from its help, --completion bash, --manual and, which
 // completion asks, --values OPTION. Each prints and ends the parsing with CLI::Success. Call it
 // when all others have been added.
-void addProgramPages(CLI::App& app, KnownValues values, ManualTexts texts);
+void addProgramPages(CLI::App& app, const KnownValues& values, const ManualTexts& texts);
 
 // The pages themselves.
 std::string bashCompletion(const CLI::App& app, const KnownValues& values);
