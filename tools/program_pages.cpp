@@ -3,11 +3,11 @@
 
 #include <fmt/format.h>
 #include <iostream>
-#include <stdexcept>
 
 #include "params/factory_bank.h"
 #include "params/parameter_table.h"
 #include "params/program.h"
+#include "tools/errors.h"
 #include "tools/knobs.h"
 
 namespace quellard {
@@ -44,7 +44,7 @@ Words assignments() {
 
 [[noreturn]] void printAndEnd(const std::string& text) {
   std::cout << text << std::flush;
-  if (!std::cout) throw std::runtime_error("cannot write to standard output");
+  if (!std::cout) throw FileError("cannot write to standard output");
   throw CLI::Success();
 }
 
