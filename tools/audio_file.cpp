@@ -2,6 +2,7 @@
 #include "tools/audio_file.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fmt/format.h>
 
@@ -61,10 +62,9 @@ std::string padded(std::string start) {
 // The kinds that say how much audio follows before it does, and are read from front to back.
 bool sizesStandInFront(const std::string& start) {
   if (start.starts_with("FORM")) return start.substr(8, 3) == "AIF";
-  for (const char* magic : {"RIFF", "RIFX", "RF64", ".snd", "caff"}) {
-    if (start.starts_with(magic)) return true;
-  }
-  return false;
+  constexpr std::array<const char*, 5> kMagics = {"RIFF", "RIFX", "RF64", ".snd", "caff"};
+  return std::any_of(kMagics.begin(), kMagics.end(),
+                     [&](const char* magic) { return start.starts_with(magic); });
 }
 
 // What a header promises. Programs that write to a pipe cannot know the size and put about the
