@@ -50,14 +50,14 @@ bool isStandardInput(const fs::path& path) {
 InputFile::InputFile(const fs::path& path)
     : name_(isStandardInput(path) ? "standard input" : path.string()), file_(openInput(path)) {
   struct stat status = {};
-  if (!file_ || fstat(file_.number(), &status) != 0) throw trouble(errno);
-  if (S_ISDIR(status.st_mode)) throw trouble(EISDIR);
+  if (!file_ || fstat(file_.number(), &status) != 0) throw FileError(complaint(errno));
+  if (S_ISDIR(status.st_mode)) throw FileError(complaint(EISDIR));
   origin_ = S_ISREG(status.st_mode) ? lseek(file_.number(), 0, SEEK_CUR) : -1;
   isStream_ = origin_ < 0;
 }
 
-FileError InputFile::trouble(int error) const {
-  return FileError(fmt::format("cannot read {}: {}", name_, systemMessage(error)));
+std::string InputFile::complaint(int error) const {
+  return fmt::format("cannot read {}: {}", name_, systemMessage(error));
 }
 
 void InputFile::spool() {
@@ -128,7 +128,7 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
   do {
     got = pread(file_.number(), bytes, static_cast<std::size_t>(count), origin_ + position_);
   } while (got < 0 && errno == EINTR);
-  if (got < 0) failure_ = std::make_exception_ptr(trouble(errno));
+  if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
   return got;
 }
 
@@ -139,7 +139,7 @@ std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
     waitFor(file_.number(), POLLIN);
     got = ::read(file_.number(), bytes, static_cast<std::size_t>(count));
   } while (got < 0 && (errno == EINTR || errno == EAGAIN));
-  if (got < 0) throw trouble(errno);
+  if (got < 0) throw FileError(complaint(errno));
   if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);
   consumed_ += got;
   return got;

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "tools/errors.h"
 #include "tools/unnamed_file.h"
 
 namespace quellard {
@@ -54,7 +53,7 @@ class InputFile {
   void pretendEndless(bool pretends) { pretendsEndless_ = pretends; }
 
  private:
-  FileError trouble(int error) const;
+  std::string complaint(int error) const;
   std::int64_t readOnce(char* bytes, std::int64_t count);
   std::int64_t readStream(char* bytes, std::int64_t count);
 
