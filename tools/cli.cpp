@@ -23,6 +23,7 @@
 #include "tools/listing_json.h"
 #include "tools/output_file.h"
 #include "tools/plot.h"
+#include "tools/presets.h"
 #include "tools/quellard_pages.h"
 #include "tools/settings_options.h"
 
@@ -52,6 +53,7 @@ struct Options {
   bool quiet = false;
   bool json = false;
   PlotSettings plot;
+  std::string shown;
   std::string page = "all";
   std::string rate = "48000";
   std::string note = "110";
@@ -239,13 +241,24 @@ int measure(const Options& options) {
   return kDone;
 }
 
+int show(const Preset& preset, bool json) {
+  print(json ? presetsAsJson({preset}) : writeSettings({preset.description, preset.values}));
+  return kDone;
+}
+
+// A preset file with a mistake in it is told of and left out.
+int presets(const Options& options) {
+  if (!options.shown.empty()) return show(findPreset(options.shown), options.json);
+  const PresetList list = listPresetFiles();
+  print(options.json ? presetsAsJson(list.presets) : listPresets(list.presets));
+  std::fflush(stdout);
+  for (const std::string& trouble : list.troubles) tell(trouble, kFileTrouble);
+  return list.troubles.empty() ? kDone : kFileTrouble;
+}
+
 int list(const CLI::App& command, const Options& options) {
   const std::string name = command.get_name();
   const bool json = options.json;
-  if (name == "presets") {
-    print(json ? presetsAsJson() : listPresets());
-    return kDone;
-  }
   const PluginModule module(PluginModule::find(options.plugin));
   if (name == "programs") {
     print(json ? programsAsJson(module) : listPrograms(module));
@@ -271,7 +284,8 @@ void buildApp(CLI::App& app, Options& options) {
                    options);
   addSettingsOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
-  app.add_subcommand("presets", "List the factory presets");
+  addValue(*app.add_subcommand("presets", "List the presets, the factory's and your own"), "--show",
+           options.shown, "NAME", "Print what one sets, in the form of a preset file");
   addCommand(app, options, "info", "Tell what the plug-in says about itself");
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
   addMeasureOptions(addCommand(app, options, "measure", "Measure distortion and level over GAIN"),
@@ -306,6 +320,7 @@ int dispatch(const CLI::App& app, const Options& options) {
   if (command.get_name() == "render") return render(options);
   if (command.get_name() == "plot") return plot(options);
   if (command.get_name() == "measure") return measure(options);
+  if (command.get_name() == "presets") return presets(options);
   return list(command, options);
 }
 

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <fmt/format.h>
 
-#include "params/factory_bank.h"
 #include "tools/errors.h"
 
 namespace quellard {
@@ -121,7 +120,7 @@ std::string suggestion(std::string_view word, const std::vector<std::string>& kn
   std::size_t nearest = std::max<std::size_t>(1, word.size() / 3) + 1;
   const std::string* best = nullptr;
   for (const std::string& candidate : known) {
-    const std::size_t distance = editDistance(word, candidate);
+    const std::size_t distance = editDistance(lowered(word), lowered(candidate));
     if (distance < nearest) {
       nearest = distance;
       best = &candidate;
@@ -158,21 +157,6 @@ Setting parseSetting(std::string_view name, std::string_view value, int channel)
 bool namesSelector(std::string_view name) {
   if (const std::optional<double> index = parseNumber(name)) return *index == kTypeParameter;
   return asSymbol(trimmed(name)) == kParameters[kTypeParameter].symbol;
-}
-
-std::vector<Setting> presetSettings(std::string_view name) {
-  const std::string wanted = lowered(trimmed(name));
-  std::vector<std::string> known;
-  for (const FactoryPreset& preset : kFactoryBank) {
-    known.push_back(lowered(preset.name));
-    if (wanted != known.back()) continue;
-    std::vector<Setting> settings;
-    for (int index = 1; index <= kNumStoredValues; ++index) {
-      settings.push_back({index, presetValue(preset, index)});
-    }
-    return settings;
-  }
-  throw UsageError(fmt::format("unknown preset '{}'{}", trimmed(name), suggestion(wanted, known)));
 }
 
 std::pair<std::string, std::string> splitAssignment(std::string_view text) {

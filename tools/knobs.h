@@ -44,13 +44,10 @@ Setting parseSetting(std::string_view name, std::string_view value, int channel)
 // Whether a name is one of the channel selector's: channel, type, 19.
 bool namesSelector(std::string_view name);
 
-// All nineteen settings of a preset of the factory bank, by its name.
-std::vector<Setting> presetSettings(std::string_view name);
-
 // "NAME=VALUE" in its two halves, without the spaces around them.
 std::pair<std::string, std::string> splitAssignment(std::string_view text);
 
-// ", did you mean 'gain'?" when one of the known words is near, otherwise "".
+// ", did you mean 'gain'?" when one of the known words is near in either case, otherwise "".
 std::string suggestion(std::string_view word, const std::vector<std::string>& known);
 
 // A text in lower case, and without the white space around it.

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 #include <utility>
 
-#include "params/factory_bank.h"
 #include "params/parameter_table.h"
 #include "shell/parameter_properties.h"
 #include "tools/knobs.h"
@@ -164,6 +163,10 @@ __attribute__((no_sanitize("vptr"))) std::string describeJacks(HostExtension& ex
   return text;
 }
 
+std::string ownWords(const Preset& preset) {
+  return preset.description.empty() ? "(your own)" : preset.description + " (your own)";
+}
+
 }  // namespace
 
 std::string listParameters(const PluginModule& module, const StartingPoint& start) {
@@ -202,17 +205,20 @@ std::string listPrograms(const PluginModule& module) {
   return text;
 }
 
-std::string listPresets() {
+std::string listPresets(const std::vector<Preset>& presets) {
   std::string text = fmt::format("{:<24} {:<8}", "name", "channel");
   for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
     text += fmt::format(" {:>8}", kParameters[static_cast<std::size_t>(knob)].name);
   }
   text += "  good for\n";
-  for (const FactoryPreset& preset : kFactoryBank) {
-    text += fmt::format("{:<24} {:<8}", preset.name,
-                        kChannelNames[static_cast<std::size_t>(preset.channel)]);
-    for (const double knob : preset.knobs) text += fmt::format(" {:>8.2f}", knob);
-    text += fmt::format("  {}\n", preset.description);
+  for (const Preset& preset : presets) {
+    const auto channel = static_cast<std::size_t>(channelFromSelect(preset.values.back()));
+    text += fmt::format("{:<24} {:<8}", preset.name, kChannelNames[channel]);
+    for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
+      const float value = preset.values[channel * kKnobsPerChannel + knob];
+      text += fmt::format(" {:>8.2f}", 10.0 * static_cast<double>(value));
+    }
+    text += fmt::format("  {}\n", preset.isFactory ? preset.description : ownWords(preset));
   }
   return text;
 }

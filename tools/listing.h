@@ -3,8 +3,10 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/plugin_host.h"
+#include "tools/presets.h"
 #include "tools/render.h"
 
 namespace quellard {
@@ -16,8 +18,8 @@ std::string listParameters(const PluginModule& module, const StartingPoint& star
 // A row for each program: number, name, and the knobs of the channel that it selects.
 std::string listPrograms(const PluginModule& module);
 
-// A row for each preset of the factory bank: name, its channel and knobs, what it is good for.
-std::string listPresets();
+// A row for each preset: name, its channel and that channel's knobs, what it is good for.
+std::string listPresets(const std::vector<Preset>& presets);
 
 // All else that a host can ask: names, versions, identity, abilities, jacks.
 std::string describePlugin(const PluginModule& module);

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "params/factory_bank.h"
 #include "params/parameter_table.h"
 #include "tools/knobs.h"
 
@@ -102,17 +101,20 @@ std::string programsAsJson(const PluginModule& module) {
   return asText({{"programs", std::move(all)}});
 }
 
-std::string presetsAsJson() {
+std::string presetsAsJson(const std::vector<Preset>& presets) {
   Json all = Json::array();
-  for (const FactoryPreset& preset : kFactoryBank) {
+  for (const Preset& preset : presets) {
+    const int channel = channelFromSelect(preset.values.back());
     Json knobs = Json::object();
     for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-      knobs[knobName(knob)] = preset.knobs[static_cast<std::size_t>(knob) - 1];
+      const int index = channel * kKnobsPerChannel + knob;
+      knobs[knobName(knob)] = knobPlace(preset.values[static_cast<std::size_t>(index - 1)]);
     }
     all.push_back({{"name", preset.name},
-                   {"channel", channelName(preset.channel)},
+                   {"channel", channelName(channel)},
                    {"knobs", std::move(knobs)},
-                   {"description", preset.description}});
+                   {"description", preset.description},
+                   {"own", !preset.isFactory}});
   }
   return asText({{"presets", std::move(all)}});
 }

@@ -8,13 +8,14 @@
 
 #include "tools/batch.h"
 #include "tools/plugin_host.h"
+#include "tools/presets.h"
 #include "tools/render.h"
 
 namespace quellard {
 
 std::string parametersAsJson(const PluginModule& module, const StartingPoint& start);
 std::string programsAsJson(const PluginModule& module);
-std::string presetsAsJson();
+std::string presetsAsJson(const std::vector<Preset>& presets);
 std::string pluginAsJson(const PluginModule& module);
 
 // outcomes: of the jobs, in their order.

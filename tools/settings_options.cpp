@@ -2,6 +2,7 @@
 #include "tools/settings_options.h"
 
 #include "params/program.h"
+#include "tools/presets.h"
 
 namespace quellard {
 namespace {
@@ -27,6 +28,14 @@ void addKnobs(CLI::App& command, SettingsOptions& options) {
         ->type_name("VALUE")
         ->group(kGroup);
   }
+}
+
+std::vector<Setting> asSettings(const SettingValues& values) {
+  std::vector<Setting> settings;
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    settings.push_back({index, values[static_cast<std::size_t>(index - 1)]});
+  }
+  return settings;
 }
 
 }  // namespace
@@ -58,8 +67,10 @@ void addSettingsOptions(CLI::App& command, SettingsOptions& options) {
 
 StartingPoint startFrom(const SettingsOptions& options) {
   StartingPoint start;
-  start.program = integerWithin("--program", options.program, 1, kNumPrograms) - 1;
-  if (!options.preset.empty()) start.settings = presetSettings(options.preset);
+  if (!options.program.empty()) {
+    start.program = integerWithin("--program", options.program, 1, kNumPrograms) - 1;
+  }
+  if (!options.preset.empty()) start.settings = asSettings(findPreset(options.preset).values);
   if (!options.channel.empty()) {
     start.settings.push_back({kTypeParameter, selectorValue(parseChannel(options.channel))});
   }
@@ -80,6 +91,16 @@ void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start
     start.settings.push_back(parseSetting(name, value, channel));
   }
   assign(options, false, channel, start);
+}
+
+SettingValues settingsFrom(const SettingsOptions& options, const SettingValues& before) {
+  SettingValues values = options.program.empty() ? before : defaultValues();
+  StartingPoint start = startFrom(options);
+  turnKnobs(options, channelAt(start, values.back()), start);
+  for (const Setting& setting : start.settings) {
+    values[static_cast<std::size_t>(setting.parameter - 1)] = setting.value;
+  }
+  return values;
 }
 
 }  // namespace quellard

@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "tools/knobs.h"
+#include "tools/settings_text.h"
 
 namespace quellard {
 
 // The options as they were typed, before anybody knows which channel plays.
 struct SettingsOptions {
-  std::string program = "1";
+  std::string program;  // "" is the first one, "3" the third
   std::string preset;
   std::string channel;
   std::map<std::string, std::string> knobs;  // "gain" to "7.5"
@@ -44,5 +45,10 @@ int channelAt(const StartingPoint& start, float programSelector);
 
 // Adds the knobs, the bare names on a channel 0..2. Throws UsageError.
 void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start);
+
+// All of the above for an amplifier that stands at certain values already: a program, a fresh one
+// having every knob at its default, or a preset replaces them all, everything else only what it
+// names. Throws UsageError.
+SettingValues settingsFrom(const SettingsOptions& options, const SettingValues& before);
 
 }  // namespace quellard

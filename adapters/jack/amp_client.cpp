@@ -5,9 +5,9 @@
 #include <cmath>
 #include <jack/midiport.h>
 #include <stdexcept>
+#include <utility>
 
 #include "adapters/shared/event_split.h"
-#include "params/factory_bank.h"
 
 namespace quellard {
 namespace {
@@ -37,6 +37,7 @@ AmpClient::AmpClient(const std::string& name, int sides)
     : amp_(sides), client_(open(name), jack_client_close) {
   inputs_ = addAudioPorts("in", JackPortIsInput);
   outputs_ = addAudioPorts("out", JackPortIsOutput);
+  setPresets({}, "");
   midi_ = addPort("midi", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput);
 }
 
@@ -54,6 +55,7 @@ AmpClient::Ports AmpClient::addAudioPorts(const std::string& name, unsigned long
 
 void AmpClient::start(bool connect) {
   if (!amp_.prepare(rate(), kLongestPeriod)) throw std::runtime_error("JACK has no sample rate");
+  mute_.prepare(rate());
   jack_set_process_callback(
       client_.get(),
       [](jack_nframes_t frames, void* self) {
@@ -109,20 +111,52 @@ void AmpClient::connectAll(const char* type, unsigned long flags, jack_port_t* o
   }
 }
 
-void AmpClient::loadPreset(int index) {
-  amp_.setValues(presetValues(kFactoryBank[static_cast<std::size_t>(index)]));
+void AmpClient::setPresets(std::vector<Preset> presets, const std::string& current) {
+  const auto found = std::ranges::find(presets, current, &Preset::name);
+  lastPreset_ =
+      found != presets.end() ? static_cast<std::size_t>(found - presets.begin()) : kNoPreset;
+  allPresets_.push_back(std::make_unique<const std::vector<Preset>>(std::move(presets)));
+  presets_ = allPresets_.back().get();
+}
+
+void AmpClient::loadPreset(std::size_t index) {
+  const std::vector<Preset>& all = presets();
+  if (index >= all.size()) return;
+  amp_.setValues(all[index].values);
   lastPreset_ = index;
+}
+
+const Preset* AmpClient::lastPreset() const {
+  const std::size_t last = lastPreset_;
+  return last < presets().size() ? &presets()[last] : nullptr;
 }
 
 std::optional<MidiAction> AmpClient::actionOf(void* midi, std::uint32_t event) const {
   jack_midi_event_t message{};
   if (jack_midi_event_get(&message, midi, event) != 0) return std::nullopt;
-  return midiAction({message.buffer, message.size}, channelFromSelect(amp_.value(kTypeParameter)));
+  return midiAction({message.buffer, message.size}, channelFromSelect(amp_.value(kTypeParameter)),
+                    presets().size());
 }
 
 void AmpClient::apply(const MidiAction& action) {
-  if (action.preset >= 0) return loadPreset(action.preset);
+  if (action.preset >= 0) return loadPreset(static_cast<std::size_t>(action.preset));
   amp_.setValue(action.parameter, action.value);
+}
+
+// [audio thread] A clock or a sign of life, which some devices send all the time, is no activity.
+void AmpClient::noteMidi(void* midi) {
+  constexpr unsigned kFirstSystemMessage = 0xF0;
+  for (std::uint32_t event = 0; event < jack_midi_get_event_count(midi); ++event) {
+    jack_midi_event_t message{};
+    if (jack_midi_event_get(&message, midi, event) != 0 || message.size == 0) continue;
+    if (message.buffer[0] >= kFirstSystemMessage) continue;
+    std::uint32_t bytes = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      bytes = bytes << 8 | (i < message.size ? message.buffer[i] : 0U);
+    }
+    lastMidi_ = bytes;
+    ++midiCount_;
+  }
 }
 
 // [audio thread]
@@ -152,6 +186,8 @@ void AmpClient::play(jack_nframes_t frames) {
                   {.floats = out.data(), .count = amp_.sides()}, static_cast<int>(begin),
                   static_cast<int>(end));
       });
+  noteMidi(midi);
+  mute_.process(out.data(), amp_.sides(), frames);
   for (std::size_t i = 0; i < sides; ++i) raisePeak(outputPeak_, out[i], frames);
 }
 

@@ -4,12 +4,16 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <jack/jack.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "adapters/jack/midi_map.h"
+#include "adapters/jack/mute.h"
 #include "rig/hosted_amp.h"
+#include "tools/presets.h"
 
 namespace quellard {
 
@@ -37,14 +41,27 @@ class AmpClient {
   // Parameters may be moved on any thread.
   HostedAmp& amp() { return amp_; }
 
-  // [any thread] index: 0..11.
-  void loadPreset(int index);
-  int lastPreset() const { return lastPreset_; }  // -1 before the first
+  // The presets that may be loaded, by the keys and by MIDI's program changes, and the name of the
+  // one that the settings come from, "" for none. [one thread] What was given before lives on until
+  // the end, since the audio thread may be reading it.
+  void setPresets(std::vector<Preset> presets, const std::string& current);
+  const std::vector<Preset>& presets() const { return *presets_; }
+
+  // [any thread] An index beyond the presets does nothing.
+  void loadPreset(std::size_t index);
+  const Preset* lastPreset() const;  // one of presets(); null before the first
+
+  // Silence at the outputs. [any thread]
+  void setMuted(bool muted) { mute_.set(muted); }
+  bool muted() const { return mute_.isSet(); }
 
   // The highest sample since the last call, 1 is full scale.
   float takeInputPeak() { return inputPeak_.exchange(0.0F); }
   float takeOutputPeak() { return outputPeak_.exchange(0.0F); }
   unsigned xruns() const { return xruns_; }
+  // How many MIDI messages of any channel have come, and the last one, its first byte highest.
+  unsigned midiCount() const { return midiCount_; }
+  std::uint32_t lastMidi() const { return lastMidi_; }
   bool serverIsGone() const { return serverIsGone_; }
 
   std::string name() const { return jack_get_client_name(client_.get()); }
@@ -52,6 +69,7 @@ class AmpClient {
   unsigned period() const { return jack_get_buffer_size(client_.get()); }  // frames
 
  private:
+  static constexpr std::size_t kNoPreset = SIZE_MAX;
   using Ports = std::array<jack_port_t*, HostedAmp::kStereo>;
 
   jack_port_t* addPort(const std::string& name, const char* type, unsigned long flags);
@@ -61,10 +79,14 @@ class AmpClient {
                   std::size_t most);
 
   void play(jack_nframes_t frames);
+  void noteMidi(void* midi);
   std::optional<MidiAction> actionOf(void* midi, std::uint32_t event) const;
   void apply(const MidiAction& action);
 
   HostedAmp amp_;
+  Mute mute_;
+  std::vector<std::unique_ptr<const std::vector<Preset>>> allPresets_;  // the newest is the last
+  std::atomic<const std::vector<Preset>*> presets_ = nullptr;
   Ports inputs_{};
   Ports outputs_{};
   jack_port_t* midi_ = nullptr;
@@ -72,7 +94,9 @@ class AmpClient {
   std::atomic<float> inputPeak_ = 0.0F;
   std::atomic<float> outputPeak_ = 0.0F;
   std::atomic<unsigned> xruns_ = 0;
-  std::atomic<int> lastPreset_ = -1;
+  std::atomic<unsigned> midiCount_ = 0;
+  std::atomic<std::uint32_t> lastMidi_ = 0;
+  std::atomic<std::size_t> lastPreset_ = kNoPreset;
   std::atomic<bool> serverIsGone_ = false;
   // Last, so that JACK stops calling before anything else goes.
   std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> client_;

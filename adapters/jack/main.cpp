@@ -2,22 +2,24 @@
 // quellard-jack: plug in and play. In a terminal it shows the amplifier's front, elsewhere it plays
 // until it is told to end.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fmt/format.h>
 #include <string>
-#include <strings.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
 #include "adapters/jack/amp_client.h"
 #include "adapters/jack/panel.h"
-#include "adapters/shared/value_text.h"
-#include "params/factory_bank.h"
+#include "adapters/jack/state_file.h"
+#include "tools/errors.h"
+#include "tools/presets.h"
+#include "tools/settings_options.h"
 
 namespace quellard {
 namespace {
@@ -26,9 +28,10 @@ constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
 struct Options {
+  SettingsOptions settings;
   std::string name = "quellard";
-  std::string preset;
-  std::vector<std::string> settings;
+  std::string state;
+  bool forgets = false;
   bool stereo = false;
   bool headless = false;
   bool alone = false;
@@ -36,88 +39,130 @@ struct Options {
 
 std::atomic<bool> stopped = false;
 
-void stopOnSignals() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+// A terminal that has gone takes nothing, and that is no reason to end.
+void print(std::FILE* to, const std::string& line) {
+  std::fputs((oneLine(line) + '\n').c_str(), to);
+  std::fflush(to);
+}
+
+void complain(const std::string& message) { print(stderr, "quellard-jack: " + message); }
+
+void watchSignals() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     struct sigaction action = {};
+    sigaction(signal, nullptr, &action);
+    if (action.sa_handler == SIG_IGN) continue;  // nohup and background jobs ask for that
     action.sa_handler = [](int) { stopped = true; };
     sigaction(signal, &action, nullptr);
   }
+  // A stopped client would be thrown out by its server, and a closed pipe ends nobody's sound.
+  std::signal(SIGTSTP, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
-// "vintage_gain=7.5" or "type=clean", with the symbols of the parameter table.
-void applySetting(HostedAmp::Values& values, const std::string& text) {
-  const std::size_t equals = text.find('=');
-  for (const ParameterInfo& parameter : kParameters) {
-    if (parameter.index == 0 || text.substr(0, equals) != parameter.symbol) continue;
-    if (equals == std::string::npos) break;
-    const auto value = valueFromText(parameter.index, text.substr(equals + 1));
-    if (!value) break;
-    values[static_cast<std::size_t>(parameter.index - 1)] = *value;
-    return;
-  }
-  throw CLI::ValidationError("--set", "'" + text + "' is no setting such as vintage_gain=7.5");
+bool goesOn(const AmpClient& client) { return !stopped && !client.serverIsGone(); }
+
+SettingsText settingsNow(AmpClient& client) {
+  const Preset* const preset = client.lastPreset();
+  return {preset != nullptr ? preset->name : "", client.amp().values()};
 }
 
-// -1 for none. Capital letters need not be typed.
-int presetNumber(const std::string& name) {
-  if (name.empty()) return -1;
-  const auto* const found = std::ranges::find_if(kFactoryBank, [&](const FactoryPreset& preset) {
-    return strcasecmp(preset.name, name.c_str()) == 0;
-  });
-  if (found == kFactoryBank.end())
-    throw CLI::ValidationError("--preset",
-                               "no preset is called '" + name + "'; 'quellard presets' lists them");
-  return static_cast<int>(found - kFactoryBank.begin());
+void lookAfter(AmpClient& client, StateFile& state) {
+  client.followRate();
+  state.follow(settingsNow(client));
 }
 
-void wait(AmpClient& client, bool inTerminal) {
-  if (inTerminal) {
-    Panel panel(client);
-    while (!stopped && !client.serverIsGone() && panel.refresh()) client.followRate();
-    return;
-  }
-  std::printf("%s plays at %u Hz with %u frames\n", client.name().c_str(), client.rate(),
-              client.period());
-  std::fflush(stdout);
-  while (!stopped && !client.serverIsGone()) {
+void waitWithout(AmpClient& client, StateFile& state) {
+  while (goesOn(client)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    client.followRate();
+    lookAfter(client, state);
   }
+}
+
+// False when the terminal has gone. saved: gets the names of presets that were.
+bool waitWith(Panel& panel, AmpClient& client, StateFile& state, std::vector<std::string>& saved) {
+  Panel::Wish wish = Panel::Wish::stay;
+  while (goesOn(client) && wish == Panel::Wish::stay) {
+    wish = panel.refresh();
+    lookAfter(client, state);
+  }
+  saved = panel.saved();
+  return wish != Panel::Wish::terminalIsGone;
+}
+
+// Returns the names of the presets that were saved on the way.
+std::vector<std::string> wait(AmpClient& client, StateFile& state, bool inTerminal,
+                              const std::string& message) {
+  std::vector<std::string> saved;
+  if (inTerminal) {
+    if (const auto panel = Panel::open(client)) {
+      panel->say(message);
+      if (waitWith(*panel, client, state, saved)) return saved;
+    } else {
+      complain("this terminal cannot show the panel; playing without it");
+    }
+  }
+  print(stdout, fmt::format("{} plays at {} Hz with {} frames", client.name(), client.rate(),
+                            client.period()));
+  waitWithout(client, state);
+  return saved;
+}
+
+// Opens the state and lets the client begin where the options and the state say. Returns what there
+// is to tell.
+std::string setUp(AmpClient& client, StateFile& state, const SettingsOptions& options) {
+  const SettingsText remembered = state.read().value_or(SettingsText{"", defaultValues()});
+  if (!state.notice().empty()) complain(state.notice());
+  PresetList list = listPresetFiles();
+  for (const std::string& trouble : list.troubles) complain(trouble);
+  std::string current = remembered.description;
+  if (!options.program.empty()) current.clear();
+  if (!options.preset.empty()) current = findPreset(options.preset).name;
+  client.setPresets(std::move(list.presets), current);
+  client.amp().setValues(settingsFrom(options, remembered.values));
+  return state.notice();
 }
 
 int play(const Options& options) {
-  const int sides = options.stereo ? HostedAmp::kStereo : HostedAmp::kMono;
-  const int preset = presetNumber(options.preset);
-  HostedAmp::Values values = preset < 0
-                                 ? HostedAmp(sides).values()
-                                 : presetValues(kFactoryBank[static_cast<std::size_t>(preset)]);
-  for (const std::string& setting : options.settings) applySetting(values, setting);
-  AmpClient client(options.name, sides);
-  if (preset >= 0) client.loadPreset(preset);
-  client.amp().setValues(values);
-  stopOnSignals();
+  settingsFrom(options.settings, defaultValues());  // complains before it asks for a server
+  AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
+  std::filesystem::path file = options.state;
+  if (file.empty() && !options.forgets) file = StateFile::defaultFor(client.name());
+  StateFile state(file);
+  const std::string notice = setUp(client, state, options.settings);
+  watchSignals();
   client.start(!options.alone);
   if (!options.alone && !client.isHeard()) {
-    std::fputs("quellard-jack: the server has no outputs to play to; connect it by hand\n", stderr);
+    complain("the server has no outputs to play to; connect it by hand");
   }
-  wait(client, !options.headless && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0);
-  std::printf("%u xruns\n", client.xruns());
+  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  const auto saved = wait(client, state, !options.headless && inTerminal, notice);
+  state.write(settingsNow(client));
+  for (const std::string& name : saved) {
+    print(stdout, fmt::format("saved: quellard-jack --preset {}", shellQuoted(name)));
+  }
+  print(stdout, fmt::format("{} xruns", client.xruns()));
   if (!client.serverIsGone()) return 0;
-  std::fputs("quellard-jack: the JACK server has gone\n", stderr);
+  complain("the JACK server has gone");
   return kFailed;
 }
 
 void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard-jack " QUELLARD_VERSION);
-  app.add_option("--preset", options.preset, "Factory preset to start from")->type_name("NAME");
-  app.add_option("--set", options.settings, "A knob, vintage_gain=7.5, or the channel, type=clean")
-      ->type_name("PARAM=VALUE")
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  addSettingsOptions(app, options.settings);
+  CLI::Option* const state = addValue(
+      app, "--state", options.state, "FILE",
+      "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
+      "user's state folder)");
+  app.add_flag("--no-state", options.forgets, "Begin anew and remember nothing")->excludes(state);
   app.add_flag("--stereo", options.stereo, "One amplifier for each side");
-  app.add_option("--name", options.name, "Name of the JACK client (quellard)");
+  addValue(app, "--name", options.name, "NAME", "Name of the JACK client (quellard)");
   app.add_flag("--no-connect", options.alone, "Leave the connections to others");
   app.add_flag("--headless", options.headless, "Show nothing, in a terminal either");
+  app.footer(
+      "It begins with the settings that it ended with. --program and --preset replace them all, "
+      "the "
+      "other knobs change what they name.");
 }
 
 int run(int argc, char** argv) {
@@ -130,7 +175,10 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& success) {
     return app.exit(success);
   } catch (const CLI::ParseError& error) {
-    std::fprintf(stderr, "quellard-jack: %s\n", error.what());
+    complain(error.what());
+    return kWrongUsage;
+  } catch (const UsageError& error) {
+    complain(error.what());
     return kWrongUsage;
   }
 }
@@ -139,8 +187,9 @@ int run(int argc, char** argv) {
 }  // namespace quellard
 
 int main(int argc, char** argv) try {
+  std::setlocale(LC_CTYPE, "");  // for the panel's letters
   return quellard::run(argc, argv);
 } catch (const std::exception& error) {
-  std::fprintf(stderr, "quellard-jack: %s\n", error.what());
+  quellard::complain(error.what());
   return quellard::kFailed;
 }

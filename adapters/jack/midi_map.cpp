@@ -32,10 +32,11 @@ std::optional<MidiAction> controlAction(int controller, int position, int channe
 
 }  // namespace
 
-std::optional<MidiAction> midiAction(std::span<const std::uint8_t> message, int channel) {
+std::optional<MidiAction> midiAction(std::span<const std::uint8_t> message, int channel,
+                                     std::size_t presets) {
   if (message.size() < 2) return std::nullopt;
   const int kind = message[0] & 0xF0;
-  if (kind == kProgramChange && message[1] < kNumFactoryPresets) {
+  if (kind == kProgramChange && message[1] < presets) {
     return MidiAction{.preset = message[1]};
   }
   if (kind == kControlChange && message.size() >= 3) {

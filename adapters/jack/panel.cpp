@@ -2,12 +2,21 @@
 #include "adapters/jack/panel.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
+#include <exception>
+#include <fmt/format.h>
 #include <ncurses.h>
+#include <poll.h>
 #include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
 
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
+#include "tools/knobs.h"
 
 namespace quellard {
 namespace {
@@ -15,53 +24,136 @@ namespace {
 constexpr int kTenthsPerKnob = 100;  // of a scale of 0 to 10
 constexpr int kBarWidth = 40;
 constexpr int kFrameMs = 50;
+constexpr int kEscapeMs = 100;  // how long a lone Escape waits for the rest of an arrow key
 constexpr double kLowestDb = -60.0;
-constexpr int kRows = 17;
-constexpr int kColumns = 79;  // the line of keys
+constexpr int kRows = 20;
+constexpr int kColumns = 79;
+constexpr std::chrono::milliseconds kMidiLight{300};
 
-std::string bar(double share, int width) {
-  const auto filled = static_cast<std::size_t>(std::lround(std::clamp(share, 0.0, 1.0) * width));
-  return std::string(filled, '=') + std::string(static_cast<std::size_t>(width) - filled, '.');
+constexpr std::array<std::string_view, 18> kHelp = {
+    "1 2 3          the channel: CLEAN, VINTAGE, MODERN",
+    "up down        choose a knob",
+    "left right     turn it by 0.1",
+    "< >            turn it by 1",
+    "= or Enter     type a number for it: =7.5 and Enter; Escape leaves it as it was",
+    "p n            the preset before, the next; your own come behind the factory's",
+    "w              save the settings as a preset of your own",
+    "m              mute the outputs, and sound again",
+    "b              bypass: the guitar as it comes in, and the amplifier again",
+    "c              clear CLIP and the peaks that are held",
+    "q              quit; the settings are remembered",
+    "",
+    "CLIP  in: the interface was driven to its end, turn its input down",
+    "     out: louder than the interface can play, turn MASTER down",
+    "  |   in a level: the highest of late, and behind it its number",
+    "",
+    "MIDI  program change: a preset; controller 14: the channel;",
+    "      20 to 25: its knobs from PRESENCE to GAIN; 102 to 119: all eighteen",
+};
+static_assert(kHelp.size() + 2 <= kRows);
+static_assert(std::ranges::all_of(kHelp, [](auto line) { return line.size() <= kColumns; }));
+
+double shareOf(double db) { return 1.0 - db / kLowestDb; }
+
+std::size_t barPosition(double share) {
+  return static_cast<std::size_t>(std::lround(std::clamp(share, 0.0, 1.0) * kBarWidth));
+}
+
+std::string bar(double share) {
+  const std::size_t filled = barPosition(share);
+  return std::string(filled, '=') + std::string(kBarWidth - filled, '.');
+}
+
+// What the row has no room for goes on in the next one, if nothing is put there afterwards.
+void put(int row, const std::string& text, attr_t attributes = A_NORMAL) {
+  move(row, 0);
+  clrtoeol();
+  attron(attributes);
+  addstr(text.c_str());
+  attroff(attributes);
+}
+
+std::string midiText(std::uint32_t message) {
+  const unsigned kind = message >> 20, first = message >> 8 & 0x7F, second = message & 0x7F;
+  const unsigned midiChannel = (message >> 16 & 0xF) + 1;
+  switch (kind) {
+    case 0xB:
+      return fmt::format("MIDI controller {} at {}, channel {}", first, second, midiChannel);
+    case 0xC: return fmt::format("MIDI program {}, channel {}", first + 1, midiChannel);
+    default: return fmt::format("MIDI on channel {}", midiChannel);
+  }
+}
+
+bool terminalIsGone() {
+  pollfd terminal = {STDIN_FILENO, POLLIN, 0};
+  return poll(&terminal, 1, 0) > 0 && (terminal.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
 
 }  // namespace
 
-Panel::Panel(AmpClient& client) : client_(client) {
-  initscr();
+std::unique_ptr<Panel> Panel::open(AmpClient& client) {
+  screen* const terminal = newterm(nullptr, stdout, stdin);
+  if (terminal == nullptr) return nullptr;
+  char cursorAddress[] = "cup";
+  std::unique_ptr<Panel> panel(new Panel(client, terminal));
+  if (tigetstr(cursorAddress) == nullptr) return nullptr;
+  return panel;
+}
+
+Panel::Panel(AmpClient& client, screen* terminal) : client_(client), terminal_(terminal) {
   cbreak();
   noecho();
   keypad(stdscr, true);
+  set_escdelay(kEscapeMs);
   curs_set(0);
   timeout(kFrameMs);
 }
 
-Panel::~Panel() { endwin(); }
+Panel::~Panel() {
+  endwin();
+  delscreen(terminal_);
+}
 
 int Panel::channel() const { return channelFromSelect(client_.amp().value(kTypeParameter)); }
 
-bool Panel::refresh() {
+Panel::Wish Panel::refresh() {
+  readLevels();
   erase();
   if (LINES < kRows || COLS < kColumns) {
-    mvprintw(0, 0, "Needs %d x %d; q quits", kColumns, kRows);
+    put(0, fmt::format("{} x {}; the panel needs {} x {}. Keys work, q quits", COLS, LINES,
+                       kColumns, kRows));
+  } else if (mode_ == Mode::help) {
+    drawHelp();
   } else {
     draw();
   }
   ::refresh();
-  bool stay = true;
-  for (int key = getch(); key != ERR && stay; key = getch()) {
-    stay = press(key);
+  int key = getch();
+  if (key == ERR && terminalIsGone()) return Wish::terminalIsGone;
+  timeout(0);
+  for (; key != ERR && !leaves_; key = getch()) {
+    press(key);
     if (key == KEY_RESIZE) break;
-    timeout(0);
   }
   timeout(kFrameMs);
-  return stay;
+  return leaves_ ? Wish::leave : Wish::stay;
+}
+
+void Panel::readLevels() {
+  const Clock::time_point now = Clock::now();
+  const double seconds = std::chrono::duration<double>(now - drawnAt_).count();
+  drawnAt_ = now;
+  in_.update(client_.takeInputPeak(), seconds);
+  out_.update(client_.takeOutputPeak(), seconds);
+  const unsigned midi = client_.midiCount();
+  if (midi != midiSeen_) midiAt_ = now;
+  midiSeen_ = midi;
 }
 
 void Panel::draw() {
-  mvprintw(0, 0, "Quellard  %u Hz, %u frames, %u xruns", client_.rate(), client_.period(),
-           client_.xruns());
-  drawLevel(2, "in", client_.takeInputPeak());
-  drawLevel(3, "out", client_.takeOutputPeak());
+  drawHeader();
+  drawLevel(2, "in", in_);
+  drawLevel(3, "out", out_);
   move(5, 0);
   for (int i = 0; i < kNumChannels; ++i) {
     if (i == channel()) attron(A_REVERSE);
@@ -70,38 +162,79 @@ void Panel::draw() {
     addch(' ');
   }
   for (int knob = 0; knob < kKnobsPerChannel; ++knob) drawKnob(7 + knob, knob);
-  drawPreset(14);
-  mvaddstr(16, 0, "1 2 3 channel   up down knob   left right 0.1   < > 1.0   p n preset   q quit");
+  put(14, presetLine());
+  put(16, prompt(), A_BOLD);
+  put(18, "1 2 3 channel   up down knob   left right < > turn   = number   p n preset");
+  put(19, "w save   m mute   b bypass   c clear clip   ? all keys   q quit");
 }
 
-void Panel::drawLevel(int row, const char* name, float peak) {
-  const double db = std::max(20.0 * std::log10(std::max(static_cast<double>(peak), 1e-9)), -99.9);
-  mvprintw(row, 0, "%-4s[%s] %6.1f dBFS%s", name, bar(1.0 - db / kLowestDb, kBarWidth).c_str(), db,
-           peak > 1.0F ? "  OVER" : "");
+void Panel::drawHelp() {
+  int row = 0;
+  for (const std::string_view line : kHelp) put(row++, std::string(line));
+  put(row + 1, "Any key goes back");
+}
+
+void Panel::drawHeader() {
+  put(0, fmt::format("Quellard  {} Hz, {} frames, {} xruns  ", client_.rate(), client_.period(),
+                     client_.xruns()));
+  const auto mark = [](bool shown, const char* text) {
+    if (!shown) return;
+    attron(A_REVERSE);
+    printw(" %s ", text);
+    attroff(A_REVERSE);
+    addch(' ');
+  };
+  mark(client_.muted(), "MUTED");
+  if (midiSeen_ == 0) return;
+  const bool lit = Clock::now() - midiAt_ < kMidiLight;
+  mvaddstr(1, 0, lit ? "* " : "  ");
+  addstr(midiText(client_.lastMidi()).c_str());
+}
+
+void Panel::drawLevel(int row, const char* name, const LevelMeter& meter) {
+  std::string shown = bar(shareOf(meter.level_db()));
+  const std::size_t held = barPosition(shareOf(meter.held_db()));
+  if (held > 0) shown[held - 1] = '|';
+  put(row, fmt::format("{:<4}[{}] {:6.1f} dBFS  ", name, shown, meter.held_db()));
+  if (!meter.clipped()) return;
+  attron(A_REVERSE | A_BOLD);
+  addstr(" CLIP ");
+  attroff(A_REVERSE | A_BOLD);
 }
 
 void Panel::drawKnob(int row, int knob) {
   const int index = channel() * kKnobsPerChannel + knob + 1;
   const float value = client_.amp().value(index);
-  mvprintw(row, 0, "%c %-9s %5s [%s]", knob == knob_ ? '>' : ' ',
-           kParameters[static_cast<std::size_t>(index)].name, valueText(index, value).data(),
-           bar(static_cast<double>(value), kBarWidth).c_str());
+  put(row, fmt::format("{} {:<9} {:>5} [{}]", knob == knob_ ? '>' : ' ',
+                       kParameters[static_cast<std::size_t>(index)].name,
+                       valueText(index, value).data(), bar(static_cast<double>(value))));
 }
 
-void Panel::drawPreset(int row) {
-  const int last = client_.lastPreset();
-  if (last < 0) return;
-  const FactoryPreset& preset = kFactoryBank[static_cast<std::size_t>(last)];
-  const bool asStored = client_.amp().values() == presetValues(preset);
-  mvprintw(row, 0, "%2d %s%s: %s", last + 1, preset.name, asStored ? "" : " (changed)",
-           preset.description);
+std::string Panel::presetLine() const {
+  const Preset* const preset = client_.lastPreset();
+  if (preset == nullptr) return "";
+  const bool asStored = client_.amp().values() == preset->values;
+  return fmt::format("{:2} {}{}{}{}", preset - client_.presets().data() + 1, preset->name,
+                     asStored ? "" : " (changed)", preset->description.empty() ? "" : ": ",
+                     preset->description);
+}
+
+std::string Panel::prompt() const {
+  const char* const knob = kParameters[static_cast<std::size_t>(selectedParameter())].name;
+  switch (mode_) {
+    case Mode::number:
+      return fmt::format("{} = {}_   Enter sets it, Escape leaves", knob, entry_.text());
+    case Mode::name: return fmt::format("Save as: {}_   Enter saves, Escape leaves", entry_.text());
+    case Mode::replace: return fmt::format("Replace '{}'? y or n", entry_.text());
+    default: return message_;
+  }
 }
 
 void Panel::stepPreset(int by) {
-  constexpr int kCount = kNumFactoryPresets;
-  const int last = client_.lastPreset();
-  const int next = last < 0 ? (by > 0 ? 0 : kCount - 1) : (last + by + kCount) % kCount;
-  client_.loadPreset(next);
+  const auto count = static_cast<std::ptrdiff_t>(client_.presets().size());
+  const Preset* const last = client_.lastPreset();
+  const std::ptrdiff_t at = last != nullptr ? last - client_.presets().data() : (by > 0 ? -1 : 0);
+  client_.loadPreset(static_cast<std::size_t>((at + by + count) % count));
 }
 
 void Panel::turn(int tenths) {
@@ -110,7 +243,68 @@ void Panel::turn(int tenths) {
   amp.setValue(selectedParameter(), knobValue(static_cast<double>(now + tenths) / 10.0));
 }
 
-bool Panel::press(int key) {
+void Panel::begin(Mode mode) {
+  entry_ = {};
+  mode_ = mode;
+}
+
+void Panel::setKnob(const std::string& text) {
+  try {
+    const double place = numberWithin(
+        kParameters[static_cast<std::size_t>(selectedParameter())].name, text, 0.0, 10.0);
+    client_.amp().setValue(selectedParameter(), knobValue(place));
+  } catch (const std::exception& error) {
+    say(error.what());
+  }
+}
+
+void Panel::nameIsTyped() {
+  const std::string fault = faultOfPresetName(entry_.text());
+  if (!fault.empty()) return say(fault);
+  if (isUserPreset(entry_.text())) {
+    mode_ = Mode::replace;
+  } else {
+    save();
+  }
+}
+
+void Panel::save() {
+  const std::string name = entry_.text();
+  try {
+    savePreset(name, client_.amp().values());
+    client_.setPresets(listPresetFiles().presets, findPreset(name).name);
+    saved_.push_back(name);
+    say(fmt::format("Saved: quellard-jack --preset {}", shellQuoted(name)));
+  } catch (const std::exception& error) {
+    say(error.what());
+  }
+}
+
+void Panel::press(int key) {
+  if (key == KEY_RESIZE) return;
+  message_.clear();
+  switch (mode_) {
+    case Mode::play: return pressPlaying(key);
+    case Mode::number:
+    case Mode::name: return pressTyping(key);
+    case Mode::replace: mode_ = Mode::play; return key == 'y' ? save() : say("Not saved");
+    case Mode::help: mode_ = Mode::play; return;
+  }
+}
+
+void Panel::pressTyping(int key) {
+  const LineEntry::State state = entry_.press(key);
+  if (state == LineEntry::State::typing) return;
+  const Mode typed = std::exchange(mode_, Mode::play);
+  if (state == LineEntry::State::left || entry_.text().empty()) return;
+  if (typed == Mode::number) {
+    setKnob(entry_.text());
+  } else {
+    nameIsTyped();
+  }
+}
+
+void Panel::pressPlaying(int key) {
   switch (key) {
     case '1':
     case '2':
@@ -121,12 +315,19 @@ bool Panel::press(int key) {
     case KEY_RIGHT: turn(1); break;
     case '<': turn(-10); break;
     case '>': turn(10); break;
+    case '=':
+    case '\n':
+    case '\r':
+    case KEY_ENTER: begin(Mode::number); break;
     case 'p': stepPreset(-1); break;
     case 'n': stepPreset(1); break;
-    case 'q': return false;
-    default: break;
+    case 'w': begin(Mode::name); break;
+    case 'm': client_.setMuted(!client_.muted()); break;
+    case 'c': in_.clear(), out_.clear(); break;
+    case '?': mode_ = Mode::help; break;
+    case 'q': leaves_ = true; break;
+    default: say("? explains the keys; a number begins with = or Enter"); break;
   }
-  return true;
 }
 
 }  // namespace quellard

@@ -125,7 +125,7 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o a.wav --gian 5", "did you mean '--gain'"},
       {2, "render in.wav -o a.wav --gain 11", "gain: 11 is outside 0 to 10"},
       {2, "render in.wav -o a.wav --program 17", "outside 1 to 16"},
-      {2, "render in.wav -o a.wav --preset 'Warm Jaz'", "did you mean 'warm jazz'?"},
+      {2, "render in.wav -o a.wav --preset 'Warm Jaz'", "did you mean 'Warm Jazz'?"},
       {2, "render in.wav -o a.wav --block 0", "--block: 0 is outside"},
       {2, "render in.wav -o a.wav -j 0", "--jobs: 0 is outside"},
       {2, "render in.wav -o a.wav --format pcm17", "did you mean 'pcm16'"},

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: ISC
+// What a level meter shows: the level now, the highest of late, and whether it ever was too high.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+
+namespace quellard {
+
+class LevelMeter {
+ public:
+  static constexpr double kFloor_db = -99.9;
+  static constexpr double kHoldSeconds = 1.5;
+  static constexpr double kFall_dbPerSecond = 20.0;  // of the held peak, after that
+
+  // clipsAbove: the sample value beyond which what follows, or went before, has cut the signal.
+  explicit LevelMeter(float clipsAbove) : clipsAbove_(clipsAbove) {}
+
+  // peak: the highest sample of the last seconds.
+  void update(float peak, double seconds) {
+    level_db_ = std::max(20.0 * std::log10(std::max(static_cast<double>(peak), 1e-9)), kFloor_db);
+    clipped_ = clipped_ || peak > clipsAbove_;
+    age_ += seconds;
+    if (age_ > kHoldSeconds) held_db_ -= kFall_dbPerSecond * seconds;
+    if (level_db_ >= held_db_) {
+      held_db_ = level_db_;
+      age_ = 0.0;
+    }
+  }
+
+  void clear() {
+    clipped_ = false;
+    held_db_ = kFloor_db;
+  }
+
+  double level_db() const { return level_db_; }
+  double held_db() const { return held_db_; }
+  bool clipped() const { return clipped_; }
+
+ private:
+  float clipsAbove_;
+  double level_db_ = kFloor_db;
+  double held_db_ = kFloor_db;
+  double age_ = 0.0;  // of the held peak, seconds
+  bool clipped_ = false;
+};
+
+}  // namespace quellard

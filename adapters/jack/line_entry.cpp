@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/jack/line_entry.h"
+
+#include <ncurses.h>
+
+namespace quellard {
+namespace {
+
+constexpr int kEscape = 27;
+constexpr int kControlU = 21;
+constexpr int kDelete = 127;
+
+void removeLastLetter(std::string& text) {
+  const auto continues = [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+  };
+  while (!text.empty() && continues(text.back())) text.pop_back();
+  if (!text.empty()) text.pop_back();
+}
+
+}  // namespace
+
+LineEntry::State LineEntry::press(int key) {
+  switch (key) {
+    case '\r':
+    case '\n':
+    case KEY_ENTER: return State::entered;
+    case kEscape: return State::left;
+    case '\b':
+    case kDelete:
+    case KEY_BACKSPACE: removeLastLetter(text_); break;
+    case kControlU: text_.clear(); break;
+    default:
+      if (key >= ' ' && key <= 0xFF && text_.size() < kLongest) text_ += static_cast<char>(key);
+  }
+  return State::typing;
+}
+
+}  // namespace quellard

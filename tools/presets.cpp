@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: ISC
+#include "tools/presets.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <optional>
+
+#include "params/factory_bank.h"
+#include "tools/errors.h"
+#include "tools/knobs.h"
+#include "tools/user_folders.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr const char* kEnding = ".txt";
+constexpr std::size_t kLongestName = 64;  // bytes
+
+bool sameName(std::string_view a, std::string_view b) {
+  return lowered(trimmed(a)) == lowered(trimmed(b));
+}
+
+const FactoryPreset* factoryPreset(std::string_view name) {
+  const auto* const found = std::ranges::find_if(
+      kFactoryBank, [&](const auto& each) { return sameName(each.name, name); });
+  return found != kFactoryBank.end() ? &*found : nullptr;
+}
+
+Preset asPreset(const FactoryPreset& preset) {
+  return {preset.name, preset.description, presetValues(preset), true};
+}
+
+// The files of the user's presets by name, readable or not. No folder is no fault.
+std::vector<fs::path> presetFiles() {
+  std::vector<fs::path> files;
+  const fs::path folder = presetFolder();
+  std::error_code error;
+  if (folder.empty()) return files;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    const fs::path& path = it->path();
+    const bool hidden = path.filename().string().starts_with('.');  // an editor's, or half written
+    if (!hidden && path.extension() == kEnding) files.push_back(path);
+  }
+  std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
+    const std::string x = lowered(a.stem().string()), y = lowered(b.stem().string());
+    return x != y ? x < y : a < b;
+  });
+  return files;
+}
+
+// A name is only ever compared with what is in the folder: no name leads out of it.
+std::optional<fs::path> userFile(std::string_view name) {
+  const std::vector<fs::path> files = presetFiles();
+  const auto exact = [&](const fs::path& file) { return file.stem().string() == trimmed(name); };
+  const auto near = [&](const fs::path& file) { return sameName(file.stem().string(), name); };
+  auto found = std::find_if(files.begin(), files.end(), exact);
+  if (found == files.end()) found = std::find_if(files.begin(), files.end(), near);
+  return found != files.end() ? std::optional(*found) : std::nullopt;
+}
+
+Preset readPreset(const fs::path& file) {
+  const std::string name = file.stem().string();
+  const std::string fault = faultOfPresetName(name);
+  if (!fault.empty()) throw UsageError(fmt::format("{}: {}", file.string(), fault));
+  const SettingsText settings = readSettings(file);
+  return {name, settings.description, settings.values, false};
+}
+
+std::vector<std::string> knownNames() {
+  std::vector<std::string> names;
+  for (const FactoryPreset& preset : kFactoryBank) names.emplace_back(preset.name);
+  for (const fs::path& file : presetFiles()) names.push_back(file.stem().string());
+  return names;
+}
+
+}  // namespace
+
+fs::path presetFolder() {
+  const fs::path folder = configurationFolder();
+  return folder.empty() ? folder : folder / "presets";
+}
+
+PresetList listPresetFiles() {
+  PresetList list;
+  for (const FactoryPreset& preset : kFactoryBank) list.presets.push_back(asPreset(preset));
+  for (const fs::path& file : presetFiles()) {
+    try {
+      list.presets.push_back(readPreset(file));
+    } catch (const std::exception& error) {
+      list.troubles.emplace_back(error.what());
+    }
+  }
+  return list;
+}
+
+Preset findPreset(std::string_view name) {
+  if (const FactoryPreset* preset = factoryPreset(name)) return asPreset(*preset);
+  if (const auto file = userFile(name)) return readPreset(*file);
+  throw UsageError(
+      fmt::format("unknown preset '{}'{}", trimmed(name), suggestion(trimmed(name), knownNames())));
+}
+
+std::string faultOfPresetName(std::string_view name) {
+  if (trimmed(name).empty()) return "a preset needs a name";
+  if (trimmed(name) != name) return "a preset's name has no space at its ends";
+  if (name.size() > kLongestName) return fmt::format("a name has at most {} bytes", kLongestName);
+  if (oneLine(name) != name) return "a preset's name is UTF-8 without control characters";
+  if (name.starts_with('.')) return "a preset's name does not begin with a dot";
+  if (name.find('/') != std::string_view::npos) return "a preset's name has no slash";
+  if (const FactoryPreset* preset = factoryPreset(name)) {
+    return fmt::format("'{}' is a factory preset's name", preset->name);
+  }
+  return "";
+}
+
+bool isUserPreset(std::string_view name) { return userFile(name).has_value(); }
+
+void savePreset(std::string_view name, const SettingValues& values) {
+  const std::string fault = faultOfPresetName(name);
+  if (!fault.empty()) throw UsageError(fault);
+  const fs::path folder = presetFolder();
+  if (folder.empty()) throw FileError("there is no home folder to keep presets in");
+  const auto existing = userFile(name);
+  saveSettings(existing ? *existing : folder / (std::string(name) + kEnding), {"", values});
+}
+
+std::string shellQuoted(std::string_view word) {
+  std::string shell = "'";
+  for (const char c : word) shell += c == '\'' ? "'\\''" : std::string(1, c);
+  return shell + "'";
+}
+
+}  // namespace quellard
