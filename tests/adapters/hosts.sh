@@ -36,6 +36,9 @@ finish() {
 }
 trap finish EXIT
 cd "$scratch"
+# No preset or setting of the one who tests.
+export XDG_CONFIG_HOME=$scratch/config XDG_STATE_HOME=$scratch/state
+mkdir -p "$XDG_CONFIG_HOME/quellard/presets"
 sndfile-convert -float32 $takes/guit_harmonics.flac mono.wav
 sndfile-convert -float32 $takes/guit_e_fifths.flac stereo.wav
 
@@ -58,7 +61,7 @@ serve() {
 
 # A program that plays until it is stopped; what is written to descriptor 3 are its keys.
 start() {
-  mkfifo keys
+  [[ -p keys ]] || mkfifo keys
   exec 3<>keys
   "$@" <&3 >program.log 2>&1 &
   servers+=($!)
@@ -131,7 +134,9 @@ case $1 in
   quellard-jack)
     needs jackd jack_wait jack_lsp
     serve
-    start "$build/quellard-jack" --name amp --no-connect --preset "Warm Jazz" \
+    # The old spellings of --set, and a preset of the player's own.
+    "$quellard" presets --show "Warm Jazz" >"$XDG_CONFIG_HOME/quellard/presets/Mine.txt"
+    start "$build/quellard-jack" --name amp --no-connect --preset mine \
       --set type=vintage --set vintage_gain=7.39
     "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz" "${knobs[@]:0:4}"
     hear amp:in amp:out
@@ -143,18 +148,43 @@ case $1 in
     kill "${servers[1]}"
     wait "${servers[1]}"
     tail -n 1 program.log | grep -qx '[0-9]* xruns'
+    # It goes on where it ended, and knobs of the command line move on from there.
+    grep -qx 'modern.treble = 7.8740156' "$XDG_STATE_HOME/quellard/jack/amp.state"
+    servers=("${servers[0]}")
+    start "$build/quellard-jack" --name amp --no-connect --bass 2.5
+    "$quellard" render -q -o expected.wav mono.wav --preset "Scooped Metal" \
+      --set 18=0.598425197 --set 16=0.787401575 --bass 2.5
+    hear amp:in amp:out
     ;;
-  panel)  # keys through a terminal of its own: the last preset, VINTAGE, GAIN down by one, leave
+  panel)  # keys through a terminal of its own: presets, channels, knobs, numbers, saving, mute
     needs jackd jack_wait jack_lsp script
     serve
     export TERM=xterm
     start script -qefc "$build/quellard-jack --name amp --no-connect" seen
-    "$quellard" render -q -o expected.wav mono.wav --preset "Soaring Solo" --channel vintage --gain 4
-    printf 'p2<' >&3
+    "$quellard" render -q -o expected.wav mono.wav --preset "Soaring Solo" --channel vintage \
+      --gain 4 --master 4.39
+    printf 'p2<\033OA=4.39\r' >&3
     hear amp:in amp:out
     grep -q 'Soaring Solo (changed): ' seen
-    printf q >&3
+    # A name that is taken is refused, Escape leaves, and the sound goes on while a name is typed.
+    printf 'wwarm jazz\rwMy' >&3
+    hear amp:in amp:out
+    printf ' Lead\r' >&3
+    for ((i = 0; i < 50; ++i)); do
+      if [[ -e $XDG_CONFIG_HOME/quellard/presets/My\ Lead.txt ]]; then break; fi
+      sleep 0.1
+    done
+    "$quellard" render -q -o saved.wav mono.wav --preset "my lead"
+    cmp saved.wav expected.wav
+    printf m >&3
+    sleep 0.3
+    if timeout 60 "$build/jack_take" amp:in amp:out mono.wav expected.wav; then exit 1; fi
+    printf '1?xq' >&3
     wait "${servers[1]}"
+    [[ ! -e $XDG_CONFIG_HOME/quellard/presets/warm\ jazz.txt ]]
+    grep -q MUTED seen
+    grep -q "saved: quellard-jack --preset 'My Lead'" seen
+    grep -qx 'channel = clean' "$XDG_STATE_HOME/quellard/jack/amp.state"
     ;;
   ardour)
     needs ardour7-lua

@@ -417,6 +417,22 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   EXPECT_NE(rendered("--preset 'Warm Jazz' --gain 9"), jazz) << "knobs turn on from the preset";
 }
 
+TEST_F(Command, AShownPresetIsAPresetFile) {
+  const std::string home = "env -u XDG_CONFIG_HOME HOME=" + (folder / "").string();
+  fs::create_directories(folder / ".config/quellard/presets");
+  const Ran shown = run("presets --show 'warm jazz'", home);
+  write(".config/quellard/presets/Mine.txt", shown.out + "clean.gain = 9.25\n");
+  write(".config/quellard/presets/Broken.txt", "gain = 5\ngain = loud\n");
+  EXPECT_TRUE(contains(run("presets --show mine", home).out, "clean.gain = 9.25\n"));
+  const Ran listed = run("presets", home);
+  expectFailure(listed, 1, "Broken.txt:2: gain: 'loud' is not a number");
+  EXPECT_TRUE(contains(listed.out, "\nMine                     CLEAN        2.00 "));
+  EXPECT_EQ(linesOf(listed.out), 14u);
+  expectFailure(run("presets --show mime", home), 2, "did you mean 'Mine'?");
+  EXPECT_EQ(run("render -q in.wav -o mine.wav --preset mine", home).status, 0);
+  EXPECT_EQ(read("mine.wav"), rendered("--preset 'Warm Jazz' --gain 9.25"));
+}
+
 TEST_F(Command, ManyFilesGiveTheSameBytesOnAnyNumberOfThreads) {
   fs::create_directories(folder / "takes/old");
   for (int i = 0; i < 6; ++i) {
