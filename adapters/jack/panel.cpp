@@ -185,6 +185,7 @@ void Panel::drawHeader() {
     addch(' ');
   };
   mark(client_.muted(), "MUTED");
+  mark(client_.amp().bypassed(), "BYPASSED");
   if (midiSeen_ == 0) return;
   const bool lit = Clock::now() - midiAt_ < kMidiLight;
   mvaddstr(1, 0, lit ? "* " : "  ");
@@ -323,6 +324,7 @@ void Panel::pressPlaying(int key) {
     case 'n': stepPreset(1); break;
     case 'w': begin(Mode::name); break;
     case 'm': client_.setMuted(!client_.muted()); break;
+    case 'b': client_.amp().setBypass(!client_.amp().bypassed()); break;
     case 'c': in_.clear(), out_.clear(); break;
     case '?': mode_ = Mode::help; break;
     case 'q': leaves_ = true; break;

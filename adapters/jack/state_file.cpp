@@ -72,7 +72,8 @@ void StateFile::write(const SettingsText& now) {
     std::error_code error;
     fs::rename(file_, file_.string() + ".damaged", error);
     if (error)
-      throw FileError(fmt::format("cannot set {} aside: {}", file_.string(), error.message()));
+      throw FileError(
+          fmt::format("cannot set {} aside: {}", file_.string(), systemMessage(error.value())));
     isDamaged_ = false;
   }
   saveSettings(file_, now);

@@ -156,19 +156,17 @@ case $1 in
       --set 18=0.598425197 --set 16=0.787401575 --bass 2.5
     hear amp:in amp:out
     ;;
-  panel)  # keys through a terminal of its own: presets, channels, knobs, numbers, saving, mute
+  panel)  # keys through a terminal of its own: presets, channels, knobs, numbers, saving, mute, bypass
     needs jackd jack_wait jack_lsp script
     serve
     export TERM=xterm
     start script -qefc "$build/quellard-jack --name amp --no-connect" seen
     "$quellard" render -q -o expected.wav mono.wav --preset "Soaring Solo" --channel vintage \
       --gain 4 --master 4.39
-    printf 'p2<\033OA=4.39\r' >&3
+    # A name that is taken is refused, and the sound goes on while another is typed.
+    printf 'p2<\033OA=4.39\rwwarm jazz\rwMy' >&3
     hear amp:in amp:out
     grep -q 'Soaring Solo (changed): ' seen
-    # A name that is taken is refused, Escape leaves, and the sound goes on while a name is typed.
-    printf 'wwarm jazz\rwMy' >&3
-    hear amp:in amp:out
     printf ' Lead\r' >&3
     for ((i = 0; i < 50; ++i)); do
       if [[ -e $XDG_CONFIG_HOME/quellard/presets/My\ Lead.txt ]]; then break; fi
@@ -179,6 +177,9 @@ case $1 in
     printf m >&3
     sleep 0.3
     if timeout 60 "$build/jack_take" amp:in amp:out mono.wav expected.wav; then exit 1; fi
+    printf mb >&3
+    sleep 0.3
+    timeout 60 "$build/jack_take" amp:in amp:out mono.wav mono.wav
     printf '1?xq' >&3
     wait "${servers[1]}"
     [[ ! -e $XDG_CONFIG_HOME/quellard/presets/warm\ jazz.txt ]]

@@ -56,10 +56,12 @@ TEST(Settings, AnyValuesComeBackToTheBit) {
     ASSERT_EQ(bits(read.values), bits(values)) << text;
     ASSERT_EQ(read.description, "Some words");
   }
-  const SettingsText solo = {"", presetValues(kFactoryBank[11])};
+  SettingsText solo = {"", defaultValues()};
+  solo.values[16] = 0.373F;
+  solo.values[0] = 0.739F;
   EXPECT_EQ(writeSettings(solo),
-            "channel = modern\nmodern.presence = 5\nmodern.bass = 4.5\nmodern.mid = 8\n"
-            "modern.treble = 5.5\nmodern.master = 3.73\nmodern.gain = 8.5\n");
+            "channel = modern\nclean.presence = 7.39\nmodern.presence = 5\nmodern.bass = 5\n"
+            "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\n");
 }
 
 TEST(Settings, TextFromAnyHandIsReadAndMistakesAreNamedByTheirLine) {
