@@ -130,10 +130,7 @@ void HostedAmp::tell(int index, float value) {
 }
 
 void HostedAmp::adoptMovedValues() {
-  for (int index = 1; index <= kNumStoredValues; ++index) {
-    const float now = value(index);
-    if (now != smoother_.target(index)) smoother_.moveTo(index, now);
-  }
+  for (int index = 1; index <= kNumStoredValues; ++index) smoother_.moveTo(index, value(index));
 }
 
 // A block of no frames makes all three channels take their settings at once.

@@ -44,6 +44,7 @@ void ParameterSmoother::jumpTo(const Values& values) {
 
 void ParameterSmoother::moveTo(int index, float value) {
   Move& move = moves_[place(index)];
+  if (value == move.target) return;
   if (!move.isUnderWay) ++moving_;
   move = {.start = move.value, .value = move.value, .target = value, .isUnderWay = true};
   if (index == kTypeParameter) move.framesDone = moveFrames_ - 1;  // whatever comes next arrives

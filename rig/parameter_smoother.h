@@ -33,11 +33,9 @@ class ParameterSmoother {
   void jumpTo(const Values& values);
 
   // Starts a move from where the parameter stands now. The selector does not move gradually: the
-  // effect fades between channels by itself. index: 1..19. value: 0..1.
+  // effect fades between channels by itself. A move that already leads there goes on. index: 1..19.
+  // value: 0..1.
   void moveTo(int index, float value);
-
-  // Where the moves lead: what a host has asked for last.
-  float target(int index) const { return moves_[place(index)].target; }
 
   // Plans what to play next of `frames` samples, > 0: tells the values that shall be reached at its
   // end by tell(index, value), and returns its length, 1..frames. Where nothing moves that is all

@@ -117,7 +117,7 @@ void addRenderOptions(CLI::App& command, Options& options) {
                    "Play the mean of all channels through one amplifier: a take recorded on both "
                    "sides drives it as one side does");
   addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
-  addValue(command, "--block", options.block, "FRAMES", "Block, over which knobs glide (512)");
+  addValue(command, "--block", options.block, "FRAMES", "Block to play at a time (512)");
   command.add_flag("--no-preroll", options.raw,
                    "Let the knobs glide in over the first block, as the plug-in starts");
   addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");

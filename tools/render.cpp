@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <memory>
 
+#include "rig/parameter_smoother.h"
+#include "rig/samples.h"
 #include "tools/audio_file.h"
 #include "tools/audio_format.h"
 #include "tools/errors.h"
@@ -85,22 +87,46 @@ class Rig {
       applyStart(*amplifiers_.back(), settings.start);
       amplifiers_.back()->start(rate, settings.blockLength);
     }
+    smoother_.prepare(rate);
   }
 
-  void set(const std::vector<Setting>& settings) {
-    for (auto& amplifier : amplifiers_) turnKnobs(*amplifier, settings);
+  // How all begins, at once.
+  void begin(const std::vector<Setting>& settings, bool settled) {
+    for (auto& amplifier : amplifiers_) {
+      turnKnobs(*amplifier, settings);
+      if (settled) settle(*amplifier);
+    }
+    ParameterSmoother::Values values{};
+    for (int index = 1; index <= kNumStoredValues; ++index) {
+      values[static_cast<std::size_t>(index - 1)] = amplifiers_.front()->parameter(index);
+    }
+    smoother_.jumpTo(values);
   }
 
-  void settleAll() {
-    for (auto& amplifier : amplifiers_) settle(*amplifier);
+  void move(const std::vector<Setting>& settings) {
+    for (const Setting& setting : settings) smoother_.moveTo(setting.parameter, setting.value);
   }
 
   // In place.
   void process(std::vector<double>& interleaved, int frames) {
+    const auto tell = [this](int index, float value) {
+      for (auto& amplifier : amplifiers_) amplifier->setParameter(index, value);
+    };
+    double* at = interleaved.data();
+    holdLoudest(at, frames * static_cast<int>(amplifiers_.size()));
+    while (frames > 0) {
+      const int step = smoother_.nextStep(frames, tell);
+      processStep(at, step);
+      at += static_cast<std::size_t>(step) * amplifiers_.size();
+      frames -= step;
+    }
+  }
+
+ private:
+  void processStep(double* interleaved, int frames) {
     const std::size_t width = amplifiers_.size();
     const auto length = static_cast<std::size_t>(frames);
-    if (width == 1)
-      return amplifiers_.front()->process(interleaved.data(), interleaved.data(), frames);
+    if (width == 1) return amplifiers_.front()->process(interleaved, interleaved, frames);
     side_.resize(length);
     for (std::size_t c = 0; c < width; ++c) {
       for (std::size_t i = 0; i < length; ++i) side_[i] = interleaved[i * width + c];
@@ -109,8 +135,8 @@ class Rig {
     }
   }
 
- private:
   std::vector<std::unique_ptr<PluginInstance>> amplifiers_;
+  ParameterSmoother smoother_;
   std::vector<double> side_;
 };
 
@@ -168,13 +194,12 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   BlockPlan plan(settings.moves, rate, settings.blockLength);
 
   // Moves at time 0 belong to the start: they shall not glide in.
-  rig.set(plan.due());
-  if (settings.settle) rig.settleAll();
+  rig.begin(plan.due(), settings.settle);
   std::vector<double> block;
   std::int64_t frames = 0;
   while (const int length = source.read(block, plan.next())) {
     throwIfInterrupted();
-    rig.set(plan.due());
+    rig.move(plan.due());
     rig.process(block, length);
     meter.add(block.data(), length);
     writer.write(block.data(), length);

@@ -47,8 +47,7 @@ void applyStart(PluginInstance& amplifier, const StartingPoint& start);
 void settle(PluginInstance& amplifier);
 
 // Cuts the time of a render into blocks: none longer than blockLength, and one beginning exactly
-// at every move. Block lengths count anew from each move, so that a move glides over a whole block
-// wherever it falls, unless the next one is nearer.
+// at every move, which then takes its time whatever the blocks (rig/parameter_smoother.h).
 class BlockPlan {
  public:
   // rate: Hz, turns the moves' seconds into the nearest frame.
