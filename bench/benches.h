@@ -12,12 +12,16 @@ inline constexpr char kReferenceNs[] = "reference_ns";
 inline constexpr char kRatio[] = "ratio";       // reference / shipped
 inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same turns
 inline constexpr char kRealTime[] = "x_real_time";
+// Counters of knobs that move in a host of today, per input sample.
+inline constexpr char kMovingNs[] = "moving_ns";
+inline constexpr char kRestingNs[] = "resting_ns";
 // Counters of start-up, per call.
 inline constexpr char kShippedUs[] = "shipped_us";
 inline constexpr char kReferenceUs[] = "reference_us";
 
 // turns: how often each contender plays its stretch of signal.
 void registerPlaying(int turns);
+void registerHosted(int turns);
 void registerRecurrence(int turns);
 void registerSetup(int turns);
 

@@ -86,6 +86,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, forLibrary.data())) return 2;
   quellard::bench::registerRecurrence(options.turns);
   quellard::bench::registerPlaying(options.turns);
+  quellard::bench::registerHosted(options.turns);
   quellard::bench::registerSetup(options.turns);
   quellard::bench::TableReporter table;
   benchmark::RunSpecifiedBenchmarks(&table);

@@ -45,6 +45,7 @@ void TableReporter::report(const Run& run) {
   const std::string table = firstWord(name);
   if (table != table_) beginTable(table);
   if (table == "play") return reportPlaying(run, rest(name));
+  if (table == "hosted") return reportHosted(run, rest(name));
   if (table == "setup") return reportSetup(run, rest(name));
   reportRecurrence(run, rest(name));
 }
@@ -58,6 +59,11 @@ void TableReporter::beginTable(const std::string& table) {
         "%-8s %6s %6s %-8s %10s %10s %7s %12s %9s %8s\n",
         "channel", "Hz", "block", "knobs", "shipped ns", "ref. ns", "ratio", "x real time",
         "floor ns", "x floor");
+  } else if (table == "hosted") {
+    std::printf(
+        "\nSix knobs that move in every block of 64 in a host of today, per input sample\n"
+        "%-8s %8s %10s %10s %7s\n",
+        "channel", "at frame", "moving ns", "resting ns", "ratio");
   } else if (table == "setup") {
     std::printf("\nStarting up: fastest of all turns\n%-31s %10s %10s %7s\n", "", "shipped us",
                 "ref. us", "ratio");
@@ -78,6 +84,11 @@ void TableReporter::reportPlaying(const Run& run, const std::string& title) {
               rate.c_str(), block.c_str(), knobs.c_str(), shipped, counter(run, kReferenceNs),
               counter(run, kRatio), counter(run, kRealTime), counter(run, kFloorNs),
               shipped / counter(run, kFloorNs));
+}
+
+void TableReporter::reportHosted(const Run& run, const std::string& title) {
+  std::printf("%-8s %8s %10.1f %10.1f %7.2f\n", firstWord(title).c_str(), rest(title).c_str(),
+              counter(run, kMovingNs), counter(run, kRestingNs), counter(run, kRatio));
 }
 
 void TableReporter::reportSetup(const Run& run, const std::string& title) {

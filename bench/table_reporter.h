@@ -15,6 +15,7 @@ class TableReporter : public benchmark::BenchmarkReporter {
  private:
   void report(const Run& run);
   void reportPlaying(const Run& run, const std::string& title);
+  void reportHosted(const Run& run, const std::string& title);
   void reportSetup(const Run& run, const std::string& title);
   void reportRecurrence(const Run& run, const std::string& rate);
   void beginTable(const std::string& table);

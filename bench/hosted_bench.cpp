@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: ISC
+// What moving knobs cost in hosts of today: six knobs of the channel that plays get a new value in
+// every block of 64 samples and so are on their way all the time, beside the same amplifier at
+// rest.
+#include <string>
+#include <vector>
+
+#include "bench/benches.h"
+#include "bench/stopwatch.h"
+#include "rig/hosted_amp.h"
+#include "tests/support/signals.h"
+
+namespace quellard::bench {
+namespace {
+
+constexpr int kTurn = 8192;
+constexpr int kBlock = 64;
+
+class Player {
+ public:
+  explicit Player(int channel) : channel_(channel) {
+    amp_.setValue(kTypeParameter, 0.5F * static_cast<float>(channel));
+    amp_.prepare(44100.0, kBlock);
+  }
+
+  // A turn over the signal. frame: of each block, where the knobs move; none below 0.
+  void play(std::vector<double>& in, int frame) {
+    double* from = in.data();
+    double* to = out_.data();
+    const AudioChannels input{.doubles = &from, .count = 1};
+    const AudioChannels output{.doubles = &to, .count = 1};
+    for (int begin = 0; begin < kTurn; begin += kBlock) {
+      amp_.play(input, output, begin, begin + std::max(frame, 0));
+      if (frame >= 0) moveKnobs();
+      amp_.play(input, output, begin + std::max(frame, 0), begin + kBlock);
+    }
+  }
+
+ private:
+  void moveKnobs() {
+    ++moves_;
+    for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
+      const int place = (moves_ * 7 + knob * 29) % 100;
+      amp_.setValue(channel_ * kKnobsPerChannel + knob, 0.3F + 0.004F * static_cast<float>(place));
+    }
+  }
+
+  HostedAmp amp_{HostedAmp::kMono};
+  std::vector<double> out_ = std::vector<double>(std::size_t{kTurn});
+  int channel_;
+  int moves_ = 0;
+};
+
+void moving(benchmark::State& state, int channel, int frame) {
+  test::Random random(1);
+  std::vector<double> in =
+      test::pluckedNote(random, 44100.0, 110.0, 0.5, static_cast<std::size_t>(kTurn));
+  Player moved(channel), resting(channel);
+  Race race;
+  for (auto _ : state) {
+    const double movedNs = warmNanoseconds([&] { moved.play(in, frame); });
+    race.add(warmNanoseconds([&] { resting.play(in, -1); }) / kTurn, movedNs / kTurn);
+    state.SetIterationTime(movedNs * 1e-9);
+  }
+  state.counters[kMovingNs] = race.plain();
+  state.counters[kRestingNs] = race.shipped();
+  state.counters[kRatio] = race.ratio();
+}
+
+}  // namespace
+
+void registerHosted(int turns) {
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    for (const int frame : {0, kBlock / 2, kBlock - 1}) {
+      const std::string name = std::string("hosted/") +
+                               kChannelNames[static_cast<std::size_t>(channel)] + "/" +
+                               std::to_string(frame);
+      benchmark::RegisterBenchmark(
+          name.c_str(),
+          [channel, frame](benchmark::State& state) { moving(state, channel, frame); })
+          ->UseManualTime()
+          ->Iterations(turns);
+    }
+  }
+}
+
+}  // namespace quellard::bench
