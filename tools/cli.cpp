@@ -257,7 +257,7 @@ int presets(const Options& options) {
 }
 
 int list(const CLI::App& command, const Options& options) {
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   const bool json = options.json;
   const PluginModule module(PluginModule::find(options.plugin));
   if (name == "programs") {
