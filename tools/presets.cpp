@@ -68,9 +68,11 @@ Preset readPreset(const fs::path& file) {
 }
 
 std::vector<std::string> knownNames() {
+  const std::vector<fs::path> files = presetFiles();
   std::vector<std::string> names;
+  names.reserve(kNumFactoryPresets + files.size());
   for (const FactoryPreset& preset : kFactoryBank) names.emplace_back(preset.name);
-  for (const fs::path& file : presetFiles()) names.push_back(file.stem().string());
+  for (const fs::path& file : files) names.push_back(file.stem().string());
   return names;
 }
 
