@@ -87,7 +87,6 @@ AudioEffect::AudioEffect(audioMasterCallback master, std::int32_t programs, std:
 std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                       void* ptr, float opt) {
   auto* text = static_cast<char*>(ptr);
-  const bool hasText = text != nullptr;
   switch (opcode) {
     case effOpen: open(); break;
     case effClose: close(); break;
@@ -97,19 +96,19 @@ std::intptr_t AudioEffect::dispatcher(std::int32_t opcode, std::int32_t index, s
       break;
     case effGetProgram: return getProgram();
     case effSetProgramName:
-      if (hasText) setProgramName(text);
+      if (text != nullptr) setProgramName(text);
       break;
     case effGetProgramName:
-      if (hasText) getProgramName(text);
+      if (text != nullptr) getProgramName(text);
       break;
     case effGetParamLabel:
-      if (hasText) getParameterLabel(index, text);
+      if (text != nullptr) getParameterLabel(index, text);
       break;
     case effGetParamDisplay:
-      if (hasText) getParameterDisplay(index, text);
+      if (text != nullptr) getParameterDisplay(index, text);
       break;
     case effGetParamName:
-      if (hasText) getParameterName(index, text);
+      if (text != nullptr) getParameterName(index, text);
       break;
     case effSetSampleRate: setSampleRate(opt); break;
     case effSetBlockSize: setBlockSize(static_cast<std::int32_t>(value)); break;
