@@ -177,8 +177,8 @@ class ClapPlugin : public HostedPlugin {
   std::vector<Move> moves_;
 };
 
-constexpr Format kMono{"mono", createPlugin<ClapPlugin>, 1, true, true, true};
-constexpr Format kStereo{"stereo", createPlugin<ClapPlugin, kStereoId>, 2, true, true, true};
+constexpr Format kMono{"mono", createPlugin<ClapPlugin>, 1, true, true};
+constexpr Format kStereo{"stereo", createPlugin<ClapPlugin, kStereoId>, 2, true, true};
 INSTANTIATE_TEST_SUITE_P(Clap, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Clap, StatefulFormats, testing::Values(kMono));
 

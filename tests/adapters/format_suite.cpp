@@ -60,7 +60,7 @@ void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, const For
 }
 
 // Random blocks, precisions, buffers, rates and settings, by the knob or by a state, before and
-// after an activation. A format that can starts anew with each, in the middle of a channel switch
+// after an activation. Each of these starts anew, in the middle of a channel switch
 // too: an offline render can be repeated. While it plays it allocates nothing.
 TEST_P(Formats, PlayWhatTheEffectPlays) {
   const Format& format = GetParam();
@@ -70,7 +70,7 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
   ASSERT_TRUE(plugin->activate(48000.0, kMaxFrames));
   EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's are not seen";
   plugin->deactivate();
-  DirectAmp direct(format);
+  DirectAmp direct(format.sides);
   double rate = 48000.0;
   for (int cycle = 0; cycle < effort(40); ++cycle) {
     SCOPED_TRACE("activation " + std::to_string(cycle));
@@ -126,7 +126,7 @@ TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
     ASSERT_TRUE(plugins[i]->activate(kRates[i % 2], kMaxFrames));
   }
   for (std::size_t i = 0; i < plugins.size(); ++i) {
-    DirectAmp direct(GetParam());
+    DirectAmp direct(GetParam().sides);
     direct.activate(kRates[i % 2], *plugins[i]);
     playBoth<float>(random, *plugins[i], direct, GetParam());
   }

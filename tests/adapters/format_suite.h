@@ -150,7 +150,6 @@ struct Format {
   std::unique_ptr<HostedPlugin> (*create)();
   int sides;
   bool playsDoubles;
-  bool startsAnew;  // when activated, or plays on, as VST 2.4 does
   bool countsFrames = false;
 
   friend std::ostream& operator<<(std::ostream& out, const Format& format) {
@@ -171,16 +170,16 @@ class StatefulFormats : public Formats {};
 // up to 64 samples: straight in the square root of its value, MASTER's in the fourth root.
 class DirectAmp {
  public:
-  explicit DirectAmp(const Format& format)
-      : format_(format), effects_(static_cast<std::size_t>(format.sides)) {}
+  explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
 
   void activate(double rate, HostedPlugin& plugin) {
-    for (auto& effect : effects_)
-      if (format_.startsAnew || effect == nullptr) effect = std::make_unique<OpenedEffect>();
     settled_ = false;
-    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index)), adopt(index);
-    for (auto& effect : effects_) effect->setSampleRate(static_cast<float>(rate));
-    length_ = format_.startsAnew ? 64.0 * std::max(1.0, std::round(0.012 * rate / 64.0)) : 0.0;
+    for (auto& effect : effects_) {
+      effect = std::make_unique<OpenedEffect>();
+      effect->setSampleRate(static_cast<float>(rate));
+    }
+    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
+    length_ = 64.0 * std::max(1.0, std::round(0.012 * rate / 64.0));
   }
   // The last one before a sample counts.
   void set(int index, double value) {
@@ -210,8 +209,7 @@ class DirectAmp {
   void adopt(int index) {
     Knob& knob = knobs_[static_cast<std::size_t>(index)];
     const float to = knob.asked;
-    const bool jumps = !settled_ || length_ == 0.0;
-    if (jumps) knob = {to, to, to, to, 0.0, false}, tell(index, to);
+    if (!settled_) knob = {to, to, to, to, 0.0, false}, tell(index, to);
     if (to != knob.to) knob = {to, knob.now, knob.now, to, index == 19 ? length_ - 64 : 0.0, true};
   }
 
@@ -238,7 +236,6 @@ class DirectAmp {
     for (auto& effect : effects_) effect->setParameter(index, value);
   }
 
-  Format format_;
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
   std::array<Knob, 20> knobs_{};
   double length_ = 0.0;  // of a move, in samples

@@ -66,8 +66,8 @@ class Lv2Plugin : public HostedPlugin {
   float enabled_ = 1.0F;
 };
 
-constexpr Format kMono{"mono", createPlugin<Lv2Plugin>, 1, false, true};
-constexpr Format kStereo{"stereo", createPlugin<Lv2Plugin, 2U>, 2, false, true};
+constexpr Format kMono{"mono", createPlugin<Lv2Plugin>, 1, false};
+constexpr Format kStereo{"stereo", createPlugin<Lv2Plugin, 2U>, 2, false};
 INSTANTIATE_TEST_SUITE_P(Lv2, Formats, testing::Values(kMono, kStereo));
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(StatefulFormats);
 

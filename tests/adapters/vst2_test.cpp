@@ -92,8 +92,8 @@ class Vst2Plugin : public HostedPlugin {
   int loads_ = 0;
 };
 
-constexpr Format kMono{"mono", createPlugin<Vst2Plugin<1>>, 1, true, true};
-constexpr Format kStereo{"stereo", createPlugin<Vst2Plugin<2>>, 2, true, true};
+constexpr Format kMono{"mono", createPlugin<Vst2Plugin<1>>, 1, true};
+constexpr Format kStereo{"stereo", createPlugin<Vst2Plugin<2>>, 2, true};
 INSTANTIATE_TEST_SUITE_P(Vst2, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Vst2, StatefulFormats, testing::Values(kMono));
 
@@ -192,7 +192,7 @@ TEST(Vst2, NamesParametersAndPrograms) {
 // or forget to switch on, and then the next block is prepared for.
 TEST(Vst2, PlaysWhateverWasAnnounced) {
   Vst2Plugin plugin;
-  DirectAmp direct(kMono);
+  DirectAmp direct(1);
   Random random(5);
   for (const double rate : {48000.0, 96000.0, 44100.0}) {
     if (rate != 44100.0)

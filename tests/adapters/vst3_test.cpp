@@ -294,8 +294,8 @@ class Vst3Plugin : public HostedPlugin {
   int last_ = 0;  // frame of a move
 };
 
-constexpr Format kMono{"mono", createPlugin<Vst3Plugin>, 1, true, true, true};
-constexpr Format kStereo{"stereo", createPlugin<Vst3Plugin, 2>, 2, true, true, true};
+constexpr Format kMono{"mono", createPlugin<Vst3Plugin>, 1, true, true};
+constexpr Format kStereo{"stereo", createPlugin<Vst3Plugin, 2>, 2, true, true};
 INSTANTIATE_TEST_SUITE_P(Vst3, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Vst3, StatefulFormats, testing::Values(kMono));
 
