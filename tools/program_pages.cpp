@@ -4,11 +4,11 @@
 #include <fmt/format.h>
 #include <iostream>
 
-#include "params/factory_bank.h"
 #include "params/parameter_table.h"
 #include "params/program.h"
 #include "tools/errors.h"
 #include "tools/knobs.h"
+#include "tools/presets.h"
 
 namespace quellard {
 namespace {
@@ -21,7 +21,7 @@ Words channelNames() {
 
 Words presetNames() {
   Words names;
-  for (const FactoryPreset& preset : kFactoryBank) names.emplace_back(preset.name);
+  for (const Preset& preset : listPresetFiles().presets) names.push_back(preset.name);
   return names;
 }
 

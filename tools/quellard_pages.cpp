@@ -26,6 +26,7 @@ Words listed(std::string_view names) {
 
 KnownValues values() {
   KnownValues known = settingsValues();
+  known["show"] = known.at("preset");
   known["format"] = [] { return listed(sampleFormatNames()); };
   known["type"] = [] { return listed(fileTypeNames()); };
   known["page"] = [] { return Words{"all", "tone", "transfer", "spectrum"}; };
@@ -46,7 +47,11 @@ ManualTexts texts() {
       .files = {{"quellard.so",
                  "The plug-in that the command plays through: the one beside it, or "
                  "else that in the folder quellard of its installation's libraries. "
-                 "--plugin names another."}},
+                 "--plugin names another."},
+                {"~/.config/quellard/presets/",
+                 "The user's own presets, a text file each. Where "
+                 "XDG_CONFIG_HOME is set, it takes the place of "
+                 "~/.config."}},
       .examples = {{"quellard render riff.flac -o riff.wav --channel vintage --gain 7.5",
                     "One file, through VINTAGE."},
                    {"quellard render riff.flac -o jazz.wav --preset \"Warm Jazz\" --treble 3",

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "adapters/jack/amp_client.h"
+#include "adapters/jack/manual.h"
 #include "adapters/jack/panel.h"
 #include "adapters/jack/state_file.h"
 #include "tools/errors.h"
@@ -163,6 +164,7 @@ void buildApp(CLI::App& app, Options& options) {
       "It begins with the settings that it ended with. --program and --preset replace them all, "
       "the "
       "other knobs change what they name.");
+  addProgramPages(app, settingsValues(), jackManual());
 }
 
 int run(int argc, char** argv) {

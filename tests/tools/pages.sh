@@ -26,6 +26,7 @@ expect() {
 }
 
 settings() {
+  expect 'My\ Lead' "$@" --preset my
   expect 'Warm\ Jazz' "$@" --preset warm
   expect 'Warm\ Jazz' "$@" --preset 'Warm\ J'
   expect 'Warm Jazz' "$@" --preset '"Warm J'
@@ -35,6 +36,12 @@ settings() {
   expect 'clean|vintage|modern' "$@" --set channel =
   expect '' "$@" --gain ''  # and so files
 }
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+export XDG_CONFIG_HOME=$scratch
+mkdir -p "$scratch/quellard/presets"
+echo 'gain = 7' >"$scratch/quellard/presets/My Lead.txt"
 
 case $1/$program in
   completion/*)
@@ -47,6 +54,7 @@ case $1/$program in
     settings plot
     expect 'render|params|programs|presets|info|plot|measure|-h|--help|--version' ''
     expect 'presets' prese
+    expect 'My\ Lead' presets --show my
     expect '--preset|--presence' render --pres
     expect 'pcm24' render --mono in.wav --format pcm2
     expect 'flac' render --type fl

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/jack/manual.h"
+
+namespace quellard {
+
+ManualTexts jackManual() {
+  return {
+      .version = QUELLARD_VERSION,
+      .date = QUELLARD_DATE,
+      .description =
+          {"A valve amplifier to plug a guitar into, with the channels CLEAN, VINTAGE and MODERN, "
+           "as "
+           "a client of JACK or of PipeWire. It connects itself to the first input and the first "
+           "two "
+           "outputs of the interface.",
+           "In a terminal it shows its front: levels, channel, knobs and presets, which keys turn; "
+           "'?' "
+           "explains them. Elsewhere it plays until it gets SIGTERM or the server ends. MIDI moves "
+           "knobs and chooses presets."},
+      .files = {{"~/.local/state/quellard/jack/",
+                 "The settings that it ended with, a file for each "
+                 "client name. Where XDG_STATE_HOME is set, it "
+                 "takes the place of ~/.local/state."},
+                {"~/.config/quellard/presets/",
+                 "The user's own presets, a text file each. Where "
+                 "XDG_CONFIG_HOME is set, it takes the place of "
+                 "~/.config."}},
+      .examples = {{"quellard-jack", "Goes on where it ended."},
+                   {"quellard-jack --preset \"Blues Lead\" --treble 6", "A preset as a start."},
+                   {"quellard-jack --name second --stereo --no-connect",
+                    "Another one, for a stereo source, to be connected by hand."}},
+      .seeAlso = {"quellard(1)", "jackd(1)"},
+  };
+}
+
+}  // namespace quellard
