@@ -189,7 +189,8 @@ int run(int argc, char** argv) {
 }  // namespace quellard
 
 int main(int argc, char** argv) try {
-  std::setlocale(LC_CTYPE, "");  // for the panel's letters
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): for the panel's letters, before there are threads
+  std::setlocale(LC_CTYPE, "");
   return quellard::run(argc, argv);
 } catch (const std::exception& error) {
   quellard::complain(error.what());

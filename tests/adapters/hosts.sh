@@ -56,7 +56,13 @@ serve() {
   export JACK_DEFAULT_SERVER=quellard-test-$$ JACK_NO_AUDIO_RESERVATION=1
   jackd -r -S -t 60000 -d dummy -r 44100 -p 256 >jackd.log 2>&1 &
   servers+=($!)
-  jack_wait -w -t 20 >/dev/null
+  local n
+  for ((n = 0; n < 20; ++n)); do
+    jack_wait -w -t 20 >/dev/null 2>&1 && return
+    sleep 0.5
+  done
+  cat jackd.log
+  return 1
 }
 
 # A program that plays until it is stopped; what is written to descriptor 3 are its keys.
