@@ -18,10 +18,12 @@ namespace quellard {
 // point that cannot be read. Of two queues for one parameter the second counts.
 class BlockMoves {
  public:
-  // changes: null for no moves. frames: of the block, 0 or more.
+  // changes: null for no moves. frames: of the block, 0 to kMostFrames.
   BlockMoves(v3_param_changes** changes, int frames);
 
   static constexpr int kNoFrame = INT_MAX;
+  // Beyond this a block's last frames could not be told from kNoFrame.
+  static constexpr int kMostFrames = 1 << 30;
   // When the next value is due: 0 to frames, or kNoFrame if nothing moves any more.
   int nextFrame() const;
 

@@ -86,7 +86,7 @@ v3_result process(void* self, v3_process_data* block) {
   if (block == nullptr || !isSampleSize(block->symbolic_sample_size)) return V3_INVALID_ARG;
   Vst3Plugin& plugin = Vst3Plugin::of(self);
   const bool active = plugin.active;
-  const int frames = std::max(block->nframes, 0);
+  const int frames = std::clamp(block->nframes, 0, BlockMoves::kMostFrames);
   const int sides = plugin.amp.sides();
   const AudioChannels in = channelsOf(block->inputs, block->num_input_buses, *block, sides);
   const AudioChannels out = channelsOf(block->outputs, block->num_output_buses, *block, sides);

@@ -580,6 +580,11 @@ TEST(Vst3, CarelessHostsAreSurvived) {
   EXPECT_NE(process({{5, {{0, 0.75}}}}), V3_OK) << "not set up";
   EXPECT_EQ(plugin.get(5), 0.75);
   EXPECT_EQ(std::count(out.begin(), out.begin() + 100, 0.0), 100);
+  data.nframes = INT32_MAX;
+  data.num_output_buses = 0;
+  EXPECT_NE(process({{5, {{INT32_MAX, 0.25}}}}), V3_OK) << "but it ends";
+  EXPECT_EQ(plugin.get(5), 0.25);
+  data.num_output_buses = 1;
   EXPECT_NE(v3_cpp_obj(plugin.component)->set_active(plugin.component, true), V3_OK);
   for (const double rate : {0.0, -1.0, kNan, HUGE_VAL, 1e300})
     EXPECT_NE(plugin.setUp(rate, 64), V3_OK) << rate;
