@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "params/factory_bank.h"
 
@@ -27,6 +28,14 @@ constexpr std::array<float, kNumStoredValues> listedProgramValues(int program) {
   values.fill(kKnobDefault);
   values.back() = kTypeDefault;
   return values;
+}
+
+// The program that sets just these values, which a host is to show beside them.
+constexpr std::optional<int> listedProgramWith(const std::array<float, kNumStoredValues>& values) {
+  for (int program = 0; program < kNumListedPrograms; ++program) {
+    if (listedProgramValues(program) == values) return program;
+  }
+  return std::nullopt;
 }
 
 }  // namespace quellard

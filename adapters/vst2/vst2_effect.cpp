@@ -206,6 +206,7 @@ std::intptr_t Vst2Effect::saveChunk(void** chunk) {
   return static_cast<std::intptr_t>(chunk_.size);
 }
 
+// The program shown is the one that has these values, if there is one.
 bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   if (chunk == nullptr || size < 0) return false;
   const std::optional<State> state =
@@ -213,6 +214,9 @@ bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   if (!state.has_value()) return false;
   amp_.setValues(state->values);
   amp_.setBypass(state->bypass);
+  if (const std::optional<int> program = listedProgramWith(state->values)) {
+    program_.store(*program, kRelaxed);
+  }
   return true;
 }
 

@@ -13,14 +13,6 @@
 namespace quellard {
 namespace {
 
-// The program that sets just these values.
-std::optional<int> programWith(const HostedAmp::Values& values) {
-  for (int program = 0; program < kNumListedPrograms; ++program) {
-    if (listedProgramValues(program) == values) return program;
-  }
-  return std::nullopt;
-}
-
 // Ardour 7 loads a program or a state under a lock that it takes again when it is called back, and
 // so would wait for ever. It learns of new values from its blocks alone.
 bool waitsForItself(v3_funknown** context) {
@@ -130,7 +122,7 @@ void Vst3Plugin::load(const State& state) {
   amp.setBypass(state.bypass);
   showValues(state.values);
   show(kVst3Bypass, state.bypass ? 1.0F : 0.0F);
-  if (const std::optional<int> program = programWith(state.values)) {
+  if (const std::optional<int> program = listedProgramWith(state.values)) {
     playedProgram_ = *program;
     shown_[kVst3Program] = keptValue(kVst3Program, normalisedFromPlain(kVst3Program, *program));
   }

@@ -186,6 +186,13 @@ TEST(Vst2, NamesParametersAndPrograms) {
   changed.plugin.setProgram(7);
   changed.plugin.setProgram(0);
   EXPECT_EQ(changed.saved(), fresh.saved()) << "Init is a new amplifier";
+  changed.plugin.setProgram(7);
+  for (const bool turned : {false, true}) {
+    if (turned) changed.set(1, 0.123);
+    ASSERT_TRUE(fresh.loadFrom(changed.saved()));
+    EXPECT_EQ(fresh.plugin.dispatch(effGetProgram), turned ? 0 : 7) << "as the values say";
+    fresh.plugin.setProgram(0);
+  }
 }
 
 // Longer blocks than announced are played whole; a host may announce something else while it plays,
