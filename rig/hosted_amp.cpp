@@ -90,7 +90,7 @@ void HostedAmp::reset() {
 }
 
 void HostedAmp::setValue(int index, float value) {
-  if (!isStored(index)) return;
+  if (!isStored(index) || std::isnan(value)) return;
   const float held = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
   wanted_[static_cast<std::size_t>(index - 1)].store(held, kRelaxed);
 }

@@ -52,9 +52,9 @@ class HostedAmp {
   // allocates.
   void reset();
 
-  // Parameters 1..19; other indices keep nothing and read as 0. A value is held within 0..1, NaN at
-  // 0. The next stretch of audio begins to move there, on both sides; it reads as the new one at
-  // once. [any thread] No lock, no allocation.
+  // Parameters 1..19; other indices keep nothing and read as 0. A value is held within 0..1,
+  // NaN moves nothing. The next stretch of audio begins to move there, on both sides; it reads as
+  // the new one at once. [any thread] No lock, no allocation.
   void setValue(int index, float value);
   float value(int index) const;
   // The same for all nineteen, one after the other: a stretch that begins in between plays a

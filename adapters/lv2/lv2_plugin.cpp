@@ -2,6 +2,7 @@
 #include "adapters/lv2/lv2_plugin.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 
@@ -34,7 +35,7 @@ void Lv2Plugin::readControls() {
   for (std::uint32_t port = 0; port < kLv2ControlPorts; ++port) {
     if (controls_[port] == nullptr) continue;
     const float control = *controls_[port];
-    if (control == seen_[port]) continue;
+    if (control == seen_[port] || std::isnan(control)) continue;
     seen_[port] = control;
     const int index = static_cast<int>(port) + 1;
     amp_.setValue(index, valueFromControl(index, control));

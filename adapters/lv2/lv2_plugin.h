@@ -20,8 +20,8 @@ class Lv2Plugin {
   Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames);
 
   // port: as identity.h numbers them, others are left alone. data: one float for a control, a
-  // block's worth for audio. Null is allowed: a knob then keeps its value, an input is silent, the
-  // amplifier is switched on.
+  // block's worth for audio. Null is allowed: a knob then keeps its value, as it does where the
+  // float is NaN, an input is silent, the amplifier is switched on.
   void connect(std::uint32_t port, void* data);
 
   // As if new; the knobs stay. [audio thread]

@@ -85,6 +85,15 @@ TEST(Lv2, OpenPortsOddRatesAndLongBlocksAreSurvived) {
   stereo.plugin->run(stereo.amp, static_cast<std::uint32_t>(right.size()));
   EXPECT_NE(right.back(), 0.25F);
   for (const float x : right) ASSERT_TRUE(std::isfinite(x));
+
+  Lv2Plugin asSet, wildly;
+  for (Lv2Plugin* one : {&asSet, &wildly}) ASSERT_TRUE(one->activate(48000.0, 64));
+  for (const bool wildNow : {false, true}) {
+    Channels<float> in(1, std::vector<float>(4000, 0.25F)), wanted = in, out = in;
+    for (int index = 1; wildNow && index <= 19; ++index) wildly.set(index, NAN);
+    asSet.play(in, wanted), wildly.play(in, out);
+    EXPECT_EQ(out, wanted) << "NaN moves nothing";
+  }
 }
 
 }  // namespace
