@@ -47,7 +47,6 @@ void ParameterSmoother::moveTo(int index, float value) {
   if (value == move.target) return;
   if (!move.isUnderWay) ++moving_;
   move = {.start = move.value, .value = move.value, .target = value, .isUnderWay = true};
-  if (index == kTypeParameter) move.framesDone = moveFrames_ - 1;  // whatever comes next arrives
 }
 
 // A step ends where a move does, so that its time is the same wherever in a block it began.
@@ -59,11 +58,11 @@ int ParameterSmoother::framesToNextArrival() const {
   return least;
 }
 
-// The last step lands on the target's own bits.
+// The last step lands on the target's own bits, the selector's only one too.
 void ParameterSmoother::advance(int index, int frames) {
   Move& move = moves_[place(index)];
   move.framesDone += frames;
-  if (move.framesDone >= moveFrames_) {
+  if (move.framesDone >= moveFrames_ || index == kTypeParameter) {
     move.value = move.target;
     move.isUnderWay = false;
     --moving_;

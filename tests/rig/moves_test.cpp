@@ -106,6 +106,22 @@ TEST(Moves, APresetOfTheSameChannelStepsLittleFurther) {
   std::printf("largest step of a preset: %.2f\n", worst);
 }
 
+// It has no place between two channels, a new rate in the middle of everything included.
+TEST(Moves, TheSelectorArrivesWithItsFirstStep) {
+  ParameterSmoother smoother;
+  smoother.jumpTo(defaults(0));
+  for (const double rate : {44100.0, 192000.0}) {
+    const float channel = selectForChannel(rate > 44100.0 ? 1 : 2);
+    smoother.moveTo(kTypeParameter, channel);
+    smoother.prepare(rate);
+    const auto expectArrived = [&](int index, float value) {
+      EXPECT_EQ(std::pair(index, value), std::pair(int{kTypeParameter}, channel)) << rate;
+    };
+    EXPECT_EQ(smoother.nextStep(1, expectArrived), 1);
+    EXPECT_EQ(smoother.nextStep(500, expectArrived), 500) << "nothing moves any more";
+  }
+}
+
 // A high-pass of 511 taps, Blackman's window: 5 kHz on, nothing of the 220 Hz left.
 double peakAbove5kHz(const std::vector<double>& sound, int begin, int end) {
   constexpr int kTaps = 511;
