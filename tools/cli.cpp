@@ -3,11 +3,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -15,6 +12,7 @@
 
 #include "tools/audio_format.h"
 #include "tools/batch.h"
+#include "tools/command_line.h"
 #include "tools/errors.h"
 #include "tools/gain_table.h"
 #include "tools/input_file.h"
@@ -67,23 +65,10 @@ int tell(const std::string& message, int status = kDone) {
   return status;
 }
 
-// At once, so that a warning follows the line that it is about.
+// What goes to standard error is as good as told when it cannot be written.
 void print(const std::string& text, std::FILE* to = stdout) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), to) == text.size();
-  if ((written && std::fflush(to) == 0) || to != stdout) return;
-  throw FileError(fmt::format("cannot write standard output: {}", systemMessage(errno)));
-}
-
-// A number that the next opened file would get if the shell has closed it, so that what is printed
-// would be written into that file. The mode is the wrong one: who uses it still gets an error.
-void holdStandardStreams() {
-  for (const auto& [number, mode] :
-       {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY),
-        std::pair(STDERR_FILENO, O_WRONLY)}) {
-    if (fcntl(number, F_GETFD) >= 0) continue;
-    const int opened = open("/dev/null", mode);
-    if (opened >= 0 && opened != number) close(opened);
-  }
+  if (to == stdout) return printOut(text);
+  std::fwrite(text.data(), 1, text.size(), to);
 }
 
 // The channel that plays from the starting point on.
@@ -142,12 +127,16 @@ void addMeasureOptions(CLI::App& command, Options& options) {
   addSettingsOptions(command, options.knobs);
 }
 
+std::string nameOfOutput(const Job& job) {
+  return isStandardOutput(job.output) ? "standard output" : job.output.string();
+}
+
 std::string summary(const Job& job, const RenderResult& result) {
   const auto level = [](std::optional<double> value, const char* unit) {
     return value ? fmt::format("{:.1f} {}", *value, unit) : std::string("none");
   };
   return fmt::format("{}: {:.2f} s, {:.1f} times real time, peak {}, loudness {}",
-                     job.output.string(), result.seconds,
+                     nameOfOutput(job), result.seconds,
                      result.seconds / std::max(result.elapsed, 1e-9),
                      level(result.peak_dbfs, "dBFS"), level(result.loudness_lufs, "LUFS"));
 }
@@ -157,17 +146,20 @@ void warn(const Job& job, const RenderResult& result) {
     tell(fmt::format("warning: {}: {}", file, what));
   };
   const std::string input = isStandardInput(job.input) ? "standard input" : job.input.string();
-  const std::string output = isStandardOutput(job.output) ? "standard output" : job.output.string();
+  const std::string output = nameOfOutput(job);
   if (result.truncated) {
     tellOf(input, fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)",
                               result.seconds));
   }
   if (result.clipped > 0) {
-    tellOf(output,
-           fmt::format("{} samples clipped, turn MASTER down or write floats", result.clipped));
+    tellOf(output, fmt::format("{} sample{} clipped, turn MASTER down or write floats",
+                               result.clipped, result.clipped == 1 ? "" : "s"));
   }
   if (result.lateMoves > 0) {
-    tellOf(output, fmt::format("{} knob moves lie after its end", result.lateMoves));
+    tellOf(output,
+           fmt::format("{} after its end",
+                       result.lateMoves == 1 ? "1 knob move lies"
+                                             : fmt::format("{} knob moves lie", result.lateMoves)));
   }
 }
 
@@ -192,7 +184,6 @@ int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, b
 }
 
 int render(const Options& options) {
-  if (options.output.empty()) throw UsageError("--output: '' is no name for a file");
   RenderSettings settings;
   settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
   settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail);
@@ -296,25 +287,6 @@ void buildApp(CLI::App& app, Options& options) {
   addQuellardPages(app);
 }
 
-// A wrong command line in one line, with what a mistyped option or command may have meant.
-std::string explain(const CLI::App& app, const CLI::ParseError& error) {
-  const auto chosen = app.get_subcommands();
-  const CLI::App& command = chosen.empty() ? app : *chosen.front();
-  const std::vector<std::string> unknown = command.remaining(true);
-  if (unknown.empty()) return error.what();
-  std::vector<std::string> known;
-  for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
-  }
-  for (const CLI::App* subcommand : command.get_subcommands({})) {
-    known.push_back(subcommand->get_name());
-  }
-  const bool isOption = unknown.front().starts_with('-');
-  return fmt::format("unknown {} '{}'{}",
-                     isOption ? "option" : (chosen.empty() ? "command" : "argument"),
-                     unknown.front(), suggestion(unknown.front(), known));
-}
-
 int dispatch(const CLI::App& app, const Options& options) {
   const CLI::App& command = *app.get_subcommands().front();
   if (command.get_name() == "render") return render(options);
@@ -345,14 +317,13 @@ std::vector<std::string> wordsBackwards(int argc, const char* const* argv) {
 int parseAndDispatch(CLI::App& app, const Options& options, std::vector<std::string> words) {
   try {
     app.parse(std::move(words));
+    refuseEmptyValues(app);
     return dispatch(app, options);
   } catch (const CLI::Success& success) {  // --help and --version
-    std::ostringstream text;
-    const int status = app.exit(success, text, text);
-    print(text.str());
-    return status;
+    print(helpText(app, success));
+    return kDone;
   } catch (const CLI::ParseError& error) {
-    return tell(explain(app, error), kWrongUsage);
+    return tell(explanation(app, error), kWrongUsage);
   }
 }
 

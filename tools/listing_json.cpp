@@ -21,7 +21,7 @@ std::string asText(const Json& json) {
 double shortest(float value) { return parseNumber(fmt::format("{}", value)).value_or(0.0); }
 
 double onScale(const PluginInstance& instance, int knob) {
-  return shortest(instance.parameter(knob) * 10.0f);
+  return knobPlace(instance.parameter(knob));
 }
 
 std::string channelName(int channel) {
@@ -38,6 +38,18 @@ Json knobsOf(const PluginInstance& instance, int channel) {
   Json knobs = Json::object();
   for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
     knobs[knobName(knob)] = onScale(instance, channel * kKnobsPerChannel + knob);
+  }
+  return knobs;
+}
+
+// What a preset sets of the channels that it does not select: {"clean.gain": 3.0}.
+Json otherKnobs(const Preset& preset, int channel) {
+  Json knobs = Json::object();
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind != ParameterKind::knob || info.channel == channel) continue;
+    const float value = preset.values[static_cast<std::size_t>(info.index - 1)];
+    if (value == kKnobDefault) continue;
+    knobs[channelName(info.channel) + '.' + lowered(info.name)] = knobPlace(value);
   }
   return knobs;
 }
@@ -113,6 +125,7 @@ std::string presetsAsJson(const std::vector<Preset>& presets) {
     all.push_back({{"name", preset.name},
                    {"channel", channelName(channel)},
                    {"knobs", std::move(knobs)},
+                   {"other_knobs", otherKnobs(preset, channel)},
                    {"description", preset.description},
                    {"own", !preset.isFactory}});
   }

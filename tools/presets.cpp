@@ -31,11 +31,10 @@ Preset asPreset(const FactoryPreset& preset) {
   return {preset.name, preset.description, presetValues(preset), true};
 }
 
-// The files of the user's presets by name, readable or not. No folder is no fault.
-std::vector<fs::path> presetFiles() {
+// The files of the user's presets by name, readable or not. error: why their folder is not.
+std::vector<fs::path> presetFiles(std::error_code& error) {
   std::vector<fs::path> files;
   const fs::path folder = presetFolder();
-  std::error_code error;
   if (folder.empty()) return files;
   for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
     const fs::path& path = it->path();
@@ -47,6 +46,11 @@ std::vector<fs::path> presetFiles() {
     return x != y ? x < y : a < b;
   });
   return files;
+}
+
+std::vector<fs::path> presetFiles() {
+  std::error_code unreached;
+  return presetFiles(unreached);
 }
 
 // A name is only ever compared with what is in the folder: no name leads out of it.
@@ -76,6 +80,13 @@ std::vector<std::string> knownNames() {
   return names;
 }
 
+// A word as a shell reads it.
+std::string shellQuoted(std::string_view word) {
+  std::string shell = "'";
+  for (const char c : word) shell += c == '\'' ? "'\\''" : std::string(1, c);
+  return shell + "'";
+}
+
 }  // namespace
 
 fs::path presetFolder() {
@@ -86,12 +97,17 @@ fs::path presetFolder() {
 PresetList listPresetFiles() {
   PresetList list;
   for (const FactoryPreset& preset : kFactoryBank) list.presets.push_back(asPreset(preset));
-  for (const fs::path& file : presetFiles()) {
+  std::error_code error;
+  for (const fs::path& file : presetFiles(error)) {
     try {
       list.presets.push_back(readPreset(file));
-    } catch (const std::exception& error) {
-      list.troubles.emplace_back(error.what());
+    } catch (const std::exception& mistake) {
+      list.troubles.emplace_back(mistake.what());
     }
+  }
+  if (error && error != std::errc::no_such_file_or_directory) {  // no folder is no fault
+    list.troubles.push_back(
+        fmt::format("cannot read {}: {}", presetFolder().string(), systemMessage(error.value())));
   }
   return list;
 }
@@ -127,10 +143,8 @@ void savePreset(std::string_view name, const SettingValues& values) {
   saveSettings(existing ? *existing : folder / (std::string(name) + kEnding), {"", values});
 }
 
-std::string shellQuoted(std::string_view word) {
-  std::string shell = "'";
-  for (const char c : word) shell += c == '\'' ? "'\\''" : std::string(1, c);
-  return shell + "'";
+std::string presetOption(std::string_view name) {
+  return (name.starts_with('-') ? "--preset=" : "--preset ") + shellQuoted(name);
 }
 
 }  // namespace quellard

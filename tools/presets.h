@@ -22,7 +22,7 @@ struct Preset {
 
 struct PresetList {
   std::vector<Preset> presets;        // the factory bank in its order, the user's own by name
-  std::vector<std::string> troubles;  // a line for each file that is no preset, and why
+  std::vector<std::string> troubles;  // a line for each file that is no preset, or no folder
 };
 
 // The folder of the user's own; empty without a home folder. It need not exist.
@@ -45,7 +45,7 @@ bool isUserPreset(std::string_view name);
 // when it cannot be written; what was there before then stays.
 void savePreset(std::string_view name, const SettingValues& values);
 
-// A word as a shell reads it: 'My Lead'.
-std::string shellQuoted(std::string_view word);
+// What brings a preset back, as a shell reads it: --preset 'My Lead'.
+std::string presetOption(std::string_view name);
 
 }  // namespace quellard

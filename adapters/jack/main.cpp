@@ -18,6 +18,7 @@
 #include "adapters/jack/manual.h"
 #include "adapters/jack/panel.h"
 #include "adapters/jack/state_file.h"
+#include "tools/command_line.h"
 #include "tools/errors.h"
 #include "tools/presets.h"
 #include "tools/settings_options.h"
@@ -124,7 +125,19 @@ std::string setUp(AmpClient& client, StateFile& state, const SettingsOptions& op
   return state.notice();
 }
 
+// False when the state cannot be written, which is no reason to hide the rest.
+bool remember(AmpClient& client, StateFile& state) try {
+  state.write(settingsNow(client));
+  return true;
+} catch (const FileError& failure) {
+  complain(failure.what());
+  return false;
+}
+
 int play(const Options& options) {
+  if (options.forgets && !options.state.empty()) {
+    throw UsageError("--state and --no-state cannot both be");
+  }
   settingsFrom(options.settings, defaultValues());  // complains before it asks for a server
   AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
   std::filesystem::path file = options.state;
@@ -138,32 +151,29 @@ int play(const Options& options) {
   }
   const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
   const auto saved = wait(client, state, !options.headless && inTerminal, notice);
-  state.write(settingsNow(client));
+  const bool remembered = remember(client, state);
   for (const std::string& name : saved) {
-    print(stdout, fmt::format("saved: quellard-jack --preset {}", shellQuoted(name)));
+    print(stdout, fmt::format("saved: quellard-jack {}", presetOption(name)));
   }
   print(stdout, fmt::format("{} xruns", client.xruns()));
-  if (!client.serverIsGone()) return 0;
-  complain("the JACK server has gone");
-  return kFailed;
+  if (client.serverIsGone()) complain("the JACK server has gone");
+  return remembered && !client.serverIsGone() ? 0 : kFailed;
 }
 
 void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard-jack " QUELLARD_VERSION);
   addSettingsOptions(app, options.settings);
-  CLI::Option* const state = addValue(
-      app, "--state", options.state, "FILE",
-      "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
-      "user's state folder)");
-  app.add_flag("--no-state", options.forgets, "Begin anew and remember nothing")->excludes(state);
+  addValue(app, "--state", options.state, "FILE",
+           "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
+           "user's state folder)");
+  app.add_flag("--no-state", options.forgets, "Begin anew and remember nothing");
   app.add_flag("--stereo", options.stereo, "One amplifier for each side");
   addValue(app, "--name", options.name, "NAME", "Name of the JACK client (quellard)");
   app.add_flag("--no-connect", options.alone, "Leave the connections to others");
   app.add_flag("--headless", options.headless, "Show nothing, in a terminal either");
   app.footer(
       "It begins with the settings that it ended with. --program and --preset replace them all, "
-      "the "
-      "other knobs change what they name.");
+      "the other knobs change what they name.");
   addProgramPages(app, settingsValues(), jackManual());
 }
 
@@ -173,11 +183,13 @@ int run(int argc, char** argv) {
   buildApp(app, options);
   try {
     app.parse(argc, argv);
+    refuseEmptyValues(app);
     return play(options);
   } catch (const CLI::Success& success) {
-    return app.exit(success);
+    printOut(helpText(app, success));
+    return 0;
   } catch (const CLI::ParseError& error) {
-    complain(error.what());
+    complain(explanation(app, error));
     return kWrongUsage;
   } catch (const UsageError& error) {
     complain(error.what());
@@ -189,10 +201,11 @@ int run(int argc, char** argv) {
 }  // namespace quellard
 
 int main(int argc, char** argv) try {
+  quellard::holdStandardStreams();
   // NOLINTNEXTLINE(concurrency-mt-unsafe): for the panel's letters, before there are threads
   std::setlocale(LC_CTYPE, "");
   return quellard::run(argc, argv);
 } catch (const std::exception& error) {
-  quellard::complain(error.what());
+  quellard::complain(quellard::explanation(error));
   return quellard::kFailed;
 }

@@ -275,7 +275,7 @@ void Panel::save() {
     savePreset(name, client_.amp().values());
     client_.setPresets(listPresetFiles().presets, findPreset(name).name);
     saved_.push_back(name);
-    say(fmt::format("Saved: quellard-jack --preset {}", shellQuoted(name)));
+    say(fmt::format("Saved: quellard-jack {}", presetOption(name)));
   } catch (const std::exception& error) {
     say(error.what());
   }

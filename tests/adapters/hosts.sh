@@ -139,7 +139,17 @@ case $1 in
     ;;
   quellard-jack)
     needs jackd jack_wait jack_lsp
+    if "$build/quellard-jack" --chanel clean 2>said; then exit 1; fi
+    grep -qx "quellard-jack: unknown option '--chanel', did you mean '--channel'?" said
+    if "$build/quellard-jack" --help 2>said >/dev/full; then exit 1; fi
+    grep -qx 'quellard-jack: cannot write standard output: the disk is full' said
     serve
+    # What cannot be remembered hides nothing else.
+    if timeout --preserve-status 1 "$build/quellard-jack" --state /proc/none.state >said 2>&1; then
+      exit 1
+    fi
+    grep -qx 'quellard-jack: cannot write /proc/none.state: .*' said
+    grep -qx '[0-9]* xruns' said
     # The old spellings of --set, and a preset of the player's own.
     "$quellard" presets --show "Warm Jazz" >"$XDG_CONFIG_HOME/quellard/presets/Mine.txt"
     start "$build/quellard-jack" --name amp --no-connect --preset mine \

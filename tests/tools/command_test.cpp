@@ -119,7 +119,7 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
     const char* part;
     const char* before = "";
   } cases[] = {
-      {2, "", "subcommand is required"},
+      {2, "", "a command is required: render, params, "},
       {2, "rendr", "did you mean 'render'"},
       {2, "render in.wav", "--output is required"},
       {2, "render in.wav -o a.wav --gian 5", "did you mean '--gain'"},
@@ -132,7 +132,13 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o a.xyz", "file type"},
       {2, "render in.wav -o a.flac --format float", "cannot hold"},
       {2, "render in.wav -o in.wav", "is also an input"},
-      {2, "render in.wav -o ''", "is no name"},
+      {2, "render in.wav -o ''", "--output is given an empty name"},
+      {2, "render '' -o a.wav", "IN is given an empty name"},
+      {2, "render in.wav -o a.wav --preset ''", "--preset is given an empty name"},
+      {2, "render in.wav -o a.wav --gain", "--gain needs a value"},
+      {2, "render in.wav -o a.wav --gain 3 --gain 4", "--gain is given more than once"},
+      {2, "render in.wav -o a.wav --automation /dev/stdin", "unknown knob 'ga\\x00in', did you",
+       "printf '0 ga\\000in 3' |"},
       {2, "render in.wav note.txt -o a.wav", "need a folder"},
       {2, "plot -o a.jpg", ".png"},
       {1, "render none.wav -o a.wav", "no such file"},
@@ -245,10 +251,10 @@ TEST_F(Command, JsonHoldsWhatTheListingsSay) {
     EXPECT_EQ(ran.status, 0) << ran.error;
     return nlohmann::json::parse(ran.out);
   };
-  const auto parameters = parsed("params --json --channel vintage --gain 7.3")["parameters"];
+  const auto parameters = parsed("params --json --channel vintage --gain 4.39")["parameters"];
   ASSERT_EQ(parameters.size(), 19u);
   EXPECT_EQ(parameters[11]["name"], "vintage_gain");
-  EXPECT_EQ(parameters[11]["value"].dump(), "7.3");
+  EXPECT_EQ(parameters[11]["value"].dump(), "4.39");
   EXPECT_EQ(parameters[18]["value"], "vintage");
   EXPECT_EQ(parsed("programs --json")["programs"].size(), 16u);
   const auto jazz = parsed("presets --json")["presets"][1];
@@ -424,6 +430,11 @@ TEST_F(Command, AShownPresetIsAPresetFile) {
   write(".config/quellard/presets/Mine.txt", shown.out + "clean.gain = 9.25\n");
   write(".config/quellard/presets/Broken.txt", "gain = 5\ngain = loud\n");
   EXPECT_TRUE(contains(run("presets --show mine", home).out, "clean.gain = 9.25\n"));
+  write(".config/quellard/presets/Both.txt", "channel = clean\nmodern.mid = 2.9\n");
+  const auto both =
+      nlohmann::json::parse(run("presets --show both --json", home).out)["presets"][0];
+  EXPECT_EQ(both["other_knobs"].dump(), "{\"modern.mid\":2.9}");
+  fs::remove(folder / ".config/quellard/presets/Both.txt");
   const Ran listed = run("presets", home);
   expectFailure(listed, 1, "Broken.txt:2: gain: 'loud' is not a number");
   EXPECT_TRUE(contains(listed.out, "\nMine                     CLEAN "));

@@ -122,6 +122,8 @@ TEST_F(Presets, NoNameLeadsOutOfTheirFolderOrHidesAnother) {
     savePreset(name, defaultValues());
     EXPECT_FALSE(findPreset(name).isFactory) << name;
   }
+  EXPECT_EQ(presetOption("it's"), "--preset 'it'\\''s'");
+  EXPECT_EQ(presetOption("-x"), "--preset='-x'") << "or it would be taken for an option";
   EXPECT_EQ(folder.names(), std::vector<std::string>{"quellard"});
 }
 
@@ -140,6 +142,11 @@ TEST_F(Presets, ABrokenFileIsNamedAndTheOthersStillWork) {
   EXPECT_TRUE(list.troubles[0].ends_with("Bad.txt:2: unknown knob 'bas', did you mean 'bass'?"));
   EXPECT_TRUE(complaint([] { findPreset("bad"); }).ends_with("did you mean 'bass'?"));
   EXPECT_EQ(findPreset("Good").values[17], 0.3F);
+  fs::remove_all(folder / "quellard/presets");
+  EXPECT_EQ(listPresetFiles().troubles.size(), 0u);
+  std::ofstream(folder / "quellard/presets") << "no folder";
+  EXPECT_TRUE(
+      listPresetFiles().troubles.at(0).ends_with("presets: a part of its path is no folder"));
 }
 
 TEST(SettingsOptions, APresetReplacesWhatIsRememberedAKnobChangesIt) {
