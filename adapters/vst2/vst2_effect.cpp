@@ -123,7 +123,9 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effSetBlockSize: return announceBlock(value), 0;
     case effMainsChanged: return switchMains(value != 0), 0;
     case effSetProcessPrecision: return value == 0 || value == kPrecision64;
-    case effGetTailSize: return HostedAmp::tailFrames(static_cast<double>(rate_.load(kRelaxed)));
+    case effGetTailSize:
+      return static_cast<std::int32_t>(
+          HostedAmp::tailFrames(static_cast<double>(rate_.load(kRelaxed))));
     case effSetBypass: return engageBypass(value != 0);
     case effGetChunk: return saveChunk(static_cast<void**>(ptr));
     case effSetChunk: return loadChunk(ptr, value);
