@@ -90,7 +90,7 @@ TEST(Lv2, OpenPortsOddRatesAndLongBlocksAreSurvived) {
   for (Lv2Plugin* one : {&asSet, &wildly}) ASSERT_TRUE(one->activate(48000.0, 64));
   for (const bool wildNow : {false, true}) {
     Channels<float> in(1, std::vector<float>(4000, 0.25F)), wanted = in, out = in;
-    for (int index = 1; wildNow && index <= 19; ++index) wildly.set(index, NAN);
+    for (int index = 1; wildNow && index <= 19; ++index) wildly.set(index, std::nan(""));
     asSet.play(in, wanted), wildly.play(in, out);
     EXPECT_EQ(out, wanted) << "NaN moves nothing";
   }
