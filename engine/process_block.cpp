@@ -121,15 +121,17 @@ bool Amplifier::sizeBuffers(int frames) {
   return true;
 }
 
-// The sample of gain 0 and everything after it belong to the incoming channel; without a switch its
-// call has no sample to play. False where a channel's signal has turned non-finite. That channel's
-// memory is cleared, so that the next block plays.
+// The sample of gain 0 and everything after it belong to the incoming channel. False where a
+// channel's signal has turned non-finite. That channel's memory is cleared, so that the next block
+// plays.
 bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
   AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
   AmpChannelBase& after = *channels[static_cast<std::size_t>(activeChannel)];
   before.signalProcess(in, out, switchPoint);
-  after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);
+  if (switchPoint < frames) {
+    after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);
+  }
 
   const bool beforeIsSound = allFinite(out, switchPoint);
   const bool afterIsSound = allFinite(out + switchPoint, frames - switchPoint);
