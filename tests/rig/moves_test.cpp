@@ -83,7 +83,8 @@ double stepRatio(const HostedAmp::Values& before, const HostedAmp::Values& after
 TEST(Moves, AKnobStepsNoFurtherThanTheSound) {
   constexpr std::array<std::array<float, 2>, 3> kWays = {
       {{0.5F, 0.6F}, {0.0F, 1.0F}, {1.0F, 0.0F}}};
-  for (int index = 1; index <= kNumControls; ++index) {
+  constexpr int kStride = sizeof(void*) < 8 ? 5 : 1;  // 32 bits run in an emulator
+  for (int index = 1; index <= kNumControls; index += kStride) {
     for (const auto& [from, to] : kWays) {
       HostedAmp::Values before = defaults((index - 1) / kKnobsPerChannel), after = before;
       before[static_cast<std::size_t>(index - 1)] = from;
