@@ -145,12 +145,18 @@ void Amplifier::writeOutput(double* out, int frames) const {
                  [](double fade, double sample) { return fade * sample; });
 }
 
+// Every block does this. Written out, as compilers do not unroll a loop over the indices.
 void Amplifier::rememberControls() {
-  for (std::size_t c = 0; c < kNumChannels; ++c) {
-    for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
-      appliedValues[firstControl(c) + kAppliedIndex[knob]] =
-          controlValues[firstControl(c) + knob].load(std::memory_order_relaxed);
-    }
+  for (std::size_t first = 0; first < kNumControls; first += kKnobsPerChannel) {
+    const auto value = [&](Knob knob) {
+      return controlValues[first + knob].load(std::memory_order_relaxed);
+    };
+    appliedValues[first + 0] = value(bass);
+    appliedValues[first + 1] = value(mid);
+    appliedValues[first + 2] = value(treble);
+    appliedValues[first + 3] = value(presence);
+    appliedValues[first + 4] = value(master);
+    appliedValues[first + 5] = value(gain);
   }
 }
 
