@@ -115,7 +115,12 @@ HostedAmp::Values HostedAmp::values() const {
 
 void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
   if (built_.empty()) return writeSilence(out, begin, end);
-  if (begin < end) settled_ ? adoptMovedValues() : settle();
+  if (begin >= end) return;
+  if (settled_) {
+    adoptMovedValues();
+  } else {
+    settle();
+  }
   while (begin < end) {
     const int room = std::min(end - begin, maxFrames_);
     const int frames =

@@ -21,7 +21,11 @@ constexpr float toSameFloat(double sample) { return static_cast<float>(sample); 
 // [audio thread] A null source reads as silence, a null target takes nothing. No overlap between
 // different arrays.
 inline void readSamples(const double* from, double* to, int frames) {
-  from != nullptr ? std::copy_n(from, frames, to) : std::fill_n(to, frames, 0.0);
+  if (from != nullptr) {
+    std::copy_n(from, frames, to);
+  } else {
+    std::fill_n(to, frames, 0.0);
+  }
 }
 
 inline void readSamples(const float* from, double* to, int frames) {
