@@ -2,8 +2,8 @@
 // Knob moves that sound the same whatever the host's blocks. The effect glides to a new setting
 // over one block, which in its own host is long. Other hosts play blocks of 16 samples, or cut one
 // at an event, and a glide over one sample is a click. So outside the effect's own interface a move
-// takes a fixed time: the smoother tells the effect in steps of a few samples how far to get, and the
-// effect glides from step to step. Which way a knob takes is said in parameter_smoother.cpp.
+// takes a fixed time: the smoother tells the effect in steps of a few samples how far to get, and
+// the effect glides from step to step. Which way a knob takes is said in parameter_smoother.cpp.
 #pragma once
 
 #include <algorithm>
