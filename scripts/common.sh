@@ -4,7 +4,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# The rooms of the core, and every folder that holds C++.
+# The folders of the core, and every folder that holds C++.
 core=(shell params dsp channels engine)
 # shellcheck disable=SC2034
 sources=("${core[@]}" rig adapters tools bench tests)
