@@ -39,9 +39,9 @@ class Player {
  private:
   void moveKnobs() {
     ++moves_;
-    for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
+    for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
       const int place = (moves_ * 7 + knob * 29) % 100;
-      amp_.setValue(channel_ * kKnobsPerChannel + knob, 0.3F + 0.004F * static_cast<float>(place));
+      amp_.setValue(knobIndex(channel_, knob), 0.3F + 0.004F * static_cast<float>(place));
     }
   }
 
@@ -72,9 +72,8 @@ void moving(benchmark::State& state, int channel, int frame) {
 void registerHosted(int turns) {
   for (int channel = 0; channel < kNumChannels; ++channel) {
     for (const int frame : {0, kBlock / 2, kBlock - 1}) {
-      const std::string name = std::string("hosted/") +
-                               kChannelNames[static_cast<std::size_t>(channel)] + "/" +
-                               std::to_string(frame);
+      const std::string name =
+          std::string("hosted/") + channelName(channel) + "/" + std::to_string(frame);
       benchmark::RegisterBenchmark(
           name.c_str(),
           [channel, frame](benchmark::State& state) { moving(state, channel, frame); })

@@ -115,8 +115,7 @@ const char* nameOf(Knobs knobs) {
 
 void registerPlaying(int turns) {
   const auto add = [turns](const Case& settings) {
-    const std::string name = std::string("play/") +
-                             kChannelNames[static_cast<std::size_t>(settings.channel)] + "/" +
+    const std::string name = std::string("play/") + channelName(settings.channel) + "/" +
                              std::to_string(static_cast<int>(settings.rate)) + "/" +
                              std::to_string(settings.frames) + "/" + nameOf(settings.knobs);
     benchmark::RegisterBenchmark(name.c_str(),

@@ -7,6 +7,7 @@
 #include "channels/quellard_ch1.h"
 #include "channels/quellard_ch2.h"
 #include "channels/quellard_ch3.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "engine/amplifier.h"
 #include "engine/flush_to_zero.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 namespace {

@@ -15,7 +15,7 @@
 #include <array>
 #include <string_view>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 
@@ -47,27 +47,17 @@ inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
 }};
 // clang-format on
 
-// The selector value that adapters and presets set for a channel, 0..2.
-constexpr float selectForChannel(int channel) { return 0.5F * static_cast<float>(channel); }
-
-// A knob's value, 0..1, from its place on the scale of 0 to 10. Double until the end: from a float,
-// a quarter of all settings with two decimals would come out a bit away from what a host stores.
-constexpr float knobValue(double scale) { return static_cast<float>(scale / 10.0); }
-
 // The value that a preset gives to parameter 1..19, 0..1.
 constexpr float presetValue(const FactoryPreset& preset, int index) {
-  const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
-  if (parameter.kind == ParameterKind::selector) return selectForChannel(preset.channel);
-  if (parameter.channel != preset.channel) return kKnobDefault;
-  return knobValue(preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)]);
+  if (index == kTypeParameter) return selectFromChannel(preset.channel);
+  if (parameterInfo(index).channel != preset.channel) return kKnobDefault;
+  return knobFromPosition(preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)]);
 }
 
-// All of them; entry i-1 is parameter i.
-constexpr std::array<float, kNumStoredValues> presetValues(const FactoryPreset& preset) {
-  std::array<float, kNumStoredValues> values{};
-  for (int index = 1; index <= kNumStoredValues; ++index) {
-    values[static_cast<std::size_t>(index - 1)] = presetValue(preset, index);
-  }
+constexpr ParameterValues presetValues(const FactoryPreset& preset) {
+  ParameterValues values;
+  for (int index = 1; index <= kNumStoredValues; ++index)
+    values[index] = presetValue(preset, index);
   return values;
 }
 

@@ -11,6 +11,8 @@ namespace quellard {
 inline constexpr int kNumParameters = 20;  // parameter 0 is an empty slot
 inline constexpr int kNumChannels = 3;
 inline constexpr int kKnobsPerChannel = 6;
+inline constexpr int kMasterKnob = 4;  // of the knobs 0..5 of a channel
+inline constexpr int kGainKnob = 5;
 inline constexpr int kNumControls = kNumChannels * kKnobsPerChannel;
 inline constexpr int kNumStoredValues = kNumControls + 1;  // the knobs and the selector
 inline constexpr int kTypeParameter = 19;                  // the channel selector
@@ -57,17 +59,22 @@ inline constexpr std::array<ParameterInfo, kNumParameters> kParameters = {{
 inline constexpr std::array<const char*, kNumChannels> kChannelNames = {"CLEAN", "VINTAGE",
                                                                         "MODERN"};
 
-// Null for an index outside 0..19.
-constexpr const ParameterInfo* findParameter(int index) {
-  return index >= 0 && index < kNumParameters ? &kParameters[static_cast<std::size_t>(index)]
-                                              : nullptr;
+// index: 0..19.
+constexpr const ParameterInfo& parameterInfo(int index) {
+  return kParameters[static_cast<std::size_t>(index)];
 }
 
-// The channel that a selector value names: 0 below 0.33, 1 below 0.66, otherwise (NaN too) 2.
-constexpr int channelFromSelect(float select) {
-  if (select < 0.33f) return 0;
-  if (select < 0.66f) return 1;
-  return 2;
+// Null for an index outside 0..19.
+constexpr const ParameterInfo* findParameter(int index) {
+  return index >= 0 && index < kNumParameters ? &parameterInfo(index) : nullptr;
+}
+
+// The index of a knob: 1..18. channel: 0..2. knob: 0..5, PRESENCE to GAIN.
+constexpr int knobIndex(int channel, int knob) { return channel * kKnobsPerChannel + knob + 1; }
+
+// channel: 0..2.
+constexpr const char* channelName(int channel) {
+  return kChannelNames[static_cast<std::size_t>(channel)];
 }
 
 }  // namespace quellard

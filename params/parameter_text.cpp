@@ -6,7 +6,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "params/parameter_values.h"
 #include "params/text_lengths.h"
+#include "params/words.h"
 
 namespace quellard {
 namespace {
@@ -53,13 +55,11 @@ char* writeFraction(double hundredths, char* end, int count) {
 
 constexpr char kSelectorTitle[] = "Channel";
 
-// "Clean" from "CLEAN". Plain ASCII, as the C library's idea of case follows the locale.
+// "Clean" from "CLEAN".
 Title titled(const char* capitals) {
   Title title{};
   copyText(title.data(), capitals, static_cast<int>(kTitleSize) - 1);
-  for (std::size_t i = 1; i < kTitleSize; ++i) {
-    if (title[i] >= 'A' && title[i] <= 'Z') title[i] = static_cast<char>(title[i] - 'A' + 'a');
-  }
+  std::transform(title.begin() + 1, title.end(), title.begin() + 1, lowerCase);
   return title;
 }
 
@@ -114,14 +114,13 @@ void writeParameterDisplay(int index, float value, char* text) {
   if (parameter->kind == ParameterKind::knob) {
     formatValue(10.0f * value, text, kVstMaxParamStrLen);
   } else if (parameter->kind == ParameterKind::selector) {
-    const auto channel = static_cast<std::size_t>(channelFromSelect(value));
-    copyText(text, kChannelNames[channel], kVstMaxParamStrLen);
+    copyText(text, channelName(channelFromSelect(value)), kVstMaxParamStrLen);
   }
 }
 
 Title channelTitle(int channel) {
   if (channel < 0 || channel >= kNumChannels) return {};
-  return titled(kChannelNames[static_cast<std::size_t>(channel)]);
+  return titled(channelName(channel));
 }
 
 Title controlTitle(int index) {

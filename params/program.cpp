@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "params/parameter_values.h"
+
 namespace quellard {
 namespace {
 
@@ -14,8 +16,9 @@ bool continuesUtf8Sequence(char byte) { return (static_cast<unsigned char>(byte)
 }  // namespace
 
 QuellardProgram::QuellardProgram() : name{} {
-  for (std::atomic<float>& value : values) value.store(kKnobDefault, std::memory_order_relaxed);
-  values[kTypeParameter - 1].store(kTypeDefault, std::memory_order_relaxed);
+  for (int parameter = 1; parameter <= kNumStoredValues; ++parameter) {
+    value(parameter).store(defaultValue(parameter), std::memory_order_relaxed);
+  }
   rename(kUnnamed);
 }
 

@@ -11,8 +11,6 @@ namespace {
 
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
-bool isStored(int index) { return index >= 1 && index <= kNumStoredValues; }
-
 template <typename Sample>
 Sample* channelAt(Sample* const* channels, int side, int begin) {
   return channels[side] != nullptr ? channels[side] + begin : nullptr;
@@ -49,10 +47,7 @@ void writeSilence(const AudioChannels& out, int begin, int end) {
 
 }  // namespace
 
-HostedAmp::HostedAmp(int sides) : sides_(sides) {
-  for (std::atomic<float>& value : wanted_) value.store(kKnobDefault, kRelaxed);
-  wanted_.back().store(kTypeDefault, kRelaxed);
-}
+HostedAmp::HostedAmp(int sides) : sides_(sides) { setValues(defaultValues()); }
 
 std::uint32_t HostedAmp::tailFrames(double rate) {
   return static_cast<std::uint32_t>(
@@ -92,24 +87,20 @@ void HostedAmp::reset() {
 void HostedAmp::setValue(int index, float value) {
   if (!isStored(index) || std::isnan(value)) return;
   const float held = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
-  wanted_[static_cast<std::size_t>(index - 1)].store(held, kRelaxed);
+  wanted_[index].store(held, kRelaxed);
 }
 
 float HostedAmp::value(int index) const {
-  return isStored(index) ? wanted_[static_cast<std::size_t>(index - 1)].load(kRelaxed) : 0.0F;
+  return isStored(index) ? wanted_[index].load(kRelaxed) : 0.0F;
 }
 
-void HostedAmp::setValues(const Values& values) {
-  for (int index = 1; index <= kNumStoredValues; ++index) {
-    setValue(index, values[static_cast<std::size_t>(index - 1)]);
-  }
+void HostedAmp::setValues(const ParameterValues& values) {
+  for (int index = 1; index <= kNumStoredValues; ++index) setValue(index, values[index]);
 }
 
-HostedAmp::Values HostedAmp::values() const {
-  Values values{};
-  for (int index = 1; index <= kNumStoredValues; ++index) {
-    values[static_cast<std::size_t>(index - 1)] = value(index);
-  }
+ParameterValues HostedAmp::values() const {
+  ParameterValues values;
+  for (int index = 1; index <= kNumStoredValues; ++index) values[index] = value(index);
   return values;
 }
 
@@ -140,10 +131,10 @@ void HostedAmp::adoptMovedValues() {
 
 // A block of no frames makes all three channels take their settings at once.
 void HostedAmp::settle() {
-  const Values now = values();
+  const ParameterValues now = values();
   smoother_.jumpTo(now);
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    tell(index, now[static_cast<std::size_t>(index - 1)]);
+    tell(index, now[index]);
   }
   for (Side& side : built_) {
     double* nothing = side.samples.data();

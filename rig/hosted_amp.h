@@ -38,7 +38,6 @@ class HostedAmp {
   static std::uint32_t tailFrames(double rate);  // the same at a rate in Hz
   // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.
   static constexpr int kLongestPiece = 1 << 20;
-  using Values = ParameterSmoother::Values;
 
   // Every parameter at its default. sides: kMono or kStereo.
   explicit HostedAmp(int sides);
@@ -59,8 +58,8 @@ class HostedAmp {
   float value(int index) const;
   // The same for all nineteen, one after the other: a stretch that begins in between plays a
   // mixture, the next one has them all.
-  void setValues(const Values& values);
-  Values values() const;
+  void setValues(const ParameterValues& values);
+  ParameterValues values() const;
 
   // Takes the amplifier out of the signal, or back in, with a crossfade of 10 ms from the next
   // stretch of audio on. In between the output is the input, bit for bit, and the amplifier plays
@@ -100,7 +99,7 @@ class HostedAmp {
   std::vector<Side> built_;  // empty before the first prepare()
   // What the world has asked for. The audio thread alone tells the effects, so that both sides move
   // in the same block and nobody waits for their lock.
-  std::array<std::atomic<float>, kNumStoredValues> wanted_;
+  PerParameter<std::atomic<float>> wanted_;
   std::atomic<bool> bypassed_ = false;
   ParameterSmoother smoother_;
   Bypass bypass_;

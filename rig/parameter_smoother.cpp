@@ -11,7 +11,7 @@ namespace {
 // turns one up and the other down, both at half way would be up to 2.2 times as loud as either end.
 // On this path what goes down goes first: at most 1.4 times. (Roots are exact everywhere, powers
 // not.)
-bool isMaster(int index) { return index % kKnobsPerChannel == 5; }
+bool isMaster(int index) { return (index - 1) % kKnobsPerChannel == kMasterKnob; }
 
 double rootOf(int index, float value) {
   const double root = std::sqrt(static_cast<double>(value));
@@ -35,15 +35,16 @@ void ParameterSmoother::prepare(double rate) {
   }
 }
 
-void ParameterSmoother::jumpTo(const Values& values) {
-  for (std::size_t i = 0; i < moves_.size(); ++i) {
-    moves_[i] = {.start = values[i], .value = values[i], .target = values[i]};
+void ParameterSmoother::jumpTo(const ParameterValues& values) {
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    const float value = values[index];
+    moves_[index] = {.start = value, .value = value, .target = value};
   }
   moving_ = 0;
 }
 
 void ParameterSmoother::moveTo(int index, float value) {
-  Move& move = moves_[place(index)];
+  Move& move = moves_[index];
   if (value == move.target) return;
   if (!move.isUnderWay) ++moving_;
   move = {.start = move.value, .value = move.value, .target = value, .isUnderWay = true};
@@ -52,15 +53,16 @@ void ParameterSmoother::moveTo(int index, float value) {
 // A step ends where a move does, so that its time is the same wherever in a block it began.
 int ParameterSmoother::framesToNextArrival() const {
   int least = moveFrames_;
-  for (std::size_t i = 0; i < kNumControls; ++i) {
-    if (moves_[i].isUnderWay) least = std::min(least, moveFrames_ - moves_[i].framesDone);
+  for (int knob = 1; knob <= kNumControls; ++knob) {
+    const Move& move = moves_[knob];
+    if (move.isUnderWay) least = std::min(least, moveFrames_ - move.framesDone);
   }
   return least;
 }
 
 // The last step lands on the target's own bits, the selector's only one too.
 void ParameterSmoother::advance(int index, int frames) {
-  Move& move = moves_[place(index)];
+  Move& move = moves_[index];
   move.framesDone += frames;
   if (move.framesDone >= moveFrames_ || index == kTypeParameter) {
     move.value = move.target;

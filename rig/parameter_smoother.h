@@ -7,17 +7,13 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 
 class ParameterSmoother {
  public:
-  using Values = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i
-
   static constexpr double kSeconds = 0.012;  // what a move takes, in whole steps
   // Longer steps would be heard as the glides' own shape, shorter ones redesign the filters more
   // often: six knobs that move all the time cost as much as `scripts/bench` says of this length.
@@ -30,7 +26,7 @@ class ParameterSmoother {
   void prepare(double rate);
 
   // All parameters stand at these values and nothing is under way; nothing is told. 0..1 each.
-  void jumpTo(const Values& values);
+  void jumpTo(const ParameterValues& values);
 
   // Starts a move from where the parameter stands now. The selector does not move gradually: the
   // effect fades between channels by itself. A move that already leads there goes on. index: 1..19.
@@ -45,7 +41,7 @@ class ParameterSmoother {
     if (moving_ == 0) return frames;
     const int length = std::min({frames, kStepFrames, framesToNextArrival()});
     for (int index = 1; index <= kNumStoredValues; ++index) {
-      Move& move = moves_[place(index)];
+      Move& move = moves_[index];
       if (!move.isUnderWay) continue;
       advance(index, length);
       tell(index, move.value);
@@ -62,12 +58,10 @@ class ParameterSmoother {
     bool isUnderWay = false;
   };
 
-  static constexpr std::size_t place(int index) { return static_cast<std::size_t>(index - 1); }
-
   int framesToNextArrival() const;
   void advance(int index, int frames);
 
-  std::array<Move, kNumStoredValues> moves_;
+  PerParameter<Move> moves_;
   int moving_ = 0;  // how many are under way
   int moveFrames_ = kStepFrames;
 };

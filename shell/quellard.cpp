@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "params/parameter_text.h"
+#include "params/parameter_values.h"
 #include "shell/parameter_properties.h"
 
 namespace quellard {
@@ -13,8 +14,6 @@ namespace {
 constexpr char kEffectName[] = "NEW Quellard";
 
 bool isProgram(std::int32_t program) { return program >= 0 && program < kNumPrograms; }
-
-bool isStored(std::int32_t index) { return index >= 1 && index < kNumParameters; }
 
 }  // namespace
 

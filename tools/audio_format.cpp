@@ -8,6 +8,7 @@
 #include <sndfile.h>
 #include <vector>
 
+#include "params/words.h"
 #include "tools/errors.h"
 #include "tools/knobs.h"
 

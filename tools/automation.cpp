@@ -10,6 +10,7 @@
 #include <optional>
 #include <utility>
 
+#include "params/parameter_values.h"
 #include "tools/errors.h"
 #include "tools/interrupt.h"
 

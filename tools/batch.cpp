@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "params/words.h"
 #include "tools/audio_file.h"
 #include "tools/audio_format.h"
 #include "tools/errors.h"

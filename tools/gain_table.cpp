@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <set>
 
+#include "params/parameter_values.h"
 #include "tools/measure.h"
 #include "tools/render.h"
 
@@ -14,7 +15,6 @@ namespace {
 
 constexpr std::array<int, 4> kLevels_dbfs = {-54, -30, -18, -6};
 constexpr std::array<double, 5> kPlaces = {0.0, 2.5, 5.0, 7.5, 10.0};  // of GAIN
-constexpr int kGainKnob = 6;
 constexpr double kSilence_dbfs = -150.0;
 
 struct Heard {
@@ -66,12 +66,12 @@ std::string listGains(const PluginModule& module, const StartingPoint& start, in
   applyStart(asSet, start);
   std::string text = heading();
   for (int channel = 0; channel < kNumChannels; ++channel) {
-    const int knob = channel * kKnobsPerChannel + kGainKnob;
-    for (const double gain : placesOf(10.0 * static_cast<double>(asSet.parameter(knob)))) {
+    const int knob = knobIndex(channel, kGainKnob);
+    for (const double gain : placesOf(positionFromKnob(asSet.parameter(knob)))) {
       StartingPoint there = start;
-      there.settings.push_back({kTypeParameter, selectorValue(channel)});
-      there.settings.push_back({knob, static_cast<float>(gain / 10.0)});
-      text += fmt::format("{:<8} {:>5.2f}", kChannelNames[static_cast<std::size_t>(channel)], gain);
+      there.settings.push_back({kTypeParameter, selectFromChannel(channel)});
+      there.settings.push_back({knob, knobFromPosition(gain)});
+      text += fmt::format("{:<8} {:>5.2f}", channelName(channel), gain);
       for (const int level : kLevels_dbfs) {
         const double peak = std::pow(10.0, level / 20.0);
         text += cells(summarize(measureSpectrum(module, there, rate, note_hz, peak), note_hz));

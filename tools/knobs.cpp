@@ -2,11 +2,12 @@
 #include "tools/knobs.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
 
+#include "params/parameter_values.h"
+#include "params/words.h"
 #include "tools/errors.h"
 
 namespace quellard {
@@ -74,19 +75,6 @@ Setting parseIndexed(double index, std::string_view value) {
 
 }  // namespace
 
-std::string lowered(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return result;
-}
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kWhite = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kWhite);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kWhite) - first + 1);
-}
-
 std::optional<double> parseNumber(std::string_view text) {
   text = trimmed(text);
   if (text.starts_with('+')) text.remove_prefix(1);
@@ -130,19 +118,13 @@ std::string suggestion(std::string_view word, const std::vector<std::string>& kn
 }
 
 int parseChannel(std::string_view text) {
-  const std::string wanted = lowered(trimmed(text));
+  const std::string_view word = trimmed(text);
+  if (const std::optional<int> channel = channelFromName(word)) return *channel;
   std::vector<std::string> known;
-  for (const char* name : kChannelNames) {
-    known.push_back(lowered(name));
-    if (wanted == known.back()) return static_cast<int>(known.size()) - 1;
-  }
-  const std::string hint = suggestion(wanted, known);
-  throw UsageError(fmt::format("unknown channel '{}'{}", trimmed(text),
+  for (const char* name : kChannelNames) known.push_back(lowered(name));
+  const std::string hint = suggestion(word, known);
+  throw UsageError(fmt::format("unknown channel '{}'{}", word,
                                hint.empty() ? ": clean, vintage or modern" : hint));
-}
-
-float selectorValue(int channel) {
-  return static_cast<float>(channel) / static_cast<float>(kNumChannels - 1);
 }
 
 Setting parseSetting(std::string_view name, std::string_view value, int channel) {
@@ -150,8 +132,9 @@ Setting parseSetting(std::string_view name, std::string_view value, int channel)
   value = trimmed(value);
   if (const std::optional<double> index = parseNumber(name)) return parseIndexed(*index, value);
   const ParameterInfo& info = findByName(name, channel);
-  if (info.kind == ParameterKind::selector) return {info.index, selectorValue(parseChannel(value))};
-  return {info.index, scaledValue(std::string(name), value, 10.0)};
+  if (info.kind == ParameterKind::selector)
+    return {info.index, selectFromChannel(parseChannel(value))};
+  return {info.index, scaledValue(std::string(name), value, kKnobScale)};
 }
 
 bool namesSelector(std::string_view name) {

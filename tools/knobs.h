@@ -31,9 +31,6 @@ int integerWithin(const char* what, std::string_view text, int lowest, int highe
 // "clean", "vintage" or "modern" to 0..2.
 int parseChannel(std::string_view text);
 
-// The selector value that a channel is set by: 0, 0.5 or 1.
-float selectorValue(int channel);
-
 // A setting by name and value:
 //   channel (or type)   clean, vintage, modern
 //   vintage.gain        0..10
@@ -49,9 +46,5 @@ std::pair<std::string, std::string> splitAssignment(std::string_view text);
 
 // ", did you mean 'gain'?" when one of the known words is near in either case, otherwise "".
 std::string suggestion(std::string_view word, const std::vector<std::string>& known);
-
-// A text in lower case, and without the white space around it.
-std::string lowered(std::string_view text);
-std::string_view trimmed(std::string_view text);
 
 }  // namespace quellard

@@ -5,7 +5,8 @@
 #include <fmt/format.h>
 #include <utility>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
+#include "params/words.h"
 #include "shell/parameter_properties.h"
 #include "tools/knobs.h"
 
@@ -15,6 +16,14 @@ namespace {
 // The plug-in pads the texts of values with a place for the sign.
 std::string displayed(const PluginInstance& instance, int index) {
   return std::string(trimmed(instance.text(effGetParamDisplay, index)));
+}
+
+std::string knobHeadings() {
+  std::string text;
+  for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
+    text += fmt::format(" {:>8}", parameterInfo(knobIndex(0, knob)).name);
+  }
+  return text;
 }
 
 // How the plug-in itself shows the ends of a parameter's range, or each of its positions.
@@ -188,17 +197,14 @@ std::string listParameters(const PluginModule& module, const StartingPoint& star
 std::string listPrograms(const PluginModule& module) {
   PluginInstance instance(module);
   std::string text = fmt::format("{:>6}  {:<24} {:<8}", "number", "name", "channel");
-  for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-    text += fmt::format(" {:>8}", kParameters[static_cast<std::size_t>(knob)].name);
-  }
-  text += '\n';
+  text += knobHeadings() + '\n';
   for (int program = 0; program < instance.record().numPrograms; ++program) {
     instance.setProgram(program);
     text += fmt::format("{:>6}  {:<24} {:<8}", program + 1, instance.text(effGetProgramName),
                         displayed(instance, kTypeParameter));
-    const int first = channelFromSelect(instance.parameter(kTypeParameter)) * kKnobsPerChannel;
-    for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-      text += fmt::format(" {:>8}", displayed(instance, first + knob));
+    const int channel = channelFromSelect(instance.parameter(kTypeParameter));
+    for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
+      text += fmt::format(" {:>8}", displayed(instance, knobIndex(channel, knob)));
     }
     text += '\n';
   }
@@ -207,16 +213,12 @@ std::string listPrograms(const PluginModule& module) {
 
 std::string listPresets(const std::vector<Preset>& presets) {
   std::string text = fmt::format("{:<24} {:<8}", "name", "channel");
-  for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-    text += fmt::format(" {:>8}", kParameters[static_cast<std::size_t>(knob)].name);
-  }
-  text += "  good for\n";
+  text += knobHeadings() + "  good for\n";
   for (const Preset& preset : presets) {
-    const auto channel = static_cast<std::size_t>(channelFromSelect(preset.values.back()));
-    text += fmt::format("{:<24} {:<8}", preset.name, kChannelNames[channel]);
-    for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
-      const float value = preset.values[channel * kKnobsPerChannel + knob];
-      text += fmt::format(" {:>8.2f}", 10.0 * static_cast<double>(value));
+    const int channel = channelFromSelect(preset.values[kTypeParameter]);
+    text += fmt::format("{:<24} {:<8}", preset.name, channelName(channel));
+    for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
+      text += fmt::format(" {:>8.2f}", positionFromKnob(preset.values[knobIndex(channel, knob)]));
     }
     text += fmt::format("  {}\n", preset.isFactory ? preset.description : ownWords(preset));
   }

@@ -5,7 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
+#include "params/words.h"
 #include "tools/knobs.h"
 
 namespace quellard {
@@ -20,15 +21,13 @@ std::string asText(const Json& json) {
 // The shortest number that is this float: 0.7 and not 0.699999988079071.
 double shortest(float value) { return parseNumber(fmt::format("{}", value)).value_or(0.0); }
 
-double onScale(const PluginInstance& instance, int knob) {
-  return knobPlace(instance.parameter(knob));
+double position(const PluginInstance& instance, int knob) {
+  return positionFromKnob(instance.parameter(knob));
 }
 
-std::string channelName(int channel) {
-  return lowered(kChannelNames[static_cast<std::size_t>(channel)]);
-}
+std::string channelWord(int channel) { return lowered(channelName(channel)); }
 
-std::string knobName(int knob) { return lowered(kParameters[static_cast<std::size_t>(knob)].name); }
+std::string knobWord(int knob) { return lowered(parameterInfo(knobIndex(0, knob)).name); }
 
 int playingChannel(const PluginInstance& instance) {
   return channelFromSelect(instance.parameter(kTypeParameter));
@@ -36,8 +35,8 @@ int playingChannel(const PluginInstance& instance) {
 
 Json knobsOf(const PluginInstance& instance, int channel) {
   Json knobs = Json::object();
-  for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-    knobs[knobName(knob)] = onScale(instance, channel * kKnobsPerChannel + knob);
+  for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
+    knobs[knobWord(knob)] = position(instance, knobIndex(channel, knob));
   }
   return knobs;
 }
@@ -47,17 +46,17 @@ Json otherKnobs(const Preset& preset, int channel) {
   Json knobs = Json::object();
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob || info.channel == channel) continue;
-    const float value = preset.values[static_cast<std::size_t>(info.index - 1)];
+    const float value = preset.values[info.index];
     if (value == kKnobDefault) continue;
-    knobs[channelName(info.channel) + '.' + lowered(info.name)] = knobPlace(value);
+    knobs[channelWord(info.channel) + '.' + lowered(info.name)] = positionFromKnob(value);
   }
   return knobs;
 }
 
 Json selectorAsJson(const PluginInstance& instance) {
   Json choices = Json::array();
-  for (int channel = 0; channel < kNumChannels; ++channel) choices.push_back(channelName(channel));
-  return {{"value", channelName(playingChannel(instance))}, {"choices", choices}};
+  for (int channel = 0; channel < kNumChannels; ++channel) choices.push_back(channelWord(channel));
+  return {{"value", channelWord(playingChannel(instance))}, {"choices", choices}};
 }
 
 Json valueOrNull(std::optional<double> value) { return value ? Json(*value) : Json(); }
@@ -89,10 +88,10 @@ std::string parametersAsJson(const PluginModule& module, const StartingPoint& st
     if (selector) {
       one.update(selectorAsJson(instance));
     } else {
-      one.update({{"value", onScale(instance, info.index)},
+      one.update({{"value", position(instance, info.index)},
                   {"minimum", 0},
                   {"maximum", 10},
-                  {"channel", channelName(info.channel)}});
+                  {"channel", channelWord(info.channel)}});
     }
     all.push_back(std::move(one));
   }
@@ -107,7 +106,7 @@ std::string programsAsJson(const PluginModule& module) {
     const int channel = playingChannel(instance);
     all.push_back({{"number", program + 1},
                    {"name", instance.text(effGetProgramName)},
-                   {"channel", channelName(channel)},
+                   {"channel", channelWord(channel)},
                    {"knobs", knobsOf(instance, channel)}});
   }
   return asText({{"programs", std::move(all)}});
@@ -116,14 +115,13 @@ std::string programsAsJson(const PluginModule& module) {
 std::string presetsAsJson(const std::vector<Preset>& presets) {
   Json all = Json::array();
   for (const Preset& preset : presets) {
-    const int channel = channelFromSelect(preset.values.back());
+    const int channel = channelFromSelect(preset.values[kTypeParameter]);
     Json knobs = Json::object();
-    for (int knob = 1; knob <= kKnobsPerChannel; ++knob) {
-      const int index = channel * kKnobsPerChannel + knob;
-      knobs[knobName(knob)] = knobPlace(preset.values[static_cast<std::size_t>(index - 1)]);
+    for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
+      knobs[knobWord(knob)] = positionFromKnob(preset.values[knobIndex(channel, knob)]);
     }
     all.push_back({{"name", preset.name},
-                   {"channel", channelName(channel)},
+                   {"channel", channelWord(channel)},
                    {"knobs", std::move(knobs)},
                    {"other_knobs", otherKnobs(preset, channel)},
                    {"description", preset.description},

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <sstream>
 
+#include "params/words.h"
 #include "tools/knobs.h"
 #include "tools/program_pages.h"
 

@@ -7,7 +7,8 @@
 #include <fmt/format.h>
 #include <vector>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
+#include "params/words.h"
 #include "tools/errors.h"
 #include "tools/gnuplot.h"
 #include "tools/knobs.h"
@@ -146,19 +147,17 @@ class Page {
   int blocks_ = 0;
 };
 
-const char* channelName(int channel) { return kChannelNames[static_cast<std::size_t>(channel)]; }
-
 const ParameterInfo& knobOf(int channel, int knob) {
-  return *findParameter(channel * kKnobsPerChannel + knob);
+  return parameterInfo(knobIndex(channel, knob));
 }
 
 StartingPoint on(int channel, StartingPoint start) {
-  start.settings.push_back({kTypeParameter, selectorValue(channel)});
+  start.settings.push_back({kTypeParameter, selectFromChannel(channel)});
   return start;
 }
 
 StartingPoint with(StartingPoint start, const ParameterInfo& knob, double place) {
-  start.settings.push_back({knob.index, static_cast<float>(place / 10.0)});
+  start.settings.push_back({knob.index, knobFromPosition(place)});
   return start;
 }
 
@@ -220,7 +219,8 @@ void drawTransfer(Page& page, const PluginModule& module, const PlotSettings& se
   for (int channel = 0; channel < kNumChannels; ++channel) {
     std::vector<Line> lines;
     for (double place : {1.0, 2.5, 5.0, 7.5, 10.0}) {
-      const StartingPoint start = with(on(channel, settings.start), knobOf(channel, 6), place);
+      const StartingPoint start =
+          with(on(channel, settings.start), knobOf(channel, kGainKnob), place);
       Curve curve = measureTransfer(module, start, settings.rate);
       for (Point& point : curve) point.x = signedLevel(point.x);
       lines.push_back({std::move(curve), shade(channel, place / 10.0), 2.0,

@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "params/factory_bank.h"
+#include "params/parameter_values.h"
+#include "params/words.h"
 #include "tools/errors.h"
 #include "tools/knobs.h"
 #include "tools/user_folders.h"
@@ -17,9 +19,7 @@ namespace {
 constexpr const char* kEnding = ".txt";
 constexpr std::size_t kLongestName = 64;  // bytes
 
-bool sameName(std::string_view a, std::string_view b) {
-  return lowered(trimmed(a)) == lowered(trimmed(b));
-}
+bool sameName(std::string_view a, std::string_view b) { return sameWord(trimmed(a), trimmed(b)); }
 
 const FactoryPreset* factoryPreset(std::string_view name) {
   const auto* const found = std::ranges::find_if(
@@ -134,7 +134,7 @@ std::string faultOfPresetName(std::string_view name) {
 
 bool isUserPreset(std::string_view name) { return userFile(name).has_value(); }
 
-void savePreset(std::string_view name, const SettingValues& values) {
+void savePreset(std::string_view name, const ParameterValues& values) {
   const std::string fault = faultOfPresetName(name);
   if (!fault.empty()) throw UsageError(fault);
   const fs::path folder = presetFolder();

@@ -16,7 +16,7 @@ namespace quellard {
 struct Preset {
   std::string name;
   std::string description;  // of the user's own it may be empty
-  SettingValues values;
+  ParameterValues values;
   bool isFactory;
 };
 
@@ -43,7 +43,7 @@ bool isUserPreset(std::string_view name);
 
 // Writes a preset of the user's own. Throws UsageError for a name that cannot be one, FileError
 // when it cannot be written; what was there before then stays.
-void savePreset(std::string_view name, const SettingValues& values);
+void savePreset(std::string_view name, const ParameterValues& values);
 
 // What brings a preset back, as a shell reads it: --preset 'My Lead'.
 std::string presetOption(std::string_view name);

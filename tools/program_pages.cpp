@@ -6,6 +6,7 @@
 
 #include "params/parameter_table.h"
 #include "params/program.h"
+#include "params/words.h"
 #include "tools/errors.h"
 #include "tools/knobs.h"
 #include "tools/presets.h"
@@ -36,8 +37,7 @@ Words assignments() {
   Words words = {"channel="};
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob) continue;
-    const auto channel = static_cast<std::size_t>(info.channel);
-    words.push_back(fmt::format("{}.{}=", lowered(kChannelNames[channel]), lowered(info.name)));
+    words.push_back(fmt::format("{}.{}=", lowered(channelName(info.channel)), lowered(info.name)));
   }
   return words;
 }

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <memory>
 
+#include "params/parameter_values.h"
 #include "rig/parameter_smoother.h"
 #include "rig/samples.h"
 #include "tools/audio_file.h"
@@ -96,9 +97,9 @@ class Rig {
       turnKnobs(*amplifier, settings);
       if (settled) settle(*amplifier);
     }
-    ParameterSmoother::Values values{};
+    ParameterValues values;
     for (int index = 1; index <= kNumStoredValues; ++index) {
-      values[static_cast<std::size_t>(index - 1)] = amplifiers_.front()->parameter(index);
+      values[index] = amplifiers_.front()->parameter(index);
     }
     smoother_.jumpTo(values);
   }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings_options.h"
 
+#include "params/parameter_values.h"
 #include "params/program.h"
+#include "params/words.h"
 #include "tools/presets.h"
 
 namespace quellard {
@@ -30,10 +32,10 @@ void addKnobs(CLI::App& command, SettingsOptions& options) {
   }
 }
 
-std::vector<Setting> asSettings(const SettingValues& values) {
+std::vector<Setting> asSettings(const ParameterValues& values) {
   std::vector<Setting> settings;
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    settings.push_back({index, values[static_cast<std::size_t>(index - 1)]});
+    settings.push_back({index, values[index]});
   }
   return settings;
 }
@@ -72,7 +74,7 @@ StartingPoint startFrom(const SettingsOptions& options) {
   }
   if (!options.preset.empty()) start.settings = asSettings(findPreset(options.preset).values);
   if (!options.channel.empty()) {
-    start.settings.push_back({kTypeParameter, selectorValue(parseChannel(options.channel))});
+    start.settings.push_back({kTypeParameter, selectFromChannel(parseChannel(options.channel))});
   }
   assign(options, true, 0, start);
   return start;
@@ -93,13 +95,11 @@ void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start
   assign(options, false, channel, start);
 }
 
-SettingValues settingsFrom(const SettingsOptions& options, const SettingValues& before) {
-  SettingValues values = options.program.empty() ? before : defaultValues();
+ParameterValues settingsFrom(const SettingsOptions& options, const ParameterValues& before) {
+  ParameterValues values = options.program.empty() ? before : defaultValues();
   StartingPoint start = startFrom(options);
-  turnKnobs(options, channelAt(start, values.back()), start);
-  for (const Setting& setting : start.settings) {
-    values[static_cast<std::size_t>(setting.parameter - 1)] = setting.value;
-  }
+  turnKnobs(options, channelAt(start, values[kTypeParameter]), start);
+  for (const Setting& setting : start.settings) values[setting.parameter] = setting.value;
   return values;
 }
 

@@ -49,6 +49,6 @@ void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start
 // All of the above for an amplifier that stands at certain values already: a program, a fresh one
 // having every knob at its default, or a preset replaces them all, everything else only what it
 // names. Throws UsageError.
-SettingValues settingsFrom(const SettingsOptions& options, const SettingValues& before);
+ParameterValues settingsFrom(const SettingsOptions& options, const ParameterValues& before);
 
 }  // namespace quellard

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <vector>
 
-#include "params/factory_bank.h"
+#include "params/words.h"
 #include "tools/errors.h"
 #include "tools/knobs.h"
 #include "tools/output_file.h"
@@ -18,7 +18,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kLongestText = 1 << 16;
-constexpr double kKnobScale = 10.0;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin files with it
 
 struct Line {
@@ -27,28 +26,16 @@ struct Line {
   std::string value;
 };
 
-// The shortest decimal that, divided by the scale, is this value again.
-double shortestDecimal(float value, double scale) {
-  const double exact = static_cast<double>(value) * scale;
-  for (int digits = 1; digits < 17; ++digits) {
-    const double shorter = *parseNumber(fmt::format("{:.{}g}", exact, digits));
-    if (static_cast<float>(shorter / scale) == value) return shorter;
-  }
-  return exact;
-}
-
 // A selector between its positions has no name, and is written as hosts keep it.
 std::string selectorLine(float value) {
   const int channel = channelFromSelect(value);
-  if (selectorValue(channel) != value) {
-    return fmt::format("{} = {}\n", kTypeParameter, shortestDecimal(value, 1.0));
-  }
-  return fmt::format("channel = {}\n", lowered(kChannelNames[static_cast<std::size_t>(channel)]));
+  if (selectFromChannel(channel) != value) return fmt::format("{} = {}\n", kTypeParameter, value);
+  return fmt::format("channel = {}\n", lowered(channelName(channel)));
 }
 
 std::string knobLine(const ParameterInfo& knob, float value) {
-  return fmt::format("{}.{} = {}\n", lowered(kChannelNames[static_cast<std::size_t>(knob.channel)]),
-                     lowered(knob.name), knobPlace(value));
+  return fmt::format("{}.{} = {}\n", lowered(channelName(knob.channel)), lowered(knob.name),
+                     positionFromKnob(value));
 }
 
 // Cuts the first line off a text.
@@ -83,12 +70,12 @@ std::vector<Line> linesOf(std::string_view text, const std::string& name) {
   return lines;
 }
 
-void apply(const std::vector<Line>& lines, bool selector, int channel, SettingValues& values) {
+void apply(const std::vector<Line>& lines, bool selector, int channel, ParameterValues& values) {
   for (const Line& line : lines) {
     if (namesSelector(line.name) != selector) continue;
     complainingAbout(line.where, [&] {
       const Setting setting = parseSetting(line.name, line.value, channel);
-      values[static_cast<std::size_t>(setting.parameter - 1)] = setting.value;
+      values[setting.parameter] = setting.value;
     });
   }
 }
@@ -104,23 +91,14 @@ std::string descriptionOf(std::string_view text) {
 
 }  // namespace
 
-SettingValues defaultValues() {
-  SettingValues values{};
-  values.fill(kKnobDefault);
-  values.back() = kTypeDefault;
-  return values;
-}
-
-double knobPlace(float value) { return shortestDecimal(value, kKnobScale); }
-
 std::string writeSettings(const SettingsText& settings) {
-  const float selector = settings.values.back();
+  const float selector = settings.values[kTypeParameter];
   std::string text;
   if (!settings.description.empty()) text += fmt::format("# {}\n", settings.description);
   text += selectorLine(selector);
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob) continue;
-    const float value = settings.values[static_cast<std::size_t>(info.index - 1)];
+    const float value = settings.values[info.index];
     const bool named = info.channel == channelFromSelect(selector) || value != kKnobDefault;
     if (named) text += knobLine(info, value);
   }
@@ -132,7 +110,7 @@ SettingsText parseSettings(std::string_view text, const std::string& name) {
   SettingsText settings = {descriptionOf(text), defaultValues()};
   const std::vector<Line> lines = linesOf(text, name);
   apply(lines, true, 0, settings.values);
-  apply(lines, false, channelFromSelect(settings.values.back()), settings.values);
+  apply(lines, false, channelFromSelect(settings.values[kTypeParameter]), settings.values);
   return settings;
 }
 

@@ -10,28 +10,18 @@
 // What is not named stands at its default, of two lines for one knob the last counts.
 #pragma once
 
-#include <array>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 
-// All nineteen values, 0..1; entry i-1 is parameter i.
-using SettingValues = std::array<float, kNumStoredValues>;
-
-// Knobs at 5, MODERN selected.
-SettingValues defaultValues();
-
 struct SettingsText {
   std::string description;  // may be empty
-  SettingValues values;
+  ParameterValues values;
 };
-
-// A knob's place on the scale of 0 to 10 as the shortest decimal that gives this value again.
-double knobPlace(float value);
 
 // The text that gives exactly these values, to the last bit, in decimals as short as that allows.
 // The knobs of the selected channel are all named, those of the others where they were moved.

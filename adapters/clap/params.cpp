@@ -9,8 +9,8 @@
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/shared/bypass.h"
 #include "adapters/shared/value_text.h"
-#include "params/factory_bank.h"
 #include "params/parameter_text.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 namespace {
@@ -33,7 +33,7 @@ double plainFromValue(int parameter, float value) {
 float valueFromPlain(int parameter, double plain) {
   const double most = parameter == kTypeParameter ? kNumChannels - 1.0 : 1.0;
   const double held = plain > 0.0 ? std::min(plain, most) : 0.0;
-  if (parameter == kTypeParameter) return selectForChannel(static_cast<int>(held));
+  if (parameter == kTypeParameter) return selectFromChannel(static_cast<int>(held));
   if (parameter == kBypassParameter) return static_cast<float>(static_cast<int>(held));
   return static_cast<float>(held);
 }
@@ -69,7 +69,7 @@ bool getInfo(const clap_plugin_t*, std::uint32_t index, clap_param_info_t* info)
   } else if (info->id == kTypeParameter) {
     describeSelector(*info);
   } else {
-    describeKnob(kParameters[info->id], *info);
+    describeKnob(parameterInfo(static_cast<int>(info->id)), *info);
   }
   return true;
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "adapters/shared/event_split.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 namespace {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "adapters/jack/midi_map.h"
 
-#include "params/factory_bank.h"
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 namespace {
@@ -18,11 +17,10 @@ std::optional<MidiAction> controlAction(int controller, int position, int channe
   const auto value = static_cast<float>(position / kHighest);
   if (controller == kSelector) {
     return MidiAction{.parameter = kTypeParameter,
-                      .value = selectForChannel(channelFromSelect(value))};
+                      .value = selectFromChannel(channelFromSelect(value))};
   }
   if (controller >= kSelectedKnobs && controller < kSelectedKnobs + kKnobsPerChannel) {
-    const int knob = controller - kSelectedKnobs + 1;
-    return MidiAction{.parameter = channel * kKnobsPerChannel + knob, .value = value};
+    return MidiAction{.parameter = knobIndex(channel, controller - kSelectedKnobs), .value = value};
   }
   if (controller >= kAllKnobs && controller < kAllKnobs + kNumControls) {
     return MidiAction{.parameter = controller - kAllKnobs + 1, .value = value};

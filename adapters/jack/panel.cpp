@@ -157,7 +157,7 @@ void Panel::draw() {
   move(5, 0);
   for (int i = 0; i < kNumChannels; ++i) {
     if (i == channel()) attron(A_REVERSE);
-    printw(" %d %s ", i + 1, kChannelNames[static_cast<std::size_t>(i)]);
+    printw(" %d %s ", i + 1, channelName(i));
     attroff(A_REVERSE);
     addch(' ');
   }
@@ -204,10 +204,9 @@ void Panel::drawLevel(int row, const char* name, const LevelMeter& meter) {
 }
 
 void Panel::drawKnob(int row, int knob) {
-  const int index = channel() * kKnobsPerChannel + knob + 1;
+  const int index = knobIndex(channel(), knob);
   const float value = client_.amp().value(index);
-  put(row, fmt::format("{} {:<9} {:>5} [{}]", knob == knob_ ? '>' : ' ',
-                       kParameters[static_cast<std::size_t>(index)].name,
+  put(row, fmt::format("{} {:<9} {:>5} [{}]", knob == knob_ ? '>' : ' ', parameterInfo(index).name,
                        valueText(index, value).data(), bar(static_cast<double>(value))));
 }
 
@@ -221,7 +220,7 @@ std::string Panel::presetLine() const {
 }
 
 std::string Panel::prompt() const {
-  const char* const knob = kParameters[static_cast<std::size_t>(selectedParameter())].name;
+  const char* const knob = parameterInfo(selectedParameter()).name;
   switch (mode_) {
     case Mode::number:
       return fmt::format("{} = {}_   Enter sets it, Escape leaves", knob, entry_.text());
@@ -241,7 +240,7 @@ void Panel::stepPreset(int by) {
 void Panel::turn(int tenths) {
   HostedAmp& amp = client_.amp();
   const long now = std::lround(amp.value(selectedParameter()) * kTenthsPerKnob);
-  amp.setValue(selectedParameter(), knobValue(static_cast<double>(now + tenths) / 10.0));
+  amp.setValue(selectedParameter(), knobFromPosition(static_cast<double>(now + tenths) / 10.0));
 }
 
 void Panel::begin(Mode mode) {
@@ -251,9 +250,9 @@ void Panel::begin(Mode mode) {
 
 void Panel::setKnob(const std::string& text) {
   try {
-    const double place = numberWithin(
-        kParameters[static_cast<std::size_t>(selectedParameter())].name, text, 0.0, 10.0);
-    client_.amp().setValue(selectedParameter(), knobValue(place));
+    const double place =
+        numberWithin(parameterInfo(selectedParameter()).name, text, 0.0, kKnobScale);
+    client_.amp().setValue(selectedParameter(), knobFromPosition(place));
   } catch (const std::exception& error) {
     say(error.what());
   }
@@ -309,7 +308,7 @@ void Panel::pressPlaying(int key) {
   switch (key) {
     case '1':
     case '2':
-    case '3': client_.amp().setValue(kTypeParameter, selectForChannel(key - '1')); break;
+    case '3': client_.amp().setValue(kTypeParameter, selectFromChannel(key - '1')); break;
     case KEY_UP: knob_ = std::max(knob_ - 1, 0); break;
     case KEY_DOWN: knob_ = std::min(knob_ + 1, kKnobsPerChannel - 1); break;
     case KEY_LEFT: turn(-1); break;

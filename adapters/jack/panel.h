@@ -51,7 +51,7 @@ class Panel {
   void stepPreset(int by);
   void turn(int tenths);
   int channel() const;
-  int selectedParameter() const { return channel() * kKnobsPerChannel + knob_ + 1; }
+  int selectedParameter() const { return knobIndex(channel(), knob_); }
 
   void readLevels();
   void draw();
@@ -68,7 +68,7 @@ class Panel {
   LineEntry entry_;
   std::string message_;
   std::vector<std::string> saved_;
-  int knob_ = kKnobsPerChannel - 1;  // GAIN
+  int knob_ = kGainKnob;
   bool leaves_ = false;
   // A converter's highest sample is below 1: an input that reaches it was cut before it came here.
   // The outputs' floats may be above and are cut after they have left.

@@ -28,7 +28,4 @@ constexpr std::uint32_t lv2EnabledPort(int sides) {
   return kLv2ControlPorts + 2 * static_cast<std::uint32_t>(sides);
 }
 
-// Control ports keep knobs on the players' scale and the selector as a channel's number.
-inline constexpr double kLv2KnobScale = 10.0;
-
 }  // namespace quellard

@@ -54,7 +54,7 @@ std::string knobPort(const ParameterInfo& knob) {
     pg:group <{}>)",
                      knob.index - 1, knob.symbol, parameterTitle(knob.index).data(),
                      controlTitle(knob.index).data(),
-                     static_cast<double>(kKnobDefault) * kLv2KnobScale, kLv2KnobScale,
+                     static_cast<double>(kKnobDefault) * kKnobScale, kKnobScale,
                      groupUri(knob.channel));
 }
 
@@ -72,7 +72,7 @@ std::string selectorPort(const ParameterInfo& selector) {
                   channelFromSelect(kTypeDefault), kNumChannels - 1);
   for (int channel = 0; channel < kNumChannels; ++channel) {
     text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"{}\" ; rdf:value {} ]",
-                        kChannelNames[static_cast<std::size_t>(channel)], channel);
+                        channelName(channel), channel);
   }
   return text;
 }
@@ -114,7 +114,7 @@ std::string audioPort(const Lv2Variant& variant, bool input, int side) {
 std::string ports(const Lv2Variant& variant) {
   std::string text;
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
+    const ParameterInfo& parameter = parameterInfo(index);
     const bool selects = parameter.kind == ParameterKind::selector;
     text += fmt::format("  lv2:port [\n    {}\n  ] ;\n",
                         selects ? selectorPort(parameter) : knobPort(parameter));
@@ -166,15 +166,12 @@ std::string groups() {
   return text;
 }
 
-// What a control port holds for a preset: its own knobs as the bank lists them. With a point
-// always, as some hosts take no whole numbers for the value of a port.
-std::string presetControl(const FactoryPreset& preset, const ParameterInfo& parameter) {
-  if (parameter.kind == ParameterKind::selector) return fmt::format("{}.0", preset.channel);
-  if (parameter.channel != preset.channel) {
-    return fmt::format("{:.1f}", static_cast<double>(kKnobDefault) * kLv2KnobScale);
-  }
-  const auto knob = static_cast<std::size_t>((parameter.index - 1) % kKnobsPerChannel);
-  return fmt::format("{:#}", preset.knobs[knob]);
+// What a control port holds for a preset. With a point always, as some hosts take no whole numbers
+// for the value of a port.
+std::string presetControl(const FactoryPreset& preset, int index) {
+  const float value = presetValue(preset, index);
+  return fmt::format("{:#}", index == kTypeParameter ? static_cast<double>(channelFromSelect(value))
+                                                     : positionFromKnob(value));
 }
 
 std::string presetHead(const FactoryPreset& preset) {
@@ -187,9 +184,8 @@ std::string presetText(const FactoryPreset& preset) {
   text +=
       fmt::format("  rdfs:label \"{}\" ;\n  rdfs:comment \"{}\"", preset.name, preset.description);
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    const ParameterInfo& parameter = kParameters[static_cast<std::size_t>(index)];
-    text += fmt::format(" ;\n  lv2:port [ lv2:symbol \"{}\" ; pset:value {} ]", parameter.symbol,
-                        presetControl(preset, parameter));
+    text += fmt::format(" ;\n  lv2:port [ lv2:symbol \"{}\" ; pset:value {} ]",
+                        parameterInfo(index).symbol, presetControl(preset, index));
   }
   return text + " .\n\n";
 }

@@ -5,7 +5,6 @@
 // afterwards is kept in the host's project, never in the program.
 #pragma once
 
-#include <array>
 #include <optional>
 
 #include "params/factory_bank.h"
@@ -21,17 +20,13 @@ constexpr const char* listedProgramName(int program) {
   return program == 0 ? "Init" : kFactoryBank[static_cast<std::size_t>(program - 1)].name;
 }
 
-// Entry i-1 is parameter i.
-constexpr std::array<float, kNumStoredValues> listedProgramValues(int program) {
-  if (program > 0) return presetValues(kFactoryBank[static_cast<std::size_t>(program - 1)]);
-  std::array<float, kNumStoredValues> values{};
-  values.fill(kKnobDefault);
-  values.back() = kTypeDefault;
-  return values;
+constexpr ParameterValues listedProgramValues(int program) {
+  return program == 0 ? defaultValues()
+                      : presetValues(kFactoryBank[static_cast<std::size_t>(program - 1)]);
 }
 
 // The program that sets just these values, which a host is to show beside them.
-constexpr std::optional<int> listedProgramWith(const std::array<float, kNumStoredValues>& values) {
+constexpr std::optional<int> listedProgramWith(const ParameterValues& values) {
   for (int program = 0; program < kNumListedPrograms; ++program) {
     if (listedProgramValues(program) == values) return program;
   }

@@ -9,7 +9,7 @@
 #include <optional>
 #include <span>
 
-#include "params/parameter_table.h"
+#include "params/parameter_values.h"
 
 namespace quellard {
 
@@ -18,10 +18,9 @@ constexpr std::size_t stateSize(std::size_t values) { return 8 + 4 * values + 4;
 
 inline constexpr std::size_t kMostStateValues = 64;  // that a block may hold
 inline constexpr std::size_t kMostStateBytes = stateSize(kMostStateValues);
-using StateValues = std::array<float, kNumStoredValues>;  // entry i-1 is parameter i, 0..1
 
 struct State {
-  StateValues values{};
+  ParameterValues values{};
   bool bypass = false;
 
   friend bool operator==(const State&, const State&) = default;

@@ -22,12 +22,6 @@ ValueText valueText(int index, float value);
 // other texts and other parameters.
 std::optional<float> valueFromText(int index, std::string_view text);
 
-// The value of a knob whose place on the scale of 0 to 10 a host keeps as a float: that of the
-// shortest decimal which reads as this float, so that 4.39 gives the bits of "4.39", of a preset
-// and of `quellard render`. The float itself divided by 10 would not, for a quarter of all settings
-// with two decimals. Held within 0..10, NaN at 0.
-float knobFromScale(float scale);
-
 // The value of a parameter as formats keep it whose controls read like the amplifier's: knobs on
 // their scale, the selector as a channel's number, 0..2, rounded since a slider may send any float.
 float valueFromControl(int index, float control);

@@ -25,7 +25,7 @@ double held(double value, double most) { return value > 0.0 ? std::min(value, mo
 void describeKnob(v3_param_id id, v3_param_info& info) {
   writeWide(info.title, parameterTitle(indexOf(id)).data());
   writeWide(info.short_title, controlTitle(indexOf(id)).data());
-  info.unit_id = vst3UnitOf(kParameters[id].channel);
+  info.unit_id = vst3UnitOf(parameterInfo(indexOf(id)).channel);
 }
 
 void describeList(v3_param_info& info, const char* title, std::int32_t flag) {
@@ -54,8 +54,7 @@ void describeParameter(v3_param_id id, v3_param_info& info) {
 }
 
 float defaultValue(v3_param_id id) {
-  if (isKnob(id)) return kKnobDefault;
-  return id == v3_param_id{kTypeParameter} ? kTypeDefault : 0.0F;
+  return isStored(indexOf(id)) ? quellard::defaultValue(indexOf(id)) : 0.0F;
 }
 
 // VST3 gives each step an equal share of 0..1.
@@ -79,7 +78,7 @@ double plainFromNormalised(v3_param_id id, double normalised) {
 }
 
 double normalisedFromPlain(v3_param_id id, double plain) {
-  if (isKnob(id)) return static_cast<double>(knobFromScale(static_cast<float>(plain)));
+  if (isKnob(id)) return static_cast<double>(knobFromFloatPosition(static_cast<float>(plain)));
   const int last = lastStep(id);
   return std::round(held(plain, last)) / last;
 }

@@ -110,9 +110,8 @@ void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
 
 State Vst3Plugin::shownState() const {
   State state{.bypass = shown(kVst3Bypass) > 0.5F};
-  for (std::size_t i = 0; i < state.values.size(); ++i) {
-    state.values[i] = shown(static_cast<v3_param_id>(i + 1));
-  }
+  v3_param_id id = 0;
+  for (float& value : state.values) value = shown(++id);
   return state;
 }
 
@@ -145,8 +144,8 @@ bool Vst3Plugin::show(v3_param_id id, float value) {
   return true;
 }
 
-void Vst3Plugin::showValues(const HostedAmp::Values& values) {
-  for (std::size_t i = 0; i < values.size(); ++i) shown_[i + 1] = values[i];
+void Vst3Plugin::showValues(const ParameterValues& values) {
+  std::copy(values.begin(), values.end(), shown_.begin() + 1);
 }
 
 void Vst3Plugin::setHandler(v3_component_handler** handler) {

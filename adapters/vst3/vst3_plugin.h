@@ -81,7 +81,7 @@ class Vst3Plugin {
 
   void play(v3_param_id id, float value);
   bool show(v3_param_id id, float value);  // true where other values have changed with it
-  void showValues(const HostedAmp::Values& values);
+  void showValues(const ParameterValues& values);
   void tellHost();
 
   Vst3Face component_;

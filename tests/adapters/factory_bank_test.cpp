@@ -247,13 +247,12 @@ TEST(FactoryBank, APresetHasANameOfItsOwnAndSetsEveryParameter) {
     const auto values = presetValues(preset);
     for (int index = 1; index <= kNumControls; ++index) {
       const auto knob = static_cast<std::size_t>((index - 1) % kKnobsPerChannel);
-      EXPECT_EQ(values[static_cast<std::size_t>(index - 1)],
-                findParameter(index)->channel == preset.channel
-                    ? static_cast<float>(preset.knobs[knob] / 10.0)
-                    : fresh.getParameter(index));
+      EXPECT_EQ(values[index], findParameter(index)->channel == preset.channel
+                                   ? static_cast<float>(preset.knobs[knob] / 10.0)
+                                   : fresh.getParameter(index));
       EXPECT_TRUE(preset.knobs[knob] >= 0.0 && preset.knobs[knob] <= 10.0) << preset.name;
     }
-    EXPECT_EQ(channelFromSelect(values.back()), preset.channel) << preset.name;
+    EXPECT_EQ(channelFromSelect(values[kTypeParameter]), preset.channel) << preset.name;
   }
   EXPECT_EQ(channels, (std::set<int>{0, 1, 2}));
 }

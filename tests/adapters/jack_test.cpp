@@ -12,6 +12,7 @@
 #include "adapters/jack/line_entry.h"
 #include "adapters/jack/mute.h"
 #include "adapters/jack/state_file.h"
+#include "params/parameter_values.h"
 #include "tools/errors.h"
 
 namespace quellard::test {
@@ -109,7 +110,7 @@ TEST_F(State, IsRememberedAndAFileOfSomethingElseIsKept) {
   EXPECT_FALSE(first.read().has_value());
   EXPECT_NE(first.notice(), "");
   SettingsText settings = {"Blues Lead", defaultValues()};
-  settings.values[5] = 0.1F;
+  settings.values[6] = 0.1F;
   first.write(settings);
   StateFile second(file);
   EXPECT_EQ(second.read()->values, settings.values);

@@ -39,9 +39,8 @@ TEST(State, EveryVersionIsReadAndTheLowestWritten) {
     const Bytes stored = storedState(name);
     const std::optional<State> state = decodeState(stored);
     ASSERT_TRUE(state.has_value()) << name;
-    for (std::size_t i = 0; i < 18; ++i)
-      EXPECT_EQ(state->values[i], static_cast<float>(i + 1) / 20.0F);
-    EXPECT_EQ(state->values[18], 0.5F);
+    for (int i = 1; i <= 18; ++i) EXPECT_EQ(state->values[i], static_cast<float>(i) / 20.0F);
+    EXPECT_EQ(state->values[19], 0.5F);
     EXPECT_EQ(state->bypass, stored[4] == 2);
     const StateBytes again = encodeState(*state);
     EXPECT_EQ(Bytes(again.bytes().begin(), again.bytes().end()), stored);
@@ -52,7 +51,7 @@ TEST(State, EveryVersionIsReadAndTheLowestWritten) {
 TEST(State, ForeignOnesAreRefused) {
   EXPECT_EQ(decodedWithSum(blockOf(1, 19)), decodedWithSum(blockOf(2, 19))) << "none behind them";
   EXPECT_EQ(decodedWithSum(blockOf(2, 20)), decodedWithSum(blockOf(2, 64))) << "later ones";
-  EXPECT_EQ(decodedWithSum(blockOf(2, 20))->values[0], 1.0F);
+  EXPECT_EQ(decodedWithSum(blockOf(2, 20))->values[1], 1.0F);
   for (const auto& [version, count] :
        {std::pair{0, 19}, {3, 19}, {1, 18}, {1, 20}, {2, 18}, {2, 65}})
     EXPECT_EQ(decodedWithSum(
@@ -88,17 +87,18 @@ TEST(ValueText, ReadsWhatPeopleType) {
 TEST(ValueText, AKnobsScaleKeepsTheBits) {
   for (int hundredths = 0; hundredths <= 1000; ++hundredths) {
     const double scale = hundredths / 100.0;
-    const float knob = knobFromScale(static_cast<float>(scale));
+    const float knob = knobFromFloatPosition(static_cast<float>(scale));
     ASSERT_EQ(knob, static_cast<float>(scale / 10.0)) << scale;
     ASSERT_EQ(controlFromValue(6, knob), static_cast<float>(scale)) << scale;
     ASSERT_EQ(valueFromText(6, valueText(6, knob).data()), knob) << scale;
   }
-  for (const float low : {-1.0F, NAN, 1e-44F}) EXPECT_NEAR(knobFromScale(low), 0.0F, 1e-30F);
-  EXPECT_EQ(knobFromScale(1e38F), 1.0F);
+  for (const float low : {-1.0F, NAN, 1e-44F})
+    EXPECT_NEAR(knobFromFloatPosition(low), 0.0F, 1e-30F);
+  EXPECT_EQ(knobFromFloatPosition(1e38F), 1.0F);
   Random random(sessionSeed() ^ 0x10);
   for (int i = 0; i < effort(100000); ++i) {
-    const float knob = knobFromScale(static_cast<float>(random.between(0.0, 10.0)));
-    ASSERT_EQ(knobFromScale(controlFromValue(6, knob)), knob) << knob;
+    const float knob = knobFromFloatPosition(static_cast<float>(random.between(0.0, 10.0)));
+    ASSERT_EQ(knobFromFloatPosition(controlFromValue(6, knob)), knob) << knob;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/amplifier.h"
+#include "params/parameter_values.h"
 #include "tests/support/effort.h"
 #include "tests/support/floating_point_mode.h"
 #include "tests/support/signals.h"

@@ -33,16 +33,16 @@ std::vector<Place> places() {
   return all;
 }
 
-HostedAmp::Values defaults(int channel) {
-  HostedAmp::Values values = HostedAmp(HostedAmp::kMono).values();
-  values.back() = selectForChannel(channel);
+ParameterValues defaults(int channel) {
+  ParameterValues values = HostedAmp(HostedAmp::kMono).values();
+  values[kTypeParameter] = selectFromChannel(channel);
   return values;
 }
 
 int moveAt(Place place) { return kMove / place.period * place.period + place.frame; }
 
 // 220 Hz at -20 dBFS through an amplifier whose parameters move once.
-std::vector<double> played(const HostedAmp::Values& before, const HostedAmp::Values& after,
+std::vector<double> played(const ParameterValues& before, const ParameterValues& after,
                            Place place) {
   HostedAmp amp(HostedAmp::kMono);
   amp.setValues(before);
@@ -68,7 +68,7 @@ double largestStep(const std::vector<double>& sound, int begin, int end) {
 }
 
 // The largest step around the move, against that of the louder steady sound.
-double stepRatio(const HostedAmp::Values& before, const HostedAmp::Values& after) {
+double stepRatio(const ParameterValues& before, const ParameterValues& after) {
   double worst = 0.0;
   for (const Place place : places()) {
     const std::vector<double> sound = played(before, after, place);
@@ -86,9 +86,9 @@ TEST(Moves, AKnobStepsNoFurtherThanTheSound) {
   constexpr int kStride = sizeof(void*) < 8 ? 5 : 1;  // 32 bits run in an emulator
   for (int index = 1; index <= kNumControls; index += kStride) {
     for (const auto& [from, to] : kWays) {
-      HostedAmp::Values before = defaults((index - 1) / kKnobsPerChannel), after = before;
-      before[static_cast<std::size_t>(index - 1)] = from;
-      after[static_cast<std::size_t>(index - 1)] = to;
+      ParameterValues before = defaults((index - 1) / kKnobsPerChannel), after = before;
+      before[index] = from;
+      after[index] = to;
       EXPECT_LT(stepRatio(before, after), 1.15) << index << ": " << from << " to " << to;
     }
   }
@@ -112,7 +112,7 @@ TEST(Moves, TheSelectorArrivesWithItsFirstStep) {
   ParameterSmoother smoother;
   smoother.jumpTo(defaults(0));
   for (const double rate : {44100.0, 192000.0}) {
-    const float channel = selectForChannel(rate > 44100.0 ? 1 : 2);
+    const float channel = selectFromChannel(rate > 44100.0 ? 1 : 2);
     smoother.moveTo(kTypeParameter, channel);
     smoother.prepare(rate);
     const auto expectArrived = [&](int index, float value) {
@@ -146,8 +146,8 @@ double peakAbove5kHz(const std::vector<double>& sound, int begin, int end) {
 }
 
 TEST(Moves, MasterMakesNoSoundAbove5kHz) {
-  HostedAmp::Values before = defaults(0), after = before;
-  after[4] = 0.6F;
+  ParameterValues before = defaults(0), after = before;
+  after[5] = 0.6F;
   double worst = 0.0;
   for (const Place place : places()) {
     const std::vector<double> sound = played(before, after, place);
@@ -160,8 +160,8 @@ TEST(Moves, MasterMakesNoSoundAbove5kHz) {
 // From the bits of one setting to those of another, in the same time for every block length.
 TEST(Moves, TakeTheSameShortTime) {
   constexpr int kWay = 512;  // samples: 12 ms in whole steps
-  HostedAmp::Values before = defaults(1), after = before;
-  after[10] = 0.73F;
+  ParameterValues before = defaults(1), after = before;
+  after[11] = 0.73F;
   for (const Place place : places()) {
     const std::vector<double> sound = played(before, after, place);
     const std::vector<double> low = played(before, before, place),
@@ -184,14 +184,14 @@ TEST(Moves, TakeTheSameShortTime) {
 TEST(Moves, ArriveWhateverHappensOnTheWay) {
   Random random(sessionSeed() ^ 0x30);
   HostedAmp amp(HostedAmp::kMono), resting(HostedAmp::kMono);
-  HostedAmp::Values last = defaults(2);
+  ParameterValues last = defaults(2);
   ASSERT_TRUE(amp.prepare(kRate, 64));
   std::vector<double> io(64), same(64);
   double *channel = io.data(), *other = same.data();
   const AudioChannels block{.doubles = &channel, .count = 1}, twin{.doubles = &other, .count = 1};
   for (int move = 0; move < effort(2000); ++move) {
     const int index = random.integer(1, kNumControls);
-    last[static_cast<std::size_t>(index - 1)] = static_cast<float>(random.unit());
+    last[index] = static_cast<float>(random.unit());
     amp.setValues(last);
     const int frames = random.integer(1, 64);
     amp.play(block, block, 0, frames);

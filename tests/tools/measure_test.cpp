@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "params/parameter_values.h"
 #include "tests/tools/scratch.h"
 #include "tools/gain_table.h"
 
@@ -19,7 +20,7 @@ constexpr int kRate = 48000;
 
 StartingPoint knobs(int channel, std::vector<Setting> settings = {}) {
   StartingPoint start = {0, std::move(settings)};
-  start.settings.push_back({kTypeParameter, selectorValue(channel)});
+  start.settings.push_back({kTypeParameter, selectFromChannel(channel)});
   return start;
 }
 

@@ -42,23 +42,23 @@ class Presets : public testing::Test {
 
 TEST(Settings, AnyValuesComeBackToTheBit) {
   Random random(3);
-  const auto bits = [](const SettingValues& values) {
-    return std::string(reinterpret_cast<const char*>(values.data()), sizeof values);
+  const auto bits = [](const ParameterValues& values) {
+    return std::string(reinterpret_cast<const char*>(&values), sizeof values);
   };
   for (int round = 0; round < 2000; ++round) {
-    SettingValues values{};
+    ParameterValues values;
     for (float& value : values) value = static_cast<float>(random.unit());
-    if (round % 2 == 0) values.back() = selectorValue(round / 2 % 3);
-    values[0] = round % 3 == 0 ? 1e-42F : 0.0F;
-    values[1] = std::nextafter(1.0F, 0.0F);
+    if (round % 2 == 0) values[kTypeParameter] = selectFromChannel(round / 2 % 3);
+    values[1] = round % 3 == 0 ? 1e-42F : 0.0F;
+    values[2] = std::nextafter(1.0F, 0.0F);
     const std::string text = writeSettings({"Some words", values});
     const SettingsText read = parseSettings(text, "");
     ASSERT_EQ(bits(read.values), bits(values)) << text;
     ASSERT_EQ(read.description, "Some words");
   }
   SettingsText solo = {"", defaultValues()};
-  solo.values[16] = 0.373F;
-  solo.values[0] = 0.739F;
+  solo.values[17] = 0.373F;
+  solo.values[1] = 0.739F;
   EXPECT_EQ(writeSettings(solo),
             "channel = modern\nclean.presence = 7.39\nmodern.presence = 5\nmodern.bass = 5\n"
             "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\n");
@@ -71,10 +71,10 @@ TEST(Settings, TextFromAnyHandIsReadAndMistakesAreNamedByTheirLine) {
       "0.75",
       "");
   EXPECT_EQ(read.description, "Solo");
-  SettingValues expected = defaultValues();
-  expected[18] = 0.5F;
-  expected[11] = 0.75F;
-  expected[1] = 0.1F;
+  ParameterValues expected = defaultValues();
+  expected[kTypeParameter] = 0.5F;
+  expected[12] = 0.75F;
+  expected[2] = 0.1F;
   EXPECT_EQ(read.values, expected) << "bare names mean the channel of the file, the last counts";
   EXPECT_EQ(parseSettings("", "").values, defaultValues());
   const struct {
@@ -92,8 +92,8 @@ TEST(Settings, TextFromAnyHandIsReadAndMistakesAreNamedByTheirLine) {
 }
 
 TEST_F(Presets, AreSavedAndFoundBehindTheFactoryBank) {
-  SettingValues values = defaultValues();
-  values[3] = 0.1234567F;
+  ParameterValues values = defaultValues();
+  values[4] = 0.1234567F;
   savePreset("Süßer Ton", values);
   savePreset("alto", defaultValues());
   savePreset("ALTO", values);  // the same preset, whose file keeps its name
@@ -141,7 +141,7 @@ TEST_F(Presets, ABrokenFileIsNamedAndTheOthersStillWork) {
   ASSERT_EQ(list.troubles.size(), 4u);
   EXPECT_TRUE(list.troubles[0].ends_with("Bad.txt:2: unknown knob 'bas', did you mean 'bass'?"));
   EXPECT_TRUE(complaint([] { findPreset("bad"); }).ends_with("did you mean 'bass'?"));
-  EXPECT_EQ(findPreset("Good").values[17], 0.3F);
+  EXPECT_EQ(findPreset("Good").values[18], 0.3F);
   fs::remove_all(folder / "quellard/presets");
   EXPECT_EQ(listPresetFiles().troubles.size(), 0u);
   std::ofstream(folder / "quellard/presets") << "no folder";
@@ -150,20 +150,20 @@ TEST_F(Presets, ABrokenFileIsNamedAndTheOthersStillWork) {
 }
 
 TEST(SettingsOptions, APresetReplacesWhatIsRememberedAKnobChangesIt) {
-  SettingValues before = defaultValues();
-  before.back() = 0.5F;
-  before[11] = 0.9F;
+  ParameterValues before = defaultValues();
+  before[kTypeParameter] = 0.5F;
+  before[12] = 0.9F;
   SettingsOptions knobs;
   knobs.knobs["bass"] = "2";
-  SettingValues expected = before;
-  expected[7] = 0.2F;
+  ParameterValues expected = before;
+  expected[8] = 0.2F;
   EXPECT_EQ(settingsFrom(knobs, before), expected) << "on the channel that was remembered";
   knobs.channel = "clean";
   knobs.assignments = {"vintage_gain=7.5"};
   expected = before;
-  expected.back() = 0.0F;
-  expected[1] = 0.2F;
-  expected[11] = 0.75F;
+  expected[kTypeParameter] = 0.0F;
+  expected[2] = 0.2F;
+  expected[12] = 0.75F;
   EXPECT_EQ(settingsFrom(knobs, before), expected);
 
   SettingsOptions fresh;

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: ISC
+// Words that players and files write: free of case and of the white space around them. Plain ASCII,
+// as every name here is; the C library's own idea of case follows the locale. Any thread.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace quellard {
+
+constexpr char lowerCase(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Allocates.
+inline std::string lowered(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(), lowerCase);
+  return result;
+}
+
+constexpr std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kWhite = " \t\r\n";
+  const std::size_t begin = text.find_first_not_of(kWhite);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kWhite) - begin + 1);
+}
+
+constexpr bool sameWord(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowerCase(x) == lowerCase(y); });
+}
+
+}  // namespace quellard
