@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What there is to time. Each benchmark reports in counters, which the table reads.
+// The benchmarks. Each reports its times in counters, which table_reporter.cpp prints.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -10,25 +10,25 @@ namespace quellard::bench {
 inline constexpr char kShippedNs[] = "shipped_ns";
 inline constexpr char kReferenceNs[] = "reference_ns";
 inline constexpr char kRatio[] = "ratio";       // reference / shipped
-inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same turns
+inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same rounds
 inline constexpr char kRealTime[] = "x_real_time";
-// Counters of knobs that move in a host of today, per input sample.
+// Counters of HostedAmp with and without moving knobs, per input sample.
 inline constexpr char kMovingNs[] = "moving_ns";
 inline constexpr char kRestingNs[] = "resting_ns";
 // Counters of start-up, per call.
 inline constexpr char kShippedUs[] = "shipped_us";
 inline constexpr char kReferenceUs[] = "reference_us";
 
-// turns: how often each contender plays its stretch of signal.
-void registerPlaying(int turns);
-void registerHosted(int turns);
-void registerRecurrence(int turns);
-void registerSetup(int turns);
+// rounds: how often each measurement is repeated.
+void registerPlaying(int rounds);
+void registerHosted(int rounds);
+void registerRecurrence(int rounds);
+void registerSetup(int rounds);
 
-// The lowpass recurrence of so many input samples, on one sub-sample after the other.
+// Computes the lowpass recurrence alone, for this many input samples at this oversampling factor.
 double lowpassRecurrence(int samples, int factor);
 
-// Prints "SHIPPED REFERENCE": the us that each takes for the first rate set-up of this process.
+// Prints the time of the first rate set-up in this process, in us: "SHIPPED REFERENCE".
 void printFirstSetup();
 
 }  // namespace quellard::bench

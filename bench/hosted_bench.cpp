@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// What moving knobs cost in hosts of today: six knobs of the channel that plays get a new value in
-// every block of 64 samples and so are on their way all the time, beside the same amplifier at
-// rest.
+// The cost of moving knobs in HostedAmp: the six knobs of the channel that plays get a new value in
+// every block of 64 samples, so that they move all the time. Compared with the same amplifier with
+// knobs at rest.
 #include <string>
 #include <vector>
 
@@ -13,7 +13,7 @@
 namespace quellard::bench {
 namespace {
 
-constexpr int kTurn = 8192;
+constexpr int kRoundSamples = 8192;  // a whole number of blocks
 constexpr int kBlock = 64;
 
 class Player {
@@ -23,13 +23,14 @@ class Player {
     amp_.prepare(44100.0, kBlock);
   }
 
-  // A turn over the signal. frame: of each block, where the knobs move; none below 0.
+  // One round: plays the whole signal. frame: within each block, when the knobs move; negative for
+  // never.
   void play(std::vector<double>& in, int frame) {
     double* from = in.data();
     double* to = out_.data();
     const AudioChannels input{.doubles = &from, .count = 1};
     const AudioChannels output{.doubles = &to, .count = 1};
-    for (int begin = 0; begin < kTurn; begin += kBlock) {
+    for (int begin = 0; begin < kRoundSamples; begin += kBlock) {
       amp_.play(input, output, begin, begin + std::max(frame, 0));
       if (frame >= 0) moveKnobs();
       amp_.play(input, output, begin + std::max(frame, 0), begin + kBlock);
@@ -40,13 +41,13 @@ class Player {
   void moveKnobs() {
     ++moves_;
     for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
-      const int place = (moves_ * 7 + knob * 29) % 100;
-      amp_.setValue(knobIndex(channel_, knob), 0.3F + 0.004F * static_cast<float>(place));
+      const int position = (moves_ * 7 + knob * 29) % 100;
+      amp_.setValue(knobIndex(channel_, knob), 0.3F + 0.004F * static_cast<float>(position));
     }
   }
 
   HostedAmp amp_{HostedAmp::kMono};
-  std::vector<double> out_ = std::vector<double>(std::size_t{kTurn});
+  std::vector<double> out_ = std::vector<double>(std::size_t{kRoundSamples});
   int channel_;
   int moves_ = 0;
 };
@@ -54,12 +55,13 @@ class Player {
 void moving(benchmark::State& state, int channel, int frame) {
   test::Random random(1);
   std::vector<double> in =
-      test::pluckedNote(random, 44100.0, 110.0, 0.5, static_cast<std::size_t>(kTurn));
+      test::pluckedNote(random, 44100.0, 110.0, 0.5, static_cast<std::size_t>(kRoundSamples));
   Player moved(channel), resting(channel);
   Race race;
   for (auto _ : state) {
     const double movedNs = warmNanoseconds([&] { moved.play(in, frame); });
-    race.add(warmNanoseconds([&] { resting.play(in, -1); }) / kTurn, movedNs / kTurn);
+    race.add(warmNanoseconds([&] { resting.play(in, -1); }) / kRoundSamples,
+             movedNs / kRoundSamples);
     state.SetIterationTime(movedNs * 1e-9);
   }
   state.counters[kMovingNs] = race.reference();
@@ -69,7 +71,7 @@ void moving(benchmark::State& state, int channel, int frame) {
 
 }  // namespace
 
-void registerHosted(int turns) {
+void registerHosted(int rounds) {
   for (int channel = 0; channel < kNumChannels; ++channel) {
     for (const int frame : {0, kBlock / 2, kBlock - 1}) {
       const std::string name =
@@ -78,7 +80,7 @@ void registerHosted(int turns) {
           name.c_str(),
           [channel, frame](benchmark::State& state) { moving(state, channel, frame); })
           ->UseManualTime()
-          ->Iterations(turns);
+          ->Iterations(rounds);
     }
   }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// quellard_bench: times the amplifier beside the reference and prints tables.
+// quellard_bench: compares the amplifier's speed with the reference's and prints tables.
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -15,13 +15,13 @@
 namespace {
 
 constexpr char kUsage[] =
-    "quellard_bench [--turns=N] [--isa=baseline|avx2|avx512] [--benchmark_...]\n"
-    "  --turns  how often shipped code and reference take turns of 8192 samples (25)\n"
-    "  --isa    the instruction set to play with, by default the best that the processor has\n"
+    "quellard_bench [--rounds=N] [--isa=baseline|avx2|avx512] [--benchmark_...]\n"
+    "  --rounds  how often shipped code and reference alternate, for 8192 samples each (25)\n"
+    "  --isa     the instruction set to play with, by default the best that the processor has\n"
     "  --benchmark_filter=play/MODERN/.*64 and the other options of Google Benchmark\n";
 
 struct Options {
-  int turns = 25;
+  int rounds = 25;
   const char* isa = nullptr;
   bool firstSetup = false;
   bool help = false;
@@ -33,10 +33,10 @@ std::optional<std::string_view> valueOf(std::string_view argument, std::string_v
 }
 
 bool parse(const char* argument, Options& options) {
-  if (const auto turns = valueOf(argument, "--turns=")) {
+  if (const auto rounds = valueOf(argument, "--rounds=")) {
     const auto [end, error] =
-        std::from_chars(turns->data(), turns->data() + turns->size(), options.turns);
-    return error == std::errc() && *end == '\0' && options.turns > 0;
+        std::from_chars(rounds->data(), rounds->data() + rounds->size(), options.rounds);
+    return error == std::errc() && *end == '\0' && options.rounds > 0;
   }
   if (const auto isa = valueOf(argument, "--isa=")) {
     options.isa = isa->data();
@@ -48,7 +48,7 @@ bool parse(const char* argument, Options& options) {
   return word == "--first-setup" || word == "--help";
 }
 
-// The amplifier may choose its code before main begins, so a choice takes a new start.
+// The amplifier chooses its code before main() begins, so another choice needs a new process.
 bool startAgainWith(const char* isa, char** arguments) {
   const char* current = std::getenv("QUELLARD_ISA");
   if (current != nullptr && std::strcmp(current, isa) == 0) return true;
@@ -84,10 +84,10 @@ int main(int argc, char** argv) {
   int count = static_cast<int>(forLibrary.size());
   benchmark::Initialize(&count, forLibrary.data());
   if (benchmark::ReportUnrecognizedArguments(count, forLibrary.data())) return 2;
-  quellard::bench::registerRecurrence(options.turns);
-  quellard::bench::registerPlaying(options.turns);
-  quellard::bench::registerHosted(options.turns);
-  quellard::bench::registerSetup(options.turns);
+  quellard::bench::registerRecurrence(options.rounds);
+  quellard::bench::registerPlaying(options.rounds);
+  quellard::bench::registerHosted(options.rounds);
+  quellard::bench::registerSetup(options.rounds);
   quellard::bench::TableReporter table;
   benchmark::RunSpecifiedBenchmarks(&table);
   benchmark::Shutdown();

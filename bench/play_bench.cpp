@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Playing a block, from the record's processDoubleReplacing, beside the reference.
+// The time to play blocks through the record's processDoubleReplacing, compared with the reference.
 #include <cstring>
 #include <limits>
 #include <string>
@@ -15,7 +15,7 @@ namespace {
 
 enum class Knobs { steady, audible, all };
 
-constexpr int kTurn = 8192;  // samples, a whole number of blocks
+constexpr int kRoundSamples = 8192;  // a whole number of blocks
 
 struct Case {
   int channel;
@@ -24,7 +24,7 @@ struct Case {
   Knobs knobs;
 };
 
-// A knob on its way up and down, a little further with every block and each at a place of its own.
+// A knob's value that goes up and down, one step per block; each parameter has another phase.
 float position(int block, int parameter) {
   const int step = (block * 7 + parameter * 29) % 200;
   return 0.3f + 0.004f * static_cast<float>(step < 100 ? step : 200 - step);
@@ -34,16 +34,16 @@ float position(int block, int parameter) {
 template <typename Amplifier>
 class Player {
  public:
-  explicit Player(const Case& settings) : case_(settings), out_(std::size_t{kTurn}) {
+  explicit Player(const Case& benchCase) : case_(benchCase), out_(std::size_t{kRoundSamples}) {
     amplifier_.setSampleRate(case_.rate);
     for (int i = 1; i <= kNumControls; ++i) amplifier_.setParameter(i, position(0, i));
     amplifier_.setParameter(kTypeParameter, 0.5f * static_cast<float>(case_.channel));
   }
 
-  // One turn over the signal, with the moves of the knobs.
+  // One round: plays the whole signal and moves the knobs before every block.
   void play(std::vector<double>& in) {
     const auto frames = static_cast<std::size_t>(case_.frames);
-    for (std::size_t done = 0; done < std::size_t{kTurn}; done += frames) {
+    for (std::size_t done = 0; done < std::size_t{kRoundSamples}; done += frames) {
       moveKnobs();
       amplifier_.process(in.data() + done, out_.data() + done, case_.frames);
     }
@@ -70,26 +70,26 @@ bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
   return std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
 }
 
-void playing(benchmark::State& state, const Case& settings) {
+void playing(benchmark::State& state, const Case& benchCase) {
   test::Random random(1);
-  std::vector<double> in =
-      test::pluckedNote(random, static_cast<double>(settings.rate), 110.0, 0.5, std::size_t{kTurn});
-  Player<test::OpenedEffect> shipped(settings);
-  Player<reference::Amplifier> reference(settings);
+  std::vector<double> in = test::pluckedNote(random, static_cast<double>(benchCase.rate), 110.0,
+                                             0.5, std::size_t{kRoundSamples});
+  Player<test::OpenedEffect> shipped(benchCase);
+  Player<reference::Amplifier> reference(benchCase);
   shipped.play(in);
   reference.play(in);
 
-  const int factor = settings.rate == 48000.0f ? 7 : 8;
+  const int factor = benchCase.rate == 48000.0f ? 7 : 8;
   double floorNs = std::numeric_limits<double>::max();
   Race race;
   for (auto _ : state) {
     const double shippedNs = warmNanoseconds([&] { shipped.play(in); });
     const double referenceNs = warmNanoseconds([&] { reference.play(in); });
-    const double recurrenceNs =
-        nanoseconds([factor] { benchmark::DoNotOptimize(lowpassRecurrence(kTurn, factor)); });
-    floorNs = std::min(floorNs, recurrenceNs / kTurn);
+    const double recurrenceNs = nanoseconds(
+        [factor] { benchmark::DoNotOptimize(lowpassRecurrence(kRoundSamples, factor)); });
+    floorNs = std::min(floorNs, recurrenceNs / kRoundSamples);
     state.SetIterationTime(shippedNs * 1e-9);
-    race.add(shippedNs / kTurn, referenceNs / kTurn);
+    race.add(shippedNs / kRoundSamples, referenceNs / kRoundSamples);
     if (!sameBits(shipped.output(), reference.output())) {
       state.SkipWithError("the shipped path and the reference do not play the same");
       return;
@@ -99,7 +99,7 @@ void playing(benchmark::State& state, const Case& settings) {
   state.counters[kReferenceNs] = race.reference();
   state.counters[kFloorNs] = floorNs;
   state.counters[kRatio] = race.ratio();
-  state.counters[kRealTime] = 1e9 / static_cast<double>(settings.rate) / race.shipped();
+  state.counters[kRealTime] = 1e9 / static_cast<double>(benchCase.rate) / race.shipped();
 }
 
 const char* nameOf(Knobs knobs) {
@@ -113,15 +113,15 @@ const char* nameOf(Knobs knobs) {
 
 }  // namespace
 
-void registerPlaying(int turns) {
-  const auto add = [turns](const Case& settings) {
-    const std::string name = std::string("play/") + channelName(settings.channel) + "/" +
-                             std::to_string(static_cast<int>(settings.rate)) + "/" +
-                             std::to_string(settings.frames) + "/" + nameOf(settings.knobs);
+void registerPlaying(int rounds) {
+  const auto add = [rounds](const Case& benchCase) {
+    const std::string name = std::string("play/") + channelName(benchCase.channel) + "/" +
+                             std::to_string(static_cast<int>(benchCase.rate)) + "/" +
+                             std::to_string(benchCase.frames) + "/" + nameOf(benchCase.knobs);
     benchmark::RegisterBenchmark(name.c_str(),
-                                 [settings](benchmark::State& s) { playing(s, settings); })
+                                 [benchCase](benchmark::State& s) { playing(s, benchCase); })
         ->UseManualTime()
-        ->Iterations(turns);
+        ->Iterations(rounds);
   };
   for (int channel = 0; channel < kNumChannels; ++channel) {
     for (const int frames : {1, 2, 4, 8, 16}) add({channel, 44100.0f, frames, Knobs::steady});

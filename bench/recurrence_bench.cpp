@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: ISC
-// The floor under the oversampled loop. Each output of its fifth-order lowpass needs the one
-// before: times a coefficient, plus a memory, plus an input term, plus the next input term. These
-// four dependent operations run F times for every input sample, in an order that may not change,
-// so no processor finishes a channel faster than their latencies allow.
+// A lower bound for the time of the oversampled loop. Each output of its fifth-order lowpass
+// depends on the one before: times a coefficient, plus a state, plus an input term, plus the next
+// input term. These four dependent operations run F times for every input sample (F: the
+// oversampling factor), in an order that may not change, so their latencies limit the speed of
+// every channel.
 #include <string>
 
 #include "bench/benches.h"
@@ -12,13 +13,13 @@ namespace quellard::bench {
 
 double lowpassRecurrence(int samples, int factor) {
   double y = 1.0;
-  // Volatile, so that the compiler neither knows nor folds them.
+  // Volatile, so that the compiler cannot fold them into constants.
   const volatile double given[] = {0.5, 1e-3, 2e-3, -1e-3};
   const double a = given[0];
-  const double memory = given[1];
+  const double state = given[1];
   const double input = given[2];
   const double next = given[3];
-  for (int i = 0; i < samples * factor; ++i) y = a * y + memory + input + next;
+  for (int i = 0; i < samples * factor; ++i) y = a * y + state + input + next;
   return y;
 }
 
@@ -39,13 +40,13 @@ void recurrence(benchmark::State& state, int factor) {
 
 }  // namespace
 
-void registerRecurrence(int turns) {
+void registerRecurrence(int rounds) {
   for (const int factor : {8, 7}) {
     const std::string name = "recurrence/" + std::to_string(factor == 8 ? 44100 : 48000);
     benchmark::RegisterBenchmark(name.c_str(),
                                  [factor](benchmark::State& state) { recurrence(state, factor); })
         ->UseManualTime()
-        ->Iterations(turns);
+        ->Iterations(rounds);
   }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a host waits for before the first block.
+// The time that a host waits before the first block: construction and sample-rate set-up.
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -20,7 +20,7 @@ void report(benchmark::State& state, const Race& race) {
   state.counters[kRatio] = race.ratio();
 }
 
-// From the entry to the record.
+// Creating an instance through the module's entry.
 void construction(benchmark::State& state) {
   Race race;
   for (auto _ : state) {
@@ -33,7 +33,7 @@ void construction(benchmark::State& state) {
   report(state, race);
 }
 
-// A new instance in a process that has met the oversampling factor: its tables stand.
+// Set-up of a new instance where the process has the tables of the oversampling factor already.
 void seenSetup(benchmark::State& state) {
   test::OpenedEffect().setSampleRate(44100.0f);
   reference::Amplifier().setSampleRate(44100.0f);
@@ -52,7 +52,7 @@ struct FirstSetup {
   double shipped_us, reference_us;
 };
 
-// A process meets its first rate once, so every turn is a process of its own.
+// The first set-up of a process happens once, so every round runs a new process.
 std::optional<FirstSetup> firstSetupOfAProcess() {
   const std::string self = std::filesystem::read_symlink("/proc/self/exe");
   const auto close = [](std::FILE* pipe) { pclose(pipe); };
@@ -80,9 +80,9 @@ void firstSetup(benchmark::State& state) {
 
 }  // namespace
 
-void registerSetup(int turns) {
-  const auto add = [turns](const char* name, void (*run)(benchmark::State&)) {
-    benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(turns);
+void registerSetup(int rounds) {
+  const auto add = [rounds](const char* name, void (*run)(benchmark::State&)) {
+    benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(rounds);
   };
   add("setup/construction", construction);
   add("setup/first rate of a process", firstSetup);

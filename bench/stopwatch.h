@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Timing two things against each other on a machine that does not stand still: they take turns,
-// a turn lasting a few milliseconds, so that whatever slows one of them slows both.
+// Compares the speed of two pieces of code on a machine that does other work too: they alternate in
+// rounds of a few milliseconds, so that whatever slows one of them slows the other as well.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace quellard::bench {
 
-// The processor time of this thread, in ns: turns that the machine takes away do not count.
+// The processor time of this thread, in ns: time in which other processes run does not count.
 inline double processorTime() {
   timespec now = {};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -24,15 +24,15 @@ double nanoseconds(Work&& work) {
   return processorTime() - begin;
 }
 
-// The same behind a first time that does not count: in a host nobody else has just emptied the
-// cache of tables and code.
+// The same after an untimed first call, which fills the caches. In a host they are filled too, by
+// the block before; here the other contender has just used them.
 template <typename Work>
 double warmNanoseconds(Work&& work) {
   work();
   return nanoseconds(work);
 }
 
-// The turns of the shipped code and of the reference.
+// The times of the shipped code and of the reference, one pair per round.
 class Race {
  public:
   void add(double shipped, double reference) {
@@ -40,7 +40,7 @@ class Race {
     reference_.push_back(reference);
   }
 
-  // The undisturbed turn of each.
+  // The fastest round of each, which was disturbed least.
   double shipped() const { return *std::min_element(shipped_.begin(), shipped_.end()); }
   double reference() const { return *std::min_element(reference_.begin(), reference_.end()); }
   double ratio() const { return reference() / shipped(); }

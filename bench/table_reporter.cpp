@@ -54,18 +54,18 @@ void TableReporter::beginTable(const std::string& table) {
   table_ = table;
   if (table == "play") {
     std::printf(
-        "\nPlaying, per input sample: fastest turn of each and their ratio;\n"
-        "floor: the lowpass recurrence alone, fastest of the same turns, and shipped against it\n"
+        "\nPlaying, per input sample: fastest round of each and their ratio;\n"
+        "floor: the lowpass recurrence alone, fastest of the same rounds, and shipped against it\n"
         "%-8s %6s %6s %-8s %10s %10s %7s %12s %9s %8s\n",
         "channel", "Hz", "block", "knobs", "shipped ns", "ref. ns", "ratio", "x real time",
         "floor ns", "x floor");
   } else if (table == "hosted") {
     std::printf(
-        "\nSix knobs that move in every block of 64 in a host of today, per input sample\n"
+        "\nSix knobs that move in every block of 64, beside knobs at rest, per input sample\n"
         "%-8s %8s %10s %10s %7s\n",
         "channel", "at frame", "moving ns", "resting ns", "ratio");
   } else if (table == "setup") {
-    std::printf("\nStarting up: fastest of all turns\n%-31s %10s %10s %7s\n", "", "shipped us",
+    std::printf("\nStarting up: fastest of all rounds\n%-31s %10s %10s %7s\n", "", "shipped us",
                 "ref. us", "ratio");
   } else {
     std::printf("\nThe lowpass recurrence alone, per input sample\n%-8s %10s\n", "Hz", "ns");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Prints one line a benchmark, as a table that fits beside a sentence.
+// Prints the benchmarks as tables, one line each.
 #pragma once
 
 #include <benchmark/benchmark.h>

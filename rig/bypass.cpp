@@ -17,7 +17,7 @@ int Bypass::positionAfter(bool engaged, int frames) const {
                  : position_ - std::min(frames, position_);
 }
 
-// The ends are taken as they are: a share of 0 of something infinite would be no number.
+// At either end one signal is taken unmixed: 0 times an infinite sample would be NaN.
 void Bypass::mix(bool engaged, const double* dry, double* wet, int frames) const {
   for (int i = 0; i < frames; ++i) {
     const int position = positionAfter(engaged, i);

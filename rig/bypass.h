@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The way around the amplifier: a crossfade to the dry signal and back.
+// Bypass of the amplifier: a crossfade to the dry signal and back.
 #pragma once
 
 namespace quellard {
@@ -8,30 +8,30 @@ class Bypass {
  public:
   static constexpr double kFadeSeconds = 0.010;
 
-  // rate: Hz, > 0. A fade under way is over.
+  // rate: Hz, > 0. Ends a fade that is under way.
   void prepare(double rate);
 
-  // [audio thread] From here on; none of these allocates.
+  // The functions below are for the audio thread; none allocates.
 
-  // Without a fade.
+  // Engages or releases the bypass without a fade.
   void jumpTo(bool engaged) { position_ = engaged ? fadeFrames_ : 0; }
 
-  // Only the amplifier is heard: nothing here has to be called.
+  // Whether only the amplifier is heard, so that mix() may be left out.
   bool isOff(bool engaged) const { return !engaged && position_ == 0; }
-  // Only the dry signal is heard.
+  // Whether only the dry signal is heard.
   bool isOn(bool engaged) const { return engaged && position_ == fadeFrames_; }
 
-  // Goes on towards the engaged or the other end: 0 is the amplifier alone, 1 the dry signal. wet:
-  // the amplifier's samples, which take the mixture.
+  // Crossfades one side, from the present position towards the dry signal (engaged) or towards the
+  // amplifier. wet: the amplifier's samples, replaced by the mixture.
   void mix(bool engaged, const double* dry, double* wet, int frames) const;
-  // The same time passes for all sides at once.
+  // Moves the position on by these frames, once all sides are mixed.
   void advance(bool engaged, int frames);
 
  private:
   int positionAfter(bool engaged, int frames) const;
 
   int fadeFrames_ = 1;
-  int position_ = 0;  // frames of the fade behind us
+  int position_ = 0;  // in the fade: 0 is the amplifier alone, fadeFrames_ the dry signal
 };
 
 }  // namespace quellard

@@ -55,15 +55,15 @@ std::uint32_t HostedAmp::tailFrames(double rate) {
 }
 
 bool HostedAmp::prepare(double rate, int maxFrames) {
-  const auto heard = static_cast<float>(rate);  // by the effect
-  if (!std::isfinite(heard) || heard <= 0.0F || maxFrames < 1) return false;
+  const auto effectRate = static_cast<float>(rate);  // the effect takes it as a float
+  if (!std::isfinite(effectRate) || effectRate <= 0.0F || maxFrames < 1) return false;
   maxFrames = std::min(maxFrames, kLongestPiece);
   built_ = buildSides(rate, maxFrames);
   rate_ = rate;
   maxFrames_ = maxFrames;
   smoother_.prepare(rate);
   bypass_.prepare(rate);
-  settled_ = false;
+  prerolled_ = false;
   return true;
 }
 
@@ -81,7 +81,7 @@ std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames) c
 
 void HostedAmp::reset() {
   for (Side& side : built_) side.effect->reset();
-  settled_ = false;
+  prerolled_ = false;
 }
 
 void HostedAmp::setValue(int index, float value) {
@@ -107,15 +107,15 @@ ParameterValues HostedAmp::values() const {
 void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
   if (built_.empty()) return writeSilence(out, begin, end);
   if (begin >= end) return;
-  if (settled_) {
+  if (prerolled_) {
     adoptMovedValues();
   } else {
-    settle();
+    preroll();
   }
   while (begin < end) {
-    const int room = std::min(end - begin, maxFrames_);
+    const int most = std::min(end - begin, maxFrames_);
     const int frames =
-        smoother_.nextStep(room, [this](int index, float value) { tell(index, value); });
+        smoother_.nextStep(most, [this](int index, float value) { tell(index, value); });
     playPiece(in, out, begin, frames);
     begin += frames;
   }
@@ -129,8 +129,8 @@ void HostedAmp::adoptMovedValues() {
   for (int index = 1; index <= kNumStoredValues; ++index) smoother_.moveTo(index, value(index));
 }
 
-// A block of no frames makes all three channels take their settings at once.
-void HostedAmp::settle() {
+// A block of no frames makes all three channels adopt their values at once, without a glide.
+void HostedAmp::preroll() {
   const ParameterValues now = values();
   smoother_.jumpTo(now);
   for (int index = 1; index <= kNumStoredValues; ++index) {
@@ -141,10 +141,11 @@ void HostedAmp::settle() {
     side.effect->processDoubleReplacing(&nothing, &nothing, 0);
   }
   bypass_.jumpTo(bypassed());
-  settled_ = true;
+  prerolled_ = true;
 }
 
-// All sides are read before any is written: a host may have crossed the channels of one buffer.
+// All sides are read before any is written: a host may use one buffer for the left input and the
+// right output.
 void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int begin,
                           int frames) {
   const bool engaged = bypassed();

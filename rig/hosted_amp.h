@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The amplifier as hosts of today see it: one effect for each side (mono has one, stereo two with
-// the same settings), opened without a host, behind parameters that any thread may move, a bypass
-// and audio buffers of either precision. Knobs move over a fixed time (parameter_smoother.h), and
-// input is held within 60 dB above full scale (samples.h).
+// The amplifier as hosts of today need it: one effect for each side (mono has one, stereo two with
+// the same knobs), parameters that any thread may move, a bypass, and audio buffers of either
+// precision. Knobs move over a fixed time (parameter_smoother.h), and input is limited to 60 dB
+// above full scale (samples.h).
 #pragma once
 
 #include <array>
@@ -18,9 +18,9 @@
 
 namespace quellard {
 
-// One direction of a host's audio: an array of channel pointers in one of the two precisions, the
-// other null. Where an array, a channel or its pointer is missing, input is silence and output goes
-// nowhere.
+// A host's inputs or outputs: an array of channel pointers in one of the two precisions, the other
+// null. Where both arrays are null, a channel is beyond count or its pointer is null, input reads
+// as silence and output is dropped.
 struct AudioChannels {
   float* const* floats = nullptr;
   double* const* doubles = nullptr;
@@ -31,48 +31,48 @@ class HostedAmp {
  public:
   static constexpr int kMono = 1;
   static constexpr int kStereo = 2;
-  // Within this time after the input has fallen silent the output is below -120 dB of full scale:
-  // CLEAN with all its bass takes longest (adapters_tests --gtest_filter=*Tail* prints what a pluck
-  // leaves).
+  // This long after the input has fallen silent, the output is below -120 dB of full scale. CLEAN
+  // with BASS at 10 decays slowest (adapters_tests --gtest_filter=*Tail* prints the levels).
   static constexpr double kTailSeconds = 2.0;
-  static std::uint32_t tailFrames(double rate);  // the same at a rate in Hz
-  // Hosts may announce any length; buffers for 20 seconds are as much as makes sense.
+  static std::uint32_t tailFrames(double rate);  // the same in frames; rate: Hz
+  // Limits the buffers, since hosts may announce any block length: about 20 seconds at 48 kHz.
   static constexpr int kLongestPiece = 1 << 20;
 
   // Every parameter at its default. sides: kMono or kStereo.
   explicit HostedAmp(int sides);
 
-  // Builds new effects for a rate in Hz and blocks of up to maxFrames; what was heard before is
-  // gone, the parameters stay. False, with everything as it was, for a rate or a count that is not
-  // positive and finite. May throw std::bad_alloc, likewise. Not while audio is played.
+  // Builds new effects for a rate in Hz and blocks of up to maxFrames. They start from silence; the
+  // parameters stay. Returns false and changes nothing for a rate or a count that is not positive
+  // and finite. May throw std::bad_alloc, which changes nothing either. Not while play() runs.
   bool prepare(double rate, int maxFrames);
 
-  // Forgets the sound and keeps the parameters, as a new prepare() would. [audio thread] Never
-  // allocates.
+  // Clears filters and fades and keeps the parameters: what is played next sounds as after
+  // prepare(). [audio thread] Never allocates.
   void reset();
 
-  // Parameters 1..19; other indices keep nothing and read as 0. A value is held within 0..1,
-  // NaN moves nothing. The next stretch of audio begins to move there, on both sides; it reads as
-  // the new one at once. [any thread] No lock, no allocation.
+  // Parameters 1..19; other indices are ignored and read as 0. Values are limited to 0..1, NaN is
+  // ignored. value() returns the new value at once; the sound starts to move there with the next
+  // call of play(). [any thread] No lock, no allocation.
   void setValue(int index, float value);
   float value(int index) const;
-  // The same for all nineteen, one after the other: a stretch that begins in between plays a
-  // mixture, the next one has them all.
+  // The same for all nineteen. They are stored one by one: a play() at the same moment may see some
+  // of them only, the next one sees all.
   void setValues(const ParameterValues& values);
   ParameterValues values() const;
 
-  // Takes the amplifier out of the signal, or back in, with a crossfade of 10 ms from the next
-  // stretch of audio on. In between the output is the input, bit for bit, and the amplifier plays
-  // on unheard. The bypass stays through prepare() and reset(). [any thread] No lock, no
+  // Takes the amplifier out of the signal, or back in, with a crossfade of 10 ms that starts at the
+  // next play(). While bypassed the output is the input, bit for bit, and the amplifier goes on
+  // processing unheard. prepare() and reset() keep the bypass as it is. [any thread] No lock, no
   // allocation.
   void setBypass(bool bypassed) { bypassed_.store(bypassed, std::memory_order_relaxed); }
   bool bypassed() const { return bypassed_.load(std::memory_order_relaxed); }
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
-  // output may be the input, in any order of channels. The first stretch after prepare() or reset()
-  // finds every knob in its place, as a render does: the effect alone would glide there over one
-  // block, so that the beginning of a song would depend on the host's block length. [audio thread]
-  // Never allocates; stretches longer than maxFrames (or kLongestPiece) are played in pieces of it.
+  // output may be the input, in any order of channels. The first call after prepare() or reset()
+  // begins with every knob at its value (preroll), as a render does: the effect alone would glide
+  // there over one block, so that the beginning of a song would depend on the host's block length.
+  // [audio thread] Never allocates; more frames than maxFrames (or kLongestPiece) are played in
+  // pieces of that length.
   void play(const AudioChannels& in, const AudioChannels& out, int begin, int end);
 
   int sides() const { return sides_; }
@@ -82,23 +82,23 @@ class HostedAmp {
   struct Side {
     std::unique_ptr<Quellard> effect;
     std::vector<double> samples;  // the host's, converted; played in place
-    std::vector<double> dry;      // the same untouched, while the bypass is or becomes engaged
+    std::vector<double> dry;      // the input, kept while the bypass is engaged or fades
   };
 
   std::vector<Side> buildSides(double rate, int maxFrames) const;
   void tell(int index, float value);
   void adoptMovedValues();
-  void settle();
+  void preroll();
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
   void readSides(const AudioChannels& in, int begin, int frames, bool keepDry);
 
   int sides_;
-  bool settled_ = false;
+  bool prerolled_ = false;
   double rate_ = 0.0;
   int maxFrames_ = 0;
   std::vector<Side> built_;  // empty before the first prepare()
-  // What the world has asked for. The audio thread alone tells the effects, so that both sides move
-  // in the same block and nobody waits for their lock.
+  // The values that were set. Only the audio thread passes them to the effects, so that both sides
+  // move in the same block and no other thread takes the effects' lock.
   PerParameter<std::atomic<float>> wanted_;
   std::atomic<bool> bypassed_ = false;
   ParameterSmoother smoother_;

@@ -6,11 +6,11 @@
 namespace quellard {
 namespace {
 
-// A move is straight in the square root of the knob's value, MASTER's in the fourth root, and not
-// in the value itself. GAIN acts by its third power and MASTER by its second, so when a preset
-// turns one up and the other down, both at half way would be up to 2.2 times as loud as either end.
-// On this path what goes down goes first: at most 1.4 times. (Roots are exact everywhere, powers
-// not.)
+// A move is linear in the square root of the knob's value, MASTER's in the fourth root, and not in
+// the value itself. GAIN acts by its third power and MASTER by its second: when a preset turns one
+// up and the other down, moves that are linear in the value are up to 2.2 times as loud half way as
+// at either end. With these roots the falling one moves faster at first, and it is at most 1.4
+// times. (Roots, because sqrt is rounded correctly everywhere and pow is not.)
 bool isMaster(int index) { return (index - 1) % kKnobsPerChannel == kMasterKnob; }
 
 double rootOf(int index, float value) {
@@ -26,7 +26,7 @@ float valueOf(int index, double root) {
 }  // namespace
 
 void ParameterSmoother::prepare(double rate) {
-  constexpr double kMostSteps = 1 << 16;  // whatever rate a host names
+  constexpr double kMostSteps = 1 << 16;  // limits what absurd rates ask for
   const double steps = std::round(kSeconds * rate / kStepFrames);
   moveFrames_ = kStepFrames * static_cast<int>(std::clamp(steps, 1.0, kMostSteps));
   for (Move& move : moves_) {
@@ -50,7 +50,7 @@ void ParameterSmoother::moveTo(int index, float value) {
   move = {.start = move.value, .value = move.value, .target = value, .isUnderWay = true};
 }
 
-// A step ends where a move does, so that its time is the same wherever in a block it began.
+// A step ends where a move ends, so that every move takes its full time and no longer.
 int ParameterSmoother::framesToNextArrival() const {
   int least = moveFrames_;
   for (int knob = 1; knob <= kNumControls; ++knob) {
@@ -60,7 +60,7 @@ int ParameterSmoother::framesToNextArrival() const {
   return least;
 }
 
-// The last step lands on the target's own bits, the selector's only one too.
+// The last step sets the target itself, free of rounding; the selector has only this one.
 void ParameterSmoother::advance(int index, int frames) {
   Move& move = moves_[index];
   move.framesDone += frames;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: ISC
-// Knob moves that sound the same whatever the host's blocks. The effect glides to a new setting
+// Knob moves that sound the same whatever the host's block length. The effect glides to a new value
 // over one block, which in its own host is long. Other hosts play blocks of 16 samples, or cut one
-// at an event, and a glide over one sample is a click. So outside the effect's own interface a move
-// takes a fixed time: the smoother tells the effect in steps of a few samples how far to get, and
-// the effect glides from step to step. Which way a knob takes is said in parameter_smoother.cpp.
+// at an event, and a glide over one sample is a click. So for them a move takes a fixed time: the
+// smoother gives the effect intermediate values, one every few samples, and the effect glides from
+// one to the next. parameter_smoother.cpp says which curve these values follow.
 #pragma once
 
 #include <algorithm>
@@ -14,28 +14,28 @@ namespace quellard {
 
 class ParameterSmoother {
  public:
-  static constexpr double kSeconds = 0.012;  // what a move takes, in whole steps
-  // Longer steps would be heard as the glides' own shape, shorter ones redesign the filters more
-  // often: six knobs that move all the time cost as much as `scripts/bench` says of this length.
+  // Longer steps become audible, shorter ones cost time, since each redesigns the filters:
+  // `scripts/bench --benchmark_filter=hosted` shows what six moving knobs cost with this length.
+  static constexpr double kSeconds = 0.012;  // of a move, rounded to whole steps
   static constexpr int kStepFrames = 64;
 
   // Everything below may be called on the audio thread and allocates nothing. Before the first
   // prepare() a move takes one step.
 
-  // rate: Hz, > 0. Moves under way begin anew from where they are.
+  // rate: Hz, > 0. Moves under way start again from the value that they have reached.
   void prepare(double rate);
 
-  // All parameters stand at these values and nothing is under way; nothing is told. 0..1 each.
+  // Sets all parameters and ends all moves, without calling tell(). values: 0..1.
   void jumpTo(const ParameterValues& values);
 
-  // Starts a move from where the parameter stands now. The selector does not move gradually: the
-  // effect fades between channels by itself. A move that already leads there goes on. index: 1..19.
+  // Starts a move from the present value to this one; one that already leads there goes on. The
+  // selector jumps with the next step: the effect fades between channels by itself. index: 1..19.
   // value: 0..1.
   void moveTo(int index, float value);
 
-  // Plans what to play next of `frames` samples, > 0: tells the values that shall be reached at its
-  // end by tell(index, value), and returns its length, 1..frames. Where nothing moves that is all
-  // of them, and nothing is told.
+  // Returns how many of the next `frames` frames (> 0) to play in one piece, 1..frames, and calls
+  // tell(index, value) for each moving parameter with the value to be reached at its end. Without a
+  // move that is all frames and no call.
   template <typename Tell>
   int nextStep(int frames, const Tell& tell) {
     if (moving_ == 0) return frames;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The amplifier plays doubles; hosts bring floats or doubles. The one place where they meet.
+// Conversion between a host's samples, floats or doubles, and the amplifier's doubles.
 #pragma once
 
 #include <algorithm>
@@ -8,14 +8,14 @@
 
 namespace quellard {
 
-// Rounds to the nearest float. What only a denormal float could hold becomes 0: the amplifier keeps
-// denormals out of its own path, and the plug-in behind it must not be slowed by them either.
+// Rounds to the nearest float, and values that only a denormal float could hold to 0: denormals
+// slow down whatever plug-in comes next.
 constexpr float toFloat(double sample) {
   const double magnitude = sample < 0.0 ? -sample : sample;
   return magnitude < static_cast<double>(FLT_MIN) ? 0.0F : static_cast<float>(sample);
 }
 
-// The float that a sample was read from, denormals too.
+// Gives back the float that a sample was read from, denormals too, so that bypass keeps every bit.
 constexpr float toSameFloat(double sample) { return static_cast<float>(sample); }
 
 // [audio thread] A null source reads as silence, a null target takes nothing. No overlap between
@@ -42,12 +42,12 @@ inline void writeSamples(const double* from, float* to, int frames,
   if (to != nullptr) std::transform(from, from + frames, to, rounded);
 }
 
-// The loudest sample that reaches the amplifier, 60 dB above full scale. No guitar comes near it; a
+// The largest sample that reaches the amplifier, 60 dB above full scale. No guitar comes near it; a
 // fault upstream may, and one sample of 1e300 would ring in the filters for seconds.
 inline constexpr double kLoudestInput = 1000.0;
 
-// Holds the finite ones within +-kLoudestInput. The others pass: the effect plays silence for them.
-// [audio thread]
+// Limits finite samples to +-kLoudestInput. Others stay: the effect plays silence for them. [audio
+// thread]
 inline void holdLoudest(double* samples, int frames) {
   std::transform(samples, samples + frames, samples, [](double x) {
     return std::isfinite(x) ? std::clamp(x, -kLoudestInput, kLoudestInput) : x;

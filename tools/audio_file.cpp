@@ -14,10 +14,10 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-// The highest sample of integer formats. Some encoders of the library wrap at 1 itself.
+// The highest sample of integer formats. Some of the library's encoders overflow at 1 exactly.
 constexpr double kFullScale = 1.0 - 0x1p-31;
 
-// Why the library takes a file not to be audio. Its own sentences speak of chunks and markers.
+// Why the library cannot open a file, in plainer words than the library's own.
 std::string unreadable(int error) {
   switch (error) {
     case SF_ERR_UNRECOGNISED_FORMAT: return "not an audio file of a known kind";
@@ -26,8 +26,8 @@ std::string unreadable(int error) {
   }
 }
 
-// The library reaches the output through these, so that no failed write goes unseen: several of
-// its encoders drop the result of their last one.
+// The library writes through these callbacks, so that no failed write is missed: several of its
+// encoders ignore the result of their last write.
 sf_count_t outputSize(void* user) { return static_cast<OutputFile*>(user)->size(); }
 sf_count_t seekOutput(sf_count_t offset, int whence, void* user) {
   return static_cast<OutputFile*>(user)->seek(offset, whence);
@@ -53,22 +53,22 @@ sf_count_t tellInput(void* user) { return static_cast<InputFile*>(user)->seek(0,
 constexpr std::size_t kMagicBytes = 32;
 constexpr std::int64_t kMostFrames = std::int64_t{1} << 48;  // three years at 3 MHz
 
-// A file may be shorter than any header.
+// Padded with zeros: a file may be shorter than the headers that are compared.
 std::string padded(std::string start) {
   start.resize(kMagicBytes);
   return start;
 }
 
-// The kinds that say how much audio follows before it does, and are read from front to back.
-bool sizesStandInFront(const std::string& start) {
+// Whether the type has its length in a header at the start and can be read without seeking.
+bool hasLengthInFront(const std::string& start) {
   if (start.starts_with("FORM")) return start.substr(8, 3) == "AIF";
   constexpr std::array<const char*, 5> kMagics = {"RIFF", "RIFX", "RF64", ".snd", "caff"};
   return std::any_of(kMagics.begin(), kMagics.end(),
                      [&](const char* magic) { return start.starts_with(magic); });
 }
 
-// What a header promises. Programs that write to a pipe cannot know the size and put about the
-// largest number there, with a sign or without: 0 then.
+// The length according to a header, or 0 where it is a placeholder: programs that write to a pipe
+// do not know the size and put about 2^31 or 2^32 bytes there.
 std::int64_t credibleFrames(const SF_INFO& info) {
   constexpr double kMargin = 0x1p17;
   const double bytes =
@@ -114,7 +114,7 @@ SoundFile AudioReader::open(bool endless) {
 }
 
 bool AudioReader::openStream() {
-  if (!sizesStandInFront(padded(input_.start(kMagicBytes)))) return false;
+  if (!hasLengthInFront(padded(input_.start(kMagicBytes)))) return false;
   file_ = open(true);
   if (file_ == nullptr || bytesPerSample(info_.format) == 0) return false;
   input_.forgetStart();
@@ -127,12 +127,12 @@ void AudioReader::openWhole(const fs::path& path) {
   if (input_.size() == 0) {
     throw FileError(fmt::format("cannot read {}: it is empty", input_.name()));
   }
-  promised_ = sizesStandInFront(magic) ? promisedFrames() : 0;
+  promised_ = hasLengthInFront(magic) ? promisedFrames() : 0;
   file_ = open(false);
   const int error = sf_error(nullptr);
-  // Of some kinds the library opens no file that was cut short.
+  // The library refuses truncated files of some types.
   if (file_ == nullptr && promised_ > 0) file_ = open(true);
-  // Some kinds are told by the name alone, or keep their header in a file beside them.
+  // Some types are recognised by the file's name only, or have their header in another file.
   if (file_ == nullptr && !isStandardInput(path) && fs::is_regular_file(path)) {
     const MutedStderr muted(true);
     file_.reset(sf_open(path.c_str(), SFM_READ, &info_));
@@ -150,25 +150,25 @@ std::int64_t AudioReader::promisedFrames() {
   return file != nullptr ? credibleFrames(info_) : 0;
 }
 
-// For kinds whose samples' number the library takes from the length of the file.
+// For types for which the library takes the number of samples from the file's length.
 bool AudioReader::endIsMissing(const std::string& start) {
   constexpr std::size_t kLongestPage = 65307;
-  const std::int64_t place = input_.seek(0, SEEK_CUR);
+  const std::int64_t position = input_.seek(0, SEEK_CUR);
   const std::int64_t size = input_.size();
   bool missing = false;
   if (start.starts_with("OggS")) {
-    // The last page is marked.
+    // The last page has a flag.
     const std::string tail = input_.end(2 * kLongestPage);
     const std::size_t page = tail.rfind("OggS");
     missing = page == std::string::npos || page + 5 >= tail.size() || (tail[page + 5] & 4) == 0;
   } else if (start.starts_with("riff")) {
     missing = littleEndian(start.substr(16, 8)) > size;
-  } else if (start.starts_with("FORM") && !sizesStandInFront(start)) {
+  } else if (start.starts_with("FORM") && !hasLengthInFront(start)) {
     missing = bigEndian(start.substr(4, 4)) + 8 > size;
   } else if (start.starts_with("Creative Voice File")) {
     missing = littleEndian(start.substr(27, 3)) + 30 > size;
   }
-  input_.seek(place, SEEK_SET);
+  input_.seek(position, SEEK_SET);
   return missing;
 }
 
@@ -214,7 +214,7 @@ AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channel
     throw FileError(fmt::format("cannot write {}: such a file cannot hold {} Hz and {} channel{}",
                                 path.string(), rate, channels, channels == 1 ? "" : "s"));
   }
-  // The chunk with the peak carries the time of day: two equal renders would differ.
+  // The peak chunk contains the time of day, by which two equal renders would differ.
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
@@ -246,7 +246,7 @@ void AudioWriter::finish() {
 
 void AudioWriter::checkRate() {
   const int type = format_ & SF_FORMAT_TYPEMASK;
-  if (type == SF_FORMAT_RAW) return;  // says nothing about itself
+  if (type == SF_FORMAT_RAW) return;  // stores no rate
   SF_INFO info = {};
   const SoundFile written = openOutput(output_, SFM_READ, info);
   if (written == nullptr) {

@@ -22,22 +22,23 @@ using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
 class AudioReader {
  public:
-  // Opens the input once, standard input for "-". Streams of the kinds that say in front what they
-  // hold are read as they come, the others are kept in a file without a name first. Throws
-  // FileError with the reason: missing, unreadable, no audio; or Interrupted while a stream waits.
+  // Opens a file, a stream, or standard input for "-". A stream whose type has its length in a
+  // header at the start is read as it comes; others are copied into an unnamed file first. Throws
+  // FileError with the reason (missing, unreadable, no audio), or Interrupted while waiting for a
+  // stream.
   explicit AudioReader(const std::filesystem::path& path);
 
   int rate() const { return info_.samplerate; }  // Hz
   int channels() const { return info_.channels; }
 
-  // Frames as the header promises; nothing is lost if it is wrong. 0 when it does not say.
+  // The length in frames according to the header, which may be wrong; 0 when it gives none.
   std::int64_t frames() const { return frames_; }
 
-  // Reads up to count frames into count * channels() doubles, and returns how many there were;
-  // fewer than count only at the end. Throws FileError when nothing at all can be decoded.
+  // Reads up to count frames into count * channels() doubles and returns their number, which is
+  // less than count only at the end. Throws FileError when not even the first frame can be decoded.
   std::int64_t read(double* interleaved, std::int64_t count);
 
-  // Whether the audio that has been read ended before the place that the file itself gives.
+  // Whether the audio ended earlier than the file says, or is damaged.
   bool truncated() const { return ended_ && (damaged_ || received_ < promised_); }
 
  private:
@@ -53,24 +54,24 @@ class AudioReader {
   std::int64_t frames_ = 0;
   std::int64_t promised_ = 0;
   std::int64_t received_ = 0;
-  bool mayBeMpeg_ = true;  // whose decoder talks
+  bool mayBeMpeg_ = true;  // MPEG's decoder prints messages on stderr
   bool damaged_ = false;
   bool ended_ = false;
 };
 
-// Whether an ordinary file can be opened as audio at all.
+// Whether an ordinary file can be opened as audio.
 bool isAudioFile(const std::filesystem::path& path);
 
 class AudioWriter {
  public:
-  // format: from formatFor(). rate: Hz. expectedFrames: to see beforehand that the type cannot
-  // describe so much; 0 if unknown. Throws FileError when the file cannot be made or when the
-  // format cannot hold this rate or so many channels.
+  // format: from formatFor(). rate: Hz. expectedFrames: to refuse at once what is too long for the
+  // file type; 0 if unknown. Throws FileError when the file cannot be made, or when the format
+  // cannot hold the rate, the channels or the length.
   AudioWriter(const std::filesystem::path& path, int format, int rate, int channels,
               std::int64_t expectedFrames);
 
-  // Where the format has a full scale, what exceeds it is cut there and counted. Throws FileError,
-  // when the disk is full above all.
+  // Where the format has a full scale, samples beyond it are clipped and counted. Throws FileError,
+  // for instance when the disk is full.
   void write(const double* interleaved, std::int64_t frames);
 
   // Completes the file and gives it its name. Throws FileError.
@@ -80,7 +81,8 @@ class AudioWriter {
   std::int64_t clipped() const { return clipped_; }
 
  private:
-  // A few old types know one rate, or round it: then the piece would play at another pitch.
+  // Throws FileError where the type has stored another rate: some old types have only one, or round
+  // it, and the file would play at another pitch.
   void checkRate();
 
   std::filesystem::path path_;
@@ -88,7 +90,7 @@ class AudioWriter {
   int format_;
   int rate_;
   int channels_;
-  SoundFile file_;  // writes its header when it is closed: gone before the file it writes to
+  SoundFile file_;  // writes its header when destroyed, so it stands after output_
   std::vector<double> cut_;
   std::int64_t clipped_ = 0;
 };

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <sndfile.h>
+#include <utility>
 #include <vector>
 
 #include "params/words.h"
@@ -21,7 +22,7 @@ struct Named {
 };
 
 // clang-format off
-// Best first: without a wish, a file gets the first of these that its type can hold.
+// Best first: by default a file gets the first of these that its type can hold.
 constexpr std::array<Named, 32> kSampleFormats = {{
   {"float",   SF_FORMAT_FLOAT},
   {"pcm32",   SF_FORMAT_PCM_32},
@@ -57,7 +58,7 @@ constexpr std::array<Named, 32> kSampleFormats = {{
   {"mp2",     SF_FORMAT_MPEG_LAYER_II},
 }};
 
-// Endings in use that the library's own list gives in another spelling, or not with this meaning.
+// Common endings that the library's list spells differently, lacks, or uses for something else.
 constexpr std::array<Named, 7> kOtherEndings = {{
   {"aif",  SF_FORMAT_AIFF},
   {"aifc", SF_FORMAT_AIFF},
@@ -69,7 +70,7 @@ constexpr std::array<Named, 7> kOtherEndings = {{
 }};
 // clang-format on
 
-// The types that the library can write, with their usual endings. Of several types with one
+// The types that the library can write, with their usual endings. Of several types with the same
 // ending the first is the common one.
 std::vector<SF_FORMAT_INFO> libraryTypes() {
   int count = 0;
@@ -79,7 +80,7 @@ std::vector<SF_FORMAT_INFO> libraryTypes() {
     SF_FORMAT_INFO info = {};
     info.format = i;
     sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &info, sizeof info);
-    // A Sound Designer II file keeps its header in a second file, so it cannot appear at once.
+    // Not Sound Designer II: its header is in a second file, so it could not appear as a whole.
     if (info.format != SF_FORMAT_SD2) types.push_back(info);
   }
   return types;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Which kind of audio file a name asks for. The kinds and what they can hold are those of
-// libsndfile, so a newer library brings more of them by itself.
+// Audio file types by their endings, and sample formats by their names. The types and what they can
+// hold are libsndfile's, so a newer version of it adds some.
 #pragma once
 
 #include <filesystem>
@@ -9,10 +9,10 @@
 namespace quellard {
 
 // libsndfile's code (type and sample format) for a file to be written.
-// path: its ending says the type; where it says none, `otherwise` does, unless that is empty.
-// sampleFormat: as listed by sampleFormatNames(), or empty for
-// 32-bit float where the type can hold it and otherwise the best that it can.
-// Throws UsageError for an unknown ending or sample format, or a pair that does not exist.
+// path: its ending gives the type. otherwise: the ending to use where the path has none that is
+// known; may be empty. sampleFormat: one of sampleFormatNames(), or empty for 32-bit float, or the
+// best format of a type without it. Throws UsageError for an unknown ending or sample format, or a
+// combination that does not exist.
 int formatFor(const std::filesystem::path& path, const std::string& sampleFormat,
               const std::string& otherwise = {});
 
@@ -29,7 +29,7 @@ bool hasFullScale(int format);
 // The largest file that the type can describe, in bytes: 4 GiB for the RIFF and IFF families.
 double largestFile(int format);
 
-// What a frame of one channel takes, in bytes; 0 where that depends on the music.
+// The size of a sample in bytes; 0 for compressed formats, in which it varies.
 int bytesPerSample(int format);
 
 }  // namespace quellard

@@ -17,7 +17,7 @@
 namespace quellard {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // spreadsheets put it in front
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some spreadsheets write it first
 
 struct Line {
   int number;
@@ -39,13 +39,12 @@ std::vector<std::string> splitFields(std::string_view text) {
   return fields;
 }
 
-// Headings: the first line that says anything has no time in front. "1..5" is a mistyped time.
+// A line of headings begins with a letter; "1..5" is a mistyped time and no heading.
 bool isHeading(const std::vector<std::string>& fields) {
   return std::isalpha(static_cast<unsigned char>(fields.front().front())) != 0;
 }
 
-// The next line, of which no more is taken than a line may hold: what is no text at all shall not
-// fill the memory first.
+// Reads the next line, up to a limit, so that a file that is no text does not fill the memory.
 bool nextLine(std::istream& text, std::string& line, const std::string& name, int number) {
   constexpr std::size_t kLongestLine = 4096;
   std::array<char, kLongestLine + 1> buffer = {};
@@ -55,18 +54,18 @@ bool nextLine(std::istream& text, std::string& line, const std::string& name, in
     throw UsageError(
         fmt::format("{}:{}: a line of more than {} bytes", name, number, kLongestLine));
   }
-  // What was taken counts the end of the line, where there is one.
+  // gcount() includes the end of the line, if there is one.
   line.assign(buffer.data(), text.good() ? taken - 1 : taken);
   return !text.fail();
 }
 
 std::vector<Line> readLines(std::istream& text, const std::string& name) {
   std::vector<Line> lines;
-  std::string raw;
+  std::string content;
   bool first = true;
-  for (int number = 1; nextLine(text, raw, name, number); ++number) {
-    if (number == 1 && raw.starts_with(kByteOrderMark)) raw.erase(0, kByteOrderMark.size());
-    const std::vector<std::string> fields = splitFields(raw);
+  for (int number = 1; nextLine(text, content, name, number); ++number) {
+    if (number == 1 && content.starts_with(kByteOrderMark)) content.erase(0, kByteOrderMark.size());
+    const std::vector<std::string> fields = splitFields(content);
     if (fields.empty()) continue;
     if (std::exchange(first, false) && isHeading(fields)) continue;
     const std::optional<double> seconds = parseNumber(fields.front());
@@ -79,9 +78,9 @@ std::vector<Line> readLines(std::istream& text, const std::string& name) {
   return lines;
 }
 
-Setting settingOf(const Line& line, const std::string& name, int channel) {
+ParameterChange changeOf(const Line& line, const std::string& name, int channel) {
   try {
-    return parseSetting(line.parameter, line.value, channel);
+    return parseParameterChange(line.parameter, line.value, channel);
   } catch (const UsageError& error) {
     throw UsageError(fmt::format("{}:{}: {}", name, line.number, error.what()));
   }
@@ -94,13 +93,13 @@ std::vector<Move> parseAutomation(std::istream& text, const std::string& name, i
   std::stable_sort(lines.begin(), lines.end(),
                    [](const Line& a, const Line& b) { return a.seconds < b.seconds; });
   std::vector<Move> moves;
-  auto settled = lines.cbegin();  // the channel is known up to here
+  auto next = lines.cbegin();  // the first line whose selector, if any, is not yet applied
   for (auto line = lines.cbegin(); line != lines.cend(); ++line) {
-    for (; settled != lines.cend() && settled->seconds <= line->seconds; ++settled) {
-      if (!namesSelector(settled->parameter)) continue;
-      channel = channelFromSelect(settingOf(*settled, name, channel).value);
+    for (; next != lines.cend() && next->seconds <= line->seconds; ++next) {
+      if (!namesSelector(next->parameter)) continue;
+      channel = channelFromSelect(changeOf(*next, name, channel).value);
     }
-    moves.push_back({line->seconds, settingOf(*line, name, channel)});
+    moves.push_back({line->seconds, changeOf(*line, name, channel)});
   }
   return moves;
 }
@@ -122,7 +121,7 @@ std::vector<Move> readAutomation(const std::filesystem::path& file, int channel)
 int channelAtStart(const std::vector<Move>& moves, int channel) {
   for (const Move& move : moves) {
     if (move.seconds > 0.0) break;
-    if (move.setting.parameter == kTypeParameter) channel = channelFromSelect(move.setting.value);
+    if (move.change.parameter == kTypeParameter) channel = channelFromSelect(move.change.value);
   }
   return channel;
 }

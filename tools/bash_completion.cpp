@@ -22,7 +22,8 @@ Words spellings(const CLI::Option* option) {
   return words;
 }
 
-// What may stand where no option waits for its value: options and, of a whole program, commands.
+// The words that may be completed unless an option needs a value: options, and a program's
+// commands.
 Words wordsOf(const CLI::App& app) {
   Words words;
   for (const CLI::App* command : app.get_subcommands({})) words.push_back(command->get_name());
@@ -32,8 +33,8 @@ Words wordsOf(const CLI::App& app) {
   return words;
 }
 
-// Cases of the options that take a value: those with known ones list them, the others leave it to
-// the shell, which completes files.
+// The script's cases for options with a value: known values are listed, otherwise the shell
+// completes files.
 std::string valueCases(const std::vector<const CLI::App*>& apps, const KnownValues& values) {
   std::set<std::string> known, others;
   for (const CLI::App* app : apps) {
@@ -58,7 +59,7 @@ std::string valueCases(const std::vector<const CLI::App*>& apps, const KnownValu
   return cases;
 }
 
-// Cases of the commands, each with its options.
+// The script's cases for commands, each with its options.
 std::string commandCases(const CLI::App& app) {
   std::string cases;
   for (const CLI::App* command : app.get_subcommands({})) {
@@ -81,7 +82,7 @@ constexpr const char* kScript =
   local current=${{COMP_WORDS[COMP_CWORD]}} option=${{COMP_WORDS[COMP_CWORD - 1]}}
   local command='' word typed value values=()
   COMPREPLY=()
-  # The shell makes a word of its own of a '='.
+  # The shell takes '=' as a word of its own.
   if [[ $current == = ]]; then
     current=
   elif [[ $option == = ]]; then
@@ -100,7 +101,7 @@ constexpr const char* kScript =
 {4}      esac
       ;;
   esac
-  # In quotes the shell puts what is needed around a value, elsewhere each gets its own backslashes.
+  # Outside of quotes, special characters of a value get backslashes.
   typed=${{current#[\"\']}}
   [[ $typed != "$current" ]] || typed=${{current//\\/}}
   for value in "${{values[@]}}"; do
@@ -108,7 +109,7 @@ constexpr const char* kScript =
     [[ $current == [\"\']* ]] || printf -v value %q "$value"
     COMPREPLY+=("$value")
   done
-  # More follows a '='; outside of a completion, as in a test, there is nothing to tell so.
+  # No space after '=', since a value follows. compopt fails when no completion runs, as in a test.
   [[ ${{COMPREPLY[0]-}} != *= ]] || compopt -o nospace 2>/dev/null || true
 }}
 complete -o bashdefault -o default -F {1} {0}

@@ -25,14 +25,14 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-// An input with the name that its result has within an output folder.
+// An input, and the path of its result within an output folder.
 struct Found {
   fs::path input;
   fs::path nameInFolder;
 };
 
-// Files that a desktop leaves in folders, and what people have hidden.
-bool isCompanion(const fs::path& path) {
+// Hidden files, and files that desktops create in folders.
+bool isIgnored(const fs::path& path) {
   const std::string name = lowered(path.filename().string());
   return name.starts_with('.') || name == "thumbs.db" || name == "desktop.ini";
 }
@@ -47,21 +47,21 @@ std::vector<Found> searchFolder(const fs::path& folder, const fs::path& output) 
     throwIfInterrupted();
     const fs::path& path = entry->path();
     if (entry->is_directory(unreached)) {
-      const bool skipped = isCompanion(path) || fs::weakly_canonical(path) == outputFolder;
+      const bool skipped = isIgnored(path) || fs::weakly_canonical(path) == outputFolder;
       if (skipped) entry.disable_recursion_pending();
       continue;
     }
-    // A link that leads nowhere is a take that is missing; what waits in a folder for a partner,
-    // like a pipe, is not asked.
+    // A broken link is listed, so that the missing file is reported. Pipes, which would wait for a
+    // writer, are not.
     const bool listed = entry->is_regular_file(unreached) || !entry->exists(unreached);
-    if (listed && !isCompanion(path)) found.push_back({path, path.lexically_relative(folder)});
+    if (listed && !isIgnored(path)) found.push_back({path, path.lexically_relative(folder)});
   }
   if (error) {
     throw FileError(
         fmt::format("cannot read {}: {}", folder.string(), systemMessage(error.value())));
   }
   if (found.empty()) throw FileError(fmt::format("no audio files in {}", folder.string()));
-  // Folders list their files in no order; the summary shall have one.
+  // Sorted, since folders list their files in any order.
   std::sort(found.begin(), found.end(),
             [](const Found& a, const Found& b) { return a.input < b.input; });
   return found;
@@ -89,7 +89,7 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
   return all;
 }
 
-// What tells two files apart, whatever they are called.
+// Identifies a file, whatever its name.
 using FileIdentity = std::pair<dev_t, ino_t>;
 
 struct Identified {
@@ -97,7 +97,7 @@ struct Identified {
   bool readOnce;  // a pipe
 };
 
-// Nothing for what any number can read and write at once, like a terminal or /dev/null.
+// Nothing for devices such as a terminal or /dev/null, which may be used several times.
 std::optional<Identified> identify(const fs::path& path, int standardStream) {
   struct stat status = {};
   const bool standard = isStandardInput(path) || isStandardOutput(path);
@@ -107,9 +107,9 @@ std::optional<Identified> identify(const fs::path& path, int standardStream) {
   return Identified{{status.st_dev, status.st_ino}, isPipe};
 }
 
-// Of two files with one name but for the ending, one may be a take and the other a text on it. The
-// text gets no output: it fails when it is its turn.
-bool isForeign(Job& job) {
+// Two inputs that differ only in their ending would have the same output. Where one of them is no
+// audio, such as a text about the other, it gets no output, and fails when it is rendered.
+bool clearOutputUnlessAudio(Job& job) {
   std::error_code error;
   if (!fs::is_regular_file(job.input, error) || isAudioFile(job.input)) return false;
   job.output.clear();
@@ -119,10 +119,10 @@ bool isForeign(Job& job) {
 void refuseEqualOutputs(std::vector<Job>& jobs) {
   std::map<fs::path, Job*> outputs;
   for (Job& job : jobs) {
-    const auto [place, isNew] = outputs.emplace(withLinksFollowed(job.output), &job);
-    if (isNew || isForeign(job)) continue;
-    Job* const other = std::exchange(place->second, &job);
-    if (isForeign(*other)) continue;
+    const auto [entry, isNew] = outputs.emplace(withLinksFollowed(job.output), &job);
+    if (isNew || clearOutputUnlessAudio(job)) continue;
+    Job* const other = std::exchange(entry->second, &job);
+    if (clearOutputUnlessAudio(*other)) continue;
     throw UsageError(fmt::format("{} and {} would both become {}", other->input.string(),
                                  job.input.string(), job.output.string()));
   }
@@ -197,7 +197,7 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
   for (const auto& [input, nameInFolder] : found) {
     const fs::path inFolder = output / fs::path(nameInFolder).replace_extension(fileType);
     jobs.push_back({input, toFolder ? inFolder : output});
-    // A bad ending is told before any work.
+    // A wrong ending is reported before the first file is rendered.
     formatFor(jobs.back().output, sampleFormat, streamType);
   }
   refuseMixedUp(jobs);

@@ -47,7 +47,7 @@ struct Options {
   std::string tail = "0";
   std::string threads = "1";
   bool mono = false;
-  bool raw = false;
+  bool noPreroll = false;
   bool quiet = false;
   bool json = false;
   PlotSettings plot;
@@ -59,13 +59,14 @@ struct Options {
 };
 
 // One line on stderr, whatever the message holds.
-int tell(const std::string& message, int status = kDone) {
+int report(const std::string& message, int status = kDone) {
   const std::string line = fmt::format("quellard: {}\n", oneLine(message));
   std::fwrite(line.data(), 1, line.size(), stderr);
   return status;
 }
 
-// What goes to standard error is as good as told when it cannot be written.
+// Throws FileError for standard output; errors on standard error are ignored, since they could not
+// be reported.
 void print(const std::string& text, std::FILE* to = stdout) {
   if (to == stdout) return printOut(text);
   std::fwrite(text.data(), 1, text.size(), to);
@@ -80,7 +81,7 @@ int channelOf(const StartingPoint& start, const PluginModule& module) {
 
 StartingPoint resolveKnobs(const SettingsOptions& options, const PluginModule& module) {
   StartingPoint start = startFrom(options);
-  turnKnobs(options, channelOf(start, module), start);
+  addKnobs(options, channelOf(start, module), start);
   return start;
 }
 
@@ -89,7 +90,7 @@ void addRenderOptions(CLI::App& command, Options& options) {
       ->type_name("FILE")
       ->required();
   addValue(command, "-o,--output", options.output, "OUT",
-           "File to write; for several, a folder; - is standard output")
+           "File to write, or a folder for several; - is standard output")
       ->required();
   addValue(command, "--format", options.sampleFormat, "FORMAT",
            "Sample format (float where the file type can): " + sampleFormatNames() +
@@ -103,8 +104,8 @@ void addRenderOptions(CLI::App& command, Options& options) {
                    "sides drives it as one side does");
   addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
   addValue(command, "--block", options.block, "FRAMES", "Block to play at a time (512)");
-  command.add_flag("--no-preroll", options.raw,
-                   "Let the knobs glide in over the first block, as the plug-in starts");
+  command.add_flag("--no-preroll", options.noPreroll,
+                   "Let the knobs glide in over the first block, as in a host");
   addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");
   command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
   command.footer("File types, by the ending of OUT: " + fileTypeNames() +
@@ -142,38 +143,38 @@ std::string summary(const Job& job, const RenderResult& result) {
 }
 
 void warn(const Job& job, const RenderResult& result) {
-  const auto tellOf = [](const std::string& file, const std::string& what) {
-    tell(fmt::format("warning: {}: {}", file, what));
+  const auto reportFor = [](const std::string& file, const std::string& what) {
+    report(fmt::format("warning: {}: {}", file, what));
   };
   const std::string input = isStandardInput(job.input) ? "standard input" : job.input.string();
   const std::string output = nameOfOutput(job);
   if (result.truncated) {
-    tellOf(input, fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)",
-                              result.seconds));
+    reportFor(input, fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)",
+                                 result.seconds));
   }
   if (result.clipped > 0) {
-    tellOf(output, fmt::format("{} sample{} clipped, turn MASTER down or write floats",
-                               result.clipped, result.clipped == 1 ? "" : "s"));
+    reportFor(output, fmt::format("{} sample{} clipped, turn MASTER down or write floats",
+                                  result.clipped, result.clipped == 1 ? "" : "s"));
   }
   if (result.lateMoves > 0) {
-    tellOf(output,
-           fmt::format("{} after its end",
-                       result.lateMoves == 1 ? "1 knob move lies"
-                                             : fmt::format("{} knob moves lie", result.lateMoves)));
+    reportFor(output, fmt::format("{} after its end",
+                                  result.lateMoves == 1
+                                      ? "1 knob move lies"
+                                      : fmt::format("{} knob moves lie", result.lateMoves)));
   }
 }
 
-// Where the audio goes, nothing else shall.
+// Standard output, unless the audio goes there.
 std::FILE* reportStream(const std::vector<Job>& jobs) {
   return isStandardOutput(jobs.front().output) ? stderr : stdout;
 }
 
-int report(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, bool summaries) {
+int reportAll(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes, bool summaries) {
   int status = kDone;
   for (std::size_t i = 0; i < jobs.size(); ++i) {
     const Outcome& outcome = outcomes[i];
     if (!outcome.result) {
-      status = tell(outcome.error, kFileTrouble);
+      status = report(outcome.error, kFileTrouble);
       continue;
     }
     if (summaries) print(oneLine(summary(jobs[i], *outcome.result)) + '\n', reportStream(jobs));
@@ -188,7 +189,7 @@ int render(const Options& options) {
   settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
   settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail);
   settings.mono = options.mono;
-  settings.settle = !options.raw;
+  settings.preroll = !options.noPreroll;
   settings.sampleFormat = options.sampleFormat;
   settings.streamType = options.fileType;
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
@@ -200,13 +201,13 @@ int render(const Options& options) {
     settings.moves = readAutomation(options.automation, channel);
     channel = channelAtStart(settings.moves, channel);
   }
-  turnKnobs(options.knobs, channel, settings.start);
+  addKnobs(options.knobs, channel, settings.start);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
   progress.clear();
-  const int status = report(jobs, outcomes, !options.quiet && !options.json);
+  const int status = reportAll(jobs, outcomes, !options.quiet && !options.json);
   if (options.json) {
     print(reportAsJson(jobs, outcomes), reportStream(jobs));
   }
@@ -237,14 +238,14 @@ int show(const Preset& preset, bool json) {
   return kDone;
 }
 
-// A preset file with a mistake in it is told of and left out.
+// Preset files with mistakes are reported and left out.
 int presets(const Options& options) {
   if (!options.shown.empty()) return show(findPreset(options.shown), options.json);
   const PresetList list = listPresetFiles();
   print(options.json ? presetsAsJson(list.presets) : listPresets(list.presets));
   std::fflush(stdout);
-  for (const std::string& trouble : list.troubles) tell(trouble, kFileTrouble);
-  return list.troubles.empty() ? kDone : kFileTrouble;
+  for (const std::string& error : list.errors) report(error, kFileTrouble);
+  return list.errors.empty() ? kDone : kFileTrouble;
 }
 
 int list(const CLI::App& command, const Options& options) {
@@ -296,10 +297,10 @@ int dispatch(const CLI::App& app, const Options& options) {
   return list(command, options);
 }
 
-// The command line from its last word to its first, as the parser takes it. After "--" all are
-// files: one that begins with a dash gets its folder put in front. The parser's own rule for "--"
-// fails once a file has been named.
-std::vector<std::string> wordsBackwards(int argc, const char* const* argv) {
+// The command line in reverse order, as the parser takes it. After "--" all words are files, and
+// one that begins with a dash gets "./" in front, since the parser handles "--" wrongly after a
+// file.
+std::vector<std::string> reversedWords(int argc, const char* const* argv) {
   std::vector<std::string> words;
   bool onlyFiles = false;
   for (int i = 1; i < argc; ++i) {
@@ -323,7 +324,7 @@ int parseAndDispatch(CLI::App& app, const Options& options, std::vector<std::str
     print(helpText(app, success));
     return kDone;
   } catch (const CLI::ParseError& error) {
-    return tell(explanation(app, error), kWrongUsage);
+    return report(explanation(app, error), kWrongUsage);
   }
 }
 
@@ -336,13 +337,13 @@ int runCommand(int argc, const char* const* argv) {
   holdStandardStreams();
   watchSignals();
   try {
-    return parseAndDispatch(app, options, wordsBackwards(argc, argv));
+    return parseAndDispatch(app, options, reversedWords(argc, argv));
   } catch (const UsageError& error) {
-    return tell(error.what(), kWrongUsage);
+    return report(error.what(), kWrongUsage);
   } catch (const Interrupted&) {
     dieOfSignal();
   } catch (const std::exception& error) {
-    return tell(explanation(error), kFileTrouble);
+    return report(explanation(error), kFileTrouble);
   }
 }
 

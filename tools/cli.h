@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-// The command line of quellard.
+// The command quellard.
 #pragma once
 
 namespace quellard {
 
-// Runs the command and returns its exit status: 0 done, 1 trouble with a file or the plug-in,
-// 2 a command line that makes no sense. Errors are one line on stderr each. Dies of the signal when
-// interrupted.
+// Runs the command and returns its exit status: 0 for success, 1 for an error with a file or the
+// plug-in, 2 for a wrong command line. Each error is one line on stderr. When interrupted by a
+// signal, the process ends by it.
 int runCommand(int argc, const char* const* argv);
 
 }  // namespace quellard

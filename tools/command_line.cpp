@@ -48,7 +48,7 @@ std::string missingWord(const CLI::App& command) {
   return fmt::format("a command is required: {}", fmt::join(namesOfCommands(command), ", "));
 }
 
-// The library begins its sentence with the option's name.
+// sentence: the library's message, which begins with the option's name and a colon.
 std::string wrongNumberOfValues(const CLI::App& command, const std::string& sentence) {
   for (const CLI::Option* option : command.get_options()) {
     const bool oneOnly = option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw;
@@ -62,7 +62,7 @@ std::string wrongNumberOfValues(const CLI::App& command, const std::string& sent
 }  // namespace
 
 void holdStandardStreams() {
-  // The mode is the wrong one, so that using the stream stays an error.
+  // Reading for output and writing for input, so that using the stream is an error.
   for (const auto& [number, mode] :
        {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY),
         std::pair(STDERR_FILENO, O_WRONLY)}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What every program does alike with its command line and its standard streams.
+// Command line and standard streams, for all programs.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,21 +8,21 @@
 
 namespace quellard {
 
-// Opens the standard streams that are closed, so that no file or socket gets the number of one and
-// is written into. Whoever uses one still gets an error. To be called first of all.
+// Opens closed standard streams on /dev/null, so that no file or socket gets their numbers and
+// receives messages. Using such a stream is still an error. To be called before all else.
 void holdStandardStreams();
 
-// Writes on standard output, at once. Throws FileError.
+// Writes to standard output and flushes it. Throws FileError.
 void printOut(std::string_view text);
 
-// What --help or --version shows.
+// The text of --help or --version.
 std::string helpText(const CLI::App& app, const CLI::Success& asked);
 
-// A wrong command line in one line, with what a mistyped option or command may have meant.
+// An error in the command line as one line, with a suggestion for a mistyped option or command.
 std::string explanation(const CLI::App& app, const CLI::ParseError& error);
 
-// Options are told from one another by an empty value: one that was given empty, mostly by a shell
-// whose variable has no value, must not pass for one that was not given. Throws UsageError.
+// Throws UsageError for an option with an empty value, mostly from a shell variable without a
+// value. The programs take an empty value for an option that was not given.
 void refuseEmptyValues(const CLI::App& app);
 
 }  // namespace quellard

@@ -59,7 +59,7 @@ Character decode(std::string_view text) {
   return {code, bytes};
 }
 
-// Control characters, separators of lines, and marks that turn the direction of writing.
+// Control characters, line separators, and marks of writing direction.
 bool commandsTheTerminal(std::uint32_t code) {
   return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x2028 && code <= 0x202E) ||
          (code >= 0x2066 && code <= 0x2069) || code == 0x200E || code == 0x200F;

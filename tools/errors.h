@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The ways in which the command ends badly. main() turns each into one line on stderr and an exit
-// status; everything below it throws. What they say is one line from the start: a name from a file
-// may hold a zero byte, at which what() would end.
+// The command's errors. main() turns each into one line on stderr and an exit status. Messages are
+// made one line at once, since a name from a file may contain a zero byte, at which what() would
+// end.
 #pragma once
 
 #include <stdexcept>
@@ -10,33 +10,34 @@
 
 namespace quellard {
 
-// A text as one line that no terminal obeys, for messages that hold the names of files: control
-// characters, marks of writing direction and bytes that are not UTF-8 appear as "\n" or "\x1b".
+// A text as one line without effect on a terminal, for messages that contain names of files:
+// control characters, marks of writing direction and bytes that are not UTF-8 become "\n" or
+// "\x1b".
 std::string oneLine(std::string_view text);
 
-// The command line, or a value on it or in an automation file, makes no sense: exit status 2.
+// A wrong command line, or a wrong value on it or in a text file: exit status 2.
 class UsageError : public std::runtime_error {
  public:
   explicit UsageError(const std::string& message) : std::runtime_error(oneLine(message)) {}
 };
 
-// A file, the disk or the plug-in does not do what was asked of it: exit status 1.
+// An error with a file, the disk or the plug-in: exit status 1.
 class FileError : public std::runtime_error {
  public:
   explicit FileError(const std::string& message) : std::runtime_error(oneLine(message)) {}
 };
 
-// One of the signals that interrupt.h watches arrived. The command cleans up, then dies of it.
+// A signal that interrupt.h watches has arrived. The command cleans up, then ends by the signal.
 class Interrupted : public std::runtime_error {
  public:
   Interrupted() : std::runtime_error("interrupted") {}
 };
 
-// What an errno value means for the file that the sentence is about: "the disk is full". Any
-// thread, unlike strerror.
+// The meaning of an errno value as the end of a sentence: "the disk is full". [any thread], unlike
+// strerror().
 std::string systemMessage(int error);
 
-// The reason of any exception for people: the command's own as they are, the libraries' reworded.
+// The message of any exception; those of the standard library are reworded.
 std::string explanation(const std::exception& error);
 
 }  // namespace quellard

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What GAIN does: distortion and level of a sine, from the end of a note to a hard stroke.
+// A table of distortion and level over GAIN, for sines from the end of a note to a hard stroke.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace quellard {
 
-// A row for each channel with GAIN at 0, 2.5, 5, 7.5, 10 and where start puts it; the other knobs
-// stay as start has them. In each row, for input of -54, -30, -18 and -6 dBFS peak, the level of
-// what comes out in dBFS (a full-scale sine is 0) and its overtones beside the fundamental in %.
-// rate: Hz. note_hz: the sine's frequency.
+// One row per channel and GAIN at 0, 2.5, 5, 7.5, 10 and its value in `start`; the other knobs have
+// their values in `start`. Each row gives, for inputs of -54, -30, -18 and -6 dBFS peak, the
+// output's level in dBFS (0 for a full-scale sine) and its total harmonic distortion in %. rate:
+// Hz. note_hz: the sine's frequency.
 std::string listGains(const PluginModule& module, const StartingPoint& start, int rate,
                       double note_hz);
 

@@ -30,7 +30,7 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
   throw FileError(fmt::format("{}: {}", what, systemMessage(error)));
 }
 
-// A file without a name, which is gone when it is closed.
+// A file without a name, which disappears when it is closed.
 File scriptFile(const std::string& script) {
   File file(std::tmpfile());
   if (file == nullptr) fail("cannot make a temporary file", errno);
@@ -75,7 +75,7 @@ void runGnuplot(const std::string& script, OutputFile& picture) {
   const File readEnd(fdopen(ends[0], "rb"));
   File writeEnd(fdopen(ends[1], "wb"));
   const pid_t child = spawnGnuplot(fileno(input.get()), ends[1]);
-  writeEnd.reset();  // so that the end of gnuplot's output is seen
+  writeEnd.reset();  // otherwise reading would not end with gnuplot's output
   copyAll(readEnd.get(), picture);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;

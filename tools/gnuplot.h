@@ -8,8 +8,8 @@
 
 namespace quellard {
 
-// Feeds a script to gnuplot and writes the picture that it makes. Throws FileError when gnuplot is
-// not installed, does not like the script, or when the picture cannot be written.
+// Runs a script in gnuplot and writes the picture. Throws FileError when gnuplot is not installed
+// or fails, or when the picture cannot be written.
 void runGnuplot(const std::string& script, OutputFile& picture);
 
 }  // namespace quellard

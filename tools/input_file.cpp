@@ -17,12 +17,12 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-// More than any file has, and so little that a reader can still add to it.
+// More than any file has, and small enough for a reader to add offsets without overflow.
 constexpr std::int64_t kEndless = std::int64_t{1} << 60;
-// No header is longer; beyond it, a stream is no longer kept in memory.
+// Longer than any header; more of a stream is not kept in memory.
 constexpr std::size_t kLongestStart = std::size_t{1} << 20;
 
-// A pipe is opened without waiting for its writer, which poll() does in a way that signals end.
+// Opens a pipe without waiting for its writer: waitFor() does that and can be interrupted.
 int openInput(const fs::path& path) {
   if (isStandardInput(path)) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
   return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);

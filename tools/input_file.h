@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// An input, opened once, whatever it is: a file, a pipe, a device or standard input. What cannot
-// be read twice is read as it comes, or kept in a file without a name when somebody needs to seek.
+// An input: a file, a pipe, a device or standard input. A stream is read as it comes, or copied
+// into an unnamed file where seeking is needed.
 #pragma once
 
 #include <cstdint>
@@ -18,38 +18,40 @@ bool isStandardInput(const std::filesystem::path& path);
 
 class InputFile {
  public:
-  // Waits for the writer of a pipe. Throws FileError when the file is missing, unreadable or a
-  // folder.
+  // Throws FileError when the file is missing, unreadable or a folder. Does not wait for the writer
+  // of a pipe; read() does.
   explicit InputFile(const std::filesystem::path& path);
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // As messages call it.
+  // For messages.
   const std::string& name() const { return name_; }
 
-  // Whether what has been read is gone. Its beginning can be read again until forgetStart().
+  // Whether the input cannot seek. The start of a stream is kept, and can be read again, until
+  // forgetStart().
   bool isStream() const { return isStream_; }
   void forgetStart() { keepsStart_ = false; }
 
-  // Takes the rest of a stream into a file without a name, so that it is one no longer. Throws
-  // FileError, when the disk is full above all, or Interrupted.
+  // Copies a stream into an unnamed file, after which it can seek. Throws FileError, for instance
+  // when the disk is full, or Interrupted.
   void spool();
 
   // The first bytes, fewer when there are no more.
   std::string start(std::size_t count);
 
-  // The last bytes of what is no stream.
+  // The last bytes of an input that is no stream.
   std::string end(std::size_t count);
 
-  // As the POSIX calls of these names; read() gives fewer bytes only at the end, and none where a
-  // stream has not come to. Errors are kept for throwIfFailed(), since libraries of C call these.
+  // Like the POSIX functions; read() returns fewer bytes only at the end, and none at a position
+  // that a stream has not reached. Errors are kept for throwIfFailed(), since a C library calls
+  // these functions.
   std::int64_t size() const;
   std::int64_t seek(std::int64_t offset, int whence);
   std::int64_t read(void* bytes, std::int64_t count);
   void throwIfFailed() const;
 
-  // Whether size() answers more than any file has: then a reader believes the header's figures,
-  // where a file that was cut short or that is still coming has fewer bytes.
+  // Makes size() return more than any file has. Then the library believes the length in the header,
+  // although a truncated file or a stream has fewer bytes.
   void pretendEndless(bool pretends) { pretendsEndless_ = pretends; }
 
  private:
@@ -62,9 +64,9 @@ class InputFile {
   bool isStream_ = false;
   bool pretendsEndless_ = false;
   bool keepsStart_ = true;
-  std::vector<char> start_;    // what came of a stream while its start was kept
-  std::int64_t consumed_ = 0;  // of a stream
-  std::int64_t origin_ = 0;    // of what is no stream: where standard input stood
+  std::vector<char> start_;    // of a stream, kept until forgetStart()
+  std::int64_t consumed_ = 0;  // bytes read from a stream
+  std::int64_t origin_ = 0;  // the file's offset when it was opened: standard input may not be at 0
   std::int64_t position_ = 0;
   std::exception_ptr failure_;
 };

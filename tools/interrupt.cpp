@@ -21,7 +21,7 @@ void watchSignals() {
   for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU}) {
     struct sigaction old = {};
     sigaction(number, nullptr, &old);
-    // nohup and shells that run a job in the background ask for a signal to be ignored.
+    // A signal that is ignored stays so: nohup and shells set that for background jobs.
     if (old.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
   }
   std::signal(SIGXFSZ, SIG_IGN);

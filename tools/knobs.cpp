@@ -22,7 +22,8 @@ std::string asSymbol(std::string_view name) {
   return symbol == "channel" ? "type" : symbol;
 }
 
-// Insertions, deletions, replacements and swaps of neighbours that turn one word into the other.
+// The number of insertions, deletions, replacements and swaps of neighbouring letters that turn one
+// word into the other.
 std::size_t editDistance(std::string_view a, std::string_view b) {
   const std::size_t width = b.size() + 1;
   std::vector<std::size_t> table((a.size() + 1) * width);
@@ -65,7 +66,7 @@ float scaledValue(const std::string& what, std::string_view text, double highest
   return static_cast<float>(numberWithin(what.c_str(), text, 0.0, highest) / highest);
 }
 
-Setting parseIndexed(double index, std::string_view value) {
+ParameterChange parseIndexed(double index, std::string_view value) {
   if (index != std::floor(index) || index < 1 || index >= kNumParameters) {
     throw UsageError(
         fmt::format("there is no parameter {}: they are 1 to {}", index, kNumParameters - 1));
@@ -102,7 +103,7 @@ int integerWithin(const char* what, std::string_view text, int lowest, int highe
 }
 
 std::string suggestion(std::string_view word, const std::vector<std::string>& known) {
-  // The comparison takes time and memory with the length; no known word is nearly as long.
+  // No known word is nearly as long; comparing would only take time and memory.
   constexpr std::size_t kLongestWord = 64;
   if (word.size() > kLongestWord) return {};
   std::size_t nearest = std::max<std::size_t>(1, word.size() / 3) + 1;
@@ -127,7 +128,7 @@ int parseChannel(std::string_view text) {
                                hint.empty() ? ": clean, vintage or modern" : hint));
 }
 
-Setting parseSetting(std::string_view name, std::string_view value, int channel) {
+ParameterChange parseParameterChange(std::string_view name, std::string_view value, int channel) {
   name = trimmed(name);
   value = trimmed(value);
   if (const std::optional<double> index = parseNumber(name)) return parseIndexed(*index, value);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
-// Reads what people write for knobs and channels: "vintage.gain" at "7.5", "channel" at "clean".
-// Names are free of case, and '.', '_', '-' and a space all separate. A knob's value is on the
-// scale of 0 to 10 that the amplifier shows. Every function throws UsageError with a message that
-// says what was expected, for a near miss with the nearest known word.
+// Parses parameters and values as people write them: "vintage.gain" and "7.5", "channel" and
+// "clean". Upper and lower case are equal, and so are '.', '_', '-' and a space. Knobs are written
+// from 0 to 10, as the amplifier shows them. The functions throw UsageError with a message that
+// says what was expected, and with a suggestion for a mistyped word.
 #pragma once
 
 #include <optional>
@@ -15,36 +15,36 @@
 
 namespace quellard {
 
-// A value for a parameter as the plug-in takes it. parameter: 1..19. value: 0..1.
-struct Setting {
+// A new value for one parameter. parameter: 1..19. value: 0..1.
+struct ParameterChange {
   int parameter;
   float value;
 };
 
-// The whole text as a finite number; nothing otherwise.
+// The text as a finite number; nothing if it is no number as a whole.
 std::optional<double> parseNumber(std::string_view text);
 
-// The same within a range, and as a whole number. what: what the number is for, for the message.
+// The same, limited to a range, and as an integer. what: the option's name, for the message.
 double numberWithin(const char* what, std::string_view text, double lowest, double highest);
 int integerWithin(const char* what, std::string_view text, int lowest, int highest);
 
-// "clean", "vintage" or "modern" to 0..2.
+// 0..2 for "clean", "vintage" and "modern".
 int parseChannel(std::string_view text);
 
-// A setting by name and value:
+// A change, from a name and a value:
 //   channel (or type)   clean, vintage, modern
 //   vintage.gain        0..10
-//   gain                0..10, the knob of the channel given here, 0..2
-//   12                  0..1, the parameter of this index with the value as the plug-in keeps it
-Setting parseSetting(std::string_view name, std::string_view value, int channel);
+//   gain                0..10, the knob of `channel`, 0..2
+//   12                  0..1, the parameter with this index and the plug-in's own value
+ParameterChange parseParameterChange(std::string_view name, std::string_view value, int channel);
 
 // Whether a name is one of the channel selector's: channel, type, 19.
 bool namesSelector(std::string_view name);
 
-// "NAME=VALUE" in its two halves, without the spaces around them.
+// The two parts of "NAME=VALUE", without spaces around them.
 std::pair<std::string, std::string> splitAssignment(std::string_view text);
 
-// ", did you mean 'gain'?" when one of the known words is near in either case, otherwise "".
+// ", did you mean 'gain'?" when the word is similar to one of the known ones, otherwise "".
 std::string suggestion(std::string_view word, const std::vector<std::string>& known);
 
 }  // namespace quellard

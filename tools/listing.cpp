@@ -13,7 +13,7 @@
 namespace quellard {
 namespace {
 
-// The plug-in pads the texts of values with a place for the sign.
+// The plug-in's text of a value, without the leading space that it keeps for a sign.
 std::string displayed(const PluginInstance& instance, int index) {
   return std::string(trimmed(instance.text(effGetParamDisplay, index)));
 }
@@ -26,16 +26,16 @@ std::string knobHeadings() {
   return text;
 }
 
-// How the plug-in itself shows the ends of a parameter's range, or each of its positions.
+// The texts of both ends of a parameter's range, or of all its steps.
 std::string rangeOf(PluginInstance& scratch, int index) {
   VstParameterProperties properties = {};
   scratch.call(effGetParameterProperties, index, 0, &properties);
-  const bool hasPositions = (properties.flags & kVstParameterUsesIntegerMinMax) != 0;
-  const int steps = hasPositions ? properties.maxInteger - properties.minInteger : 1;
+  const bool hasSteps = (properties.flags & kVstParameterUsesIntegerMinMax) != 0;
+  const int steps = hasSteps ? properties.maxInteger - properties.minInteger : 1;
   std::string range;
   for (int step = 0; step <= steps; ++step) {
     scratch.setParameter(index, static_cast<float>(step) / static_cast<float>(steps));
-    if (step > 0) range += hasPositions ? ", " : " to ";
+    if (step > 0) range += hasSteps ? ", " : " to ";
     range += displayed(scratch, index);
   }
   return range;
@@ -73,7 +73,7 @@ std::string row(const char* name, const std::string& value) {
   return fmt::format("{:<18} {}\n", name, value);
 }
 
-// Capabilities that hosts usually ask for, of which the plug-in claims its own.
+// Those of the capabilities that hosts usually ask for which the plug-in claims to have.
 std::string claims(const PluginInstance& instance) {
   std::string claimed;
   for (const char* ability :
@@ -85,9 +85,9 @@ std::string claims(const PluginInstance& instance) {
   return claimed;
 }
 
-// Optional services, of which those that the plug-in answers with anything but 0.
+// Those of the interface's optional services to which the plug-in does not answer 0.
 std::string services(const PluginInstance& scratch) {
-  std::array<std::intptr_t, 64> answer = {};  // room for the longest record that any of them fills
+  std::array<std::intptr_t, 64> answer = {};  // large enough for every record
   std::array<void*, 2> arrangements = {};
   const auto inputArrangement = reinterpret_cast<std::intptr_t>(arrangements.data());
   std::string served;
@@ -114,7 +114,7 @@ std::string propertyFlags(std::int32_t flags) {
   return fmt::format("flags {} ({})", flags, names.empty() ? "none" : names);
 }
 
-// What a host learns of one parameter apart from its name and value.
+// The properties of one parameter other than its name and value.
 __attribute__((no_sanitize("vptr"))) std::string propertiesOf(PluginInstance& scratch, int index) {
   HostExtension* const extension = scratch.extension();
   ExtendedParameterProperties all = {};
@@ -136,7 +136,7 @@ __attribute__((no_sanitize("vptr"))) std::string propertiesOf(PluginInstance& sc
   return text + (scratch.call(effCanBeAutomated, index) != 0 ? ", automated" : ", not automated");
 }
 
-// A row for each run of parameters that are alike.
+// One row for each group of consecutive parameters with the same properties.
 std::string describeParameters(const PluginModule& module) {
   PluginInstance scratch(module);
   const int count = scratch.record().numParams;
@@ -172,7 +172,7 @@ __attribute__((no_sanitize("vptr"))) std::string describeJacks(HostExtension& ex
   return text;
 }
 
-std::string ownWords(const Preset& preset) {
+std::string userDescription(const Preset& preset) {
   return preset.description.empty() ? "(your own)" : preset.description + " (your own)";
 }
 
@@ -220,7 +220,7 @@ std::string listPresets(const std::vector<Preset>& presets) {
     for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
       text += fmt::format(" {:>8.2f}", positionFromKnob(preset.values[knobIndex(channel, knob)]));
     }
-    text += fmt::format("  {}\n", preset.isFactory ? preset.description : ownWords(preset));
+    text += fmt::format("  {}\n", preset.isFactory ? preset.description : userDescription(preset));
   }
   return text;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the plug-in tells about itself, as text for a terminal.
+// Lists of parameters, programs, presets and the plug-in's properties, as text for a terminal.
 #pragma once
 
 #include <string>
@@ -11,17 +11,17 @@
 
 namespace quellard {
 
-// A row for each parameter with the knobs at start: index, name on the command line, name and value
-// as shown, range.
+// One row per parameter: index, name on the command line, name in the plug-in, value in `start`,
+// range.
 std::string listParameters(const PluginModule& module, const StartingPoint& start);
 
-// A row for each program: number, name, and the knobs of the channel that it selects.
+// One row per program: number, name, channel and that channel's knobs.
 std::string listPrograms(const PluginModule& module);
 
-// A row for each preset: name, its channel and that channel's knobs, what it is good for.
+// One row per preset: name, channel and that channel's knobs, description.
 std::string listPresets(const std::vector<Preset>& presets);
 
-// All else that a host can ask: names, versions, identity, abilities, jacks.
+// What else a host can ask the plug-in: names, versions, id, capabilities, jacks.
 std::string describePlugin(const PluginModule& module);
 
 }  // namespace quellard

@@ -18,7 +18,7 @@ std::string asText(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
-// The shortest number that is this float: 0.7 and not 0.699999988079071.
+// The shortest decimal that is read back as this float: 0.7 rather than 0.699999988079071.
 double shortest(float value) { return parseNumber(fmt::format("{}", value)).value_or(0.0); }
 
 double position(const PluginInstance& instance, int knob) {
@@ -41,7 +41,7 @@ Json knobsOf(const PluginInstance& instance, int channel) {
   return knobs;
 }
 
-// What a preset sets of the channels that it does not select: {"clean.gain": 3.0}.
+// The preset's knobs of other channels that differ from their default: {"clean.gain": 3.0}.
 Json otherKnobs(const Preset& preset, int channel) {
   Json knobs = Json::object();
   for (const ParameterInfo& info : kParameters) {

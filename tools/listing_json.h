@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The listings and the report of a render for other programs, as JSON; docs/json.md describes the
-// fields. What cannot be a number is null; bytes of names that are not UTF-8 become U+FFFD.
+// The lists of listing.h and the report of a render as JSON, for other programs. docs/json.md
+// describes the fields. Values that do not exist are null; bytes that are not UTF-8 become U+FFFD.
 #pragma once
 
 #include <string>
@@ -18,7 +18,7 @@ std::string programsAsJson(const PluginModule& module);
 std::string presetsAsJson(const std::vector<Preset>& presets);
 std::string pluginAsJson(const PluginModule& module);
 
-// outcomes: of the jobs, in their order.
+// outcomes: one for each job, in the same order.
 std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes);
 
 }  // namespace quellard

@@ -11,9 +11,9 @@
 namespace quellard {
 namespace {
 
-constexpr const char* kOwnGroup = "Options";  // where an option stands that names no group
+constexpr const char* kOwnGroup = "Options";  // the group of options without another
 
-// Text as roff prints it: a dash that can be copied, and no line that begins as a request does.
+// Text in roff's notation: dashes that can be copied, and no line that looks like a request.
 std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {
@@ -33,7 +33,7 @@ std::string escaped(const std::string& text) {
 std::string bold(const std::string& text) { return "\\fB" + escaped(text) + "\\fR"; }
 std::string italic(const std::string& text) { return "\\fI" + escaped(text) + "\\fR"; }
 
-// A text as lines of the page's source, none so long that an editor would fold it.
+// A text broken into lines for the page's source.
 std::string lines(const std::string& text) {
   constexpr std::size_t kLongest = 72;
   std::istringstream words(text);
@@ -85,13 +85,13 @@ std::vector<const CLI::Option*> optionsIn(const CLI::App& app, const std::string
 std::string describeAll(const CLI::App& app, const std::string& group) {
   std::string page;
   for (const CLI::Option* option : optionsIn(app, group)) {
-    // Every command has its help, which is told once.
+    // Every command has the option --help, which is described once.
     if (app.get_parent() == nullptr || option != app.get_help_ptr()) page += describe(option);
   }
   return page;
 }
 
-// Groups of options beside an app's own; commands share them.
+// The option groups that several commands share.
 Words sharedGroups(const CLI::App& app) {
   Words groups;
   for (const std::string& group : app.get_groups()) {
@@ -100,7 +100,7 @@ Words sharedGroups(const CLI::App& app) {
   return groups;
 }
 
-// "quellard render [options] IN...", with what must be given.
+// "quellard render [options] IN...", with all required options.
 std::string usage(const std::string& program, const CLI::App& command) {
   std::string line = bold(program);
   if (command.get_parent() != nullptr) line += " " + bold(command.get_name());

@@ -26,7 +26,7 @@ std::vector<double> play(const PluginModule& module, const StartingPoint& start,
   PluginInstance instance(module);
   applyStart(instance, start);
   instance.start(rate, kBlock);
-  settle(instance);
+  preroll(instance);
   for (std::size_t at = 0; at < signal.size(); at += kBlock) {
     const std::size_t length = std::min<std::size_t>(kBlock, signal.size() - at);
     instance.process(&signal[at], &signal[at], static_cast<int>(length));
@@ -34,7 +34,7 @@ std::vector<double> play(const PluginModule& module, const StartingPoint& start,
   return signal;
 }
 
-// Magnitudes of the bins from 0 to half the rate. signal: its length a power of two.
+// Magnitudes of the bins from 0 to half the rate. The signal's length is a power of two.
 std::vector<double> magnitudes(const std::vector<double>& signal) {
   const std::vector<std::complex<double>> input(signal.begin(), signal.end());
   std::vector<std::complex<double>> bins(input.size());
@@ -48,7 +48,7 @@ double decibels(double gain) {
   return gain > 0.0 ? std::max(kSilence_db, 20.0 * std::log10(gain)) : kSilence_db;
 }
 
-// Rests at -92 dB beside a pure tone.
+// The 4-term Blackman-Harris window, whose side lobes are below -92 dB.
 double blackmanHarris(double phase) {
   constexpr std::array<double, 4> kTerms = {0.35875, -0.48829, 0.14128, -0.01168};
   double sum = 0.0;
@@ -62,7 +62,7 @@ double blackmanHarris(double phase) {
 
 Curve measureResponse(const PluginModule& module, const StartingPoint& start, int rate) {
   constexpr std::size_t kLength = 1 << 14;
-  constexpr double kTiny = 1e-9;  // some 500,000 times amplified at small levels, still linear
+  constexpr double kTiny = 1e-9;  // still linear, although amplified up to about 500,000 times
   std::vector<double> impulse(kLength, 0.0);
   impulse[0] = kTiny;
   std::vector<double> answer = play(module, start, rate, impulse);
@@ -100,7 +100,7 @@ Curve measureTransfer(const PluginModule& module, const StartingPoint& start, in
   }
   signal = play(module, start, rate, std::move(signal));
   Curve curve;
-  for (int c = 4; c < kCycles; c += 4) {  // the first cycles are the sine setting in
+  for (int c = 4; c < kCycles; c += 4) {  // the first cycles contain the onset
     const auto from = signal.begin() + std::ptrdiff_t{c} * cycle;
     const auto [lowest, highest] = std::minmax_element(from, from + cycle);
     curve.push_back({levelOf(c + 0.5), *highest});
@@ -112,7 +112,7 @@ Curve measureTransfer(const PluginModule& module, const StartingPoint& start, in
 Curve measureSpectrum(const PluginModule& module, const StartingPoint& start, int rate,
                       double note_hz, double peak) {
   constexpr std::size_t kLength = 1 << 15;
-  const std::size_t lead = static_cast<std::size_t>(rate) / 2;  // until the onset has died away
+  const std::size_t lead = static_cast<std::size_t>(rate) / 2;  // half a second for the onset
   std::vector<double> signal;
   for (std::size_t i = 0; i < lead + kLength; ++i) {
     signal.push_back(peak * std::sin(kTwoPi * note_hz * static_cast<double>(i) / rate));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Measures the amplifier as one would measure a real one: a signal in, the answer out. Each
-// measurement plays through an instance of its own, whose knobs have settled.
+// Measurements of the amplifier with test signals. Each uses its own instance of the plug-in, after
+// a preroll (render.h), so that no knob moves.
 #pragma once
 
 #include <vector>
@@ -16,19 +16,18 @@ struct Point {
 };
 using Curve = std::vector<Point>;
 
-// The gain of the amplifier for signals too small to distort: Hz against dB, about 240 points from
-// 20 Hz to 20 kHz on a logarithmic scale. VINTAGE and MODERN treat the two signs differently
-// however small the signal (about 10 % between the slopes of their last stage), so the answer is
-// that to the part that changes sign with the input.
-// rate: Hz, here and below.
+// The frequency response for signals too small to distort: x in Hz, y in dB, about 240 points from
+// 20 Hz to 20 kHz on a logarithmic scale. The last stage of VINTAGE and MODERN has slopes for
+// positive and negative samples that differ by about 10 % at any level, so this is the response of
+// the part of the output that changes sign with the input. rate: Hz, here and below.
 Curve measureResponse(const PluginModule& module, const StartingPoint& start, int rate);
 
-// How far the output swings for a sine of growing level: input peak against output peak, upward
-// swings at positive levels and downward ones at negative levels. Levels in full scales.
+// The transfer curve for a sine of increasing level: x is the input's peak, y the output's;
+// positive peaks at positive x, negative ones at negative x. Full scale is 1.
 Curve measureTransfer(const PluginModule& module, const StartingPoint& start, int rate);
 
-// The level of a steady sine's harmonics and of all between: Hz against dBFS, up to half the rate.
-// note_hz: its frequency. peak: its level in full scales.
+// The spectrum of the output for a steady sine: x in Hz up to half the rate, y in dBFS.
+// note_hz: the sine's frequency. peak: its level; full scale is 1.
 Curve measureSpectrum(const PluginModule& module, const StartingPoint& start, int rate,
                       double note_hz, double peak);
 

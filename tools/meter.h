@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a level meter shows of a whole piece: the highest sample and the loudness.
+// Peak and loudness of a whole piece of audio.
 #pragma once
 
 #include <cstdint>
@@ -18,11 +18,11 @@ class Meter {
 
   void add(const double* interleaved, std::int64_t frames);
 
-  // The highest sample against full scale in dB; nothing for silence.
+  // The largest magnitude of a sample in dBFS; nothing for silence.
   std::optional<double> peak_dbfs() const;
 
-  // Integrated loudness after EBU R 128 in LUFS; nothing when all of it is silent or shorter than
-  // 0.4 s, or when the measure does not define so many channels or such a rate.
+  // Integrated loudness according to EBU R 128 in LUFS; nothing for silence, for less than 0.4 s,
+  // and for rates or numbers of channels that the library does not support.
   std::optional<double> loudness_lufs() const;
 
  private:

@@ -12,7 +12,7 @@ namespace quellard {
 namespace {
 
 std::mutex mutex;
-int living = 0;  // guarded by mutex, like what follows
+int objects = 0;  // existing; guarded by mutex, like `kept`
 FileDescriptor kept;
 
 }  // namespace
@@ -20,7 +20,7 @@ FileDescriptor kept;
 MutedStderr::MutedStderr(bool mute) : mute_(mute) {
   if (!mute_) return;
   const std::lock_guard lock(mutex);
-  if (living++ > 0) return;
+  if (objects++ > 0) return;
   kept = FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
   const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
   if (kept && nowhere) dup2(nowhere.number(), STDERR_FILENO);
@@ -29,7 +29,7 @@ MutedStderr::MutedStderr(bool mute) : mute_(mute) {
 MutedStderr::~MutedStderr() {
   if (!mute_) return;
   const std::lock_guard lock(mutex);
-  if (--living > 0) return;
+  if (--objects > 0) return;
   const FileDescriptor back = std::exchange(kept, FileDescriptor());
   if (back) dup2(back.number(), STDERR_FILENO);
 }

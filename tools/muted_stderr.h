@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Keeps a library of C from printing sentences of its own: while one of these lives, standard error
-// goes nowhere, for all threads. The MPEG decoder comments on damaged files there.
+// Redirects standard error to /dev/null while an object of this class exists, for all threads: the
+// MPEG decoder prints messages about damaged files there.
 #pragma once
 
 namespace quellard {

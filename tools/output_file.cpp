@@ -22,10 +22,10 @@ namespace {
 
 void syncFolder(const fs::path& folder) {
   const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened) fsync(opened.number());  // not every file system can; the file itself is safe already
+  if (opened) fsync(opened.number());  // errors ignored: not every file system supports it
 }
 
-// The name by which the system knows a file without a name.
+// The path by which the system can open an unnamed file.
 std::string throughProcess(int descriptor) { return fmt::format("/proc/self/fd/{}", descriptor); }
 
 bool linkTo(int descriptor, const fs::path& name) {
@@ -89,12 +89,12 @@ void OutputFile::openBeside() {
   if (exists && access(target_.c_str(), W_OK) != 0) fail(errno);
 
   file_ = openUnnamedIn(folder_);
-  // What cannot be reached through /proc cannot be given a name later.
+  // Without /proc an unnamed file could not be given a name later.
   const bool canBeNamed = file_ && access(throughProcess(file_.number()).c_str(), F_OK) == 0;
   if (!canBeNamed) openNamed();
   if (!exists) return;
-  // A replaced file keeps its permissions. Where the file system has none, there are none to keep;
-  // the owner can be kept by root alone.
+  // A replaced file keeps its permissions, if the file system has any, and its owner, if we may set
+  // it; without the owner the set-user-id and set-group-id bits are dropped.
   const bool owned = fchown(file_.number(), existing.st_uid, existing.st_gid) == 0;
   const mode_t kept = existing.st_mode & (owned ? 07777U : 00777U);
   if (fchmod(file_.number(), kept) != 0) errno = 0;
@@ -163,8 +163,8 @@ void OutputFile::commit() {
   }
   if (fsync(file_.number()) != 0) fail(errno);
   if (temporary_.empty()) {
-    // Where nothing has the name, the file appears under it; what is there can only be replaced by
-    // a file with a name.
+    // Linking works only where no file has the name. An existing file must be replaced by rename(),
+    // for which the new one needs a name.
     if (!linkTo(file_.number(), target_)) giveTemporaryName();
   }
   if (!temporary_.empty()) {
@@ -185,8 +185,8 @@ void OutputFile::giveTemporaryName() {
   fail(error);
 }
 
-// A pipe is opened when somebody reads it, which an open() that waits would not do for a signal
-// that finds another thread.
+// Waits until a pipe has a reader. A blocking open() would not be interrupted by a signal that
+// another thread receives.
 FileDescriptor OutputFile::openStream() const {
   if (isStandardOutput(target_)) return {};
   FileDescriptor opened(open(target_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
@@ -200,7 +200,7 @@ FileDescriptor OutputFile::openStream() const {
 }
 
 void OutputFile::copyTo(int descriptor) {
-  std::array<char, 4096> piece = {};  // what a pipe that can be written takes without blocking
+  std::array<char, 4096> piece = {};  // a pipe that is ready takes as much without blocking
   seek(0, SEEK_SET);
   while (const std::int64_t count = read(piece.data(), piece.size())) {
     for (std::int64_t done = 0; done < count;) {

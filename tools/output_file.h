@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
-// A file that appears under its name only when it is whole. Until commit() the bytes are in a file
-// without a name in the same folder, or, where the file system has none such, under a random one;
-// whatever goes wrong, a file that was there before stays. Pipes and devices get the bytes at
-// commit(), too, since most formats complete their header last.
+// A file that appears under its name only when it is complete. Until commit() the bytes are in an
+// unnamed file in the same folder, or in one with a random name where the file system has no
+// unnamed files. If anything fails, a file that existed before stays as it was. Pipes and devices
+// also get the bytes at commit(), since most formats write their header last.
 #pragma once
 
 #include <cstdint>
@@ -15,26 +15,26 @@ namespace quellard {
 // Whether a name means standard output: "-", "/dev/stdout" and the like.
 bool isStandardOutput(const std::filesystem::path& path);
 
-// Whether what is written there cannot appear at once: standard output, a pipe, a device.
+// Whether the path is standard output, a pipe or a device.
 bool isStream(const std::filesystem::path& path);
 
-// The path that a chain of symbolic links ends at, also when nothing is there yet.
+// The path at the end of a chain of symbolic links, also where no file exists there.
 std::filesystem::path withLinksFollowed(std::filesystem::path path);
 
 class OutputFile {
  public:
-  // path: where the file shall appear, or a stream; a symbolic link is followed, so that its
-  // target is replaced or made and not the link. Throws FileError when the folder is missing or
-  // not writable, or when something is there that cannot be written.
+  // path: of the file or stream; a symbolic link is followed, so that its target is replaced, not
+  // the link. Throws FileError when the folder is missing or not writable, or when the path is
+  // something that cannot be written.
   explicit OutputFile(const std::filesystem::path& path);
 
-  // Removes the temporary file unless it was committed.
+  // Removes the temporary file unless commit() has succeeded.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // As the POSIX calls of these names, on the temporary file. Writes return the bytes written and
-  // remember the first error for commit(), since not every writer of a format reports one.
+  // Like the POSIX functions, on the temporary file. write() returns the bytes written and keeps
+  // the first error for commit(), since not every encoder reports errors.
   std::int64_t write(const void* bytes, std::int64_t count);
   std::int64_t read(void* bytes, std::int64_t count);
   std::int64_t seek(std::int64_t offset, int whence);
@@ -43,8 +43,8 @@ class OutputFile {
   // Throws FileError if a write has failed: "cannot write a.wav: the disk is full".
   void throwIfFailed() const;
 
-  // Brings the bytes to the disk and the file to its name, or the bytes to the stream. Throws
-  // FileError and leaves nothing when that fails; Interrupted while it waits for a stream's reader.
+  // Flushes the file to the disk and gives it its name, or writes the bytes to the stream. Throws
+  // FileError, and then leaves no file; Interrupted while it waits for a stream's reader.
   void commit();
 
  private:

@@ -27,7 +27,7 @@ constexpr int kRight = 160;         // beside the last panel: the legend
 constexpr int kGap = 62;            // between panels
 constexpr double kNotePeak = 0.25;  // -12 dBFS
 
-// Each channel keeps its colour on all pictures; a knob runs from its pale to its dark shade.
+// Each channel has its colour in all pictures, in shades from pale (knob at 0) to dark (at 10).
 struct Shades {
   std::array<int, 3> pale;
   std::array<int, 3> full;
@@ -39,7 +39,7 @@ constexpr std::array<Shades, kNumChannels> kShades = {{
     {{0xf6, 0xb4, 0xb4}, {0xd0, 0x20, 0x30}, {0x56, 0x06, 0x14}},  // MODERN: red
 }};
 
-constexpr std::array<double, 5> kPlaces = {0.0, 2.5, 5.0, 7.5, 10.0};  // of a knob that moves
+constexpr std::array<double, 5> kKnobPositions = {0.0, 2.5, 5.0, 7.5, 10.0};
 
 std::string shade(int channel, double part) {
   const Shades& shades = kShades[static_cast<std::size_t>(channel)];
@@ -62,7 +62,7 @@ struct Line {
   std::string style = "lines";
 };
 
-// A gnuplot script for one page: rows of panels from the top downwards.
+// The gnuplot script of one page, built from the top downwards: title, headings, rows of panels.
 class Page {
  public:
   Page(bool svg, int height) : height_(height) {
@@ -75,17 +75,17 @@ class Page {
   }
 
   void title(const std::string& text, const std::string& detail) {
-    place(text, kLeft, 38, "font ',20'");
-    place(detail, kLeft, 68, "textcolor rgb '#606060'");
+    putText(text, kLeft, 38, "font ',20'");
+    putText(detail, kLeft, 68, "textcolor rgb '#606060'");
     top_ = kTitleHeight;
   }
 
   void heading(const std::string& text) {
-    place(text, kLeft, top_ + 26, "font ',14' textcolor rgb '#202020'");
+    putText(text, kLeft, top_ + 26, "font ',14' textcolor rgb '#202020'");
     top_ += kHeadingHeight;
   }
 
-  // A row of equal panels, height pixels high without its axis, is begun; panels follow.
+  // Begins a row of equal panels. height: in pixels, without the axis.
   void row(int panels, int height) {
     panels_ = panels;
     panelHeight_ = height;
@@ -93,7 +93,7 @@ class Page {
   }
   void endRow() { top_ += panelHeight_ + kAxisHeight; }
 
-  // axes: gnuplot commands that hold for this panel alone.
+  // axes: gnuplot commands for this panel.
   void panel(const std::string& name, const std::string& color, const std::string& axes,
              const std::vector<Line>& lines) {
     const int width = (kWidth - kLeft - kRight - (panels_ - 1) * kGap) / panels_;
@@ -132,8 +132,8 @@ class Page {
   static double x(int pixels) { return static_cast<double>(pixels) / kWidth; }
   double y(int pixels) const { return 1.0 - static_cast<double>(pixels) / height_; }
 
-  // Text is set with the panel that comes next, since a page alone draws none.
-  void place(const std::string& text, int left, int down, const char* look) {
+  // The text is drawn with the next panel, since gnuplot draws labels only with a plot.
+  void putText(const std::string& text, int left, int down, const char* look) {
     script_ +=
         fmt::format("set label '{}' at screen {:.5f},{:.5f} {}\n", text, x(left), y(down), look);
   }
@@ -152,12 +152,12 @@ const ParameterInfo& knobOf(int channel, int knob) {
 }
 
 StartingPoint on(int channel, StartingPoint start) {
-  start.settings.push_back({kTypeParameter, selectFromChannel(channel)});
+  start.changes.push_back({kTypeParameter, selectFromChannel(channel)});
   return start;
 }
 
-StartingPoint with(StartingPoint start, const ParameterInfo& knob, double place) {
-  start.settings.push_back({knob.index, knobFromPosition(place)});
+StartingPoint with(StartingPoint start, const ParameterInfo& knob, double position) {
+  start.changes.push_back({knob.index, knobFromPosition(position)});
   return start;
 }
 
@@ -176,8 +176,8 @@ double highest(const Curve& curve) {
   return top;
 }
 
-// All tone panels share one scale, so that knobs and channels compare: 0 dB is where the channel is
-// loudest with its tone knobs as they stand.
+// All tone panels have the same scale, so that knobs and channels can be compared: 0 dB is the
+// maximum of the channel's response in `start`.
 void drawTone(Page& page, const PluginModule& module, const PlotSettings& settings) {
   page.heading(
       "Tone knobs: gain of small signals in dB over frequency in Hz, one knob turned from 0 "
@@ -189,11 +189,11 @@ void drawTone(Page& page, const PluginModule& module, const PlotSettings& settin
     for (int knob : {2, 3, 4, 1}) {  // BASS, MID, TREBLE, PRESENCE: from low to high
       const ParameterInfo& info = knobOf(channel, knob);
       std::vector<Line> lines;
-      for (double place : kPlaces) {
-        Curve curve = measureResponse(module, with(start, info, place), settings.rate);
+      for (double position : kKnobPositions) {
+        Curve curve = measureResponse(module, with(start, info, position), settings.rate);
         for (Point& point : curve) point.y -= reference;
-        lines.push_back({std::move(curve), shade(channel, place / 10.0), 2.0,
-                         fmt::format("knob at {:g}", place)});
+        lines.push_back({std::move(curve), shade(channel, position / 10.0), 2.0,
+                         fmt::format("knob at {:g}", position)});
         if (knob != 1) lines.back().name.clear();
       }
       page.panel(fmt::format("{} {}", channelName(channel), info.name), shade(channel, 0.7),
@@ -203,7 +203,7 @@ void drawTone(Page& page, const PluginModule& module, const PlotSettings& settin
   }
 }
 
-// A level axis for both signs: -80 dBFS in the middle, full scale at both ends.
+// The level axis for both signs has -80 dBFS in the middle and full scale at both ends.
 constexpr double kFloor_db = -80.0;
 
 double signedLevel(double level) {
@@ -218,13 +218,13 @@ void drawTransfer(Page& page, const PluginModule& module, const PlotSettings& se
   page.row(kNumChannels, kTransferRow);
   for (int channel = 0; channel < kNumChannels; ++channel) {
     std::vector<Line> lines;
-    for (double place : {1.0, 2.5, 5.0, 7.5, 10.0}) {
+    for (double position : {1.0, 2.5, 5.0, 7.5, 10.0}) {
       const StartingPoint start =
-          with(on(channel, settings.start), knobOf(channel, kGainKnob), place);
+          with(on(channel, settings.start), knobOf(channel, kGainKnob), position);
       Curve curve = measureTransfer(module, start, settings.rate);
       for (Point& point : curve) point.x = signedLevel(point.x);
-      lines.push_back({std::move(curve), shade(channel, place / 10.0), 2.0,
-                       channel == kNumChannels - 1 ? fmt::format("GAIN {:g}", place) : ""});
+      lines.push_back({std::move(curve), shade(channel, position / 10.0), 2.0,
+                       channel == kNumChannels - 1 ? fmt::format("GAIN {:g}", position) : ""});
     }
     page.panel(channelName(channel), shade(channel, 0.7),
                "unset logscale\nset xrange [-80:80]\nset yrange [*:*]\nset ytics autofreq\n"
@@ -235,7 +235,7 @@ void drawTransfer(Page& page, const PluginModule& module, const PlotSettings& se
   page.endRow();
 }
 
-// The highest bin around each harmonic below the top of the picture.
+// The highest bin near each harmonic up to top_hz.
 Curve harmonicsOf(const Curve& spectrum, double note_hz, double top_hz) {
   Curve harmonics;
   for (const Point& point : spectrum) {

@@ -22,7 +22,7 @@ namespace {
 
 using Entry = Orv_TypeIF* (*)(audioMasterCallback);
 
-// Like most hosts, this one sets its instances up one at a time.
+// Instances are set up one at a time, as in most hosts.
 std::mutex setupMutex;
 
 std::intptr_t hostCallback(AEffect* /*effect*/, std::int32_t opcode, std::int32_t /*index*/,
@@ -42,7 +42,7 @@ fs::path commandFolder() {
 #endif
 }
 
-std::vector<fs::path> usualPlaces() {
+std::vector<fs::path> defaultFiles() {
 #if defined(__APPLE__)
   const fs::path name = "quellard.vst/Contents/MacOS/quellard";
 #else
@@ -61,17 +61,17 @@ fs::path PluginModule::find(const std::string& chosen) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process sets variables
   const char* fromEnvironment = std::getenv("QUELLARD_PLUGIN");
   if (fromEnvironment != nullptr && *fromEnvironment != '\0') return fromEnvironment;
-  std::string places;
-  for (const fs::path& place : usualPlaces()) {
+  std::string tried;
+  for (const fs::path& file : defaultFiles()) {
     std::error_code error;
-    if (fs::exists(place, error)) return place;
-    places += (places.empty() ? "" : " or ") + place.string();
+    if (fs::exists(file, error)) return file;
+    tried += (tried.empty() ? "" : " or ") + file.string();
   }
-  throw FileError(fmt::format("cannot find the plug-in as {}; name it with --plugin", places));
+  throw FileError(fmt::format("cannot find the plug-in as {}; name it with --plugin", tried));
 }
 
 PluginModule::PluginModule(const fs::path& file) : file_(file) {
-  // A bare name would be looked up in the system's library folders.
+  // dlopen() looks up a name without a slash in the system's library folders.
   const fs::path path = fs::absolute(file);
   handle_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (handle_ == nullptr) {

@@ -31,14 +31,14 @@ Preset asPreset(const FactoryPreset& preset) {
   return {preset.name, preset.description, presetValues(preset), true};
 }
 
-// The files of the user's presets by name, readable or not. error: why their folder is not.
+// The files of the user's presets, sorted by name. error: why their folder could not be read.
 std::vector<fs::path> presetFiles(std::error_code& error) {
   std::vector<fs::path> files;
   const fs::path folder = presetFolder();
   if (folder.empty()) return files;
   for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
     const fs::path& path = it->path();
-    const bool hidden = path.filename().string().starts_with('.');  // an editor's, or half written
+    const bool hidden = path.filename().string().starts_with('.');  // such as an editor's backups
     if (!hidden && path.extension() == kEnding) files.push_back(path);
   }
   std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
@@ -53,7 +53,8 @@ std::vector<fs::path> presetFiles() {
   return presetFiles(unreached);
 }
 
-// A name is only ever compared with what is in the folder: no name leads out of it.
+// The name is compared with the files in the folder, so that no name, such as "../x", leads out of
+// it.
 std::optional<fs::path> userFile(std::string_view name) {
   const std::vector<fs::path> files = presetFiles();
   const auto exact = [&](const fs::path& file) { return file.stem().string() == trimmed(name); };
@@ -80,7 +81,7 @@ std::vector<std::string> knownNames() {
   return names;
 }
 
-// A word as a shell reads it.
+// A word in quotes for a shell.
 std::string shellQuoted(std::string_view word) {
   std::string shell = "'";
   for (const char c : word) shell += c == '\'' ? "'\\''" : std::string(1, c);
@@ -102,11 +103,11 @@ PresetList listPresetFiles() {
     try {
       list.presets.push_back(readPreset(file));
     } catch (const std::exception& mistake) {
-      list.troubles.emplace_back(mistake.what());
+      list.errors.emplace_back(mistake.what());
     }
   }
-  if (error && error != std::errc::no_such_file_or_directory) {  // no folder is no fault
-    list.troubles.push_back(
+  if (error && error != std::errc::no_such_file_or_directory) {  // the folder may not exist
+    list.errors.push_back(
         fmt::format("cannot read {}: {}", presetFolder().string(), systemMessage(error.value())));
   }
   return list;

@@ -32,7 +32,7 @@ Words programNumbers() {
   return numbers;
 }
 
-// The beginnings of settings: channel=, clean.presence= and so on.
+// The beginnings of the values of --set: channel=, clean.presence= and so on.
 Words assignments() {
   Words words = {"channel="};
   for (const ParameterInfo& info : kParameters) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What comes with an installed program beside itself: completion for bash and a manual page, both
-// made from the table of its own options, so that they name what there is.
+// Completion for bash and a manual page, both generated from a program's options, so that they are
+// always complete.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -14,14 +14,14 @@ namespace quellard {
 
 using Words = std::vector<std::string>;
 
-// The values of the options that have a known set of them, by the option's long name without its
-// dashes. Values that end in '=' are followed by more.
+// The possible values of options, by the option's long name without dashes. More follows a value
+// that ends in '='.
 using KnownValues = std::map<std::string, std::function<Words()>>;
 
-// What a manual page says that the option table does not know. Empty sections are left out.
+// The texts of a manual page beside the options. Empty sections are left out.
 struct ManualTexts {
   std::string version;
-  std::string date;                                           // of that version, as 2026-11-24
+  std::string date;                                           // of that version: 2026-11-24
   Words description;                                          // paragraphs
   std::vector<std::pair<std::string, std::string>> files;     // path and what it holds
   std::vector<std::pair<std::string, std::string>> examples;  // command line and what it does
@@ -31,12 +31,12 @@ struct ManualTexts {
 // The values of the options that addSettingsOptions() adds.
 KnownValues settingsValues();
 
-// Adds to a program's options, hidden from its help, --completion bash, --manual and, which
-// completion asks, --values OPTION. Each prints and ends the parsing with CLI::Success. Call it
-// when all others have been added.
+// Adds the options --completion bash, --manual and --values OPTION (which the completion script
+// calls), hidden from the help. Each prints and ends the parsing with CLI::Success. To be called
+// after all other options have been added.
 void addProgramPages(CLI::App& app, const KnownValues& values, const ManualTexts& texts);
 
-// The pages themselves.
+// The texts themselves.
 std::string bashCompletion(const CLI::App& app, const KnownValues& values);
 std::string manualPage(const CLI::App& app, const ManualTexts& texts);
 

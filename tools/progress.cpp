@@ -19,7 +19,7 @@ Progress::Progress(bool visible) : visible_(visible), nextDraw_(Clock::now() + k
 void Progress::advance(std::int64_t frames) {
   const std::int64_t done = done_ += frames;
   if (!visible_) return;
-  // Whoever finds another thread drawing goes on with its audio.
+  // While another thread draws, this one goes on rendering.
   const std::unique_lock lock(drawing_, std::try_to_lock);
   const Clock::time_point now = Clock::now();
   if (!lock || now < nextDraw_) return;
@@ -33,7 +33,7 @@ void Progress::expect(std::int64_t frames) {
   ++opened_;
 }
 
-// Files that are still to be opened count like the mean of the others.
+// For files that are not open yet the mean length of the others is assumed.
 double Progress::part(double done) const {
   const double each = static_cast<double>(expected_) / std::max<int>(opened_, 1);
   return std::min(1.0, done / std::max(each * files_, 1.0));

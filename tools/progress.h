@@ -11,23 +11,23 @@ namespace quellard {
 
 class Progress {
  public:
-  // visible: draw at all. Nothing is drawn for the first moments, so that short work stays quiet.
+  // visible: whether to draw. Nothing is drawn in the first 0.3 seconds.
   explicit Progress(bool visible);
   ~Progress() { clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // files: how many will be opened, each of which then tells how much it holds.
+  // files: the number of files, for each of which expect() will be called.
   void expectFiles(std::size_t files) { files_ = static_cast<double>(files); }
 
-  // Any thread. frames: what one more of the files holds, 0 when nobody knows; then the bar gives
-  // way to a counter. Headers may be wrong; the bar just stays full then.
+  // Adds a file's length. 0 means unknown and turns the bar into a counter. If the lengths are too
+  // small, the bar stays full. [any thread]
   void expect(std::int64_t frames);
 
-  // Any thread. Draws at most ten times a second.
+  // Adds frames that are done. Draws at most ten times a second. [any thread]
   void advance(std::int64_t frames);
 
-  // Wipes the bar off the line.
+  // Erases the bar.
   void clear();
 
  private:

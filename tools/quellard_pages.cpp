@@ -11,7 +11,7 @@
 namespace quellard {
 namespace {
 
-// ".wav, .flac" as "wav" and "flac".
+// The words "wav" and "flac" of ".wav, .flac".
 Words listed(std::string_view names) {
   constexpr std::string_view kBetween = ", .";
   Words words;

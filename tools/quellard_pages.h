@@ -6,7 +6,7 @@
 
 namespace quellard {
 
-// Call it when all options and commands have been added.
+// To be called after all options and commands have been added.
 void addQuellardPages(CLI::App& app);
 
 }  // namespace quellard

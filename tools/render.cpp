@@ -22,7 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The input as the amplifiers hear it: mixed down if asked for, then silence for the tail.
+// The amplifiers' input: the file, mixed down to mono if asked for, followed by silence for the
+// tail.
 class Source {
  public:
   Source(const fs::path& path, const RenderSettings& settings)
@@ -39,10 +40,11 @@ class Source {
   int channels() const { return mono_ ? 1 : reader_.channels(); }
   bool truncated() const { return reader_.truncated(); }
 
-  // 0 when the header does not say.
+  // 0 if unknown.
   std::int64_t expectedFrames() const { return expectedFrames_; }
 
-  // Fills block with up to frames frames, and returns how many; fewer only at the end.
+  // Reads up to `frames` frames into the block and returns their number, which is less only at the
+  // end.
   int read(std::vector<double>& block, int frames) {
     block.assign(static_cast<std::size_t>(frames) * inputChannels(), 0.0);
     const std::int64_t played = ended_ ? 0 : reader_.read(block.data(), frames);
@@ -73,10 +75,8 @@ class Source {
   std::int64_t expectedFrames_ = 0;
 };
 
-void turnKnobs(PluginInstance& amplifier, const std::vector<Setting>& settings) {
-  for (const Setting& setting : settings) {
-    amplifier.setParameter(setting.parameter, setting.value);
-  }
+void apply(const std::vector<ParameterChange>& values, PluginInstance& amplifier) {
+  for (const auto& [parameter, value] : values) amplifier.setParameter(parameter, value);
 }
 
 // One amplifier for each channel of the audio, all with the same knobs.
@@ -91,11 +91,11 @@ class Rig {
     smoother_.prepare(rate);
   }
 
-  // How all begins, at once.
-  void begin(const std::vector<Setting>& settings, bool settled) {
+  // Sets values without a glide, before the first block.
+  void begin(const std::vector<ParameterChange>& start, bool withPreroll) {
     for (auto& amplifier : amplifiers_) {
-      turnKnobs(*amplifier, settings);
-      if (settled) settle(*amplifier);
+      apply(start, *amplifier);
+      if (withPreroll) preroll(*amplifier);
     }
     ParameterValues values;
     for (int index = 1; index <= kNumStoredValues; ++index) {
@@ -104,11 +104,11 @@ class Rig {
     smoother_.jumpTo(values);
   }
 
-  void move(const std::vector<Setting>& settings) {
-    for (const Setting& setting : settings) smoother_.moveTo(setting.parameter, setting.value);
+  void move(const std::vector<ParameterChange>& changes) {
+    for (const auto& [parameter, value] : changes) smoother_.moveTo(parameter, value);
   }
 
-  // In place.
+  // Plays in place.
   void process(std::vector<double>& interleaved, int frames) {
     const auto tell = [this](int index, float value) {
       for (auto& amplifier : amplifiers_) amplifier->setParameter(index, value);
@@ -149,10 +149,10 @@ double secondsSince(Clock::time_point start) {
 
 void applyStart(PluginInstance& amplifier, const StartingPoint& start) {
   amplifier.setProgram(start.program);
-  turnKnobs(amplifier, start.settings);
+  apply(start.changes, amplifier);
 }
 
-void settle(PluginInstance& amplifier) {
+void preroll(PluginInstance& amplifier) {
   double nothing = 0.0;
   amplifier.process(&nothing, &nothing, 0);
 }
@@ -173,12 +173,12 @@ int BlockPlan::next() {
   return static_cast<int>(end_ - begin_);
 }
 
-std::vector<Setting> BlockPlan::due() {
-  std::vector<Setting> settings;
+std::vector<ParameterChange> BlockPlan::due() {
+  std::vector<ParameterChange> changes;
   for (; nextMove_ < frames_.size() && frames_[nextMove_] <= begin_; ++nextMove_) {
-    settings.push_back(moves_[nextMove_].setting);
+    changes.push_back(moves_[nextMove_].change);
   }
-  return settings;
+  return changes;
 }
 
 RenderResult renderFile(const PluginModule& module, const fs::path& input, const fs::path& output,
@@ -194,8 +194,8 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   Meter meter(rate, source.channels());
   BlockPlan plan(settings.moves, rate, settings.blockLength);
 
-  // Moves at time 0 belong to the start: they shall not glide in.
-  rig.begin(plan.due(), settings.settle);
+  // Moves at time 0 belong to the starting point and do not glide.
+  rig.begin(plan.due(), settings.preroll);
   std::vector<double> block;
   std::int64_t frames = 0;
   while (const int length = source.read(block, plan.next())) {

@@ -21,61 +21,59 @@ struct RenderSettings {
   int blockLength = 512;     // frames, > 0
   double tailSeconds = 0.0;  // silence played after the end of the input, >= 0
   bool mono = false;         // the mean of the input's channels through one amplifier
-  bool settle = true;        // see settle()
-  std::string sampleFormat;  // as formatFor() takes it
-  std::string streamType;    // the file type on a stream whose name says none: "wav"
+  bool preroll = true;       // see preroll()
+  std::string sampleFormat;  // see formatFor()
+  std::string streamType;    // the file type for a stream whose name has no ending: "wav"
 };
 
 struct RenderResult {
-  double seconds = 0.0;  // of audio written
-  double elapsed = 0.0;  // seconds of work
+  double seconds = 0.0;  // length of the output
+  double elapsed = 0.0;  // seconds that rendering took
   std::optional<double> peak_dbfs;
   std::optional<double> loudness_lufs;
-  std::int64_t clipped = 0;   // samples cut at full scale
-  std::size_t lateMoves = 0;  // moves at or after the end, never heard
-  bool truncated = false;     // the input ended before the place that it gives itself
+  std::int64_t clipped = 0;   // samples beyond full scale
+  std::size_t lateMoves = 0;  // moves at or after the end of the audio
+  bool truncated = false;     // the input is shorter than its header says, or damaged
 };
 
 void applyStart(PluginInstance& amplifier, const StartingPoint& start);
 
-// Lets the knobs reach their places before the first sample is played. The amplifier glides to a
-// new setting over one block and rises from silence in its first one, which is right for a hand
-// on a knob, but would fade in the beginning of every file, slower with longer blocks. A block of
-// no frames puts the filters of all three channels and the drive and level of the audible one in
-// their places, and leaves no other trace. A channel that a move switches to later still raises
-// drive and level from nothing over its first block, as it does in every host.
-void settle(PluginInstance& amplifier);
+// Plays a block of no frames, after which the filters of all three channels and the drive and level
+// of the one that plays have the knobs' values; it has no other effect. Without it the amplifier
+// would glide there from silence over its first block, and fade in the beginning of every file, the
+// slower the longer the block. A channel that a move selects later still fades in its drive and
+// level over its first block, as in every host.
+void preroll(PluginInstance& amplifier);
 
-// Cuts the time of a render into blocks: none longer than blockLength, and one beginning exactly
-// at every move, which then takes its time whatever the blocks (rig/parameter_smoother.h).
+// Divides the time of a render into blocks of at most blockLength, so that a block begins at every
+// move. The moves themselves take a fixed time (rig/parameter_smoother.h).
 class BlockPlan {
  public:
-  // rate: Hz, turns the moves' seconds into the nearest frame.
+  // rate: Hz. Moves are rounded to the nearest frame.
   BlockPlan(const std::vector<Move>& moves, double rate, int blockLength);
 
   // Steps to the next block and returns its length in frames.
   int next();
 
-  // The moves that are due where the present block begins (before the first next(), at the start),
-  // each given once, in order.
-  std::vector<Setting> due();
+  // The moves at the start of the present block (before the first next(), at time 0), in order.
+  // Each is returned once.
+  std::vector<ParameterChange> due();
 
-  // Moves that have not been given.
+  // The number of moves that due() has not returned.
   std::size_t left() const { return frames_.size() - nextMove_; }
 
  private:
   const std::vector<Move>& moves_;
-  std::vector<std::int64_t> frames_;  // where each move falls
+  std::vector<std::int64_t> frames_;  // of the moves
   int blockLength_;
   std::int64_t begin_ = 0;  // of the present block
   std::int64_t end_ = 0;
   std::size_t nextMove_ = 0;
 };
 
-// Renders input to output, mono to mono, with more channels one amplifier for each. The output
-// appears only when it is complete. Tells progress how much there is to do. May run on several
-// threads at once, for different outputs; the result is the same to the bit. Throws UsageError,
-// FileError or Interrupted.
+// Renders input to output with one amplifier per channel. The output appears only when it is
+// complete. Reports to progress. May run on several threads at once, for different outputs, with
+// the same bits. Throws UsageError, FileError or Interrupted.
 RenderResult renderFile(const PluginModule& module, const std::filesystem::path& input,
                         const std::filesystem::path& output, const RenderSettings& settings,
                         Progress& progress);

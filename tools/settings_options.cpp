@@ -11,16 +11,16 @@ namespace {
 
 constexpr const char* kGroup = "Knobs";
 
-// The assignments to the channel selector, or those to everything else.
+// Adds the values of --set: those of the selector, or those of all other parameters.
 void assign(const SettingsOptions& options, bool selector, int channel, StartingPoint& start) {
   for (const std::string& assignment : options.assignments) {
     const auto [name, value] = splitAssignment(assignment);
     if (namesSelector(name) != selector) continue;
-    start.settings.push_back(parseSetting(name, value, channel));
+    start.changes.push_back(parseParameterChange(name, value, channel));
   }
 }
 
-void addKnobs(CLI::App& command, SettingsOptions& options) {
+void addKnobOptions(CLI::App& command, SettingsOptions& options) {
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob || info.channel != 0) continue;
     const std::string name = lowered(info.name);
@@ -32,12 +32,12 @@ void addKnobs(CLI::App& command, SettingsOptions& options) {
   }
 }
 
-std::vector<Setting> asSettings(const ParameterValues& values) {
-  std::vector<Setting> settings;
+std::vector<ParameterChange> changesTo(const ParameterValues& values) {
+  std::vector<ParameterChange> changes;
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    settings.push_back({index, values[index]});
+    changes.push_back({index, values[index]});
   }
-  return settings;
+  return changes;
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ void addSettingsOptions(CLI::App& command, SettingsOptions& options) {
   addValue(command, "--channel", options.channel, "CHANNEL",
            "clean, vintage or modern (the program's or the preset's)")
       ->group(kGroup);
-  addKnobs(command, options);
+  addKnobOptions(command, options);
   command
       .add_option("--set", options.assignments,
                   "Any parameter: vintage.gain=7.5 or channel=clean, or INDEX=VALUE with the "
@@ -72,9 +72,9 @@ StartingPoint startFrom(const SettingsOptions& options) {
   if (!options.program.empty()) {
     start.program = integerWithin("--program", options.program, 1, kNumPrograms) - 1;
   }
-  if (!options.preset.empty()) start.settings = asSettings(findPreset(options.preset).values);
+  if (!options.preset.empty()) start.changes = changesTo(findPreset(options.preset).values);
   if (!options.channel.empty()) {
-    start.settings.push_back({kTypeParameter, selectFromChannel(parseChannel(options.channel))});
+    start.changes.push_back({kTypeParameter, selectFromChannel(parseChannel(options.channel))});
   }
   assign(options, true, 0, start);
   return start;
@@ -82,15 +82,15 @@ StartingPoint startFrom(const SettingsOptions& options) {
 
 int channelAt(const StartingPoint& start, float programSelector) {
   float selector = programSelector;
-  for (const Setting& setting : start.settings) {
-    if (setting.parameter == kTypeParameter) selector = setting.value;
+  for (const auto& [parameter, value] : start.changes) {
+    if (parameter == kTypeParameter) selector = value;
   }
   return channelFromSelect(selector);
 }
 
-void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start) {
+void addKnobs(const SettingsOptions& options, int channel, StartingPoint& start) {
   for (const auto& [name, value] : options.knobs) {
-    start.settings.push_back(parseSetting(name, value, channel));
+    start.changes.push_back(parseParameterChange(name, value, channel));
   }
   assign(options, false, channel, start);
 }
@@ -98,8 +98,8 @@ void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start
 ParameterValues settingsFrom(const SettingsOptions& options, const ParameterValues& before) {
   ParameterValues values = options.program.empty() ? before : defaultValues();
   StartingPoint start = startFrom(options);
-  turnKnobs(options, channelAt(start, values[kTypeParameter]), start);
-  for (const Setting& setting : start.settings) values[setting.parameter] = setting.value;
+  addKnobs(options, channelAt(start, values[kTypeParameter]), start);
+  for (const auto& [parameter, value] : start.changes) values[parameter] = value;
   return values;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The options by which every command line sets the amplifier, and what they come to.
+// The command-line options for the amplifier's values, for all programs.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,43 +12,43 @@
 
 namespace quellard {
 
-// The options as they were typed, before anybody knows which channel plays.
+// The options as they were typed; what a knob without a channel means is decided later.
 struct SettingsOptions {
-  std::string program;  // "" is the first one, "3" the third
+  std::string program;  // "3" is the third, "" the first
   std::string preset;
   std::string channel;
   std::map<std::string, std::string> knobs;  // "gain" to "7.5"
   std::vector<std::string> assignments;      // "vintage.gain=7.5"
 };
 
-// Where the knobs stand before the first sample.
+// The amplifier's values before the first sample: those of a program, changed by further values.
 struct StartingPoint {
-  int program = 0;                // 0..15
-  std::vector<Setting> settings;  // applied after the program, in order
+  int program = 0;                       // 0..15
+  std::vector<ParameterChange> changes;  // applied after the program, in order
 };
 
-// Adds --program, --preset, --channel, a --KNOB for each of the six, and --set. options outlives
-// the parsing.
+// Adds --program, --preset, --channel, an option for each of the six knobs, and --set. options must
+// live until the command line is parsed.
 void addSettingsOptions(CLI::App& command, SettingsOptions& options);
 
-// An option with a value that is read later, so that every complaint about one sounds alike.
+// Adds an option whose value is parsed later, by the functions of knobs.h, so that all error
+// messages are alike.
 CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
                       const std::string& help);
 
-// The program or preset that the options begin with, and the selector, however it is named. Throws
-// UsageError.
+// The program or preset of the options, and the selected channel. Throws UsageError.
 StartingPoint startFrom(const SettingsOptions& options);
 
-// The channel that plays from there on, 0..2: the one whose knobs the bare names mean.
-// programSelector: the selector's value in the program that it begins with.
+// The channel that plays from this starting point on, 0..2: knob names without a channel refer to
+// it. programSelector: the selector's value in the program.
 int channelAt(const StartingPoint& start, float programSelector);
 
-// Adds the knobs, the bare names on a channel 0..2. Throws UsageError.
-void turnKnobs(const SettingsOptions& options, int channel, StartingPoint& start);
+// Adds the knobs' values; names without a channel mean `channel`, 0..2. Throws UsageError.
+void addKnobs(const SettingsOptions& options, int channel, StartingPoint& start);
 
-// All of the above for an amplifier that stands at certain values already: a program, a fresh one
-// having every knob at its default, or a preset replaces them all, everything else only what it
-// names. Throws UsageError.
+// The values that the options give an amplifier that has the values `before`: a program (all of
+// which have the defaults) or a preset replaces all of them, other options single ones. Throws
+// UsageError.
 ParameterValues settingsFrom(const SettingsOptions& options, const ParameterValues& before);
 
 }  // namespace quellard

@@ -21,12 +21,12 @@ constexpr std::size_t kLongestText = 1 << 16;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin files with it
 
 struct Line {
-  std::string where;  // "NAME:3: ", to begin a message with
+  std::string where;  // "NAME:3: ", the beginning of messages
   std::string name;
   std::string value;
 };
 
-// A selector between its positions has no name, and is written as hosts keep it.
+// A selector between the channels' values, which hosts can set, is written as a number.
 std::string selectorLine(float value) {
   const int channel = channelFromSelect(value);
   if (selectFromChannel(channel) != value) return fmt::format("{} = {}\n", kTypeParameter, value);
@@ -38,7 +38,7 @@ std::string knobLine(const ParameterInfo& knob, float value) {
                      positionFromKnob(value));
 }
 
-// Cuts the first line off a text.
+// Removes the first line of a text and returns it.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
@@ -59,11 +59,11 @@ std::vector<Line> linesOf(std::string_view text, const std::string& name) {
   std::vector<Line> lines;
   for (int number = 1; !text.empty(); ++number) {
     const std::string_view line = takeLine(text);
-    const std::string_view setting = trimmed(line.substr(0, line.find('#')));
-    if (setting.empty()) continue;
+    const std::string_view assignment = trimmed(line.substr(0, line.find('#')));
+    if (assignment.empty()) continue;
     const std::string where = fmt::format("{}:{}: ", name, number);
     complainingAbout(where, [&] {
-      auto [knob, value] = splitAssignment(setting);
+      auto [knob, value] = splitAssignment(assignment);
       lines.push_back({where, std::move(knob), std::move(value)});
     });
   }
@@ -74,8 +74,8 @@ void apply(const std::vector<Line>& lines, bool selector, int channel, Parameter
   for (const Line& line : lines) {
     if (namesSelector(line.name) != selector) continue;
     complainingAbout(line.where, [&] {
-      const Setting setting = parseSetting(line.name, line.value, channel);
-      values[setting.parameter] = setting.value;
+      const auto [parameter, value] = parseParameterChange(line.name, line.value, channel);
+      values[parameter] = value;
     });
   }
 }
@@ -118,7 +118,7 @@ SettingsText readSettings(const fs::path& file) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
   if (!fs::exists(status)) failReading(file, systemMessage(error ? error.value() : ENOENT));
-  // A pipe would be waited for, a device might never end.
+  // Reading a pipe would wait, and a device might never end.
   if (!fs::is_regular_file(status)) failReading(file, "not an ordinary file");
   std::ifstream stream(file, std::ios::binary);
   if (!stream) failReading(file, systemMessage(errno));

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: ISC
-// The whole amplifier as a text that people can write: a preset, or what a program remembers.
+// All values of the amplifier as a text: a preset, or the state that a program keeps.
 //
-//   # Long notes for the last chorus    a comment in the first line says what it is good for
+//   # Long notes for the last chorus    a comment in the first line is the description
 //   channel = vintage
-//   vintage.gain = 6.25                 a knob at its place on the scale of 0 to 10
-//   bass = 4                            the same on the channel that the text selects
+//   vintage.gain = 6.25                 a knob's position, 0 to 10
+//   bass = 4                            a knob of the channel that the text selects
 //
-// A setting a line, with the names of knobs.h; empty lines and what follows a '#' mean nothing.
-// What is not named stands at its default, of two lines for one knob the last counts.
+// One parameter per line, with the names of knobs.h. Empty lines and comments from '#' on are
+// ignored. Parameters that are not named have their default; of two lines for one the last counts.
 #pragma once
 
 #include <filesystem>
@@ -23,18 +23,18 @@ struct SettingsText {
   ParameterValues values;
 };
 
-// The text that gives exactly these values, to the last bit, in decimals as short as that allows.
-// The knobs of the selected channel are all named, those of the others where they were moved.
+// A text that gives exactly these values, with decimals as short as possible. It names all knobs of
+// the selected channel, and those of other channels that differ from their default.
 std::string writeSettings(const SettingsText& settings);
 
-// name: of the text, for messages. Throws UsageError that begins with it and the line's number.
+// name: for messages. Throws UsageError whose message begins with the name and the line number.
 SettingsText parseSettings(std::string_view text, const std::string& name);
 
-// The same from an ordinary file of at most 64 KiB; throws FileError when it is something else or
-// cannot be read.
+// The same from a file. Throws FileError when it cannot be read, is no ordinary file, or has more
+// than 64 KiB.
 SettingsText readSettings(const std::filesystem::path& file);
 
-// Writes a file whole or not at all, and its folder where that is missing. Throws FileError.
+// Writes a complete file or none, and makes its folder if missing. Throws FileError.
 void saveSettings(const std::filesystem::path& file, const SettingsText& settings);
 
 }  // namespace quellard

@@ -51,7 +51,7 @@ FileDescriptor openSpool() {
 }
 
 void waitFor(int descriptor, short events) {
-  constexpr int kPatience_ms = 100;  // a signal may find another thread than this one
+  constexpr int kPatience_ms = 100;  // a signal that another thread receives does not end poll()
   pollfd polled = {descriptor, events, 0};
   do {
     throwIfInterrupted();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Open files of the system, and those that have no name: they are gone when they are closed, and
-// so when the process is killed.
+// File descriptors and unnamed files. These disappear when they are closed, also when the process
+// is killed.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace quellard {
 
-// Owns an open file. -1: none.
+// Owns a file descriptor; -1 is none.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -28,20 +28,19 @@ class FileDescriptor {
   int number_ = -1;
 };
 
-// A new file without a name in a folder, to read and to write, with the permissions that the umask
-// leaves; nothing where the file system has no such files.
+// Creates an unnamed file in a folder, for reading and writing, with the permissions of the umask;
+// none where the file system does not support that.
 FileDescriptor openUnnamedIn(const std::filesystem::path& folder);
 
-// A name that nothing else has, whichever machine or container writes into the same folder: 128
-// random bits. A dot hides it from listings.
+// A hidden name with 128 random bits, which is unique even if several machines or containers write
+// into the same folder.
 std::filesystem::path temporaryNameIn(const std::filesystem::path& folder);
 
-// A new file without a name for what is only kept for a while, in TMPDIR or else where the system
-// keeps large temporary files. Throws FileError.
+// Creates an unnamed file for temporary data, in $TMPDIR, /var/tmp or /tmp. Throws FileError.
 FileDescriptor openSpool();
 
-// Waits until a pipe, device or the like can be read (POLLIN) or written (POLLOUT). Throws
-// Interrupted when a signal arrives meanwhile, whichever thread it finds.
+// Waits until a pipe or device can be read (POLLIN) or written (POLLOUT). Throws Interrupted when a
+// signal arrives, also if another thread receives it.
 void waitFor(int descriptor, short events);
 
 }  // namespace quellard

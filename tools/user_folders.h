@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: ISC
-// Where programs keep what is a user's own, as the desktops agree on.
+// The user's folders for configuration and state, according to the XDG base directories.
 #pragma once
 
 #include <filesystem>
 
 namespace quellard {
 
-// $XDG_CONFIG_HOME/quellard or ~/.config/quellard: what a user writes. Empty without a home folder.
+// $XDG_CONFIG_HOME/quellard or ~/.config/quellard; empty without a home folder.
 std::filesystem::path configurationFolder();
 
-// $XDG_STATE_HOME/quellard or ~/.local/state/quellard: what a program remembers. Empty likewise.
+// $XDG_STATE_HOME/quellard or ~/.local/state/quellard; empty without a home folder.
 std::filesystem::path stateFolder();
 
 }  // namespace quellard

@@ -67,7 +67,7 @@ ClapPlugin::ClapPlugin(const clap_host_t* clapHost, const ClapVariant& variant)
   plugin_.on_main_thread = [](const clap_plugin_t*) {};
 }
 
-// A host that activates begins anew, with an effect just opened.
+// prepare() builds new effects, so that audio starts from silence.
 bool ClapPlugin::activate(const clap_plugin_t* plugin, double rate, std::uint32_t /*minFrames*/,
                           std::uint32_t maxFrames) try {
   if (maxFrames > kMostFrames) return false;
@@ -87,9 +87,9 @@ clap_process_status ClapPlugin::process(const clap_plugin_t* plugin, const clap_
   if (block->audio_outputs != nullptr && block->audio_outputs_count > 0) {
     block->audio_outputs->constant_mask = 0;
   }
-  // An idle track may sleep as soon as it is quiet. While bypassed the output says nothing about
-  // the amplifier, which has to play its last note to the end unheard: it would be heard
-  // afterwards.
+  // The host may stop processing when the output is quiet. While bypassed, the output does not show
+  // whether the amplifier is: it has to decay first, or its last note would be heard when the
+  // bypass is released.
   return self.amp.bypassed() ? CLAP_PROCESS_TAIL : CLAP_PROCESS_CONTINUE_IF_NOT_QUIET;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
 // The amplifier as a CLAP plug-in, mono or stereo. The C callbacks that a host sees are grouped as
-// CLAP groups them: life cycle and audio (clap_plugin.cpp), parameters, ports, state, presets. Each
-// translates and calls the amplifier; none decides. What CLAP says about threads holds: the audio
-// thread calls process, reset, start and stop, and flush while active; the main thread the rest.
+// CLAP groups them: life cycle and audio (clap_plugin.cpp), parameters, ports, state, presets. They
+// only convert arguments and call the amplifier. Threads are CLAP's: the audio thread calls
+// process, reset, start and stop, and flush while active; the main thread calls the rest.
 #pragma once
 
 #include <clap/entry.h>
@@ -35,7 +35,7 @@ class ClapPlugin {
   HostedAmp amp;
   const clap_host_t* const host;
 
-  // Tells the host that values have moved behind its back. [main thread]
+  // Tells the host that the plug-in itself has changed values. [main thread]
   void reportMovedValues() const;
 
  private:
@@ -50,11 +50,11 @@ class ClapPlugin {
   bool active_ = false;
 };
 
-// Whether the event moves a parameter, and the move. An unknown id moves nothing, nor does NaN.
+// Whether the event sets a parameter, and the setting of it. Unknown ids and NaN are ignored.
 bool isParameterEvent(const clap_event_header_t* event);
 void applyEvent(HostedAmp& amp, const clap_event_header_t& event);
 
-// What the plug-in offers beyond its life cycle.
+// The extensions.
 extern const clap_plugin_params_t kClapParams;
 extern const clap_plugin_audio_ports_t kClapAudioPorts;
 extern const clap_plugin_latency_t kClapLatency;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a CLAP host finds in the file: one factory with the mono and the stereo amplifier, and one
-// with the factory bank.
+// The module's entry: a factory for the mono and the stereo plug-in, and one for presets.
 #include <array>
 #include <cstring>
 

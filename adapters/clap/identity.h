@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The names by which CLAP hosts remember the plug-ins. They never change.
+// The ids that CLAP hosts store in projects. They never change.
 #pragma once
 
 namespace quellard {

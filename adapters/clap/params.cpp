@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Knobs have their own value, 0..1, and read 0.00 to 10.00; the selector has three steps. Ids are
-// the parameters' numbers, so that automation fits every format of the amplifier.
+// Parameters as CLAP sees them: knobs from 0 to 1, shown as 0.00 to 10.00, and the selector with
+// three steps. An id is the parameter's number, which is the same in every format.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -15,21 +15,21 @@
 namespace quellard {
 namespace {
 
-// Newer headers name it CLAP_PARAM_IS_ENUM: every step has a text that deserves a menu.
+// CLAP_PARAM_IS_ENUM of newer headers: every step has a name, so hosts may show a menu.
 constexpr clap_param_info_flags kIsEnum = 1U << 16;
 
 // Parameters 1..19 of the amplifier and the bypass.
 constexpr std::uint32_t kClapParameters = kNumStoredValues + 1;
-static_assert(kBypassParameter == kClapParameters, "ids follow each other");
+static_assert(kBypassParameter == kClapParameters, "the bypass has the last id");
 
-// 0, which is none of them, for an id that does not exist.
+// The parameter with this id; 0, which is the empty one, for an unknown id.
 int parameterOf(clap_id id) { return id <= kClapParameters ? static_cast<int>(id) : 0; }
 
 double plainFromValue(int parameter, float value) {
   return parameter == kTypeParameter ? channelFromSelect(value) : static_cast<double>(value);
 }
 
-// Steps are cut, not rounded, as CLAP asks. NaN becomes the lowest value.
+// Steps are truncated, not rounded: CLAP demands it. NaN becomes the lowest value.
 float valueFromPlain(int parameter, double plain) {
   const double most = parameter == kTypeParameter ? kNumChannels - 1.0 : 1.0;
   const double held = plain > 0.0 ? std::min(plain, most) : 0.0;
@@ -53,7 +53,7 @@ void describeSelector(clap_param_info_t& info) {
   std::strcpy(info.name, parameterTitle(kTypeParameter).data());
 }
 
-// Hosts join it with their own bypass button.
+// Hosts connect it to their own bypass button.
 void describeBypass(clap_param_info_t& info) {
   info.flags = CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | CLAP_PARAM_IS_BYPASS;
   info.max_value = 1.0;
@@ -86,7 +86,7 @@ bool getValue(const clap_plugin_t* plugin, clap_id id, double* plain) {
   return true;
 }
 
-// False rather than half a text.
+// False where the text does not fit as a whole.
 bool valueToText(const clap_plugin_t*, clap_id id, double plain, char* display,
                  std::uint32_t size) {
   const int parameter = parameterOf(id);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// One port in, one out, with a channel for each side; no latency; a short tail.
+// Audio ports (one input and one output with a channel for each side), latency and tail.
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/clap/tail.h"
 #include "params/parameter_text.h"
@@ -7,7 +7,7 @@
 namespace quellard {
 namespace {
 
-// In and out may be one buffer, and the two precisions may be mixed.
+// Input and output may be the same buffer, and may have different precisions.
 bool getPort(const clap_plugin_t* plugin, std::uint32_t index, bool isInput,
              clap_audio_port_info_t* info) {
   if (index != 0 || info == nullptr) return false;

@@ -54,7 +54,7 @@ constexpr ClapPresetLocation kBankLocation = {
     .location = nullptr,
 };
 
-// Keywords, which CLAP writes in lower case.
+// Keywords for the host's browser; CLAP's own are in lower case.
 constexpr std::array<const char*, kNumChannels> kFeatures = {"clean", "vintage", "modern"};
 
 void describe(const FactoryPreset& preset, const ClapPresetReceiver& to) {
@@ -78,7 +78,7 @@ bool listBank(const ClapPresetProvider*, std::uint32_t kind, const char* /*locat
   return true;
 }
 
-// A provider knows nothing but the indexer that it declares the bank to.
+// The preset provider of one indexer, the host's object to which the bank is declared.
 struct Provider {
   explicit Provider(const ClapPresetIndexer* indexer)
       : table{.descriptor = &kDescriptor,

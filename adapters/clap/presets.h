@@ -1,31 +1,31 @@
 // SPDX-License-Identifier: ISC
-// The factory bank as CLAP hosts browse and load it. Preset discovery and preset loading are
-// published parts of CLAP that the headers of Debian's dpf-source leave out; their tables are
-// declared here as far as the plug-in needs them, in the published order, since hosts know that.
+// The factory bank for CLAP's preset discovery and preset loading. The CLAP headers in Debian's
+// dpf-source lack these two parts, so their tables are declared here, as far as the plug-in needs
+// them. The order of the members is that of CLAP's interface.
 #pragma once
 
 #include <clap/plugin.h>
 
 namespace quellard {
 
-// Both parts were first published under a draft's name, which hosts still ask for; the tables are
-// the same.
+// Both parts were first published as drafts with the same tables, and hosts still ask for those
+// names.
 inline constexpr char kPresetLoadExtension[] = "clap.preset-load/2";
 inline constexpr char kPresetLoadDraft[] = "clap.preset-load.draft/2";
 inline constexpr char kPresetDiscovery[] = "clap.preset-discovery-factory/2";
 inline constexpr char kPresetDiscoveryDraft[] = "clap.preset-discovery-factory/draft-2";
 
-// Where a preset lives: in a file, or inside the plug-in, whose location has no name.
+// Where a preset is stored: in a file, or in the plug-in, which has no location string.
 enum PresetLocationKind : std::uint32_t { kPresetInFile = 0, kPresetInPlugin = 1 };
 enum PresetFlags : std::uint32_t { kPresetIsFactoryContent = 1U << 0 };
 
 struct ClapPresetLoad {
-  // loadKey: which of the presets at the location; here its name. [main thread]
+  // loadKey: the preset at the location; here its name. [main thread]
   bool(CLAP_ABI* fromLocation)(const clap_plugin_t* plugin, std::uint32_t kind,
                                const char* location, const char* loadKey);
 };
 
-// The host's side, under the extension's names.
+// The host's part of the same extension.
 struct ClapHostPresetLoad {
   void(CLAP_ABI* onError)(const clap_host_t* host, std::uint32_t kind, const char* location,
                           const char* loadKey, std::int32_t osError, const char* message);
@@ -38,12 +38,12 @@ struct ClapPresetPluginId {
   const char* id;
 };
 
-// What a provider tells about the presets at a location.
+// The host's object that a provider describes its presets to.
 struct ClapPresetReceiver {
   void* data;
   void(CLAP_ABI* onError)(const ClapPresetReceiver* receiver, std::int32_t osError,
                           const char* message);
-  // False: the host wants no more.
+  // False: the host wants no more presets.
   bool(CLAP_ABI* beginPreset)(const ClapPresetReceiver* receiver, const char* name,
                               const char* loadKey);
   void(CLAP_ABI* addPluginId)(const ClapPresetReceiver* receiver, const ClapPresetPluginId* id);

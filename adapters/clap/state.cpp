@@ -18,7 +18,7 @@ bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
 bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (stream == nullptr) return false;
   const std::optional<State> state =
-      readState([&](std::uint8_t* to, std::size_t room) { return stream->read(stream, to, room); });
+      readState([&](std::uint8_t* to, std::size_t size) { return stream->read(stream, to, size); });
   if (!state.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
   self.amp.setValues(state->values);

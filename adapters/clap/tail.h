@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: ISC
-// How long the amplifier sounds on after its input has fallen silent. The tail extension is a
-// published part of CLAP that the headers of Debian's dpf-source leave out; its table is declared
-// here.
+// CLAP's tail extension: how long the output goes on after the input has fallen silent. The CLAP
+// headers in Debian's dpf-source lack it, so its table is declared here.
 #pragma once
 
 #include <clap/plugin.h>
@@ -11,7 +10,7 @@ namespace quellard {
 inline constexpr char kTailExtension[] = "clap.tail";
 
 struct ClapTail {
-  // In samples at the active rate. [main thread, audio thread]
+  // In frames at the active rate. [main thread, audio thread]
   std::uint32_t(CLAP_ABI* get)(const clap_plugin_t* plugin);
 };
 

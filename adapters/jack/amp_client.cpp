@@ -21,7 +21,7 @@ void raisePeak(std::atomic<float>& peak, const float* samples, jack_nframes_t fr
   peak = highest;
 }
 
-// What JACK has to say about a missing server is six lines long.
+// JACK's own error messages are switched off: about a missing server it prints six lines.
 jack_client_t* open(const std::string& name) {
   jack_set_error_function([](const char*) {});
   if (name.empty() || name.size() >= static_cast<std::size_t>(jack_client_name_size())) {
@@ -86,7 +86,7 @@ void AmpClient::followRate() {
 
 bool AmpClient::isHeard() const { return jack_port_connected(outputs_[0]) > 0; }
 
-// A mono amplifier is heard on both sides.
+// A mono amplifier is connected to both outputs.
 void AmpClient::connectToInterface() {
   const bool mono = amp_.sides() == HostedAmp::kMono;
   const std::size_t outputs = mono ? 2 : 1;
@@ -97,8 +97,8 @@ void AmpClient::connectToInterface() {
   connectAll(JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, midi_, 0, kAllPorts);
 }
 
-// Connects a port of our own to the interface's ports of a type and direction, from the first-th
-// on. An interface that has fewer is no fault.
+// Connects a port of this client to at most `most` of the interface's ports of a type and
+// direction, beginning with number `first`. There may be fewer.
 void AmpClient::connectAll(const char* type, unsigned long flags, jack_port_t* own,
                            std::size_t first, std::size_t most) {
   const std::unique_ptr<const char*, void (*)(void*)> ports(
@@ -144,7 +144,8 @@ void AmpClient::apply(const MidiAction& action) {
   amp_.setValue(action.parameter, action.value);
 }
 
-// [audio thread] A clock or a sign of life, which some devices send all the time, is no activity.
+// [audio thread] Clock and active-sensing messages, which some devices send all the time, are left
+// out of the panel's MIDI indicator.
 void AmpClient::noteMidi(void* midi) {
   constexpr unsigned kFirstSystemMessage = 0xF0;
   for (std::uint32_t event = 0; event < jack_midi_get_event_count(midi); ++event) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The amplifier as a JACK client: guitar in, amplifier out, MIDI in, levels and xruns to look at.
+// The amplifier as a JACK client with audio ports, a MIDI input, level meters and an xrun counter.
 #pragma once
 
 #include <array>
@@ -19,31 +19,29 @@ namespace quellard {
 
 class AmpClient {
  public:
-  // The longest period that JACK knows, so that a change of it needs no new buffers.
+  // The longest period of JACK: buffers of this length fit after every change of the period.
   static constexpr int kLongestPeriod = 8192;
 
-  // Connects to a running server, silent until start(). name: of the client; JACK numbers a taken
-  // one. Throws std::runtime_error where there is no server, or for a name that is empty or too
-  // long.
+  // Connects to a running server; silent until start(). name: of the client; JACK appends a number
+  // to one that is taken. Throws std::runtime_error where there is no server, or for a name that is
+  // empty or too long.
   AmpClient(const std::string& name, int sides);
 
-  // Begins to play with the settings that amp() has. With connect, the first inputs of the
-  // interface go in, the amplifier goes to its first two outputs, and every MIDI input is listened
-  // to.
+  // Starts to play with the values of amp(). connect: also connects the interface's first inputs,
+  // its first two outputs and all MIDI inputs. Throws std::runtime_error.
   void start(bool connect);
 
-  // PipeWire changes its rate while clients play. To be called now and then: begins anew where it
-  // has, with the settings as they are; other connections than start()'s are then lost.
+  // To be polled: PipeWire may change the sample rate while clients play. Then starts again with
+  // the same values; connections that start() did not make are lost.
   void followRate();
 
   bool isHeard() const;  // whether an output is connected
 
-  // Parameters may be moved on any thread.
   HostedAmp& amp() { return amp_; }
 
-  // The presets that may be loaded, by the keys and by MIDI's program changes, and the name of the
-  // one that the settings come from, "" for none. [one thread] What was given before lives on until
-  // the end, since the audio thread may be reading it.
+  // Sets the presets for loadPreset() and MIDI program changes. current: the name of the one that
+  // the present values come from, "" for none. Earlier lists are kept until the client is
+  // destroyed, since the audio thread may be reading one. [main thread]
   void setPresets(std::vector<Preset> presets, const std::string& current);
   const std::vector<Preset>& presets() const { return *presets_; }
 
@@ -51,15 +49,16 @@ class AmpClient {
   void loadPreset(std::size_t index);
   const Preset* lastPreset() const;  // one of presets(); null before the first
 
-  // Silence at the outputs. [any thread]
+  // Mutes the outputs. [any thread]
   void setMuted(bool muted) { mute_.set(muted); }
   bool muted() const { return mute_.isSet(); }
 
-  // The highest sample since the last call, 1 is full scale.
+  // The largest magnitude of a sample since the last call; full scale is 1.
   float takeInputPeak() { return inputPeak_.exchange(0.0F); }
   float takeOutputPeak() { return outputPeak_.exchange(0.0F); }
   unsigned xruns() const { return xruns_; }
-  // How many MIDI messages of any channel have come, and the last one, its first byte highest.
+  // The number of MIDI messages received on any channel, and the last one: its first byte in bits
+  // 16 to 23, the others below.
   unsigned midiCount() const { return midiCount_; }
   std::uint32_t lastMidi() const { return lastMidi_; }
   bool serverIsGone() const { return serverIsGone_; }
@@ -98,7 +97,7 @@ class AmpClient {
   std::atomic<std::uint32_t> lastMidi_ = 0;
   std::atomic<std::size_t> lastPreset_ = kNoPreset;
   std::atomic<bool> serverIsGone_ = false;
-  // Last, so that JACK stops calling before anything else goes.
+  // The last member: it is destroyed first, so that JACK makes no call into what is destroyed.
   std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> client_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a level meter shows: the level now, the highest of late, and whether it ever was too high.
+// A level meter: present level, held peak and clip indicator.
 #pragma once
 
 #include <algorithm>
@@ -13,10 +13,10 @@ class LevelMeter {
   static constexpr double kHoldSeconds = 1.5;
   static constexpr double kFall_dbPerSecond = 20.0;  // of the held peak, after that
 
-  // clipsAbove: the sample value beyond which what follows, or went before, has cut the signal.
+  // clipsAbove: the sample value above which the clip indicator lights.
   explicit LevelMeter(float clipsAbove) : clipsAbove_(clipsAbove) {}
 
-  // peak: the highest sample of the last seconds.
+  // peak: the highest sample within the last `seconds`, the time since the last update.
   void update(float peak, double seconds) {
     level_db_ = std::max(20.0 * std::log10(std::max(static_cast<double>(peak), 1e-9)), kFloor_db);
     clipped_ = clipped_ || peak > clipsAbove_;

@@ -10,7 +10,7 @@ constexpr int kEscape = 27;
 constexpr int kControlU = 21;
 constexpr int kDelete = 127;
 
-void removeLastLetter(std::string& text) {
+void removeLastCharacter(std::string& text) {
   const auto continues = [](char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
   };
@@ -25,10 +25,10 @@ LineEntry::State LineEntry::press(int key) {
     case '\r':
     case '\n':
     case KEY_ENTER: return State::entered;
-    case kEscape: return State::left;
+    case kEscape: return State::cancelled;
     case '\b':
     case kDelete:
-    case KEY_BACKSPACE: removeLastLetter(text_); break;
+    case KEY_BACKSPACE: removeLastCharacter(text_); break;
     case kControlU: text_.clear(); break;
     default:
       if (key >= ' ' && key <= 0xFF && text_.size() < kLongest) text_ += static_cast<char>(key);

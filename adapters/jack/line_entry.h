@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// A line that is typed while everything else goes on: a number, a name.
+// A line of text that is typed key by key, without waiting for any.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@ namespace quellard {
 
 class LineEntry {
  public:
-  enum class State { typing, entered, left };
+  enum class State { typing, entered, cancelled };
   static constexpr std::size_t kLongest = 64;  // bytes
 
-  // key: as ncurses gives it; letters beyond ASCII come as their UTF-8 bytes, one a call. Enter
-  // ends the line, Escape leaves it, Backspace takes the last letter back, Ctrl-U all.
+  // key: as ncurses gives it; characters beyond ASCII come as UTF-8, one byte per call. Enter ends
+  // the line, Escape cancels it, Backspace deletes the last character, Ctrl-U all.
   State press(int key);
 
   const std::string& text() const { return text_; }

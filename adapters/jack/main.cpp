@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// quellard-jack: plug in and play. In a terminal it shows the amplifier's front, elsewhere it plays
-// until it is told to end.
+// The program quellard-jack: the amplifier as a JACK client, with a panel in a terminal and without
+// one elsewhere.
 #include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
@@ -41,7 +41,7 @@ struct Options {
 
 std::atomic<bool> stopped = false;
 
-// A terminal that has gone takes nothing, and that is no reason to end.
+// Errors are ignored: the amplifier goes on playing when its terminal has been closed.
 void print(std::FILE* to, const std::string& line) {
   std::fputs((oneLine(line) + '\n').c_str(), to);
   std::fflush(to);
@@ -57,7 +57,7 @@ void watchSignals() {
     action.sa_handler = [](int) { stopped = true; };
     sigaction(signal, &action, nullptr);
   }
-  // A stopped client would be thrown out by its server, and a closed pipe ends nobody's sound.
+  // A stopped client would be removed by its server, and a closed pipe must not end the sound.
   std::signal(SIGTSTP, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
 }
@@ -74,49 +74,50 @@ void lookAfter(AmpClient& client, StateFile& state) {
   state.follow(settingsNow(client));
 }
 
-void waitWithout(AmpClient& client, StateFile& state) {
+void runHeadless(AmpClient& client, StateFile& state) {
   while (goesOn(client)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     lookAfter(client, state);
   }
 }
 
-// False when the terminal has gone. saved: gets the names of presets that were.
-bool waitWith(Panel& panel, AmpClient& client, StateFile& state, std::vector<std::string>& saved) {
-  Panel::Wish wish = Panel::Wish::stay;
-  while (goesOn(client) && wish == Panel::Wish::stay) {
-    wish = panel.refresh();
+// False when the terminal has been closed. saved: receives the names of the presets that were
+// saved.
+bool runPanel(Panel& panel, AmpClient& client, StateFile& state, std::vector<std::string>& saved) {
+  Panel::Next next = Panel::Next::stay;
+  while (goesOn(client) && next == Panel::Next::stay) {
+    next = panel.refresh();
     lookAfter(client, state);
   }
   saved = panel.saved();
-  return wish != Panel::Wish::terminalIsGone;
+  return next != Panel::Next::terminalIsClosed;
 }
 
 // Returns the names of the presets that were saved on the way.
-std::vector<std::string> wait(AmpClient& client, StateFile& state, bool inTerminal,
-                              const std::string& message) {
+std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool inTerminal,
+                                     const std::string& message) {
   std::vector<std::string> saved;
   if (inTerminal) {
     if (const auto panel = Panel::open(client)) {
       panel->say(message);
-      if (waitWith(*panel, client, state, saved)) return saved;
+      if (runPanel(*panel, client, state, saved)) return saved;
     } else {
       complain("this terminal cannot show the panel; playing without it");
     }
   }
   print(stdout, fmt::format("{} plays at {} Hz with {} frames", client.name(), client.rate(),
                             client.period()));
-  waitWithout(client, state);
+  runHeadless(client, state);
   return saved;
 }
 
-// Opens the state and lets the client begin where the options and the state say. Returns what there
-// is to tell.
+// Reads the state file and sets the client's presets and values from it and from the options.
+// Returns a notice for the panel, "" for none.
 std::string setUp(AmpClient& client, StateFile& state, const SettingsOptions& options) {
   const SettingsText remembered = state.read().value_or(SettingsText{"", defaultValues()});
   if (!state.notice().empty()) complain(state.notice());
   PresetList list = listPresetFiles();
-  for (const std::string& trouble : list.troubles) complain(trouble);
+  for (const std::string& error : list.errors) complain(error);
   std::string current = remembered.description;
   if (!options.program.empty()) current.clear();
   if (!options.preset.empty()) current = findPreset(options.preset).name;
@@ -125,7 +126,7 @@ std::string setUp(AmpClient& client, StateFile& state, const SettingsOptions& op
   return state.notice();
 }
 
-// False when the state cannot be written, which is no reason to hide the rest.
+// False when the state cannot be written; what else there is to report still follows.
 bool remember(AmpClient& client, StateFile& state) try {
   state.write(settingsNow(client));
   return true;
@@ -138,7 +139,7 @@ int play(const Options& options) {
   if (options.forgets && !options.state.empty()) {
     throw UsageError("--state and --no-state cannot both be");
   }
-  settingsFrom(options.settings, defaultValues());  // complains before it asks for a server
+  settingsFrom(options.settings, defaultValues());  // a wrong option is reported without a server
   AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
   std::filesystem::path file = options.state;
   if (file.empty() && !options.forgets) file = StateFile::defaultFor(client.name());
@@ -150,7 +151,7 @@ int play(const Options& options) {
     complain("the server has no outputs to play to; connect it by hand");
   }
   const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
-  const auto saved = wait(client, state, !options.headless && inTerminal, notice);
+  const auto saved = runUntilEnd(client, state, !options.headless && inTerminal, notice);
   const bool remembered = remember(client, state);
   for (const std::string& name : saved) {
     print(stdout, fmt::format("saved: quellard-jack {}", presetOption(name)));
@@ -202,7 +203,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) try {
   quellard::holdStandardStreams();
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): for the panel's letters, before there are threads
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread yet; the panel needs it for UTF-8
   std::setlocale(LC_CTYPE, "");
   return quellard::run(argc, argv);
 } catch (const std::exception& error) {

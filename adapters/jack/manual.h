@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the manual page of quellard-jack says beside its options.
+// The texts of quellard-jack's manual page beside its options.
 #pragma once
 
 #include "tools/program_pages.h"

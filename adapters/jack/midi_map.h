@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
-// What a MIDI message does to the amplifier, on any MIDI channel:
+// What MIDI messages do, on any MIDI channel:
 //
-//   program change 1..     the presets, the user's own behind the twelve of the factory bank
+//   program change 1..     the presets: the twelve of the factory bank, then the user's own
 //   controller 14          the channel: lowest third CLEAN, middle VINTAGE, highest MODERN
 //   controllers 20..25     PRESENCE, BASS, MID, TREBLE, MASTER, GAIN of the selected channel
 //   controllers 102..119   all eighteen knobs, in the order of the parameters
 //
-// These controllers are ones to which MIDI gives no meaning of its own.
+// MIDI leaves these controllers undefined, so that they clash with no pedal or wheel.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct MidiAction {
   float value = 0.0F;
 };
 
-// Nothing for other messages, programs beyond the presets, and messages that are cut short.
+// Nothing for other messages, programs without a preset and incomplete messages.
 // channel: the selected one, 0..2. presets: how many there are. [any thread] Never allocates.
 std::optional<MidiAction> midiAction(std::span<const std::uint8_t> message, int channel,
                                      std::size_t presets);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Silence at a key, without a click: the sound fades within 10 ms, and in again.
+// Mutes the output without a click, by fades of 10 ms.
 #pragma once
 
 #include <algorithm>
@@ -18,7 +18,7 @@ class Mute {
   void set(bool muted) { muted_ = muted; }
   bool isSet() const { return muted_; }
 
-  // Fades the channels in place; without a mute they keep every bit. [audio thread]
+  // Fades the channels in place; unmuted they keep every bit. [audio thread]
   void process(float* const* channels, int count, unsigned frames) {
     const float target = muted_ ? 0.0F : 1.0F;
     if (gain_ == target && target == 1.0F) return;

@@ -21,10 +21,10 @@
 namespace quellard {
 namespace {
 
-constexpr int kTenthsPerKnob = 100;  // of a scale of 0 to 10
+constexpr int kTenthsPerKnob = 100;  // a knob's range, 0 to 10, in steps of 0.1
 constexpr int kBarWidth = 40;
 constexpr int kFrameMs = 50;
-constexpr int kEscapeMs = 100;  // how long a lone Escape waits for the rest of an arrow key
+constexpr int kEscapeMs = 100;  // within this time an arrow key's other bytes follow its Escape
 constexpr double kLowestDb = -60.0;
 constexpr int kRows = 20;
 constexpr int kColumns = 79;
@@ -36,16 +36,16 @@ constexpr std::array<std::string_view, 18> kHelp = {
     "left right     turn it by 0.1",
     "< >            turn it by 1",
     "= or Enter     type a number for it: =7.5 and Enter; Escape leaves it as it was",
-    "p n            the preset before, the next; your own come behind the factory's",
+    "p n            the preset before, the next; your own follow the factory's",
     "w              save the settings as a preset of your own",
-    "m              mute the outputs, and sound again",
-    "b              bypass: the guitar as it comes in, and the amplifier again",
-    "c              clear CLIP and the peaks that are held",
+    "m              mute the outputs, or unmute them",
+    "b              bypass: the dry guitar, or the amplifier again",
+    "c              clear CLIP and the held peaks",
     "q              quit; the settings are remembered",
     "",
-    "CLIP  in: the interface was driven to its end, turn its input down",
+    "CLIP  in: the interface's input was overloaded, turn it down",
     "     out: louder than the interface can play, turn MASTER down",
-    "  |   in a level: the highest of late, and behind it its number",
+    "  |   in a level: the held peak, which is also the number behind it",
     "",
     "MIDI  program change: a preset; controller 14: the channel;",
     "      20 to 25: its knobs from PRESENCE to GAIN; 102 to 119: all eighteen",
@@ -64,7 +64,7 @@ std::string bar(double share) {
   return std::string(filled, '=') + std::string(kBarWidth - filled, '.');
 }
 
-// What the row has no room for goes on in the next one, if nothing is put there afterwards.
+// Writes a row. A text that is longer than the row continues in the next one.
 void put(int row, const std::string& text, attr_t attributes = A_NORMAL) {
   move(row, 0);
   clrtoeol();
@@ -74,17 +74,16 @@ void put(int row, const std::string& text, attr_t attributes = A_NORMAL) {
 }
 
 std::string midiText(std::uint32_t message) {
-  const unsigned kind = message >> 20, first = message >> 8 & 0x7F, second = message & 0x7F;
+  const unsigned kind = message >> 20, data1 = message >> 8 & 0x7F, data2 = message & 0x7F;
   const unsigned midiChannel = (message >> 16 & 0xF) + 1;
   switch (kind) {
-    case 0xB:
-      return fmt::format("MIDI controller {} at {}, channel {}", first, second, midiChannel);
-    case 0xC: return fmt::format("MIDI program {}, channel {}", first + 1, midiChannel);
+    case 0xB: return fmt::format("MIDI controller {} at {}, channel {}", data1, data2, midiChannel);
+    case 0xC: return fmt::format("MIDI program {}, channel {}", data1 + 1, midiChannel);
     default: return fmt::format("MIDI on channel {}", midiChannel);
   }
 }
 
-bool terminalIsGone() {
+bool terminalIsClosed() {
   pollfd terminal = {STDIN_FILENO, POLLIN, 0};
   return poll(&terminal, 1, 0) > 0 && (terminal.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
@@ -116,7 +115,7 @@ Panel::~Panel() {
 
 int Panel::channel() const { return channelFromSelect(client_.amp().value(kTypeParameter)); }
 
-Panel::Wish Panel::refresh() {
+Panel::Next Panel::refresh() {
   readLevels();
   erase();
   if (LINES < kRows || COLS < kColumns) {
@@ -129,14 +128,14 @@ Panel::Wish Panel::refresh() {
   }
   ::refresh();
   int key = getch();
-  if (key == ERR && terminalIsGone()) return Wish::terminalIsGone;
+  if (key == ERR && terminalIsClosed()) return Next::terminalIsClosed;
   timeout(0);
   for (; key != ERR && !leaves_; key = getch()) {
     press(key);
     if (key == KEY_RESIZE) break;
   }
   timeout(kFrameMs);
-  return leaves_ ? Wish::leave : Wish::stay;
+  return leaves_ ? Next::leave : Next::stay;
 }
 
 void Panel::readLevels() {
@@ -213,9 +212,9 @@ void Panel::drawKnob(int row, int knob) {
 std::string Panel::presetLine() const {
   const Preset* const preset = client_.lastPreset();
   if (preset == nullptr) return "";
-  const bool asStored = client_.amp().values() == preset->values;
+  const bool isUnchanged = client_.amp().values() == preset->values;
   return fmt::format("{:2} {}{}{}{}", preset - client_.presets().data() + 1, preset->name,
-                     asStored ? "" : " (changed)", preset->description.empty() ? "" : ": ",
+                     isUnchanged ? "" : " (changed)", preset->description.empty() ? "" : ": ",
                      preset->description);
 }
 
@@ -223,8 +222,9 @@ std::string Panel::prompt() const {
   const char* const knob = parameterInfo(selectedParameter()).name;
   switch (mode_) {
     case Mode::number:
-      return fmt::format("{} = {}_   Enter sets it, Escape leaves", knob, entry_.text());
-    case Mode::name: return fmt::format("Save as: {}_   Enter saves, Escape leaves", entry_.text());
+      return fmt::format("{} = {}_   Enter sets it, Escape cancels", knob, entry_.text());
+    case Mode::name:
+      return fmt::format("Save as: {}_   Enter saves, Escape cancels", entry_.text());
     case Mode::replace: return fmt::format("Replace '{}'? y or n", entry_.text());
     default: return message_;
   }
@@ -250,9 +250,9 @@ void Panel::begin(Mode mode) {
 
 void Panel::setKnob(const std::string& text) {
   try {
-    const double place =
+    const double position =
         numberWithin(parameterInfo(selectedParameter()).name, text, 0.0, kKnobScale);
-    client_.amp().setValue(selectedParameter(), knobFromPosition(place));
+    client_.amp().setValue(selectedParameter(), knobFromPosition(position));
   } catch (const std::exception& error) {
     say(error.what());
   }
@@ -287,8 +287,17 @@ void Panel::press(int key) {
     case Mode::play: return pressPlaying(key);
     case Mode::number:
     case Mode::name: return pressTyping(key);
-    case Mode::replace: mode_ = Mode::play; return key == 'y' ? save() : say("Not saved");
+    case Mode::replace: return pressReplacing(key);
     case Mode::help: mode_ = Mode::play; return;
+  }
+}
+
+void Panel::pressReplacing(int key) {
+  mode_ = Mode::play;
+  if (key == 'y') {
+    save();
+  } else {
+    say("Not saved");
   }
 }
 
@@ -296,7 +305,7 @@ void Panel::pressTyping(int key) {
   const LineEntry::State state = entry_.press(key);
   if (state == LineEntry::State::typing) return;
   const Mode typed = std::exchange(mode_, Mode::play);
-  if (state == LineEntry::State::left || entry_.text().empty()) return;
+  if (state == LineEntry::State::cancelled || entry_.text().empty()) return;
   if (typed == Mode::number) {
     setKnob(entry_.text());
   } else {

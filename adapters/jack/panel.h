@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The amplifier's front in a terminal: channel, knobs, presets, levels, MIDI and xruns.
+// The amplifier's front panel in a terminal: channel, knobs, presets, levels, MIDI and xruns.
 #pragma once
 
 #include <chrono>
@@ -17,17 +17,17 @@ namespace quellard {
 
 class Panel {
  public:
-  enum class Wish { stay, leave, terminalIsGone };
+  enum class Next { stay, leave, terminalIsClosed };
 
-  // Takes the terminal over and gives it back at its end. One at a time. Null where the terminal
-  // cannot show it: its type is unknown, or it has no way to move its cursor.
+  // Takes over the terminal until the panel is destroyed; there may be one panel at a time. Null
+  // where the terminal's type is unknown or its cursor cannot be moved.
   static std::unique_ptr<Panel> open(AmpClient& client);
   ~Panel();
   Panel(const Panel&) = delete;
   Panel& operator=(const Panel&) = delete;
 
-  // Draws, then waits a twentieth of a second for keys.
-  Wish refresh();
+  // Draws, then waits up to 50 ms for keys and obeys them.
+  Next refresh();
 
   // A line to show until the next key.
   void say(std::string message) { message_ = std::move(message); }
@@ -43,6 +43,7 @@ class Panel {
 
   void press(int key);
   void pressPlaying(int key);
+  void pressReplacing(int key);
   void pressTyping(int key);
   void begin(Mode mode);
   void setKnob(const std::string& text);
@@ -70,8 +71,8 @@ class Panel {
   std::vector<std::string> saved_;
   int knob_ = kGainKnob;
   bool leaves_ = false;
-  // A converter's highest sample is below 1: an input that reaches it was cut before it came here.
-  // The outputs' floats may be above and are cut after they have left.
+  // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
+  // are floats, which the converter clips above 1.
   LevelMeter in_{0.999F};
   LevelMeter out_{1.0F};
   Clock::time_point drawnAt_ = Clock::now();

@@ -12,13 +12,13 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-// A client may be called anything, slashes included; no two names become one file.
+// A client's name may have any characters, slashes too. Different names give different files.
 std::string asFileName(const std::string& client) {
   std::string name;
   for (const char c : client) {
     const auto byte = static_cast<unsigned char>(c);
-    const bool plain = byte < 0x80 && (std::isalnum(byte) != 0 || c == '-' || c == '_');
-    name += plain ? std::string(1, c) : fmt::format("%{:02X}", byte);
+    const bool keeps = byte < 0x80 && (std::isalnum(byte) != 0 || c == '-' || c == '_');
+    name += keeps ? std::string(1, c) : fmt::format("%{:02X}", byte);
   }
   return name;
 }
@@ -62,7 +62,7 @@ void StateFile::follow(const SettingsText& now) {
   try {
     write(now);
   } catch (const FileError&) {
-    return;  // the disk may have room again at the end
+    return;  // the last write(), at the end of the program, reports it
   }
 }
 

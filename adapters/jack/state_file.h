@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What quellard-jack remembers: its settings, in a file like a preset's.
+// The file in which quellard-jack keeps its values between two runs; its format is a preset's.
 #pragma once
 
 #include <chrono>
@@ -13,25 +13,25 @@ namespace quellard {
 
 class StateFile {
  public:
-  // A setting that has rested for so long is written while the amplifier plays on, so that even a
-  // power cut takes no more than the last moves.
+  // Values are written once they have not moved for this time, so that a power cut loses only the
+  // last moves.
   static constexpr std::chrono::seconds kRest{5};
 
-  // With an empty path nothing is ever read or written.
+  // With an empty path nothing is read or written.
   explicit StateFile(std::filesystem::path file) : file_(std::move(file)) {}
 
   // The file of a client in the user's state folder, jack/NAME.state: two clients at once have two.
   // Empty without a home folder.
   static std::filesystem::path defaultFor(const std::string& client);
 
-  // What was written last; nothing, and why in notice(), when there is no file or it makes no
-  // sense. A file with a mistake in it is kept beside the next one, as NAME.damaged. One that
-  // cannot be read is left alone from then on.
+  // The values that were written last. Nothing, with the reason in notice(), when there is no file,
+  // it has a mistake in it (the next write() keeps it as NAME.damaged), or it cannot be read (then
+  // it is never written either).
   std::optional<SettingsText> read();
   const std::string& notice() const { return notice_; }
 
-  // To be called now and then with the settings as they are: writes them once they have rested. A
-  // failure waits for write() to be told.
+  // To be polled with the present values: writes them once they have not moved for kRest. A failure
+  // is ignored; the last write() reports it.
   void follow(const SettingsText& now);
 
   // Throws FileError.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The module's table of functions, as LV2 hosts call them.
+// The functions that LV2 hosts call.
 #include <cstring>
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
@@ -22,7 +22,7 @@ const Data* findFeature(const LV2_Feature* const* features, const char* uri) {
   return nullptr;
 }
 
-// How long the host says that its blocks become.
+// The longest block that the host announces, in frames.
 int longestBlock(const LV2_Feature* const* features) {
   const auto* map = findFeature<LV2_URID_Map>(features, LV2_URID__map);
   const auto* option = findFeature<LV2_Options_Option>(features, LV2_OPTIONS__options);
@@ -37,7 +37,7 @@ int longestBlock(const LV2_Feature* const* features) {
   return Lv2Plugin::kUnannouncedFrames;
 }
 
-// Hosts are C programs, so no exception may pass.
+// Hosts may be written in C, so no exception may leave this function.
 template <std::size_t kVariant>
 LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*,
                        const LV2_Feature* const* features) try {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What LV2 hosts store of the plug-ins: their URIs and, in some, the numbers of the ports. Neither
-// ever changes. The module and the program that writes its description both read it.
+// What LV2 hosts store in projects: the plug-ins' URIs and, in some hosts, port numbers. Neither
+// ever changes. The module and the program that writes its description both use this file.
 #pragma once
 
 #include <array>
@@ -21,8 +21,8 @@ inline constexpr std::array<Lv2Variant, 2> kLv2Variants = {{
     {"urn:quellard:amplifier-stereo", "Quellard Stereo", 2},
 }};
 
-// Port i-1 controls parameter i in every variant; behind these stand the inputs, then the outputs,
-// then the one that switches the amplifier on.
+// Port i-1 controls parameter i in every variant. The audio inputs follow, then the outputs, then
+// the control port "enabled".
 inline constexpr std::uint32_t kLv2ControlPorts = kNumStoredValues;
 constexpr std::uint32_t lv2EnabledPort(int sides) {
   return kLv2ControlPorts + 2 * static_cast<std::uint32_t>(sides);

@@ -9,6 +9,7 @@
 #include "adapters/shared/value_text.h"
 
 namespace quellard {
+
 Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
   seen_.fill(std::numeric_limits<float>::quiet_NaN());
   if (!amp_.prepare(rate, maxFrames)) throw std::invalid_argument("sample rate");
@@ -40,7 +41,7 @@ void Lv2Plugin::readControls() {
     const int index = static_cast<int>(port) + 1;
     amp_.setValue(index, valueFromControl(index, control));
   }
-  // Only 0 and less switch off: NaN, which says nothing, leaves the amplifier in the signal.
+  // Written so that NaN, like every value above 0, leaves the amplifier in the signal.
   amp_.setBypass(enabled_ != nullptr && *enabled_ <= 0.0F);
 }
 

@@ -12,22 +12,23 @@ namespace quellard {
 
 class Lv2Plugin {
  public:
-  // Blocks of up to this length play without allocation and in one piece where a host does not say
-  // how long its blocks are. It is the longest period of JACK.
+  // The block length to prepare for where a host does not announce one: the longest period of JACK.
+  // Longer blocks are played in several pieces.
   static constexpr int kUnannouncedFrames = 8192;
 
-  // Throws std::bad_alloc, and std::invalid_argument for a rate that is none. rate: Hz.
+  // Throws std::bad_alloc, and std::invalid_argument for a rate that is not positive and finite.
+  // rate: Hz.
   Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames);
 
-  // port: as identity.h numbers them, others are left alone. data: one float for a control, a
-  // block's worth for audio. Null is allowed: a knob then keeps its value, as it does where the
-  // float is NaN, an input is silent, the amplifier is switched on.
+  // port: numbered as in identity.h; others are ignored. data: one float for a control, a block of
+  // them for audio. Null is allowed: the parameter then keeps its value, as it does where the float
+  // is NaN, an input reads as silence, and the amplifier is enabled.
   void connect(std::uint32_t port, void* data);
 
-  // As if new; the knobs stay. [audio thread]
+  // Starts from silence and keeps the parameters. [audio thread]
   void activate() { amp_.reset(); }
 
-  // Takes over the controls that moved since the last run and plays a block. [audio thread] Never
+  // Adopts the controls that have moved since the last run and plays a block. [audio thread] Never
   // allocates.
   void run(std::uint32_t frames);
 
@@ -36,7 +37,7 @@ class Lv2Plugin {
 
   HostedAmp amp_;
   std::array<const float*, kLv2ControlPorts> controls_{};
-  std::array<float, kLv2ControlPorts> seen_{};  // NaN before the first run
+  std::array<float, kLv2ControlPorts> seen_{};  // at the last run; NaN before the first
   const float* enabled_ = nullptr;
   std::array<float*, HostedAmp::kStereo> inputs_{};
   std::array<float*, HostedAmp::kStereo> outputs_{};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// write_ttl FOLDER MODULE: writes what LV2 hosts read about the plug-ins before they load MODULE:
-// manifest.ttl, quellard.ttl and presets.ttl, from the parameter table and the factory bank.
+// write_ttl FOLDER MODULE: writes the files manifest.ttl, quellard.ttl and presets.ttl, from which
+// LV2 hosts learn about the plug-ins before they load MODULE.
 #include <cctype>
 #include <cstdio>
 #include <fmt/format.h>
@@ -77,7 +77,7 @@ std::string selectorPort(const ParameterInfo& selector) {
   return text;
 }
 
-// What hosts join with their own bypass button.
+// Hosts connect it to their own bypass button.
 std::string enabledPort(const Lv2Variant& variant) {
   return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
     lv2:index {} ;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Sample-accurate automation: the amplifier takes a new setting at the start of a block, so a
-// host's block is played as stretches that end where an event falls.
+// Sample-accurate automation: the amplifier adopts new values at the start of a block, so a host's
+// block is played in pieces that begin at its events.
 #pragma once
 
 #include <algorithm>
@@ -9,10 +9,10 @@
 
 namespace quellard {
 
-// Calls play(begin, end) for the stretches of a block and apply(i) for its events in between.
+// Calls play(begin, end) for the pieces of a block and apply(i) for the events between them.
 // timeOf(i): the frame of event i, or nothing for an event that is not for the amplifier and must
-// not cut the block. A time that is behind its predecessor's or beyond the block is moved up to the
-// nearest frame that is left. [audio thread] Allocates nothing itself.
+// not cut the block. An event that lies before its predecessor is applied together with it, one
+// beyond the block at its end. [audio thread] Allocates nothing itself.
 template <typename TimeOf, typename Apply, typename Play>
 void splitAtEvents(std::uint32_t frames, std::uint32_t events, const TimeOf& timeOf,
                    const Apply& apply, const Play& play) {

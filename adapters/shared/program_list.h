@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The programs of formats whose hosts choose by number: a new amplifier's settings, then the
-// factory bank. Without the first, a host would show a preset's name for an amplifier that has just
-// been opened. Choosing a program sets all parameters and leaves the bypass alone; what is turned
-// afterwards is kept in the host's project, never in the program.
+// The programs of formats whose hosts choose by number: the default values, then the factory bank.
+// Without the first, a host would show a preset's name for an amplifier that has just been opened.
+// Choosing a program sets all parameters and leaves the bypass alone. Moves after that are kept in
+// the host's project; programs never change.
 #pragma once
 
 #include <optional>
@@ -25,7 +25,7 @@ constexpr ParameterValues listedProgramValues(int program) {
                       : presetValues(kFactoryBank[static_cast<std::size_t>(program - 1)]);
 }
 
-// The program that sets just these values, which a host is to show beside them.
+// The program that has exactly these values, for hosts that show a program's name.
 constexpr std::optional<int> listedProgramWith(const ParameterValues& values) {
   for (int program = 0; program < kNumListedPrograms; ++program) {
     if (listedProgramValues(program) == values) return program;

@@ -8,12 +8,12 @@ namespace quellard {
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kMagic = {'Q', 'L', 'R', 'D'};
-constexpr std::uint16_t kParametersAlone = 1;   // version 1: always nineteen values
-constexpr std::uint16_t kValuesBehindThem = 2;  // version 2: and the bypass, if there are more
+constexpr std::uint16_t kParametersOnly = 1;  // version 1: always nineteen values
+constexpr std::uint16_t kFurtherValues = 2;   // version 2: the twentieth, if any, is the bypass
 
-constexpr std::size_t kHeadSize = stateSize(0) - sizeof(std::uint32_t);
+constexpr std::size_t kHeaderSize = stateSize(0) - sizeof(std::uint32_t);
 constexpr std::size_t kSumSize = sizeof(std::uint32_t);
-constexpr std::size_t kBypassPlace = kNumStoredValues;  // behind the parameters
+constexpr std::size_t kBypassEntry = kNumStoredValues;  // of the values, after the parameters
 
 // Numbers are little-endian whatever the machine.
 template <typename Number>
@@ -25,7 +25,7 @@ std::uint8_t* put(std::uint8_t* to, Number number) {
 }
 
 template <typename Number>
-Number take(const std::uint8_t*& from) {
+Number get(const std::uint8_t*& from) {
   Number number = 0;
   for (std::size_t i = 0; i < sizeof number; ++i) {
     number = static_cast<Number>(number | Number{*from++} << (8 * i));
@@ -33,16 +33,17 @@ Number take(const std::uint8_t*& from) {
   return number;
 }
 
-// How many values follow the head; nothing where it is none, or fits neither version nor length.
+// How many values follow the header; nothing where there is no header, or where the count does not
+// fit its version or the length of the block.
 std::optional<std::size_t> countOfValues(std::span<const std::uint8_t> bytes) {
   if (bytes.size() < stateSize(0)) return std::nullopt;
   const std::uint8_t* from = bytes.data();
   if (!std::equal(kMagic.begin(), kMagic.end(), from)) return std::nullopt;
   from += kMagic.size();
-  const auto version = take<std::uint16_t>(from);
-  const std::size_t count = take<std::uint16_t>(from);
-  const std::size_t most = version == kParametersAlone ? kNumStoredValues : kMostStateValues;
-  if (version != kParametersAlone && version != kValuesBehindThem) return std::nullopt;
+  const auto version = get<std::uint16_t>(from);
+  const std::size_t count = get<std::uint16_t>(from);
+  const std::size_t most = version == kParametersOnly ? kNumStoredValues : kMostStateValues;
+  if (version != kParametersOnly && version != kFurtherValues) return std::nullopt;
   if (count < kNumStoredValues || count > most || bytes.size() != stateSize(count)) {
     return std::nullopt;
   }
@@ -50,35 +51,35 @@ std::optional<std::size_t> countOfValues(std::span<const std::uint8_t> bytes) {
 }
 
 // False for NaN, too.
-bool isSetting(float value) { return value >= 0.0F && value <= 1.0F; }
+bool isParameterValue(float value) { return value >= 0.0F && value <= 1.0F; }
 
 }  // namespace
 
-// A project that needs nothing of a later version still opens in releases that know only the first.
+// Without a bypass to store, version 1 is written, which all releases can read.
 StateBytes encodeState(const State& state) {
   const bool further = state.bypass;
   const auto count = static_cast<std::uint16_t>(kNumStoredValues + (further ? 1 : 0));
   StateBytes block{.size = stateSize(count)};
-  std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), block.room.data());
-  to = put(to, further ? kValuesBehindThem : kParametersAlone);
+  std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), block.buffer.data());
+  to = put(to, further ? kFurtherValues : kParametersOnly);
   to = put(to, count);
   for (const float value : state.values) to = put(to, std::bit_cast<std::uint32_t>(value));
   if (further) to = put(to, std::bit_cast<std::uint32_t>(1.0F));
-  put(to, crc32({block.room.data(), to}));
+  put(to, crc32({block.buffer.data(), to}));
   return block;
 }
 
 std::optional<State> decodeState(std::span<const std::uint8_t> bytes) {
   const std::optional<std::size_t> count = countOfValues(bytes);
   if (!count.has_value()) return std::nullopt;
-  const std::uint8_t* from = bytes.data() + kHeadSize;
+  const std::uint8_t* from = bytes.data() + kHeaderSize;
   std::array<float, kMostStateValues> values{};
   for (std::size_t i = 0; i < *count; ++i) {
-    values[i] = std::bit_cast<float>(take<std::uint32_t>(from));
+    values[i] = std::bit_cast<float>(get<std::uint32_t>(from));
   }
-  if (take<std::uint32_t>(from) != crc32(bytes.first(bytes.size() - kSumSize))) return std::nullopt;
-  if (!std::all_of(values.begin(), values.end(), isSetting)) return std::nullopt;
-  State state{.bypass = values[kBypassPlace] >= 0.5F};
+  if (get<std::uint32_t>(from) != crc32(bytes.first(bytes.size() - kSumSize))) return std::nullopt;
+  if (!std::all_of(values.begin(), values.end(), isParameterValue)) return std::nullopt;
+  State state{.bypass = values[kBypassEntry] >= 0.5F};
   std::copy_n(values.begin(), kNumStoredValues, state.values.begin());
   return state;
 }

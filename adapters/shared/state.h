@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The settings as a block of bytes that hosts keep in their projects. docs/state.md describes it
-// byte by byte; tests/adapters/data holds one of every version, and each must load for ever.
+// The amplifier's state as the block of bytes that hosts keep in their projects. docs/state.md
+// describes it byte by byte. tests/adapters/data holds a block of every version, and each later
+// release must load them all.
 #pragma once
 
 #include <array>
@@ -13,10 +14,10 @@
 
 namespace quellard {
 
-// Bytes of a block with this many values.
+// Bytes of a block with this many values: header, values, checksum.
 constexpr std::size_t stateSize(std::size_t values) { return 8 + 4 * values + 4; }
 
-inline constexpr std::size_t kMostStateValues = 64;  // that a block may hold
+inline constexpr std::size_t kMostStateValues = 64;  // in one block
 inline constexpr std::size_t kMostStateBytes = stateSize(kMostStateValues);
 
 struct State {
@@ -27,28 +28,29 @@ struct State {
 };
 
 struct StateBytes {
-  std::array<std::uint8_t, kMostStateBytes> room{};
+  std::array<std::uint8_t, kMostStateBytes> buffer{};
   std::size_t size = 0;
 
-  std::span<const std::uint8_t> bytes() const { return std::span(room).first(size); }
+  std::span<const std::uint8_t> bytes() const { return std::span(buffer).first(size); }
 };
 
-// The block of the lowest version that holds the state. Any thread; neither allocates.
+// Encodes a state in the lowest version that can hold it. [any thread] No function here allocates.
 StateBytes encodeState(const State& state);
 
-// Nothing for bytes that are no state of this amplifier, or a damaged one, or one of a later
+// Returns nothing for bytes that are not a state of this amplifier, are damaged, or are of a later
 // version: the caller then keeps what it has.
 std::optional<State> decodeState(std::span<const std::uint8_t> bytes);
 
-// The same through a host's stream, which may take and give any number of bytes at a time.
-// write(from, size): how many it took. read(to, room): how many it gave, 0 at its end. Negative: an
-// error. False and nothing where the stream fails or ends early, or brings more than a state.
+// The same through a host's stream, which may write and read any number of bytes at a time.
+// write(from, size) and read(to, size) return the bytes that were transferred; 0 is the end,
+// negative an error. False, or nothing, where the stream fails or ends early, or holds more than a
+// state.
 template <typename Write>
 bool writeState(const State& state, const Write& write) {
   StateBytes block = encodeState(state);
   std::size_t done = 0;
   while (done < block.size) {
-    const std::int64_t written = write(&block.room[done], block.size - done);
+    const std::int64_t written = write(&block.buffer[done], block.size - done);
     if (written <= 0) return false;
     done += static_cast<std::size_t>(written);
   }
@@ -68,8 +70,8 @@ std::optional<State> readState(const Read& read) {
   return decodeState({bytes.data(), done});
 }
 
-// CRC-32 as in zlib and Ethernet (reflected polynomial 0xEDB88320). Written out here because a
-// plug-in that hosts load by the dozen should not bring a library for eight lines.
+// CRC-32 as in zlib and Ethernet (reflected polynomial 0xEDB88320). Written out here, so that the
+// plug-ins need no library for eight lines.
 std::uint32_t crc32(std::span<const std::uint8_t> bytes);
 
 }  // namespace quellard

@@ -59,8 +59,7 @@ float valueFromControl(int index, float control) {
   return selectFromChannel(static_cast<int>(std::lround(channel)));
 }
 
-// The neighbours may give the value where the nearest misses: the two are floats of different
-// spacing.
+// Where rounding makes the nearest float miss the value, one of its neighbours gives it.
 float controlFromValue(int index, float value) {
   if (index == kTypeParameter) return static_cast<float>(channelFromSelect(value));
   const auto nearest = static_cast<float>(positionFromKnob(value));

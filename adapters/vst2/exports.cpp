@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The names under which VST 2.4 hosts look for the entry. Old ones ask for `main`, which a C++
-// function cannot be called, so the symbol is named beside the function. QUELLARD_SIDES is 1 in the
-// mono module and 2 in the stereo one.
+// The entry under the two names that VST 2.4 hosts look for. Old hosts ask for `main`, which in C++
+// can only be the name of a symbol, not of such a function. QUELLARD_SIDES is 1 in the mono module
+// and 2 in the stereo one.
 #include "adapters/vst2/vst2_effect.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// What VST 2.4 hosts remember the plug-ins by. None of it ever changes. The identities are not that
-// of the effect in its own host: there a parameter's number is one higher, and a project saved with
-// the one would set every knob of the other to its neighbour's value.
+// The ids and names that VST 2.4 hosts store in projects. They never change. The ids differ from
+// that of the effect in its own host, where every parameter's number is one higher: with the same
+// id, a project saved with one would set each knob of the other to its neighbour's value.
 #pragma once
 
 #include "shell/vst2.h"

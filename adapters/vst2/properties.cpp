@@ -58,7 +58,7 @@ bool fillPinProperties(bool isInput, int channel, int sides, PinProperties* prop
   *properties = {};
   const bool stereo = sides == 2;
   properties->flags = kPinIsActive | kPinUsesSpeaker | (stereo && channel == 0 ? kPinIsStereo : 0);
-  properties->arrangement = stereo ? 1 : 0;  // left and right, or one in the middle
+  properties->arrangement = stereo ? 1 : 0;  // the interface's codes for stereo and mono
   std::strcpy(properties->label, isInput ? "Guitar" : "Amplifier");
   if (stereo) std::strcat(properties->label, channel == 0 ? " Left" : " Right");
   std::strcpy(properties->shortLabel, isInput ? "In" : "Out");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What VST 2.4 hosts may ask about a parameter or a channel of audio beyond its name.
+// The records in which VST 2.4 hosts get the properties of a parameter or an audio channel.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace quellard {
 
-// One channel of audio, as the published interface lays it out.
+// One audio channel, in the layout of the published interface.
 struct PinProperties {
   char label[64];
   std::int32_t flags;
@@ -27,11 +27,11 @@ inline constexpr std::int32_t kVstParameterUsesIntStep = 1 << 3;
 inline constexpr std::int32_t kVstParameterSupportsDisplayIndex = 1 << 4;
 inline constexpr std::int32_t kVstParameterSupportsDisplayCategory = 1 << 5;
 
-// index: of the amplifier's parameter, 1..19; categories are its channels. False, and nothing
-// written, for others. Any thread; neither allocates.
+// index: a parameter of the amplifier, 1..19, whose channel becomes its category. False, and
+// nothing written, for others and for null. [any thread] Neither function allocates.
 bool fillParameterProperties(int index, VstParameterProperties* properties);
 
-// channel: 0..sides-1, likewise.
+// The same for an audio channel, 0..sides-1.
 bool fillPinProperties(bool isInput, int channel, int sides, PinProperties* properties);
 
 }  // namespace quellard

@@ -19,14 +19,14 @@ namespace {
 constexpr auto kRelaxed = std::memory_order_relaxed;
 constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 
-// The amplifier's parameter, or its empty one for a number that the host should not have.
+// The amplifier's parameter with this number in VST 2.4; 0, which is the empty one, for others.
 int parameterOf(std::int32_t index) {
   return index >= 0 && index < kNumStoredValues ? index + 1 : 0;
 }
 
-// Not a byte more than the text and its terminator: how much room a host gives for a name is a
-// matter of custom. The published interface has 8 characters for a parameter's; hosts that this
-// format still has give 24 and more, so "Vintage Presence" may take 17 bytes with its terminator.
+// Writes the text and its terminator and no byte more, since hosts do not say how long their
+// buffers are. The published interface has 8 characters for a parameter's name; today's hosts
+// provide 24 and more, so "Vintage Presence" may take 17 bytes.
 bool tell(char* to, const char* text) {
   if (to == nullptr) return false;
   std::strcpy(to, text);
@@ -56,7 +56,8 @@ AEffect* Vst2Effect::create(audioMasterCallback host, const Vst2Variant& variant
 Vst2Effect::Vst2Effect(const Vst2Variant& variant) : variant_(variant), amp_(variant.sides) {
   record_.magic = kEffectMagic;
   record_.dispatcher = dispatch;
-  record_.process = [](AEffect*, float**, float**, std::int32_t) {};  // no host of 2.4 adds up
+  // The accumulating call of older interfaces, which VST 2.4 hosts do not make.
+  record_.process = [](AEffect*, float**, float**, std::int32_t) {};
   record_.setParameter = [](AEffect* record, std::int32_t index, float value) {
     if (Vst2Effect* self = of(record)) self->amp_.setValue(parameterOf(index), value);
   };
@@ -89,7 +90,7 @@ Vst2Effect* Vst2Effect::of(AEffect* record) {
   return record != nullptr ? static_cast<Vst2Effect*>(record->object) : nullptr;
 }
 
-// Hosts are C programs, so no exception may pass.
+// Hosts may be written in C, so no exception may leave this function.
 std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::int32_t index,
                                    std::intptr_t value, void* ptr, float opt) try {
   Vst2Effect* self = of(record);
@@ -101,7 +102,7 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
   return 0;
 }
 
-// 0 to all that is not named.
+// Answers an opcode; 0 to those that are not listed.
 std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                  void* ptr, float opt) {
   auto* text = static_cast<char*>(ptr);
@@ -155,7 +156,7 @@ void Vst2Effect::announceBlock(std::intptr_t frames) {
   longestBlock_.store(static_cast<std::int32_t>(most), kRelaxed);
 }
 
-// Between off and on a host may do what it likes, so what is played then begins anew.
+// Audio after switching on starts from silence: it does not continue what was played before.
 void Vst2Effect::switchMains(bool on) {
   if (on && !on_) {
     prepareAsAnnounced();
@@ -164,8 +165,8 @@ void Vst2Effect::switchMains(bool on) {
   on_ = on;
 }
 
-// Before audio is played, or where a host has announced something else without switching off, with
-// the first block that follows.
+// Called when the host switches on, and for every block, since some hosts announce another rate or
+// block length without switching off.
 void Vst2Effect::prepareAsAnnounced() {
   const auto rate = static_cast<double>(rate_.load(kRelaxed));
   const std::int32_t frames = longestBlock_.load(kRelaxed);
@@ -173,7 +174,8 @@ void Vst2Effect::prepareAsAnnounced() {
   if (amp_.prepare(rate, frames)) preparedBlock_ = frames;
 }
 
-// Where memory is too short for what was announced last, it plays as before, or not yet.
+// Without memory for the announced block length, what was prepared last goes on; before that,
+// silence.
 void Vst2Effect::play(const AudioChannels& in, const AudioChannels& out, std::int32_t frames) {
   try {
     prepareAsAnnounced();
@@ -200,15 +202,15 @@ bool Vst2Effect::engageBypass(bool bypassed) {
   return true;
 }
 
-// A bank's chunk is a program's: what the programs hold is fixed.
+// The chunk of the preset bank is that of a program, since the programs themselves never change.
 std::intptr_t Vst2Effect::saveChunk(void** chunk) {
   if (chunk == nullptr) return 0;
   chunk_ = encodeState({.values = amp_.values(), .bypass = amp_.bypassed()});
-  *chunk = chunk_.room.data();
+  *chunk = chunk_.buffer.data();
   return static_cast<std::intptr_t>(chunk_.size);
 }
 
-// The program shown is the one that has these values, if there is one.
+// The host is shown the program that has these values, if there is one.
 bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   if (chunk == nullptr || size < 0) return false;
   const std::optional<State> state =
@@ -222,7 +224,7 @@ bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   return true;
 }
 
-// 1: yes, 0: not that it knew.
+// 1: yes. 0: unknown.
 std::intptr_t Vst2Effect::canDo(const char* what) const {
   if (what == nullptr) return 0;
   const char* const channels = amp_.sides() == HostedAmp::kMono ? "1in1out" : "2in2out";

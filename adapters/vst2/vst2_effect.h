@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The amplifier for any VST 2.4 host, mono or stereo. Parameter i of the amplifier is i-1 here, its
-// programs are a new amplifier's settings and the factory bank, and a project keeps the state of
-// every format as a chunk. Parameters move in the block that follows, as this format has no frames
-// for them.
+// The amplifier for any VST 2.4 host, mono or stereo. Parameter i of the amplifier is i-1 here. The
+// programs are the default values and the factory bank; the chunk in a project is the state that
+// all formats share. Parameters move with the next block, since VST 2.4 gives no time for them.
 #pragma once
 
 #include <atomic>
@@ -17,8 +16,8 @@ namespace quellard {
 
 class Vst2Effect {
  public:
-  // A new effect's record, to be released through effClose; null where the host has no callback or
-  // no version, or where memory is short. Host's thread.
+  // The record of a new effect, released through effClose. Null where the host has no callback or
+  // no version, or without memory. [main thread]
   static AEffect* create(audioMasterCallback host, const Vst2Variant& variant);
 
   Vst2Effect(const Vst2Effect&) = delete;
@@ -49,14 +48,14 @@ class Vst2Effect {
   const Vst2Variant& variant_;
   HostedAmp amp_;
   AEffect record_{};
-  // Atomic, since careless hosts announce while they play. The block's length is the default of the
-  // published interface until a host says another.
+  // Atomic, since some hosts announce them while they play. The block length is the published
+  // interface's default until a host announces one.
   std::atomic<float> rate_ = 0.0F;  // Hz
   std::atomic<std::int32_t> longestBlock_ = 1024;
   std::int32_t preparedBlock_ = 0;
   bool on_ = false;
   std::atomic<std::int32_t> program_ = 0;
-  StateBytes chunk_;  // the host may read it until it asks for the next
+  StateBytes chunk_;  // the host may read it until it asks for the next chunk
 };
 
 }  // namespace quellard

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// One bus in, one out, with a channel for each side; activation.
+// VST3's component: one input and one output bus with a channel for each side, and activation.
 #include "adapters/vst3/vst3_plugin.h"
 #include "adapters/vst3/wide_text.h"
 
@@ -32,7 +32,7 @@ v3_result getBusInfo(void* self, std::int32_t media, std::int32_t direction, std
   return V3_OK;
 }
 
-// Each channel comes out where it went in.
+// Every input channel leads to the output channel of the same number.
 v3_result getRouting(void*, v3_routing_info* input, v3_routing_info* output) {
   if (input == nullptr || output == nullptr) return V3_INVALID_ARG;
   if (!isBus(input->media_type, V3_INPUT, input->bus_idx)) return V3_INVALID_ARG;
@@ -40,13 +40,13 @@ v3_result getRouting(void*, v3_routing_info* input, v3_routing_info* output) {
   return V3_OK;
 }
 
-// Nothing to do: a bus that is off comes without buffers, which is silence.
+// Nothing to do: an inactive bus has no buffers, which reads as silence.
 v3_result activateBus(void*, std::int32_t media, std::int32_t direction, std::int32_t bus,
                       v3_bool /*state*/) {
   return isBus(media, direction, bus) ? V3_OK : V3_INVALID_ARG;
 }
 
-// A host that activates begins anew, with an effect just opened.
+// prepare() builds new effects, so that audio starts from silence.
 v3_result setActive(void* self, v3_bool state) try {
   Vst3Plugin& plugin = Vst3Plugin::of(self);
   if (state == 0) plugin.active = false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Parameters as a host shows, types and moves them.
+// VST3's edit controller: parameters as a host shows, types and moves them.
 #include <cmath>
 
 #include "adapters/vst3/parameters.h"
@@ -9,14 +9,14 @@
 namespace quellard {
 namespace {
 
-// Beside the component's, which is of everything.
+// The controller has no state of its own: the component's holds everything.
 v3_result noState(void*, v3_bstream**) { return V3_NOT_IMPLEMENTED; }
 
 std::int32_t getCount(void*) { return kNumVst3Parameters; }
 
-v3_result getInfo(void*, std::int32_t place, v3_param_info* info) {
-  if (place < 0 || place >= kNumVst3Parameters || info == nullptr) return V3_INVALID_ARG;
-  describeParameter(static_cast<v3_param_id>(place), *info);
+v3_result getInfo(void*, std::int32_t index, v3_param_info* info) {
+  if (index < 0 || index >= kNumVst3Parameters || info == nullptr) return V3_INVALID_ARG;
+  describeParameter(static_cast<v3_param_id>(index), *info);
   return V3_OK;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a VST3 host finds in the module: a factory with the mono and the stereo amplifier.
+// The module's entry: a factory for the mono and the stereo plug-in.
 #include <array>
 #include <cstring>
 #include <travesty/factory.h>
@@ -39,9 +39,9 @@ void fill(std::int16_t (&to)[size], const char* text) {
   writeWide(to, text, size);
 }
 
-const Vst3Class* classAt(std::int32_t place) {
-  const bool isClass = place >= 0 && place < static_cast<std::int32_t>(kClasses.size());
-  return isClass ? &kClasses[static_cast<std::size_t>(place)] : nullptr;
+const Vst3Class* classAt(std::int32_t index) {
+  const bool isClass = index >= 0 && index < static_cast<std::int32_t>(kClasses.size());
+  return isClass ? &kClasses[static_cast<std::size_t>(index)] : nullptr;
 }
 
 // What the three records of a class have in common.
@@ -74,16 +74,16 @@ v3_result getFactoryInfo(void*, v3_factory_info* info) {
 
 std::int32_t countClasses(void*) { return static_cast<std::int32_t>(kClasses.size()); }
 
-v3_result getClass(void*, std::int32_t place, v3_class_info* info) {
-  const Vst3Class* found = classAt(place);
+v3_result getClass(void*, std::int32_t index, v3_class_info* info) {
+  const Vst3Class* found = classAt(index);
   if (found == nullptr || info == nullptr) return V3_INVALID_ARG;
   describe(*found, *info);
   return V3_OK;
 }
 
 template <typename Info>
-v3_result getFullClass(void*, std::int32_t place, Info* info) {
-  const Vst3Class* found = classAt(place);
+v3_result getFullClass(void*, std::int32_t index, Info* info) {
+  const Vst3Class* found = classAt(index);
   if (found == nullptr || info == nullptr) return V3_INVALID_ARG;
   describeFully(*found, *info);
   return V3_OK;

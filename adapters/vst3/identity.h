@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The numbers by which VST3 hosts remember the amplifier in projects and automation. They never
-// change.
+// The class and parameter ids that VST3 hosts store in projects and automation. They never change.
 #pragma once
 
 #include <travesty/base.h>
@@ -16,12 +15,12 @@ inline constexpr v3_tuid kVst3StereoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61,
                                              0x53, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
 inline constexpr char kVst3Vendor[] = "Quellard";
 
-// Parameters. 1..19 are the amplifier's own, under their own numbers.
+// Parameter ids; 1..19 are the amplifier's own parameters.
 inline constexpr v3_param_id kVst3Program = 0;
 inline constexpr v3_param_id kVst3Bypass = kBypassParameter;
 inline constexpr int kNumVst3Parameters = kBypassParameter + 1;
 
-// Units: the root holds what is common to all channels, and each channel's knobs have their own.
+// Units: the root has what all channels share, and each channel has a unit for its knobs.
 inline constexpr int kVst3RootUnit = 0;
 constexpr int vst3UnitOf(int channel) { return channel + 1; }
 inline constexpr int kNumVst3Units = 1 + kNumChannels;

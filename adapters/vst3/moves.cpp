@@ -11,11 +11,12 @@
 namespace quellard {
 namespace {
 
-// How often a line is looked at, in frames: as often as the amplifier takes a step towards a new
-// setting, at the same frames for all parameters, so that many lines cost no more cuts than one.
+// How often a value is taken from the line between two points, in frames: as often as the smoother
+// steps towards a new value. All parameters use multiples of it, so that several moving parameters
+// cut a block no more often than one.
 constexpr int kLineStep = ParameterSmoother::kStepFrames;
 
-// Queues and points that are looked at, whatever the host says.
+// Limits how many queues and points are read, whatever count the host gives.
 constexpr int kMostEntries = 1 << 16;
 
 int entries(std::int32_t count) { return std::clamp(count, 0, kMostEntries); }
@@ -30,48 +31,51 @@ BlockMoves::BlockMoves(v3_param_changes** changes, int frames) : frames_(frames)
     if (queue == nullptr) continue;
     const v3_param_id id = v3_cpp_obj(queue)->get_param_id(queue);
     if (!isVst3Parameter(id)) continue;
-    Lane lane{.queue = queue, .points = entries(v3_cpp_obj(queue)->get_point_count(queue))};
-    if (readPoint(lane)) lane.due = lane.to.frame;
-    lanes_[id] = lane;
+    QueueReader reader{.queue = queue,
+                       .points = entries(v3_cpp_obj(queue)->get_point_count(queue))};
+    if (readPoint(reader)) reader.due = reader.to.frame;
+    readers_[id] = reader;
   }
 }
 
 int BlockMoves::nextFrame() const {
   int next = kNoFrame;
-  for (const Lane& lane : lanes_) next = std::min(next, lane.due);
+  for (const QueueReader& reader : readers_) next = std::min(next, reader.due);
   return next;
 }
 
-double BlockMoves::Lane::valueAt(int frame) const {
+double BlockMoves::QueueReader::valueAt(int frame) const {
   if (frame >= to.frame) return to.value;
   const double share = static_cast<double>(frame - from.frame) / (to.frame - from.frame);
   return from.value + (to.value - from.value) * share;
 }
 
-bool BlockMoves::readPoint(Lane& lane) const {
-  lane.from = lane.to;
-  while (lane.read < lane.points) {
+bool BlockMoves::readPoint(QueueReader& reader) const {
+  reader.from = reader.to;
+  while (reader.read < reader.points) {
     std::int32_t frame = 0;
     double value = std::numeric_limits<double>::quiet_NaN();
-    if (v3_cpp_obj(lane.queue)->get_point(lane.queue, lane.read, &frame, &value) != V3_OK) break;
-    ++lane.read;
+    if (v3_cpp_obj(reader.queue)->get_point(reader.queue, reader.read, &frame, &value) != V3_OK)
+      break;
+    ++reader.read;
     if (std::isnan(value)) continue;
-    lane.to = {std::clamp(frame, lane.from.frame, frames_), std::clamp(value, 0.0, 1.0)};
+    reader.to = {std::clamp(frame, reader.from.frame, frames_), std::clamp(value, 0.0, 1.0)};
     return true;
   }
   return false;
 }
 
-// A list jumps at its points: on the way from one entry to another those in between mean nothing.
+// Only knobs follow the line. Lists jump at the points, since the entries between two others have
+// no meaning.
 void BlockMoves::schedule(v3_param_id id, int frame) {
-  Lane& lane = lanes_[id];
-  if (frame >= lane.to.frame && !readPoint(lane)) {
-    lane.due = kNoFrame;
+  QueueReader& reader = readers_[id];
+  if (frame >= reader.to.frame && !readPoint(reader)) {
+    reader.due = kNoFrame;
     return;
   }
-  const bool isGradual = isKnob(id) && lane.from.value != lane.to.value;
-  const int onTheWay = (frame / kLineStep + 1) * kLineStep;
-  lane.due = isGradual ? std::min(onTheWay, lane.to.frame) : lane.to.frame;
+  const bool isGradual = isKnob(id) && reader.from.value != reader.to.value;
+  const int nextStep = (frame / kLineStep + 1) * kLineStep;
+  reader.due = isGradual ? std::min(nextStep, reader.to.frame) : reader.to.frame;
 }
 
 }  // namespace quellard

@@ -14,7 +14,7 @@ namespace {
 
 int indexOf(v3_param_id id) { return static_cast<int>(id); }
 
-// The highest step of a list, counted from 0.
+// The number of a list's last step, counted from 0.
 int lastStep(v3_param_id id) {
   if (id == kVst3Program) return kNumListedPrograms - 1;
   return id == kVst3Bypass ? 1 : kNumChannels - 1;
@@ -70,7 +70,8 @@ int stepOf(v3_param_id id, float value) {
   return static_cast<int>(std::lround(value * static_cast<float>(lastStep(id))));
 }
 
-// Hosts may keep a plain value as a float, from which 4.39 must come back as 4.39.
+// Hosts may keep a plain value as a float, so it must be one that knobFromFloatPosition() turns
+// back into this value.
 double plainFromNormalised(v3_param_id id, double normalised) {
   const float value = keptValue(id, normalised);
   if (isKnob(id)) return static_cast<double>(controlFromValue(indexOf(id), value));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Audio: arrangements, set-up, blocks.
+// VST3's audio processor: speaker arrangements, set-up and blocks.
 #include <algorithm>
 #include <cmath>
 
@@ -13,7 +13,7 @@ v3_speaker_arrangement arrangementOf(const Vst3Plugin& plugin) {
   return plugin.amp.sides() == HostedAmp::kMono ? V3_SPEAKER_M : V3_SPEAKER_L | V3_SPEAKER_R;
 }
 
-// Another arrangement is declined, which is no error: the host then asks for ours.
+// V3_FALSE declines an arrangement without an error: the host then asks for the plug-in's own.
 v3_result setArrangements(void* self, v3_speaker_arrangement* inputs, std::int32_t ins,
                           v3_speaker_arrangement* outputs, std::int32_t outs) {
   if (ins < 0 || outs < 0) return V3_INVALID_ARG;
@@ -37,8 +37,8 @@ v3_result canProcess(void*, std::int32_t size) { return isSampleSize(size) ? V3_
 
 std::uint32_t getLatency(void*) { return 0; }
 
-// While blocks are played the rate stays: everything else may change, as blocks say of themselves
-// what they are.
+// While active, the rate must stay. Everything else may change, since each block carries its own
+// length and sample size.
 v3_result setUp(void* self, v3_process_setup* setup) {
   if (setup == nullptr || !isSampleSize(setup->symbolic_sample_size)) return V3_INVALID_ARG;
   const auto rate = static_cast<float>(setup->sample_rate);  // as the effect hears it
@@ -49,13 +49,15 @@ v3_result setUp(void* self, v3_process_setup* setup) {
   return V3_OK;
 }
 
-// Either thread may call this, and a block may be on its way.
+// Hosts call it on either thread, even while a block is played, so that the reset is left to the
+// next block.
 v3_result setProcessing(void* self, v3_bool state) {
   if (state != 0) Vst3Plugin::of(self).startsAnew = true;
   return V3_OK;
 }
 
-// The first bus, up to the amplifier's sides: a host may leave out any of it.
+// The channels of the first bus, as many as the plug-in has. Hosts may leave out buses, channels
+// and buffers.
 AudioChannels channelsOf(const v3_audio_bus_buffers* buses, std::int32_t count,
                          const v3_process_data& block, int sides) {
   if (buses == nullptr || count < 1) return {};
@@ -73,15 +75,15 @@ void silence(Sample* const* channels, int count, int begin, int end) {
   }
 }
 
-// Outside of its active time the amplifier may be in the middle of being built.
-void playStretch(Vst3Plugin& plugin, bool active, const AudioChannels& in, const AudioChannels& out,
-                 int begin, int end) {
+// While inactive, another thread may be building the amplifier's effects.
+void playPiece(Vst3Plugin& plugin, bool active, const AudioChannels& in, const AudioChannels& out,
+               int begin, int end) {
   if (active) return plugin.amp.play(in, out, begin, end);
   silence(out.floats, out.count, begin, end);
   silence(out.doubles, out.count, begin, end);
 }
 
-// A block without frames brings moves alone, at any time.
+// A block without frames only carries parameter changes and may come while inactive.
 v3_result process(void* self, v3_process_data* block) {
   if (block == nullptr || !isSampleSize(block->symbolic_sample_size)) return V3_INVALID_ARG;
   Vst3Plugin& plugin = Vst3Plugin::of(self);
@@ -95,11 +97,11 @@ v3_result process(void* self, v3_process_data* block) {
   BlockMoves moves(block->input_params, frames);
   int done = 0;
   for (int next = moves.nextFrame(); next <= frames; next = moves.nextFrame()) {
-    if (next > done) playStretch(plugin, active, in, out, done, next);
-    moves.take(next, [&](v3_param_id id, double value) { plugin.moveInBlock(id, value); });
+    if (next > done) playPiece(plugin, active, in, out, done, next);
+    moves.applyAt(next, [&](v3_param_id id, double value) { plugin.moveInBlock(id, value); });
     done = next;
   }
-  if (done < frames) playStretch(plugin, active, in, out, done, frames);
+  if (done < frames) playPiece(plugin, active, in, out, done, frames);
   plugin.tellThrough(block->output_params);
   if (out.count > 0) block->outputs->channel_silence_bitset = 0;
   return active || frames == 0 ? V3_OK : V3_NOT_INITIALIZED;
@@ -123,7 +125,7 @@ constexpr v3_audio_processor_cpp kVst3Processor = {
      .get_tail_samples = getTail},
 };
 
-// Of time and tempo nothing matters here.
+// The plug-in needs nothing of the transport's time and tempo.
 constexpr v3_process_context_requirements_cpp kVst3ContextNeeds = {
     kVst3Unknown,
     {.get_process_context_requirements = [](void*) { return std::uint32_t{0}; }},

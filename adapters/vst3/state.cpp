@@ -18,12 +18,12 @@ v3_result saveState(void* self, v3_bstream** stream) {
   return writeState(Vst3Plugin::of(self).shownState(), write) ? V3_OK : V3_INTERNAL_ERR;
 }
 
-// At its end a host answers that there was nothing to read, or that it failed.
+// At the end of a stream some hosts report 0 bytes and others an error, so both are the end.
 v3_result loadState(void* self, v3_bstream** stream) {
   if (stream == nullptr) return V3_INVALID_ARG;
-  const auto read = [&](std::uint8_t* to, std::size_t room) -> std::int64_t {
+  const auto read = [&](std::uint8_t* to, std::size_t size) -> std::int64_t {
     std::int32_t got = 0;
-    const auto most = static_cast<std::int32_t>(room);
+    const auto most = static_cast<std::int32_t>(size);
     const v3_result result = v3_cpp_obj(stream)->read(stream, to, most, &got);
     return result == V3_OK ? std::min(got, most) : 0;
   };

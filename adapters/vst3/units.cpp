@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The channels as units, and the bank as the root's list of programs.
+// VST3's units: each channel is one, and the root unit has the list of programs.
 #include "adapters/shared/program_list.h"
 #include "adapters/vst3/vst3_plugin.h"
 #include "adapters/vst3/wide_text.h"
@@ -28,8 +28,8 @@ v3_result getUnit(void*, std::int32_t unit, v3_unit_info* info) {
 
 std::int32_t getListCount(void*) { return 1; }
 
-v3_result getList(void*, std::int32_t place, v3_program_list_info* info) {
-  if (place != 0 || info == nullptr) return V3_INVALID_ARG;
+v3_result getList(void*, std::int32_t index, v3_program_list_info* info) {
+  if (index != 0 || info == nullptr) return V3_INVALID_ARG;
   info->id = kVst3ProgramList;
   writeWide(info->name, "Factory bank");
   info->programCount = kNumListedPrograms;
@@ -60,7 +60,7 @@ v3_result select(void* self, std::int32_t unit) {
   return V3_OK;
 }
 
-// Both buses serve all channels.
+// Both buses belong to the root unit, since every channel uses them.
 v3_result getUnitOfBus(void*, std::int32_t media, std::int32_t direction, std::int32_t bus,
                        std::int32_t /*channel*/, std::int32_t* unit) {
   const bool isBus = media == V3_AUDIO && (direction == V3_INPUT || direction == V3_OUTPUT);

@@ -13,9 +13,9 @@
 namespace quellard {
 namespace {
 
-// Ardour 7 loads a program or a state under a lock that it takes again when it is called back, and
-// so would wait for ever. It learns of new values from its blocks alone.
-bool waitsForItself(v3_funknown** context) {
+// Ardour 7 holds a lock while it loads a program or a state, and takes it again when the plug-in
+// calls it back: a deadlock. It gets new values through the next block instead.
+bool deadlocksWhenCalledBack(v3_funknown** context) {
   v3_host_application** host = nullptr;
   v3_str_128 name{};
   if (context == nullptr) return false;
@@ -84,7 +84,7 @@ std::uint32_t Vst3Plugin::unref(void* face) {
 }
 
 v3_result Vst3Plugin::initialize(void* face, v3_funknown** context) {
-  of(face).takesCallsBack_ = !waitsForItself(context);
+  of(face).mayCallBack_ = !deadlocksWhenCalledBack(context);
   return V3_OK;
 }
 
@@ -98,7 +98,7 @@ v3_result Vst3Plugin::terminate(void* face) {
 void Vst3Plugin::moveInBlock(v3_param_id id, double normalised) {
   const float value = keptValue(id, normalised);
   play(id, value);
-  if (show(id, value)) untold_ = true;
+  if (show(id, value)) hasNews_ = true;
 }
 
 void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
@@ -115,7 +115,7 @@ State Vst3Plugin::shownState() const {
   return state;
 }
 
-// The program shown is the one that has these values, if there is one.
+// The host is shown the program that has these values, if there is one.
 void Vst3Plugin::load(const State& state) {
   amp.setValues(state.values);
   amp.setBypass(state.bypass);
@@ -128,8 +128,8 @@ void Vst3Plugin::load(const State& state) {
   tellHost();
 }
 
-// Only a change of the program sets the knobs: hosts repeat a parameter's value, with what they
-// show or at every start, and that must not undo what a player has turned since.
+// Only a change of the program sets the knobs: hosts send a parameter's value again, at every start
+// for instance, and that must not undo the moves since the program was chosen.
 void Vst3Plugin::play(v3_param_id id, float value) {
   if (id == kVst3Bypass) return amp.setBypass(value > 0.5F);
   if (id != kVst3Program) return amp.setValue(static_cast<int>(id), value);
@@ -155,18 +155,18 @@ void Vst3Plugin::setHandler(v3_component_handler** handler) {
 }
 
 void Vst3Plugin::tellThrough(v3_param_changes** changes) {
-  if (changes == nullptr || !untold_.exchange(false)) return;
+  if (changes == nullptr || !hasNews_.exchange(false)) return;
   for (v3_param_id id = 0; id < shown_.size(); ++id) {
-    std::int32_t place = 0;
-    v3_param_value_queue** queue = v3_cpp_obj(changes)->add_param_data(changes, &id, &place);
+    std::int32_t index = 0;
+    v3_param_value_queue** queue = v3_cpp_obj(changes)->add_param_data(changes, &id, &index);
     if (queue != nullptr)
-      v3_cpp_obj(queue)->add_point(queue, 0, static_cast<double>(shown(id)), &place);
+      v3_cpp_obj(queue)->add_point(queue, 0, static_cast<double>(shown(id)), &index);
   }
 }
 
 void Vst3Plugin::tellHost() {
-  if (handler_ == nullptr || !takesCallsBack_) {
-    untold_ = true;
+  if (handler_ == nullptr || !mayCallBack_) {
+    hasNews_ = true;
     return;
   }
   v3_cpp_obj(handler_)->restart_component(handler_, V3_RESTART_PARAM_VALUES_CHANGED);

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: ISC
 // The amplifier as a VST3 plug-in, mono or stereo: component, processor, controller and units in
-// one object. The tables of functions that a host sees are grouped as VST3 groups them, one file
-// each; they translate and call the amplifier.
+// one object. The functions that a host sees are grouped as VST3 groups them, one file each; they
+// only convert arguments and call the amplifier.
 //
 // Threads are VST3's: process and the processing state belong to the audio thread, everything else
-// to the main thread. A host tells every move twice: the controller, whenever it comes to it, so
-// that the player sees it, and the processor, in a block, at its frame. So there are two sets of
-// values: what plays, in the amplifier, and what is shown and saved, here. A controller that moved
-// the amplifier would set it back in the middle of an automation, to what was shown a while ago.
+// to the main thread. A host reports every move twice: to the controller, at some time, for
+// display, and to the processor, in a block, at its frame. So there are two sets of values: those
+// that play, in the amplifier, and those that are shown and saved, here. A controller that set the
+// amplifier's values would, in the middle of an automation, set them back to what was shown a while
+// ago.
 #pragma once
 
 #include <array>
@@ -26,8 +27,8 @@ namespace quellard {
 
 class Vst3Plugin;
 
-// One of the plug-in's interfaces. Hosts hold its address, find the table of functions through its
-// first member and pass the address to each of them; the second is for us.
+// One of the plug-in's interfaces. Hosts hold its address, find the functions through its first
+// member and pass the address to each of them; the second member leads to the plug-in.
 struct Vst3Face {
   const void* functions;
   Vst3Plugin* plugin;
@@ -35,45 +36,45 @@ struct Vst3Face {
 
 class Vst3Plugin {
  public:
-  // An amplifier behind this interface, owned by its references, of which the caller has the first.
-  // May throw std::bad_alloc.
+  // A new plug-in, as this interface of it. It is reference-counted; the caller owns the first
+  // reference. May throw std::bad_alloc.
   static v3_result create(int sides, const v3_tuid interface, void** object);
-  // Whose face a host has called.
+  // The plug-in that this interface belongs to.
   static Vst3Plugin& of(void* face) { return *static_cast<Vst3Face*>(face)->plugin; }
 
   Vst3Plugin(const Vst3Plugin&) = delete;
   Vst3Plugin& operator=(const Vst3Plugin&) = delete;
   ~Vst3Plugin();
 
-  // Every face's first functions. [any thread]
+  // The first functions of every interface. [any thread]
   static v3_result query(void* face, const v3_tuid interface, void** object);
   static std::uint32_t ref(void* face);
   static std::uint32_t unref(void* face);
-  // The amplifier is ready as soon as it is made, so these may come in any order and number.
+  // The plug-in is ready as soon as it is created, so these may come in any order and number.
   static v3_result initialize(void* face, v3_funknown** context);
   static v3_result terminate(void* face);
 
   HostedAmp amp;
   v3_process_setup setup{};              // the last that was accepted; a rate of 0 before the first
-  std::atomic<bool> active = false;      // blocks are played
-  std::atomic<bool> startsAnew = false;  // the next block does
+  std::atomic<bool> active = false;      // between activation and deactivation
+  std::atomic<bool> startsAnew = false;  // the next block starts from silence
   int selectedUnit = kVst3RootUnit;
 
-  // What hosts see and save. [any thread]
+  // The values that hosts see and save. [any thread]
   float shown(v3_param_id id) const { return shown_[id].load(std::memory_order_relaxed); }
   State shownState() const;
 
-  // A move within a block: is played and shown. [audio thread]
+  // A move from a block: changes the value that plays and the one that is shown. [audio thread]
   void moveInBlock(v3_param_id id, double normalised);
-  // Tells the host of values that have changed behind its back, through what a block gives back.
-  // [audio thread]
+  // Reports values that the plug-in itself has changed, through a block's outgoing changes. [audio
+  // thread]
   void tellThrough(v3_param_changes** changes);
-  // A move that the controller hears of: is shown, and played while no block could bring it. [main
-  // thread] So are the next two.
+  // A move that the controller gets: changes the value that is shown, and while inactive, when no
+  // block could bring it, also the one that plays. [main thread]
   void moveShown(v3_param_id id, double normalised);
-  // Plays and shows a state, and tells the host.
+  // Plays and shows a state, and reports it to the host. [main thread]
   void load(const State& state);
-  // Whom to tell; null for nobody.
+  // The host's object to report to; null for none. [main thread]
   void setHandler(v3_component_handler** handler);
 
  private:
@@ -91,13 +92,13 @@ class Vst3Plugin {
   Vst3Face contextNeeds_;
   std::atomic<std::uint32_t> references_ = 1;
   v3_component_handler** handler_ = nullptr;
-  bool takesCallsBack_ = true;
+  bool mayCallBack_ = true;
   std::array<std::atomic<float>, kNumVst3Parameters> shown_{};
   std::atomic<int> playedProgram_ = 0;
-  std::atomic<bool> untold_ = false;  // values have changed that the host does not know of
+  std::atomic<bool> hasNews_ = false;  // values changed that the host does not know of
 };
 
-// What each interface begins with.
+// The functions that each interface begins with.
 inline constexpr v3_funknown kVst3Unknown = {
     .query_interface = Vst3Plugin::query,
     .ref = Vst3Plugin::ref,
@@ -108,7 +109,7 @@ inline constexpr v3_plugin_base kVst3Base = {
     .terminate = Vst3Plugin::terminate,
 };
 
-// Of component and controller alike. [main thread]
+// Shared by component and controller. [main thread]
 v3_result saveState(void* self, v3_bstream** stream);
 v3_result loadState(void* self, v3_bstream** stream);
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
-// VST3 writes texts in UTF-16; the amplifier's own are plain ASCII. Nothing here allocates.
+// Conversion between VST3's UTF-16 and the amplifier's texts, which are ASCII. Nothing here
+// allocates.
 #pragma once
 
 #include <algorithm>
@@ -14,14 +15,14 @@ namespace quellard {
 
 inline constexpr std::size_t kWideText = sizeof(v3_str_128) / sizeof(std::int16_t);
 
-// Cuts what does not fit before the terminator and fills up with zeros. to: size units.
+// Cuts a text that does not fit and fills the rest with zeros, at least one. to: `size` code units.
 inline void writeWide(std::int16_t* to, std::string_view text, std::size_t size = kWideText) {
   const std::size_t length = std::min(text.size(), size - 1);
   std::fill(std::copy_n(text.begin(), length, to), to + size, std::int16_t{0});
 }
 
-// A text with its terminator. Nothing for letters that the amplifier does not use, and for a text
-// that has no end within kWideText units.
+// The text as ASCII with its terminator. Nothing where it has other characters, or no terminator
+// within kWideText code units.
 inline std::optional<std::array<char, kWideText>> readWide(const std::int16_t* text) {
   std::array<char, kWideText> narrow{};
   for (std::size_t i = 0; i < kWideText; ++i) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The built CLAP file, driven as hosts drive it, beside the effect driven directly.
+// The built CLAP module, driven through its C interface.
 #include <clap/entry.h>
 #include <clap/ext/audio-ports.h>
 #include <clap/ext/params.h>
@@ -29,7 +29,7 @@ const clap_plugin_factory_t* factory() {
   return static_cast<const clap_plugin_factory_t*>(entry().get_factory(CLAP_PLUGIN_FACTORY_ID));
 }
 
-// A parameter event, and the list of them that a block comes with.
+// A parameter event, and a block's list of them.
 using Move = clap_event_param_value_t;
 Move moveOf(clap_id id, double value, int time = 0) {
   Move move{};
@@ -58,10 +58,10 @@ clap_audio_buffer_t portOf(std::vector<double*>& channels) {
   return {nullptr, channels.data(), static_cast<std::uint32_t>(channels.size()), 0, 0};
 }
 
-// As the format counts: the selector from 0 to 2.
+// The value in CLAP's range, in which the selector goes from 0 to 2.
 double plainOf(int index, double value) { return index == 19 ? 2.0 * value : value; }
 
-// Plug-in and host, which counts how often it is told of new values.
+// The plug-in and its host, which counts how often the plug-in reports new values.
 class ClapPlugin : public HostedPlugin {
  public:
   explicit ClapPlugin(const char* id = kMonoId) {
@@ -84,7 +84,7 @@ class ClapPlugin : public HostedPlugin {
     return static_cast<const Table*>(plugin->get_extension(plugin, id));
   }
 
-  // Where nothing else has changed, a reset must do.
+  // At the same rate a reset must be enough to start from silence.
   bool activate(double rate, int maxFrames) override {
     if (rate == rate_) return plugin->reset(plugin), active_ = true;
     if (std::exchange(rate_, rate) > 0.0) {
@@ -99,7 +99,7 @@ class ClapPlugin : public HostedPlugin {
     const clap_input_events_t list = listOf(moves);
     params->flush(plugin, &list, nullptr);
   }
-  // With an event of somebody else's behind it, which must not cut the block.
+  // Followed by an event of a foreign space, which must not cut the block.
   void set(int index, double value, int frame = 0) override {
     for (const int space : {int{CLAP_CORE_EVENT_SPACE_ID}, 0xB33F}) {
       moves_.push_back(moveOf(static_cast<clap_id>(index), plainOf(index, value), frame));
@@ -139,9 +139,9 @@ class ClapPlugin : public HostedPlugin {
   }
   bool load(ByteStream& from) override {
     const clap_istream_t stream = {
-        &from, [](const clap_istream_t* s, void* to, std::uint64_t room) {
+        &from, [](const clap_istream_t* s, void* to, std::uint64_t size) {
           return std::int64_t{
-              static_cast<ByteStream*>(s->ctx)->read(to, static_cast<std::size_t>(room))};
+              static_cast<ByteStream*>(s->ctx)->read(to, static_cast<std::size_t>(size))};
         }};
     return extension<clap_plugin_state_t>(CLAP_EXT_STATE)->load(plugin, &stream);
   }
@@ -221,8 +221,8 @@ TEST(Clap, DescribesItself) {
   }
 }
 
-// Automation of other spaces, other events and unknown ids move nothing; values stay in range.
-TEST(Clap, NonsenseIsRefused) {
+// Events of foreign spaces, other events and unknown ids move nothing; values are limited.
+TEST(Clap, InvalidCallsAreRefused) {
   ClapPlugin hosted;
   const clap_plugin_t* p = hosted.plugin;
   clap_host_t host{};
@@ -238,7 +238,7 @@ TEST(Clap, NonsenseIsRefused) {
     EXPECT_FALSE(p->activate(p, rate, 1, 64)) << rate;
   for (const std::uint32_t frames : {0U, UINT32_MAX})
     EXPECT_FALSE(p->activate(p, 44100.0, 1, frames)) << frames;
-  EXPECT_TRUE(p->activate(p, 44100.0, 1, INT32_MAX)) << "and takes no gigabytes";
+  EXPECT_TRUE(p->activate(p, 44100.0, 1, INT32_MAX)) << "without gigabytes of buffers";
 
   double value = 0.25;
   char text[32] = "untouched";
@@ -265,12 +265,12 @@ TEST(Clap, NonsenseIsRefused) {
   EXPECT_EQ(std::vector({hosted.get(1), hosted.get(2), hosted.get(19), hosted.get(20)}),
             std::vector({1.0, 0.0, 0.5, 1.0}));
   hosted.flush({moveOf(20, 0.9)});
-  EXPECT_EQ(hosted.get(20), 0.0) << "steps are cut";
+  EXPECT_EQ(hosted.get(20), 0.0) << "steps are truncated";
   EXPECT_EQ(hosted.text(20, 1.0) + hosted.text(20, 0.9), "OnOff");
   EXPECT_EQ(hosted.value(20, "on"), 1.0);
 }
 
-// The bank as a host's browser sees it; each preset is loaded by the name under which it is found.
+// The factory bank as a host's browser sees it; the key to load a preset is its name.
 TEST(Clap, FactoryBankIsFound) {
   ClapPresetIndexer indexer{};
   indexer.version = CLAP_VERSION;
@@ -318,8 +318,8 @@ TEST(Clap, FactoryBankIsFound) {
   EXPECT_EQ(hosted.timesToldOfNewValues(), 0);
 }
 
-// Hosts may leave out buffers, send empty blocks, or more frames than they said.
-TEST(Clap, CarelessBlocksAreSurvived) {
+// Hosts may leave out buffers, send empty blocks, or more frames than announced.
+TEST(Clap, InvalidBlocksAreHandled) {
   ClapPlugin plugin;
   EXPECT_EQ(plugin.process({}, {}, 8, {}), CLAP_PROCESS_ERROR) << "not active";
   ASSERT_TRUE(plugin.activate(44100.0, 16));
@@ -327,7 +327,7 @@ TEST(Clap, CarelessBlocksAreSurvived) {
   EXPECT_EQ(plugin.get(5), 0.75);
   EXPECT_EQ(plugin.process({}, {}, 0, {}), CLAP_PROCESS_CONTINUE_IF_NOT_QUIET);
   EXPECT_EQ(plugin.process({}, {}, 0, {moveOf(20, 1.0)}), CLAP_PROCESS_TAIL)
-      << "unheard, it rings on";
+      << "the bypassed amplifier has to decay";
   std::vector<float> out(100, 9.0F);
   std::vector<float*> channels = {out.data()};
   EXPECT_NE(plugin.process({}, portOf(channels), 100, {}), CLAP_PROCESS_ERROR);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The bank plays the guitar takes of Debian's sonic-pi-samples equally loud and never beyond full
-// scale, and keeps what its descriptions promise. `factory_bank_tests --gtest_filter=*Loud` prints
-// the measured table; "to set" is the MASTER that would meet the level exactly.
+// The factory presets play the guitar takes of Debian's sonic-pi-samples equally loud and never
+// beyond full scale, and sound as their descriptions say. `factory_bank_tests
+// --gtest_filter=*Loud` prints the measured levels; "to set" is the MASTER that would meet the
+// target exactly.
 #include "params/factory_bank.h"
 
 #include <algorithm>
@@ -25,9 +26,10 @@ namespace {
 
 constexpr double kLoudnessLufs = -20.0;
 constexpr double kToleranceLu = 1.0;
-// On one take alone no MASTER brings clean and driven presets to one level: the takes differ by 12
-// LU, of which a clean amplifier keeps all and a driven one 2. So each kind has a level on each
-// take of guitarTakes(). What is clean on one take and driven on the next is near the middle.
+// The takes differ by 12 LU. A clean preset keeps this difference, a driven one compresses it to 2
+// LU, so that no MASTER gives both the same level on every take. So each kind has its own level for
+// each take of guitarTakes(), and a third one is for presets that are clean on some takes and
+// driven on others.
 constexpr std::array<double, 4> kCleanLufs = {-18.1, -23.1, -19.9, -29.0};
 constexpr std::array<double, 4> kDrivenLufs = {-19.8, -21.2, -19.4, -21.9};
 constexpr std::array<double, 4> kMiddleLufs = {-18.9, -22.2, -19.7, -25.4};
@@ -121,17 +123,18 @@ TEST(FactoryBank, PlaysTheGuitarTakesEquallyLoud) {
 
 constexpr int kRate = 48000;
 
-// Half a second of what steady tones become once the onset has died away. Tones of even frequencies
-// in Hz, alike in level, which together swing to peak_dbfs.
+// A preset's output for steady tones: half a second, after half a second for the onset. The tones
+// have even whole frequencies in Hz (so that the half second holds whole periods) and equal levels,
+// and reach peak_dbfs together.
 class Steady {
  public:
   Steady(const char* preset, std::vector<int> tones_hz, double peak_dbfs)
       : tones_hz_(std::move(tones_hz)) {
     std::vector<double> signal(kRate);
-    for (std::size_t i = 0; i < tones_hz_.size(); ++i) {  // phases that do not pile up
+    for (std::size_t i = 0; i < tones_hz_.size(); ++i) {  // phases spread out for a low crest
       for (std::size_t n = 0; n < signal.size(); ++n) {
-        const double turns = static_cast<double>(n) * tones_hz_[i] / kRate;
-        signal[n] += std::sin(2.0 * std::numbers::pi * turns + 1.3 * static_cast<double>(i));
+        const double periods = static_cast<double>(n) * tones_hz_[i] / kRate;
+        signal[n] += std::sin(2.0 * std::numbers::pi * periods + 1.3 * static_cast<double>(i));
       }
     }
     const auto [lowest, highest] = std::ranges::minmax(signal);
@@ -141,46 +144,46 @@ class Steady {
     heard_.erase(heard_.begin(), heard_.begin() + kRate / 2);
   }
 
-  // The energy at a whole even frequency, that of a sine of level 1 being 0.5.
-  double energyAt(int hz) const {
-    const std::complex<double> turn = std::polar(1.0, 2.0 * std::numbers::pi * hz / kRate);
+  // The power at an even whole frequency; a sine of amplitude 1 has 0.5.
+  double powerAt(int hz) const {
+    const std::complex<double> rotation = std::polar(1.0, 2.0 * std::numbers::pi * hz / kRate);
     std::complex<double> phase = 1.0, sum = 0.0;
     for (const double x : heard_) {
       sum += x * phase;
-      phase *= turn;
+      phase *= rotation;
     }
     const auto length = static_cast<double>(heard_.size());
     return 2.0 * std::norm(sum / length);
   }
 
-  // Overtones beside the fundamental of a single tone, in %.
+  // Total harmonic distortion of a single tone, in %.
   double thd() const {
     double overtones = 0.0;
-    for (int hz = 2 * tones_hz_[0]; hz < kRate / 2; hz += tones_hz_[0]) overtones += energyAt(hz);
-    return 100.0 * std::sqrt(overtones / energyAt(tones_hz_[0]));
+    for (int hz = 2 * tones_hz_[0]; hz < kRate / 2; hz += tones_hz_[0]) overtones += powerAt(hz);
+    return 100.0 * std::sqrt(overtones / powerAt(tones_hz_[0]));
   }
 
-  // What belongs to none of the tones, beside the whole sound, in %.
-  double blur() const {
+  // Intermodulation: what is no harmonic of any tone, relative to the whole, in %.
+  double intermodulation() const {
     std::set<int> own;
     for (const int tone : tones_hz_) {
       for (int hz = tone; hz < kRate / 2; hz += tone) own.insert(hz);
     }
     double belonging = 0.0, all = 0.0;
-    for (const int hz : own) belonging += energyAt(hz);
+    for (const int hz : own) belonging += powerAt(hz);
     for (const double x : heard_) all += x * x / static_cast<double>(heard_.size());
     return 100.0 * std::sqrt(1.0 - belonging / all);
   }
 
-  double db() const { return 10.0 * std::log10(energyAt(tones_hz_[0])); }
+  double db() const { return 10.0 * std::log10(powerAt(tones_hz_[0])); }
 
  private:
   std::vector<int> tones_hz_;
   std::vector<double> heard_;
 };
 
-// A sine at A3. Struck hard it swings to -6 dBFS; 24 dB less is what a guitar's volume at about 3
-// leaves of it, or a soft touch.
+// For a sine at A3. A hard stroke reaches -6 dBFS; a guitar with its volume at about 3, or a soft
+// touch, 24 dB less.
 double thd(const char* preset, double peak_dbfs) { return Steady(preset, {220}, peak_dbfs).thd(); }
 
 TEST(FactoryBank, PromisedDynamicsAreThere) {
@@ -198,9 +201,9 @@ TEST(FactoryBank, PromisedDynamicsAreThere) {
   }
   for (const char* clean : {"Chime Clean", "Warm Jazz", "Funk Cut"})
     EXPECT_LT(thd(clean, -6.0), 1.0);
-  EXPECT_LT(thd("Pedal Platform", 6.0), 3.0) << "12 dB louder than struck hard: a pedal";
+  EXPECT_LT(thd("Pedal Platform", 6.0), 3.0) << "a pedal, 12 dB louder than a hard stroke";
 
-  // How far the output falls when a note does by 18 dB.
+  // How far the output falls, in dB, when the input falls by 18 dB.
   const auto fall = [](const char* preset) {
     return Steady(preset, {220}, -6.0).db() - Steady(preset, {220}, -24.0).db();
   };
@@ -210,7 +213,7 @@ TEST(FactoryBank, PromisedDynamicsAreThere) {
 }
 
 TEST(FactoryBank, PromisedTonesAreThere) {
-  // dB above the channel's response at 500 Hz, for signals too small to distort.
+  // The response in dB relative to 500 Hz, at a level too low to distort.
   const auto tone = [](const char* preset, int hz) {
     constexpr double kTiny_dbfs = -100.0;
     return Steady(preset, {hz}, kTiny_dbfs).db() - Steady(preset, {500}, kTiny_dbfs).db();
@@ -228,16 +231,16 @@ TEST(FactoryBank, PromisedTonesAreThere) {
         << "mids out";
   }
   EXPECT_LT(tone("Soaring Solo", 3200), tone("Modern Rhythm", 3200) - 4.0) << "mids in front";
-  EXPECT_LT(tone("Soaring Solo", 110), -5.0) << "no bass that a band has already";
+  EXPECT_LT(tone("Soaring Solo", 110), -5.0) << "leaves the bass to the band";
   // An open E major chord, ringing.
   const std::vector<int> chord = {82, 124, 164, 208, 246, 330};
-  EXPECT_LT(Steady("Classic Crunch", chord, -18.0).blur(), 30.0) << "readable";
-  EXPECT_GT(Steady("Stack Roar", chord, -18.0).blur(), 40.0) << "what is not";
+  EXPECT_LT(Steady("Classic Crunch", chord, -18.0).intermodulation(), 30.0) << "readable";
+  EXPECT_GT(Steady("Stack Roar", chord, -18.0).intermodulation(), 40.0) << "not readable";
 }
 
-// Hosts look presets up by name and list programs in 24 bytes. A preset is the whole amplifier: its
-// own channel as listed, the others as a new one has them.
-TEST(FactoryBank, APresetHasANameOfItsOwnAndSetsEveryParameter) {
+// Hosts look up presets by name and list programs in 24 bytes. A preset sets every parameter: the
+// knobs of its own channel as listed, those of the others to their defaults.
+TEST(FactoryBank, NamesAreUniqueAndEveryParameterIsSet) {
   OpenedEffect fresh;
   std::set<int> channels;
   for (const FactoryPreset& preset : kFactoryBank) {

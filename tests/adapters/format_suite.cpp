@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Every format beside the effect driven directly.
+// Every format is compared with the effect driven directly.
 #include "tests/adapters/format_suite.h"
 
 #include <array>
@@ -22,7 +22,7 @@ namespace {
 constexpr int kMaxFrames = 600;
 constexpr int kBankSize = kNumFactoryPresets;
 
-// Knobs with three decimals, so that they have the same bits in a format that counts to 10.
+// Knob values with three decimals, which keep their bits in formats whose knobs go from 0 to 10.
 double drawValue(Random& random, int index) {
   return index == 19 ? random.integer(0, 2) / 2.0 : random.integer(0, 1000) / 1000.0;
 }
@@ -31,12 +31,12 @@ void setAll(HostedPlugin& plugin, Random& random) {
   for (int index = 1; index <= 19; ++index) {
     const double value = drawValue(random, index);
     plugin.set(index, value);
-    ASSERT_NEAR(plugin.get(index), value, 1e-7) << "while nothing is played";
+    ASSERT_NEAR(plugin.get(index), value, 1e-7) << "without a block";
   }
 }
 
-// One block through both; the plug-in in place or not. A move that comes late takes the first frame
-// that is left.
+// Plays one block through both; the plug-in plays it in place or not. A move whose frame lies
+// before its predecessor's takes effect together with it.
 template <typename Sample>
 void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, const Format& format) {
   const int frames = random.integer(1, random.chance(0.3) ? 4 : kMaxFrames);
@@ -59,16 +59,16 @@ void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, const For
   for (std::size_t side = 0; side < out.size(); ++side) expectPlayed(out[side], wanted[side]);
 }
 
-// Random blocks, precisions, buffers, rates and settings, by the knob or by a state, before and
-// after an activation. Each of these starts anew, in the middle of a channel switch
-// too: an offline render can be repeated. While it plays it allocates nothing.
+// Random blocks, precisions, buffers and rates, and random values from moves or a loaded state,
+// before and after an activation. Each activation starts from silence, also one in the middle of a
+// channel switch, so that an offline render can be repeated. Playing allocates nothing.
 TEST_P(Formats, PlayWhatTheEffectPlays) {
   const Format& format = GetParam();
   Random random(sessionSeed() ^ 0xC1A9);
   const auto plugin = format.create(), other = format.create();
   const long before = allocationsSoFar();
   ASSERT_TRUE(plugin->activate(48000.0, kMaxFrames));
-  EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's are not seen";
+  EXPECT_EQ(allocationsSoFar() > before, before > 0) << "the module's allocations are not counted";
   plugin->deactivate();
   DirectAmp direct(format.sides);
   double rate = 48000.0;
@@ -80,8 +80,10 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
     ASSERT_TRUE(plugin->activate(rate, kMaxFrames));
     direct.activate(rate, *plugin);
     for (int block = random.integer(1, 12); block > 0; --block) {
-      format.playsDoubles&& random.chance(0.5) ? playBoth<double>(random, *plugin, direct, format)
-                                               : playBoth<float>(random, *plugin, direct, format);
+      if (format.playsDoubles && random.chance(0.5))
+        playBoth<double>(random, *plugin, direct, format);
+      else
+        playBoth<float>(random, *plugin, direct, format);
       if (testing::Test::HasFatalFailure()) return;
     }
     plugin->deactivate();
@@ -89,7 +91,7 @@ TEST_P(Formats, PlayWhatTheEffectPlays) {
   EXPECT_EQ(plugin->allocated, 0);
 }
 
-// A thread gives all parameters anew, again and again, while another plays.
+// One thread loads states all the time while another plays.
 TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
   const auto plugin = GetParam().create(), other = GetParam().create();
   Random random(sessionSeed() ^ 0xF100);
@@ -104,19 +106,19 @@ TEST_P(Formats, TakeAFloodOfParametersWhilePlaying) {
       Channels<float> io = drawChannels<float>(notes, sides, 64);
       io.back() = io[0];
       plugin->play(io, io);
-      sound = sound && io.back() == io[0];  // nor is NaN equal to itself
+      sound = sound && io.back() == io[0];  // false for NaN, too
     }
     done = true;
   });
   std::size_t loads = 0;
   while (!done) EXPECT_TRUE(plugin->loadFrom(states[++loads % states.size()]));
   audio.join();
-  EXPECT_TRUE(sound) << "not a number, or the sides have parted";
+  EXPECT_TRUE(sound) << "NaN, or the two sides differ";
   EXPECT_EQ(plugin->saved(), states[loads % states.size()]);
 }
 
-// Two hundred amplifiers at once, each with its own setting, all as if alone.
-TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
+// Two hundred plug-ins with different values play as if each were alone.
+TEST_P(Formats, ManyInstancesAreIndependent) {
   constexpr std::array kRates = {44100.0, 48000.0};
   Random random(sessionSeed());
   std::vector<std::unique_ptr<HostedPlugin>> plugins(200);
@@ -132,12 +134,12 @@ TEST_P(Formats, ManyInstancesDoNotKnowOfEachOther) {
   }
 }
 
-// Once it has faded the output is the input, bit for bit, and later what it would have been
-// without.
-TEST_P(Formats, BypassAnAmplifierThatPlaysOn) {
+// After the fade the output is the input, bit for bit. After the bypass it is what it would have
+// been without: the amplifier goes on processing.
+TEST_P(Formats, BypassPassesTheInputAndKeepsProcessing) {
   constexpr int kFrames = 64, kRound = 20, kFading = 8;  // blocks, of which 10 ms take 7.5
   const auto plugin = GetParam().create(), twin = GetParam().create();
-  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has none";
+  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has no bypass";
   ASSERT_TRUE(plugin->activate(48000.0, kFrames));
   ASSERT_TRUE(twin->activate(48000.0, kFrames));
   Random random(sessionSeed() ^ 0xB19A);
@@ -161,7 +163,7 @@ Bytes storedState(const char* file) {
 
 TEST_P(StatefulFormats, KeepTheBypass) {
   const auto plugin = GetParam().create();
-  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has none";
+  if (!plugin->bypass(false)) GTEST_SKIP() << "the format has no bypass";
   const Bytes stored = storedState("state-v2.bin");
   ASSERT_TRUE(plugin->loadFrom(stored));
   ASSERT_TRUE(plugin->activate(48000.0, 64));
@@ -169,10 +171,10 @@ TEST_P(StatefulFormats, KeepTheBypass) {
   Channels<float> out = in;
   for (auto& side : out) side.assign(64, 9.0F);
   plugin->play(in, out);
-  EXPECT_EQ(out, in) << "from the first sample on";
+  EXPECT_EQ(out, in) << "without a fade";
   EXPECT_EQ(plugin->saved(), stored);
   ASSERT_TRUE(plugin->loadPreset(1));
-  EXPECT_EQ(plugin->saved()[4], 2) << "a preset leaves it";
+  EXPECT_EQ(plugin->saved()[4], 2) << "a preset leaves the bypass alone";
   ASSERT_TRUE(plugin->loadFrom(storedState("state-v1.bin")));
   EXPECT_EQ(plugin->saved()[4], 1);
 }
@@ -202,7 +204,7 @@ TEST_P(StatefulFormats, KeepTheirStateThroughAnyStreamAndRefuseOthers) {
   }
 }
 
-// Every text reads back as what it shows, and what a text cannot mean is refused.
+// Every displayed text is read back as its value, and other texts are refused.
 TEST_P(StatefulFormats, ShowAndReadValues) {
   const auto plugin = GetParam().create();
   for (int index = 1; index <= 19; ++index) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What a host of any format does with a plug-in, and the amplifier that all of them must play. The
-// suite in format_suite.cpp holds a format to it that X_test.cpp brings a host for.
+// What a host of any format does with a plug-in, and the output that it must then get. The tests in
+// format_suite.cpp apply to every format; X_test.cpp contains the host for format X.
 #pragma once
 
 #include <algorithm>
@@ -32,7 +32,7 @@ std::vector<Sample*> pointersTo(Channels<Sample>& channels) {
   return pointers;
 }
 
-// Guitar-like input for each side.
+// Random guitar-like input for each side.
 template <typename Sample>
 Channels<Sample> drawChannels(Random& random, int sides, int frames) {
   Channels<Sample> channels;
@@ -51,7 +51,7 @@ Channels<double> widened(const Channels<Sample>& narrow) {
   return wide;
 }
 
-// Doubles bit for bit; floats as the nearest to the double, a denormal as 0.
+// Doubles must have the same bits; floats must be the nearest to the double, or 0 for denormals.
 template <typename Sample>
 void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& direct) {
   constexpr double kLeast = sizeof(Sample) == sizeof(double) ? 0.0 : 0x1p-126;
@@ -62,13 +62,13 @@ void expectPlayed(const std::vector<Sample>& played, const std::vector<double>& 
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A host's stream, which moves up to `chunk` bytes at a time.
+// A host's stream, which transfers up to `chunk` bytes per call.
 struct ByteStream {
   Bytes bytes;
   std::size_t chunk = 1000, at = 0;
 
-  std::int32_t read(void* to, std::size_t room) {
-    const std::size_t count = std::min({room, chunk, bytes.size() - at});
+  std::int32_t read(void* to, std::size_t size) {
+    const std::size_t count = std::min({size, chunk, bytes.size() - at});
     std::copy_n(bytes.data() + std::exchange(at, at + count), count, static_cast<char*>(to));
     return static_cast<std::int32_t>(count);
   }
@@ -79,30 +79,30 @@ struct ByteStream {
   }
 };
 
-// A function or table of a built module, which then stays loaded.
+// A function or table of a built module, which stays loaded.
 inline void* symbolOf(const char* file, const char* name) {
   void* const module = dlopen(file, RTLD_NOW | RTLD_LOCAL);
   void* const symbol = module != nullptr ? dlsym(module, name) : nullptr;
   return symbol != nullptr ? symbol : throw std::runtime_error(dlerror());
 }
 
-// What this thread has allocated so far; always 0 where that cannot be counted.
+// How often this thread has allocated memory; always 0 in builds that cannot count it.
 long allocationsSoFar();
 
-// A plug-in in its built module, behind the C interface of its format. Parameters are 1..19, their
-// values 0..1.
+// A plug-in from its built module, driven through its format's C interface. Parameters are 1..19,
+// their values 0..1.
 class HostedPlugin {
  public:
   virtual ~HostedPlugin() = default;
   virtual bool activate(double rate, int maxFrames) = 0;
   virtual void deactivate() = 0;
-  // Heard from this frame of the next block on, or from its first where the format has no frames.
+  // Takes effect at this frame of the next block, or at its start if the format gives no time.
   virtual void set(int index, double value, int frame = 0) = 0;
   virtual double get(int index) = 0;
   virtual void play(Channels<float>& in, Channels<float>& out) = 0;
   virtual void play(Channels<double>& /*in*/, Channels<double>& /*out*/) {}
-  // False: an error, or refused. Also while another thread plays. Some formats leave it to the host
-  // to keep the parameters.
+  // The state; false for an error. May be called while another thread plays. In formats without a
+  // state of their own the host stores the parameters, as here.
   virtual bool save(ByteStream& to) {
     for (int index = 1; index <= 19; ++index) {
       const double value = get(index);
@@ -118,12 +118,12 @@ class HostedPlugin {
     }
     return true;
   }
-  // Of the others.
+  // For formats that have their own state.
   virtual int timesToldOfNewValues() { return 0; }
   virtual std::string text(int /*index*/, double /*value*/) { return {}; }
   virtual std::optional<double> value(int /*index*/, std::string /*text*/) { return {}; }
   virtual bool loadPreset(int /*number*/) { return false; }
-  // Heard from the next block on. False: the format has none.
+  // Takes effect with the next block. False: the format has no bypass.
   virtual bool bypass(bool /*bypassed*/) { return false; }
 
   Bytes saved(std::size_t chunk = 1000) {
@@ -165,15 +165,15 @@ std::unique_ptr<HostedPlugin> createPlugin() {
 class Formats : public testing::TestWithParam<Format> {};
 class StatefulFormats : public Formats {};
 
-// The amplifier as a plug-in must play it: one effect for each side, settled as a render begins,
-// with the knobs in their places. A knob that is moved later gets there in about 12 ms, in steps of
-// up to 64 samples: straight in the square root of its value, MASTER's in the fourth root.
+// The amplifier as a plug-in must play it: one effect for each side, started like a render, with a
+// preroll that leaves no knob gliding. A later move takes about 12 ms, in steps of up to 64
+// samples, and is linear in the square root of the knob's value, for MASTER in the fourth root.
 class DirectAmp {
  public:
   explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
 
   void activate(double rate, HostedPlugin& plugin) {
-    settled_ = false;
+    prerolled_ = false;
     for (auto& effect : effects_) {
       effect = std::make_unique<OpenedEffect>();
       effect->setSampleRate(static_cast<float>(rate));
@@ -181,7 +181,7 @@ class DirectAmp {
     for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
     length_ = 64.0 * std::max(1.0, std::round(0.012 * rate / 64.0));
   }
-  // The last one before a sample counts.
+  // Takes effect with the next sample; of several values the last counts.
   void set(int index, double value) {
     knobs_[static_cast<std::size_t>(index)].asked = static_cast<float>(value);
   }
@@ -190,11 +190,11 @@ class DirectAmp {
     while (begin < end) {
       const int frames = step(end - begin);
       for (std::size_t side = 0; side < effects_.size(); ++side) {
-        if (!settled_) effects_[side]->process(nullptr, nullptr, 0);
+        if (!prerolled_) effects_[side]->process(nullptr, nullptr, 0);
         double* samples = io[side].data() + begin;
         effects_[side]->process(samples, samples, frames);
       }
-      settled_ = true;
+      prerolled_ = true;
       begin += frames;
     }
   }
@@ -209,7 +209,10 @@ class DirectAmp {
   void adopt(int index) {
     Knob& knob = knobs_[static_cast<std::size_t>(index)];
     const float to = knob.asked;
-    if (!settled_) knob = {to, to, to, to, 0.0, false}, tell(index, to);
+    if (!prerolled_) {
+      knob = {to, to, to, to, 0.0, false};
+      tell(index, to);
+    }
     if (to != knob.to) knob = {to, knob.now, knob.now, to, index == 19 ? length_ - 64 : 0.0, true};
   }
 
@@ -239,7 +242,7 @@ class DirectAmp {
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
   std::array<Knob, 20> knobs_{};
   double length_ = 0.0;  // of a move, in samples
-  bool settled_ = false;
+  bool prerolled_ = false;
 };
 
 }  // namespace quellard::test

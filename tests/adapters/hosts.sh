@@ -22,7 +22,7 @@ takes=/usr/share/sonic-pi/samples
 [[ -e $takes ]] || { echo "sonic-pi-samples is not installed"; exit 77; }
 scratch=$(mktemp -d)
 servers=()
-# The last first, since a client does not end well without its server.
+# The last one first: a JACK client cannot end properly without its server.
 finish() {
   for ((i = ${#servers[@]} - 1; i >= 0; --i)); do
     kill "${servers[i]}" 2>/dev/null || continue
@@ -36,13 +36,13 @@ finish() {
 }
 trap finish EXIT
 cd "$scratch"
-# No preset or setting of the one who tests.
+# Keeps the presets and settings of the user who tests out of the tests.
 export XDG_CONFIG_HOME=$scratch/config XDG_STATE_HOME=$scratch/state
 mkdir -p "$XDG_CONFIG_HOME/quellard/presets"
 sndfile-convert -float32 $takes/guit_harmonics.flac mono.wav
 sndfile-convert -float32 $takes/guit_e_fifths.flac stereo.wav
 
-# A MASTER whose float, divided by 10, is not the float of 0.439.
+# MASTER at 4.39: the float 4.39 divided by 10 is not the float 0.439.
 knobs=(--channel vintage --gain 7.39 --master 4.39)
 ports=(type=1 vintage_gain=7.39 vintage_master=4.39)
 
@@ -65,7 +65,8 @@ serve() {
   return 1
 }
 
-# A program that plays until it is stopped; what is written to descriptor 3 are its keys.
+# Starts a program that plays until it is stopped. What is written to descriptor 3 is its keyboard
+# input.
 start() {
   [[ -p keys ]] || mkfifo keys
   exec 3<>keys
@@ -73,7 +74,7 @@ start() {
   servers+=($!)
 }
 
-# hear TO FROM [MIDI-TO BYTES...]: what goes in and comes out there is the expected render.
+# hear TO FROM [MIDI-TO BYTES...]: playing the mono take into TO gives the expected render at FROM.
 hear() {
   for ((i = 0; i < 100; ++i)); do
     if jack_lsp 2>/dev/null | grep -qx "$2"; then
@@ -144,13 +145,13 @@ case $1 in
     if "$build/quellard-jack" --help 2>said >/dev/full; then exit 1; fi
     grep -qx 'quellard-jack: cannot write standard output: the disk is full' said
     serve
-    # What cannot be remembered hides nothing else.
+    # A state that cannot be written does not hide the rest of the report.
     if timeout --preserve-status 1 "$build/quellard-jack" --state /proc/none.state >said 2>&1; then
       exit 1
     fi
     grep -qx 'quellard-jack: cannot write /proc/none.state: .*' said
     grep -qx '[0-9]* xruns' said
-    # The old spellings of --set, and a preset of the player's own.
+    # The older spellings for --set, and a preset of the user's own.
     "$quellard" presets --show "Warm Jazz" >"$XDG_CONFIG_HOME/quellard/presets/Mine.txt"
     start "$build/quellard-jack" --name amp --no-connect --preset mine \
       --set type=vintage --set vintage_gain=7.39
@@ -164,7 +165,7 @@ case $1 in
     kill "${servers[1]}"
     wait "${servers[1]}"
     tail -n 1 program.log | grep -qx '[0-9]* xruns'
-    # It goes on where it ended, and knobs of the command line move on from there.
+    # It starts with the values that it ended with, and then applies the command line's.
     grep -qx 'modern.treble = 7.8740156' "$XDG_STATE_HOME/quellard/jack/amp.state"
     servers=("${servers[0]}")
     start "$build/quellard-jack" --name amp --no-connect --bass 2.5
@@ -172,14 +173,14 @@ case $1 in
       --set 18=0.598425197 --set 16=0.787401575 --bass 2.5
     hear amp:in amp:out
     ;;
-  panel)  # keys through a terminal of its own: presets, channels, knobs, numbers, saving, mute, bypass
+  panel)  # keys in a pseudo-terminal: presets, channels, knobs, numbers, saving, mute, bypass
     needs jackd jack_wait jack_lsp script
     serve
     export TERM=xterm
     start script -qefc "$build/quellard-jack --name amp --no-connect" seen
     "$quellard" render -q -o expected.wav mono.wav --preset "Soaring Solo" --channel vintage \
       --gain 4 --master 4.39
-    # A name that is taken is refused, and the sound goes on while another is typed.
+    # A factory preset's name is refused, and the sound goes on while another is typed.
     printf 'p2<\033OA=4.39\rwwarm jazz\rwMy' >&3
     hear amp:in amp:out
     grep -q 'Soaring Solo (changed): ' seen

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: ISC
 // jack_take TO FROM IN EXPECTED [MIDI-TO BYTES...]: plays the file IN into the JACK port TO and
-// listens to the port FROM until what it hears contains every sample of EXPECTED in a row, bit for
-// bit. Fails where half a second after the end it has not: how long the ports take to pass it on is
-// the server's affair. Each of BYTES is a MIDI message, raw, to send before the take.
+// records the port FROM until half a second after the end. Succeeds where the recording contains
+// the samples of EXPECTED, bit for bit and without a gap; where they begin depends on the server's
+// latency. Each of BYTES is a MIDI message to send before the take.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -41,7 +41,7 @@ class Player {
     if (jack_get_sample_rate(client_.get()) != static_cast<jack_nframes_t>(rate)) {
       throw std::runtime_error("another rate than the take's");
     }
-    // Silence in front, in which the ports get connected and the knobs reach their places.
+    // Half a second of silence first, in which the ports get connected and the knob moves end.
     const auto second = static_cast<std::size_t>(rate);
     sent_.assign(second / 2, 0.0F);
     sent_.insert(sent_.end(), take.begin(), take.end());
@@ -94,7 +94,7 @@ class Player {
     return 0;
   }
 
-  // Late enough for the connections to be made, and within a period rather than at its start.
+  // After the ports are connected, and in the middle of a period.
   static constexpr std::size_t kMidiAt = 5000;
   std::span<char*> messages_;
   std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> client_;
@@ -120,7 +120,7 @@ int main(int argc, char** argv) try {
   const auto same = [](float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; };
   const auto found =
       std::search(heard.begin(), heard.end(), expected.begin(), expected.end(), same);
-  if (found == heard.end()) throw std::runtime_error("what was heard is not what was expected");
+  if (found == heard.end()) throw std::runtime_error("the expected samples were not heard");
   std::printf("%zu samples, the same to the bit\n", expected.size());
   return 0;
 } catch (const std::exception& error) {

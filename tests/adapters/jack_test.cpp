@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What quellard-jack does beside playing: fading out, metering, taking a line, remembering.
+// The parts of quellard-jack beside the amplifier: mute, level meter, line entry, state file.
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Mute, FadesWithinItsTimeAndLeavesEveryBitOtherwise) {
+TEST(Mute, FadesIn10MsAndOtherwiseKeepsEveryBit) {
   constexpr unsigned kFrames = 1000;
   constexpr int kFade = 480;  // 10 ms
   Mute mute;
@@ -72,7 +72,7 @@ TEST(LevelMeter, HoldsThePeakAndKeepsTheClipMark) {
   EXPECT_FALSE(meter.clipped());
 }
 
-TEST(LineEntry, TakesLettersOfAnyScriptAndGivesThemBackWhole) {
+TEST(LineEntry, TakesAnyCharacterAndDeletesItWhole) {
   LineEntry entry;
   const auto type = [&](const std::string& text) {
     for (const char c : text) entry.press(static_cast<unsigned char>(c));
@@ -90,7 +90,7 @@ TEST(LineEntry, TakesLettersOfAnyScriptAndGivesThemBackWhole) {
   for (int i = 0; i < 2; ++i) entry.press('\b');
   EXPECT_EQ(entry.text(), "");
   EXPECT_EQ(entry.press('\r'), LineEntry::State::entered);
-  EXPECT_EQ(entry.press(27), LineEntry::State::left);
+  EXPECT_EQ(entry.press(27), LineEntry::State::cancelled);
 }
 
 class State : public testing::Test {
@@ -105,7 +105,7 @@ class State : public testing::Test {
   fs::path folder, file;
 };
 
-TEST_F(State, IsRememberedAndAFileOfSomethingElseIsKept) {
+TEST_F(State, IsReadBackAndAFileWithAMistakeIsKept) {
   StateFile first(file);
   EXPECT_FALSE(first.read().has_value());
   EXPECT_NE(first.notice(), "");
@@ -134,7 +134,7 @@ TEST_F(State, IsRememberedAndAFileOfSomethingElseIsKept) {
   EXPECT_TRUE(fs::is_directory(folder));
 }
 
-TEST_F(State, IsWrittenOnceTheSettingsHaveRested) {
+TEST_F(State, IsWrittenOnceTheValuesRest) {
   StateFile state(file);
   SettingsText settings = {"", defaultValues()};
   const auto begin = std::chrono::steady_clock::now();

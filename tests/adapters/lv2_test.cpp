@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The built LV2 module in a host that does what Debian's do not: moves controls between blocks,
-// leaves ports open, sends longer blocks than the plug-in takes at once.
+// The built LV2 module in a host that does what Debian's hosts do not: it moves controls between
+// blocks, leaves ports unconnected and sends longer blocks than the plug-in is prepared for.
 #include <array>
 #include <lv2/core/lv2.h>
 
@@ -28,7 +28,7 @@ class Lv2Plugin : public HostedPlugin {
   void deactivate() override {
     if (amp != nullptr) plugin->cleanup(std::exchange(amp, nullptr));
   }
-  // Ports count to 10, or to the last channel.
+  // Control ports go from 0 to 10; the selector's goes to 2.
   void set(int index, double value, int = 0) override {
     wanted_[static_cast<std::size_t>(index - 1)] = static_cast<float>(scaleOf(index) * value);
   }
@@ -36,7 +36,7 @@ class Lv2Plugin : public HostedPlugin {
     const double control = static_cast<double>(wanted_[static_cast<std::size_t>(index - 1)]);
     return std::round(control / scaleOf(index) * 1e6) / 1e6;
   }
-  // The port that switches on, open at first.
+  // The port "enabled", which is unconnected at first.
   bool bypass(bool bypassed) override {
     enabled_ = bypassed ? 0.0F : 1.0F;
     if (amp != nullptr) plugin->connect_port(amp, 19 + 2 * sides, &enabled_);
@@ -71,7 +71,7 @@ constexpr Format kStereo{"stereo", createPlugin<Lv2Plugin, 2U>, 2, false};
 INSTANTIATE_TEST_SUITE_P(Lv2, Formats, testing::Values(kMono, kStereo));
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(StatefulFormats);
 
-TEST(Lv2, OpenPortsOddRatesAndLongBlocksAreSurvived) {
+TEST(Lv2, UnconnectedPortsWrongRatesAndLongBlocksAreHandled) {
   Lv2Plugin stereo(2);
   EXPECT_STREQ(stereo.plugin->URI, "urn:quellard:amplifier-stereo");
   for (const double rate : {0.0, -1.0, std::nan("")}) EXPECT_FALSE(stereo.activate(rate, 64));
@@ -86,12 +86,13 @@ TEST(Lv2, OpenPortsOddRatesAndLongBlocksAreSurvived) {
   EXPECT_NE(right.back(), 0.25F);
   for (const float x : right) ASSERT_TRUE(std::isfinite(x));
 
-  Lv2Plugin asSet, wildly;
-  for (Lv2Plugin* one : {&asSet, &wildly}) ASSERT_TRUE(one->activate(48000.0, 64));
-  for (const bool wildNow : {false, true}) {
+  Lv2Plugin untouched, withNan;
+  for (Lv2Plugin* one : {&untouched, &withNan}) ASSERT_TRUE(one->activate(48000.0, 64));
+  for (const bool sendsNan : {false, true}) {
     Channels<float> in(1, std::vector<float>(4000, 0.25F)), wanted = in, out = in;
-    for (int index = 1; wildNow && index <= 19; ++index) wildly.set(index, std::nan(""));
-    asSet.play(in, wanted), wildly.play(in, out);
+    for (int index = 1; sendsNan && index <= 19; ++index) withNan.set(index, std::nan(""));
+    untouched.play(in, wanted);
+    withNan.play(in, out);
     EXPECT_EQ(out, wanted) << "NaN moves nothing";
   }
 }

@@ -16,7 +16,7 @@ std::optional<MidiAction> act(std::initializer_list<std::uint8_t> bytes) {
   return midiAction(message, kVintage, kPresets);
 }
 
-TEST(MidiMap, ControllersReachEveryKnobAndTheEndsOfItsWay) {
+TEST(MidiMap, ControllersReachEveryKnobAndBothItsEnds) {
   for (std::uint8_t knob = 0; knob < 18; ++knob) {
     const auto all = act({0xB3, static_cast<std::uint8_t>(102 + knob), 127});
     ASSERT_TRUE(all.has_value());
@@ -38,9 +38,9 @@ TEST(MidiMap, ControllersReachEveryKnobAndTheEndsOfItsWay) {
   }
 }
 
-TEST(MidiMap, ProgramsArePresetsAndTheRestIsLeftAlone) {
+TEST(MidiMap, ProgramsArePresetsAndOtherMessagesAreIgnored) {
   ASSERT_TRUE(act({0xC5, 13}).has_value());
-  EXPECT_EQ(act({0xC5, 13})->preset, 13) << "the user's own behind the factory bank";
+  EXPECT_EQ(act({0xC5, 13})->preset, 13) << "the user's own presets follow the factory bank";
   for (const auto& nothing :
        {act({}), act({0xC0}), act({0xC0, kPresets}), act({0xC0, 127}), act({0xB0, 14}),
         act({0xB0, 7, 100}), act({0xB0, 26, 1}), act({0xB0, 101, 1}), act({0xB0, 120, 0}),

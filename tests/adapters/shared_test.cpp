@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the formats share: the state's bytes and value texts.
+// What all formats share: the bytes of the state, and the texts of values.
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -18,7 +18,7 @@ Bytes storedState(const char* name) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A block of so many values, of which the first is 1 and the others 0.25.
+// A block with `count` values, of which the first is 1 and the others 0.25, without its checksum.
 Bytes blockOf(std::uint8_t version, std::uint8_t count) {
   Bytes block = {'Q', 'L', 'R', 'D', version, 0, count, 0, 0, 0, 0x80, 0x3F};
   while (block.size() < 8U + 4U * count) block.insert(block.end(), {0, 0, 0x80, 0x3E});
@@ -33,7 +33,7 @@ std::optional<State> decodedWithSum(Bytes block) {
   return decodeState(block);
 }
 
-// Each version's example loads, and is what is saved for the settings in it.
+// The stored example of each version loads, and saving what was loaded gives the same bytes.
 TEST(State, EveryVersionIsReadAndTheLowestWritten) {
   for (const char* name : {"state-v1.bin", "state-v2.bin"}) {
     const Bytes stored = storedState(name);
@@ -47,8 +47,8 @@ TEST(State, EveryVersionIsReadAndTheLowestWritten) {
   }
 }
 
-// Refused for what is in them, since their checksum is right; or read as far as it is known.
-TEST(State, ForeignOnesAreRefused) {
+// Blocks with a correct checksum: unknown further values are ignored, invalid contents refused.
+TEST(State, InvalidContentsAreRefused) {
   EXPECT_EQ(decodedWithSum(blockOf(1, 19)), decodedWithSum(blockOf(2, 19))) << "none behind them";
   EXPECT_EQ(decodedWithSum(blockOf(2, 20)), decodedWithSum(blockOf(2, 64))) << "later ones";
   EXPECT_EQ(decodedWithSum(blockOf(2, 20))->values[1], 1.0F);
@@ -65,7 +65,7 @@ TEST(State, ForeignOnesAreRefused) {
   };
   EXPECT_TRUE(loads(0, {}));
   EXPECT_FALSE(loads(0, {'X'})) << "another program's";
-  EXPECT_FALSE(loads(7, {1})) << "a length beyond the block's";
+  EXPECT_FALSE(loads(7, {1})) << "a count beyond the block's length";
   EXPECT_FALSE(loads(11, {0x7F})) << "a value beyond 1";
   EXPECT_FALSE(loads(8 + 4 * 21, {0, 0, 0xC0, 0x7F})) << "not a number";
 }
@@ -82,9 +82,9 @@ TEST(ValueText, ReadsWhatPeopleType) {
   EXPECT_EQ(valueText(kBypassParameter, 1.0F), (ValueText{"On"}));
 }
 
-// Of the settings with two decimals 279 come out a bit away when a float is divided by 10. What a
-// player types back is what was shown.
-TEST(ValueText, AKnobsScaleKeepsTheBits) {
+// A knob's position with two decimals keeps its bits as a float from 0 to 10 and as text. Dividing
+// the float by 10 would miss the value by a bit for 279 of these 1001 positions.
+TEST(ValueText, KnobPositionsKeepTheirBits) {
   for (int hundredths = 0; hundredths <= 1000; ++hundredths) {
     const double scale = hundredths / 100.0;
     const float knob = knobFromFloatPosition(static_cast<float>(scale));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The built VST 2.4 modules, driven through their records, beside the effect driven directly.
+// The built VST 2.4 modules, driven through their records.
 #include <cstring>
 #include <limits>
 #include <set>
@@ -17,7 +17,7 @@ AEffect* open(audioMasterCallback host, const char* name = "VSTPluginMain") {
   return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(entry)(host);
 }
 
-// The module as OpenedEffect holds the effect.
+// The module's effect in the form that OpenedEffect takes.
 template <int sides>
 Orv_TypeIF* openModule(audioMasterCallback host) {
   auto interface = std::make_unique<Orv_TypeIF>();
@@ -57,7 +57,7 @@ class Vst2Plugin : public HostedPlugin {
     const bool done = plugin.dispatch(effSetChunk, 1, size, from.bytes.data()) != 0;
     return loads_ += done, done;
   }
-  // This format's hosts read the values again by themselves.
+  // VST 2.4 hosts read the values again after a load, so every load counts.
   int timesToldOfNewValues() override { return loads_; }
   std::string text(int index, double value) override {
     char text[kVstMaxParamStrLen + 1] = "";
@@ -97,8 +97,8 @@ constexpr Format kStereo{"stereo", createPlugin<Vst2Plugin<2>>, 2, true};
 INSTANTIATE_TEST_SUITE_P(Vst2, Formats, testing::Values(kMono, kStereo));
 INSTANTIATE_TEST_SUITE_P(Vst2, StatefulFormats, testing::Values(kMono));
 
-// What the host is told for this opcode and index, in a buffer of which nothing behind the text is
-// touched; "-" where nothing is told.
+// The text that the plug-in writes for this opcode and index, "-" where it writes none. Expects the
+// bytes after the text to be untouched.
 std::string told(OpenedEffect& plugin, int opcode, int index = 0) {
   char buffer[80];
   std::memset(buffer, '#', sizeof buffer);
@@ -187,17 +187,17 @@ TEST(Vst2, NamesParametersAndPrograms) {
   changed.plugin.setProgram(0);
   EXPECT_EQ(changed.saved(), fresh.saved()) << "Init is a new amplifier";
   changed.plugin.setProgram(7);
-  for (const bool turned : {false, true}) {
-    if (turned) changed.set(1, 0.123);
+  for (const bool moved : {false, true}) {
+    if (moved) changed.set(1, 0.123);
     ASSERT_TRUE(fresh.loadFrom(changed.saved()));
-    EXPECT_EQ(fresh.plugin.dispatch(effGetProgram), turned ? 0 : 7) << "as the values say";
+    EXPECT_EQ(fresh.plugin.dispatch(effGetProgram), moved ? 0 : 7) << "as the values say";
     fresh.plugin.setProgram(0);
   }
 }
 
-// Longer blocks than announced are played whole; a host may announce something else while it plays,
-// or forget to switch on, and then the next block is prepared for.
-TEST(Vst2, PlaysWhateverWasAnnounced) {
+// Blocks longer than announced are played whole. A rate or block length that is announced without
+// switching off and on is adopted with the next block.
+TEST(Vst2, AdoptsWhateverIsAnnounced) {
   Vst2Plugin plugin;
   DirectAmp direct(1);
   Random random(5);
@@ -217,7 +217,7 @@ TEST(Vst2, PlaysWhateverWasAnnounced) {
   }
 }
 
-TEST(Vst2, NonsenseIsSurvived) {
+TEST(Vst2, InvalidCallsAreHandled) {
   const audioMasterCallback mute = [](auto...) { return std::intptr_t{0}; };
   for (const audioMasterCallback host : {mute, audioMasterCallback{nullptr}})
     EXPECT_EQ(open<1>(host, "main"), nullptr);
@@ -235,7 +235,7 @@ TEST(Vst2, NonsenseIsSurvived) {
                              effGetInputProperties, effString2Parameter})
       EXPECT_EQ(told(plugin, opcode, index), "-") << opcode << " of " << index;
   }
-  // Every question without a place for the answer, with numbers of any size.
+  // Every opcode without a buffer for the answer, with values of any size.
   const Bytes before = Vst2Plugin{}.saved();
   for (std::int32_t opcode = effOpen + 2; opcode < 100; ++opcode)
     for (const std::intptr_t value : {INTPTR_MIN, std::intptr_t{-1}, std::intptr_t{13}, INTPTR_MAX})

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The built VST3 module, driven through its C interface as a host drives it.
+// The built VST3 module, driven through its C interface.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -35,7 +35,7 @@ std::string narrow(const std::int16_t* text) {
   return {text, std::find(text, text + sizeof(v3_str_128) / sizeof *text, 0)};
 }
 
-// A host's own object: the address of its functions, then what is its own.
+// An object of the host: the address of its functions, then its own members.
 template <typename Functions>
 struct HostObject {
   struct Table : v3_funknown {
@@ -59,8 +59,8 @@ struct HostObject {
 struct Stream final : HostObject<v3_bstream> {
   ByteStream& kept;
   explicit Stream(ByteStream& stream) : HostObject(kTable), kept(stream) {}
-  static v3_result read(void* self, void* to, std::int32_t room, std::int32_t* done) {
-    *done = static_cast<Stream*>(self)->kept.read(to, static_cast<std::size_t>(room));
+  static v3_result read(void* self, void* to, std::int32_t size, std::int32_t* done) {
+    *done = static_cast<Stream*>(self)->kept.read(to, static_cast<std::size_t>(size));
     return *done > 0 ? V3_OK : V3_FALSE;
   }
   static v3_result write(void* self, void* from, std::int32_t size, std::int32_t* done) {
@@ -73,13 +73,14 @@ struct Stream final : HostObject<v3_bstream> {
 struct Queue final : HostObject<v3_param_value_queue> {
   v3_param_id id;
   std::vector<std::pair<std::int32_t, double>> points;
-  std::int32_t said = -1;  // how many there are, if that is not true
+  std::int32_t claimed = -1;  // a wrong count of points, if not negative
   Queue(v3_param_id parameter, std::vector<std::pair<std::int32_t, double>> sent)
       : HostObject(kTable), id(parameter), points(std::move(sent)) {}
   static Queue& of(void* self) { return *static_cast<Queue*>(self); }
   static v3_param_id parameter(void* self) { return of(self).id; }
   static std::int32_t pointCount(void* self) {
-    return of(self).said < 0 ? static_cast<std::int32_t>(of(self).points.size()) : of(self).said;
+    return of(self).claimed < 0 ? static_cast<std::int32_t>(of(self).points.size())
+                                : of(self).claimed;
   }
   static v3_result point(void* self, std::int32_t i, std::int32_t* frame, double* value) {
     if (static_cast<std::size_t>(i) >= of(self).points.size()) return V3_INVALID_ARG;
@@ -91,7 +92,7 @@ struct Queue final : HostObject<v3_param_value_queue> {
 
 struct Moves final : HostObject<v3_param_changes> {
   std::vector<Queue> queues;
-  bool lies = false;  // about how many there are
+  bool lies = false;  // claims a wrong count of queues
   Moves() : HostObject(kTable) {}
   static std::int32_t queueCount(void* self) {
     const auto& moves = *static_cast<Moves*>(self);
@@ -105,7 +106,7 @@ struct Moves final : HostObject<v3_param_changes> {
   static constexpr Table kTable = {{query, ref, unref}, {queueCount, queue, nullptr}};
 };
 
-// The values that a block gives back.
+// The values that a block returns.
 struct Outputs final : HostObject<v3_param_changes> {
   struct Point final : HostObject<v3_param_value_queue> {
     double* value = nullptr;
@@ -127,7 +128,7 @@ struct Outputs final : HostObject<v3_param_changes> {
   static constexpr Table kTable = {{query, ref, unref}, {nullptr, nullptr, add}};
 };
 
-// A host that must not be called back.
+// The name of a host that must not be called back while it loads.
 struct Application final : HostObject<v3_host_application> {
   Application() : HostObject(kTable) {}
   static v3_result name(void*, std::int16_t* to) {
@@ -181,7 +182,7 @@ class Vst3Plugin : public HostedPlugin {
     v3_process_setup setup{V3_REALTIME, size, maxFrames, rate};
     return p().setup_processing(processor, &setup);
   }
-  // Where the rate is the old one, a pause must do.
+  // At the same rate a pause of processing must be enough to start from silence.
   bool activate(double rate, int maxFrames) override {
     if (std::exchange(rate_, rate) != rate) {
       v3_cpp_obj(component)->set_active(component, false);
@@ -195,7 +196,7 @@ class Vst3Plugin : public HostedPlugin {
     plays_ = false;
   }
 
-  // A jump, even where the queue has points already, and a queue of somebody else's.
+  // A jump, also where the queue has points already, preceded by the queue of an unknown parameter.
   void set(int index, double value, int frame = 0) override {
     const auto id = static_cast<v3_param_id>(index);
     auto& queues = moves.queues;
@@ -312,7 +313,7 @@ TEST(Vst3, FactoryDescribesTwoClasses) {
     v3_cpp_obj(factory2)->get_class_info_2(factory2, i, &second);
     v3_cpp_obj(factory3)->get_class_info_utf16(factory3, i, &third);
     for (const auto& id : {first.class_id, second.class_id, third.class_id})
-      EXPECT_TRUE(v3_tuid_match(id, i == 0 ? kMonoClass : kStereoClass)) << "projects hold it";
+      EXPECT_TRUE(v3_tuid_match(id, i == 0 ? kMonoClass : kStereoClass)) << "projects store it";
     EXPECT_STREQ(first.name, i == 0 ? "Quellard" : "Quellard Stereo");
     EXPECT_EQ(narrow(third.name), second.name);
     EXPECT_STREQ(second.category, "Audio Module Class");
@@ -330,7 +331,7 @@ TEST(Vst3, FactoryDescribesTwoClasses) {
   }
 }
 
-// One object, whatever it is asked through.
+// Every interface gives every other, and always the same object for it.
 TEST(Vst3, EveryInterfaceLeadsToEveryOther) {
   Vst3Plugin plugin;
   const std::array<void*, 4> faces = {plugin.component, plugin.processor, plugin.controller,
@@ -398,7 +399,7 @@ TEST(Vst3, DescribesBusesAndDeclinesOtherArrangements) {
   }
 }
 
-// Ids, units and programs fit each other, and the scales invert each other.
+// Ids, units and programs are consistent, and conversions to plain values and back are exact.
 TEST(Vst3, DescribesParametersUnitsAndPrograms) {
   Vst3Plugin plugin;
   std::set<std::string> titles;
@@ -408,7 +409,7 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
     v3_unit_info unit{};
     ASSERT_EQ(plugin.c().get_parameter_info(plugin.controller, id, &info), V3_OK);
     ASSERT_EQ(plugin.u().get_unit_info(plugin.units, info.unit_id, &unit), V3_OK);
-    EXPECT_EQ(info.param_id, static_cast<v3_param_id>(id)) << "projects hold it";
+    EXPECT_EQ(info.param_id, static_cast<v3_param_id>(id)) << "projects store it";
     const bool isKnob = id > 0 && id < 19;
     const std::string shown = (isKnob ? narrow(unit.name) + " " : "") + narrow(info.short_title);
     EXPECT_EQ(narrow(info.title), shown);
@@ -433,7 +434,7 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
       EXPECT_EQ(plugin.value(id, plugin.text(id, value)), static_cast<float>(value));
     }
   }
-  const auto kept = static_cast<double>(4.39F);  // as some hosts do
+  const auto kept = static_cast<double>(4.39F);  // some hosts keep floats
   EXPECT_EQ(plugin.c().plain_parameter_to_normalised(plugin.controller, 5, kept),
             static_cast<double>(0.439F));
   EXPECT_EQ(plugin.c().normalised_parameter_to_plain(plugin.controller, 5, 0.439), kept);
@@ -456,7 +457,7 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
   EXPECT_NE(plugin.u().get_program_name(plugin.units, list.id + 1, 0, name), V3_OK);
 }
 
-// What one block sounds like with these queues, each with its points.
+// The output of one block with these queues.
 std::vector<double> played(Vst3Plugin& plugin, std::vector<Queue> queues, int frames = 8192) {
   Random random(5);
   Channels<double> io = drawChannels<double>(random, 1, frames);
@@ -476,8 +477,8 @@ double distance(const std::vector<double>& a, const std::vector<double>& b) {
   return std::sqrt(sum / static_cast<double>(a.size()));
 }
 
-// A queue of few points is the line through them: it sounds like one with a point for each frame,
-// with a sharp corner where it has one, and many lines at once do not disturb each other.
+// The points of a queue are connected by lines: it sounds like a queue with a point for every
+// frame, and does not depend on other queues.
 TEST(Vst3, QueuesAreLines) {
   const auto line = [](int frame) {
     return frame < 3000 ? 0.2 + 0.6 * frame / 3000.0 : 0.8 - 0.5 * (frame - 3000) / 5000.0;
@@ -491,7 +492,7 @@ TEST(Vst3, QueuesAreLines) {
   EXPECT_GT(distance(coarse, played({Queue(17, {few.points[0]}), bass})), 0.1 * level);
   EXPECT_GT(distance(coarse, played({few})), 0.01 * level);
 
-  // The first point of a queue is a jump, so are two at one frame, and lists know nothing else.
+  // The first point of a queue is a jump, two points at one frame are another, and lists only jump.
   const auto sharp = played({Queue(17, {{0, 0.5}, {4999, 0.5}, {5000, 0.9}})});
   EXPECT_TRUE(sameBits(sharp, played({Queue(17, {{5000, 0.9}})})));
   EXPECT_TRUE(sameBits(sharp, played({Queue(17, {{5000, 0.5}, {5000, 0.9}})})));
@@ -499,9 +500,9 @@ TEST(Vst3, QueuesAreLines) {
   EXPECT_TRUE(sameBits(switched, played({Queue(kSelector, {{5000, 0.0}})})));
 }
 
-// A program sounds at its frame, and a value that is said again undoes nothing. The host is told of
-// the other values: by a block of what came in a block, else by a call, unless it would then wait
-// for itself.
+// A program takes effect at its frame, and sending the same program again undoes no move. The host
+// gets the new values through the block, if the program came in one, otherwise through a callback,
+// or through the next block where a callback would deadlock.
 TEST(Vst3, ProgramsSetTheKnobsOnce) {
   const double program = 3.0 / (kPrograms - 1);
   std::vector<Queue> values;
@@ -541,9 +542,9 @@ TEST(Vst3, ProgramsSetTheKnobsOnce) {
   EXPECT_EQ(std::pair(plugin.handler.restarts, ardour.references), std::pair(0, 1));
 }
 
-// A controller that hears of an automation late must not set the sound back. While no blocks are
-// played, it alone hears of a move.
-TEST(Vst3, WhatIsShownDoesNotDisturbWhatIsPlayed) {
+// Values that the controller gets must not change what plays, since they may be older. Only while
+// no blocks are played, the controller's values are the ones to play.
+TEST(Vst3, ShownValuesDoNotDisturbPlayingOnes) {
   Vst3Plugin plugin, undisturbed, shown, moved;
   for (Vst3Plugin* each : {&plugin, &undisturbed}) played(*each, {Queue(17, {{0, 0.9}})});
   plugin.show(17, 0.1);
@@ -558,8 +559,7 @@ TEST(Vst3, WhatIsShownDoesNotDisturbWhatIsPlayed) {
   EXPECT_FALSE(sameBits(quieter, louder));
 }
 
-// Hosts may send what they like.
-TEST(Vst3, CarelessHostsAreSurvived) {
+TEST(Vst3, InvalidCallsAreHandled) {
   constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
   Vst3Plugin plugin;
   std::vector<double> out(300, 9.0);
@@ -582,7 +582,7 @@ TEST(Vst3, CarelessHostsAreSurvived) {
   EXPECT_EQ(std::count(out.begin(), out.begin() + 100, 0.0), 100);
   data.nframes = INT32_MAX;
   data.num_output_buses = 0;
-  EXPECT_NE(process({{5, {{INT32_MAX, 0.25}}}}), V3_OK) << "but it ends";
+  EXPECT_NE(process({{5, {{INT32_MAX, 0.25}}}}), V3_OK) << "and must return";
   EXPECT_EQ(plugin.get(5), 0.25);
   data.num_output_buses = 1;
   EXPECT_NE(v3_cpp_obj(plugin.component)->set_active(plugin.component, true), V3_OK);
@@ -595,19 +595,20 @@ TEST(Vst3, CarelessHostsAreSurvived) {
   EXPECT_NE(plugin.setUp(48000.0, 16), V3_OK) << "while it plays";
   EXPECT_EQ(v3_cpp_obj(plugin.component)->set_active(plugin.component, true), V3_OK);
 
-  // Longer than announced, without input, with points out of place.
+  // Longer than announced, without input, with invalid points.
   data.nframes = 300;
   out.assign(300, 9.0);
-  Queue mad(1, {{250, 0.5}, {-7, 7.0}, {9, kNan}, {INT32_MAX, -HUGE_VAL}, {INT32_MIN, 0.75}});
-  mad.said = INT32_MAX;
-  EXPECT_EQ(process({mad, {21, {{0, 0.1}}}, {2, {}}, {3, {{0, 0.2}}}, {3, {{-1, 0.25}}}}), V3_OK);
+  Queue invalid(1, {{250, 0.5}, {-7, 7.0}, {9, kNan}, {INT32_MAX, -HUGE_VAL}, {INT32_MIN, 0.75}});
+  invalid.claimed = INT32_MAX;
+  EXPECT_EQ(process({invalid, {21, {{0, 0.1}}}, {2, {}}, {3, {{0, 0.2}}}, {3, {{-1, 0.25}}}}),
+            V3_OK);
   for (const double x : out) EXPECT_LT(std::fabs(x), 1e-3);
   EXPECT_EQ(std::pair(plugin.get(1), plugin.get(3)), std::pair(0.75, 0.25));
   plugin.moves.lies = true;
   EXPECT_EQ(process({{4, {{0, 0.25}}}}), V3_OK);
   EXPECT_EQ(plugin.get(4), 0.25);
 
-  // Anything that a block may lack, and sizes that cannot be.
+  // Missing buses, arrays and channels, and impossible sizes.
   double* none = nullptr;
   const v3_audio_bus_buffers noArray{1, 0, {}}, less{-5, 0, {}};
   v3_audio_bus_buffers noChannel = bus, many = bus;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
-// How loud the channels are, in figures that neither the shipped code nor the reference knows.
+// The channels' levels and filters, checked against figures that are independent of both the
+// shipped code and the reference.
 #include <complex>
 #include <gtest/gtest.h>
 
@@ -11,8 +12,8 @@ namespace {
 
 double decibels(double ratio) { return 20.0 * std::log10(ratio); }
 
-// RMS of the last 50 ms, in which any multiple of 20 Hz has whole periods, after the slowest filter
-// of the default knobs, 10 Hz, has had nine time constants to settle.
+// RMS of the last 50 ms of 200 ms: whole periods of every multiple of 20 Hz, after nine time
+// constants of the slowest filter of the default knobs (10 Hz).
 double steadyLevel(const std::vector<double>& signal) {
   double sum = 0.0;
   const std::size_t count = signal.size() / 4;
@@ -20,8 +21,8 @@ double steadyLevel(const std::vector<double>& signal) {
   return std::sqrt(sum / static_cast<double>(count));
 }
 
-// A played note at the default knobs and at full GAIN. The same at every rate: what moves is only
-// how many of the upper harmonics the lowpasses let through, whose corner follows the rate.
+// A note at the default knobs and at full GAIN has the same level at every rate, apart from upper
+// harmonics, since the corner of the lowpasses depends on the rate.
 TEST(ChannelLevel, APlayedNoteIsAsLoudAtEveryRate) {
   const struct {
     std::size_t model;
@@ -51,10 +52,10 @@ TEST(Resampler, PassesTheGuitarAndRejectsItsImages) {
     SCOPED_TRACE(testing::Message() << kChannelModels[row.model] << " at " << row.rate);
     const AnyChannel c = kChannelModels[row.model].at(row.rate);
     const auto dB = [&](double frequency) {
-      const double turn = -2.0 * std::numbers::pi * frequency / (c->rate * c->overSampleRatio);
+      const double angle = -2.0 * std::numbers::pi * frequency / (c->rate * c->overSampleRatio);
       std::complex<double> above = 0.0, below = 1.0;
       for (std::size_t i = 0; i <= 5; ++i) {
-        const std::complex<double> z = std::polar(1.0, turn * static_cast<double>(i));
+        const std::complex<double> z = std::polar(1.0, angle * static_cast<double>(i));
         above += c->resampleB[i] * z;
         if (i > 0) below -= c->resampleA[i - 1] * z;
       }

@@ -10,7 +10,7 @@
 namespace quellard::test {
 namespace {
 
-// CTest runs each test in a process of its own, where no other has made the tables.
+// Needs a process in which no other test has built the tables: CTest runs each test in its own.
 TEST(Clipper, ChannelsAreSilentUntilTheirTablesExist) {
   if (QuellardCh1::clip.at(8).halfSize != 0.0) GTEST_SKIP() << "another test has made the tables";
   Random random(1);
@@ -20,17 +20,17 @@ TEST(Clipper, ChannelsAreSilentUntilTheirTablesExist) {
       for (const double y : play(*channel, noise(random, 1.0, 200))) ASSERT_EQ(y, 0.0) << model;
     }
   }
-  for (const ChannelModel& model : kChannelModels) {  // those of the other factor change nothing
+  for (const ChannelModel& model : kChannelModels) {  // the other factor's tables change nothing
     model.build(44100.0, true);
     const AnyChannel channel = model.build(48000.0, false);
     for (const double y : play(*channel, noise(random, 1.0, 200))) ASSERT_EQ(y, 0.0) << model;
   }
 }
 
-// All tables of both factors stand before the first is looked at: none disturbs another. The
-// reference's are held against the curves that both stand for, level tanh(slope u) on either side
-// of 0.
-TEST(Clipper, TablesAreTheReferencesAndSampleTwoHyperbolicTangents) {
+// All tables of both factors are built before the first is compared, so that none can overwrite
+// another. They must have the reference's bits and follow the curve level * tanh(slope * u), with a
+// level and a slope for each side of 0.
+TEST(Clipper, TablesMatchTheReferenceAndTwoHyperbolicTangents) {
   for (const ChannelModel& model : kChannelModels) {
     for (const double rate : {44100.0, 48000.0}) model.at(rate);
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The three channels as one list, for what must hold of each of them.
+// The three channels as a list, for tests that apply to each of them.
 #pragma once
 
 #include <array>

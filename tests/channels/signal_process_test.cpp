@@ -11,7 +11,7 @@
 namespace quellard::test {
 namespace {
 
-// With bad samples in it, now and then, which play as silence.
+// Sometimes with a NaN or infinite sample, which plays as silence.
 std::vector<double> drawInput(Random& random, int n) {
   const double level = random.pick(std::vector<double>{0.0, 1e-310, 1e-3, 0.5, 1e6});
   std::vector<double> input = noise(random, level, static_cast<std::size_t>(std::max(n, 0)));
@@ -23,8 +23,8 @@ std::vector<double> drawInput(Random& random, int n) {
   return input;
 }
 
-// Random lives of a channel: knobs with glides of any length, blocks of any length and of none, in
-// place or not, and now and then its memory lost.
+// Random sequences: knobs with glides of any length, blocks of any length and of none, in place or
+// not, sometimes clearing the channel's memory.
 TEST(SignalProcess, MatchesTheReferenceToTheBit) {
   Random random(sessionSeed() ^ 0x519);
   for (const double rate : {44100.0, 48000.0, 96000.0, 20000.0}) {
@@ -75,9 +75,9 @@ class AnyVoicing : public AmpChannelBase, public PowerStageSplit {
   PowerStageSplit* split_;
 };
 
-// What the fast core has no room for, or holds for something else than it is, sounds as it does in
-// blocks that are too short for that core.
-TEST(SignalProcess, AVoicingThatTheFastCoreDoesNotKnowSoundsRightAllTheSame) {
+// Voicings that do not fit the fast core sound as they do in blocks that are too short for it,
+// which the scalar chain plays.
+TEST(SignalProcess, VoicingsThatTheFastCoreCannotPlayAreRight) {
   kChannelModels[1].at(44100.0);  // its tables
   Random random(2);
   const std::vector<double> input = noise(random, 0.5, 64);

@@ -91,9 +91,9 @@ TEST(FilterDesign, OrderAndFormFollowTheLowSixteenBitsOfTheType) {
   }
 }
 
-TEST(FilterDesign, MendsTheRecordOfItsCaller) {
+TEST(FilterDesign, CorrectsTheRecordOfItsCaller) {
   const struct {
-    double q, frq, mendedQ, mendedFrq;
+    double q, frq, correctedQ, correctedFrq;
   } rows[] = {
       {0.0, 1e3, 1.0, 1e3},     {-3.0, 1e3, 1.0, 1e3},          {kNan, 1e3, 1.0, 1e3},
       {0.7, 0.0, 0.7, 20.0},    {0.7, -1.0, 0.7, 20.0},         {0.7, kNan, 0.7, 20.0},
@@ -106,14 +106,15 @@ TEST(FilterDesign, MendsTheRecordOfItsCaller) {
       section.FDexcute(&moved);
       section.ipFDexcute(&glided, 8);
       for (const filterPrm_tag& prm : {built, moved, glided}) {
-        EXPECT_EQ(prm.q, row.mendedQ) << num;
-        EXPECT_EQ(prm.frq, row.mendedFrq) << num;
+        EXPECT_EQ(prm.q, row.correctedQ) << num;
+        EXPECT_EQ(prm.frq, row.correctedFrq) << num;
       }
     }
   }
 }
 
-// The last bit of every coefficient is part of the sound. What is mended is also what is designed.
+// Every bit of the coefficients is part of the sound. Invalid records are corrected, and designed
+// from the corrected values.
 TEST(FilterDesign, CoefficientsMatchTheReferenceToTheBit) {
   Random random(sessionSeed() ^ 0xd52);
   const std::vector<double> rates = {8000.0, kFs, 48000.0, 96000.0, 192000.0, 336000.0, 352800.0};

@@ -19,11 +19,15 @@ TEST(IirFilter, MemorySurvivesARedesignThatKeepsTheType) {
   } rows[] = {{10, 10, true}, {10, 11, false}, {2, 6, false},    {0, 0, true},
               {13, 13, true}, {13, -1, false}, {10, 65546, true}};
   for (const auto& row : rows) {
-    for (const int length : {-1, 0, 64}) {  // -1: at once, by the other operation
+    for (const int length : {-1, 0, 64}) {  // -1: at once, by FDexcute()
       filterPrm_tag first = record(row.from), second = record(row.to, -6.0, 3000.0);
       IIRFilter section(&first);
-      section.state1 = 0.25, section.state2 = 0.5;
-      length < 0 ? section.FDexcute(&second) : section.ipFDexcute(&second, length);
+      section.state1 = 0.25;
+      section.state2 = 0.5;
+      if (length < 0)
+        section.FDexcute(&second);
+      else
+        section.ipFDexcute(&second, length);
       EXPECT_EQ(section.state1, row.kept ? 0.25 : 0.0) << row.from << " to " << row.to;
       EXPECT_EQ(section.state2, row.kept ? 0.5 : 0.0) << row.from << " to " << row.to;
       EXPECT_TRUE(sameBits(section.coef, IIRFilter(&second).coef));

@@ -78,8 +78,9 @@ TEST(Taper, EveryCurveReachesBothEndsInBothDirections) {
   }
 }
 
-// Points at which another order of the arithmetic, or another precision of a step, gives a number
-// that is far away. The knobs' own curves are compared with the reference in the sessions.
+// Inputs for which another order of the arithmetic, or another precision of one step, gives a
+// clearly different result. The knobs' own curves are compared with the reference in
+// session_test.cpp.
 TEST(Taper, EveryStepRoundsInItsOwnPrecision) {
   const float scale = 0x1.001p0f, x = 0x1.001p-1f;  // their product has 25 digits
   EXPECT_EQ(played({.scale = scale, .base = -0.5f}, x), 0x1.0008p-12f) << "scaled in double";

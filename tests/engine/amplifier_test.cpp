@@ -18,7 +18,7 @@ std::vector<double> played(Amplifier& amp, int frames, double level = 0.5) {
   return block;
 }
 
-TEST(SampleRateSetup, TheRateInForceAndImpossibleOnesChangeNothing) {
+TEST(SampleRateSetup, TheSameRateAndInvalidOnesChangeNothing) {
   using Double = std::numeric_limits<double>;
   Amplifier amp, twin;
   for (Amplifier* each : {&amp, &twin}) {
@@ -44,8 +44,8 @@ TEST(SampleRateSetup, NothingOfAnEarlierSetupIsKept) {
   }
 }
 
-// A mark in a table survives every later set-up: tables that other instances may be reading are
-// never written again.
+// A changed entry of a table survives every later set-up: tables that other instances may be
+// reading are never written again.
 TEST(SampleRateSetup, SharedTablesAreMadeOnce) {
   Amplifier first;
   first.prepare(44100.0);
@@ -60,11 +60,11 @@ TEST(SampleRateSetup, SharedTablesAreMadeOnce) {
     EXPECT_EQ(Amplifier::clipSampleRate, rate);
   }
   table[123] = kept;
-  EXPECT_NE(QuellardCh1::clip.at(7).halfSize, 0.0) << "nor is the other factor's missing";
+  EXPECT_NE(QuellardCh1::clip.at(7).halfSize, 0.0) << "the other factor's table exists too";
 }
 
-// reset() goes back to the sound of a new set-up with the knobs as they stand. It comes in the
-// middle of a fade, and a later fade shows what is left of that one.
+// After reset() the sound is that of a new set-up with the same knobs. It is called in the middle
+// of a fade, and a later switch would show whether something of that fade is left.
 TEST(SampleRateSetup, AfterAResetTheSameBlocksSoundTheSame) {
   for (const float type : {0.0f, 0.5f, 1.0f}) {
     Amplifier amp, fresh;

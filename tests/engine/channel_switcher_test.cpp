@@ -12,7 +12,7 @@
 namespace quellard::test {
 namespace {
 
-// N falling gains, one silent sample, N - 1 rising ones, then nothing but 1.
+// N falling gains, one silent sample, N - 1 rising gains, then 1.
 TEST(ChannelSwitcher, FadesOverSixteenMilliseconds) {
   const std::pair<double, int> rows[] = {{44100.0, 705}, {96000.0, 1536}, {125.0, 2},
                                          {62.5, 1},      {62.4, 1},       {1e-30, 1}};
@@ -26,12 +26,12 @@ TEST(ChannelSwitcher, FadesOverSixteenMilliseconds) {
       ASSERT_EQ(gain[static_cast<std::size_t>(k)], wanted) << rate << ' ' << k;
     }
   }
-  // A nonsensical rate may ask for a long fade, not for gigabytes.
+  // An absurd rate must not allocate gigabytes for its fade.
   EXPECT_LT(ChannelSwitcher(3e38, 0.0f).fadeLength, 1 << 24);
 }
 
-// Selectors that move during either half of a switch or are no numbers, and blocks of any length,
-// so that boundaries fall before, on and after the switch point.
+// Selectors that move during either half of a switch or are NaN, and blocks of random lengths,
+// whose boundaries fall before, on and after the silent sample.
 TEST(ChannelSwitcher, MovesLikeTheReferenceInBlocksOfAnyLength) {
   Random random(sessionSeed() ^ 0x73776974);
   const std::vector<float> selectors = {0.0f, 0.5f, 0.6f, 1.0f,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What a block does around its arithmetic, seen from inside the channel that plays.
+// What processBlock does around the channels, observed with channels that only multiply.
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
@@ -63,7 +63,7 @@ TEST_F(ProcessBlock, ABlockWithoutFramesMovesTheKnobsOnly) {
   EXPECT_EQ(sample, -7.0);
 }
 
-// Also values that compare equal: hosts read these fields.
+// -0 after 0 too, though they compare equal: hosts read these fields.
 TEST_F(ProcessBlock, EveryBlockTakesAllValuesAsApplied) {
   for (const float value : {0.0f, -0.0f}) {
     for (auto& control : amp.controlValues) control = value;
@@ -73,7 +73,7 @@ TEST_F(ProcessBlock, EveryBlockTakesAllValuesAsApplied) {
   }
 }
 
-TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
+TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndCleared) {
   using Double = std::numeric_limits<double>;
   for (const double poison : {Double::infinity(), -Double::infinity(), Double::quiet_NaN()}) {
     fakes[2]->factor = poison;
@@ -82,7 +82,7 @@ TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
     EXPECT_EQ(block(9), std::vector<double>(9, 3.0));
   }
   EXPECT_EQ(fakes[2]->cleared, 3);
-  // In a block that two channels share, only the one at fault loses its memory.
+  // In a block in which two channels play, only the faulty one is cleared.
   amp.typeValue = 0.0f;
   EXPECT_EQ(block(704).back(), 3.0 * (2 * (1.0 / 705)));
   fakes[0]->factor = Double::quiet_NaN();
@@ -91,8 +91,8 @@ TEST_F(ProcessBlock, AChannelThatTurnsNonFiniteIsSilencedAndStartsAfresh) {
   EXPECT_EQ(fakes[2]->cleared, 3);
 }
 
-// Wherever the moves of the selector fall, within a fade, at its silent sample or at a block's end:
-// once it rests, its channel plays at full level.
+// Whenever the selector moves, within a fade, at its silent sample or at a block's end: once it
+// rests, its channel plays at full level.
 TEST_F(ProcessBlock, ASelectorAtRestIsHeard) {
   constexpr int kMixed = 0;
   Random random(sessionSeed() ^ 0x77616c6b);
@@ -106,7 +106,7 @@ TEST_F(ProcessBlock, ASelectorAtRestIsHeard) {
           if (random.chance(restless)) amp.typeValue = random.pick(std::array{0.0f, 0.5f, 1.0f});
           block(static_cast<std::size_t>(frames()));
         }
-        // What is left of one switch, the block that ends it, and one more switch.
+        // Enough time for the rest of one switch, the block that ends it, and one more switch.
         for (double rested = 0.0; rested < 4 * 0.016 * rate + 1000.0;)
           rested += static_cast<double>(block(static_cast<std::size_t>(frames())).size());
         const int named = channelFromSelect(amp.typeValue);
@@ -136,7 +136,7 @@ TEST_F(ProcessBlock, ChannelsPlayUnderTheLockWithFlushToZero) {
     const unsigned after = floatingPointMode();
     setFloatingPointMode(hostsMode);
     if (kHasFloatingPointMode) {
-      EXPECT_EQ(after, mode) << "the host's own mode and flags";
+      EXPECT_EQ(after, mode) << "the host's mode and flags are restored";
       EXPECT_EQ(inside & ~0x3Fu, (mode | kFlushToZeroBit) & ~0x3Fu);
     }
     EXPECT_FALSE(lockWasFree);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The shipped effect, with each instruction set that the machine has, against the reference:
-// every bit of every sample of random sessions.
+// Random sessions: the effect must give every bit of the reference's output, with each instruction
+// set that the machine has.
 #include "tests/support/session.h"
 
 #include <cmath>
@@ -50,9 +50,9 @@ TEST_F(Session, SteadyBlocksMatchTheReference) {
   for (const int frames : {64, 512, 4096}) compare({.frames = {frames}, .blocks = 40}, effort(3));
 }
 
-// Levels far from a guitar's drive every stage into its extremes and its denormals. A sample that
-// is no number shows which of two operands an instruction set's minimum lets through.
-TEST_F(Session, OutlandishSamplesMatchTheReference) {
+// Extreme levels reach the ends of every table and denormals. NaN shows which operand an
+// instruction set's minimum returns.
+TEST_F(Session, ExtremeSamplesMatchTheReference) {
   for (const double level : {1e-320, 1e-300, 1e-12, 0.5, 1e6, 1e300}) {
     for (const std::vector<double>& odd : {{}, std::vector{std::nan(""), HUGE_VAL, 1e308, -0.0}})
       compare({.blocks = 20, .level = level, .odd = odd}, effort(3));

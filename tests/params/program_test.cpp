@@ -10,7 +10,7 @@
 namespace quellard::test {
 namespace {
 
-// The name that a host reads back as that of program 16.
+// The name that a host reads back for program 16.
 std::string nameAfter(const char* given) {
   QuellardProgram program;
   program.rename(given);
@@ -46,7 +46,7 @@ TEST(Program, NothingIsLeftOfALongerName) {
   program.rename("a longer name");
   program.rename("ab");
   EXPECT_EQ(std::string(program.name, sizeof program.name), "ab" + std::string(22, '\0'));
-  program.rename(program.name + 1);  // a host may hand back what it was given
+  program.rename(program.name + 1);  // source and target may overlap
   EXPECT_STREQ(program.name, "b");
 }
 

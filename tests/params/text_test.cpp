@@ -15,7 +15,7 @@ namespace {
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-// The text, provided that nothing behind its terminator at maxLen was written.
+// The text that was written. Expects nothing to be written after the terminator at maxLen.
 template <typename Write>
 std::string written(int maxLen, Write write) {
   char buffer[40];
@@ -24,7 +24,7 @@ std::string written(int maxLen, Write write) {
   const auto end = static_cast<std::size_t>(maxLen);
   if (buffer[0] == '#') return "untouched";
   EXPECT_EQ(buffer[end], '\0');
-  EXPECT_EQ(buffer[end + 1], '#') << "wrote beyond its place";
+  EXPECT_EQ(buffer[end + 1], '#') << "written beyond maxLen";
   return buffer;
 }
 
@@ -55,7 +55,7 @@ TEST(ParameterText, TheSelectorReadsAsAChannel) {
   for (const auto& [value, name] : rows) EXPECT_EQ(display(19, value), name) << value;
 }
 
-TEST(ParameterText, TheFormatterKeepsWithinItsPlace) {
+TEST(ParameterText, TheFormatterKeepsWithinItsLength) {
   const char* const texts[] = {"", " ", " 1", " 12", " 12.", " 12.3", " 12.35", " 12.35"};
   for (int maxLen = 0; maxLen < 8; ++maxLen) {
     EXPECT_EQ(written(maxLen, [&](char* text) { formatValue(12.345f, text, maxLen); }),
@@ -63,12 +63,12 @@ TEST(ParameterText, TheFormatterKeepsWithinItsPlace) {
     EXPECT_EQ(written(maxLen, [&](char* text) { formatValue(1e9f, text, maxLen); }),
               std::string("Huge!").substr(0, static_cast<std::size_t>(maxLen)));
   }
-  // Eight characters at most, however much room there is; the last place is the hundredths'.
+  // At most eight characters, even where more would fit; the last digit is that of the hundredths.
   EXPECT_EQ(written(20, [](char* text) { formatValue(54321.57f, text, 20); }), " 54321.7");
   EXPECT_EQ(written(8, [](char* text) { formatValue(1.0f, text, -1); }), "untouched");
 }
 
-// Automation files and command lines name a parameter by its symbol alone.
+// Automation files and command lines refer to a parameter by its symbol alone.
 TEST(ParameterTable, SymbolsAreUniqueAndIndicesStandInOrder) {
   std::set<std::string> symbols;
   for (int i = 0; i < kNumParameters; ++i) {
@@ -82,7 +82,7 @@ TEST(ParameterTable, SymbolsAreUniqueAndIndicesStandInOrder) {
   EXPECT_EQ(findParameter(kNumParameters), nullptr);
 }
 
-// Automation lists of hosts show nothing but these.
+// Lists of parameters in hosts show only these.
 TEST(ParameterText, TitlesNameTheChannelAndAreUnique) {
   for (const auto& [index, title] : {std::pair{1, "Clean Presence"},
                                      {12, "Vintage Gain"},

@@ -7,8 +7,8 @@ namespace quellard::reference {
 
 namespace {
 
-// Two steps of a double above pi. It decides on which side of the right angle a section tuned to
-// half the sample rate falls, hence the literal.
+// Two units in the last place above pi. For a section tuned to half the sample rate this decides on
+// which side of pi / 2 the tangent is taken.
 constexpr double kPi = 3.141592653589794;
 constexpr double kSqrt2 = 1.4142135623730951;
 
@@ -90,7 +90,7 @@ void Section::redesign(Record record) {
   num = type;
 }
 
-// From the last design's target, wherever a glide under way has got to.
+// Starts from the last design's target, also where a glide has not reached it yet.
 void Section::glideTo(Record record, int samples) {
   base = coef;
   redesign(record);
@@ -130,7 +130,7 @@ namespace {
 double lookup(const Table& table, double x) {
   const double c = x > 1.0 ? 1.0 : (x < -1.0 ? -1.0 : x);
   const double pos = 20000.0 + c * 20000.0;
-  // NaN has no integer. Its fraction stays NaN, so the caller still sees that the signal broke.
+  // NaN cannot become an integer. Its fraction stays NaN, so that the result is NaN.
   const int i = std::isnan(pos) ? 0 : static_cast<int>(pos);
   const double* entry = table.data() + i;
   return (entry[1] - entry[0]) * (pos - i) + entry[0];
@@ -306,7 +306,7 @@ void Channel::signalProcess(const double* in, double* out, int n) {
   masterCurrent = masterTarget;
 }
 
-// Only the first of the factor's outputs is kept; the others live on in the state.
+// Of the factor's outputs only the first is kept; the others act through the state.
 double Channel::oversampled(double v) {
   const double kept = resampler.lowpass(downState, nonlinear(resampler.lowpass(upState, v)));
   for (int j = 1; j < factor; ++j)
@@ -350,7 +350,7 @@ void Channel::clear() {
   splitLow = splitHigh = 0.0;
 }
 
-// The upper limit keeps a host's nonsense rate from asking for endless fades.
+// The upper limit keeps absurd rates from allocating gigabytes.
 Switcher::Switcher(double rate, float select)
     : fadeLength(static_cast<int>(std::clamp(std::floor(0.016 * rate), 1.0, double{1 << 20}))),
       lastSelect(select) {}
@@ -378,7 +378,7 @@ namespace {
 
 std::size_t channelFromSelect(float v) { return v < 0.33F ? 0 : (v < 0.66F ? 1 : 2); }
 
-// Decaying filters would otherwise linger in numbers that the processor is slow at.
+// Flush-to-zero: decaying filters would otherwise reach denormals, which slow the processor down.
 #if defined(__SSE__)
 constexpr unsigned kFlushToZero = 0x8000;
 unsigned mode() { return __builtin_ia32_stmxcsr(); }
@@ -397,7 +397,7 @@ int mode() { return 0; }
 void setMode(int) {}
 #endif
 
-// What the tapers may be given. NaN compares false and becomes 0.
+// Limits a control value to what the tapers accept. NaN compares false and becomes 0.
 double tapered(float exponent, float control) {
   const float limited = control > 0.0F ? std::min(control, 1.0F) : 0.0F;
   const double raised = std::pow(static_cast<double>(limited), static_cast<double>(exponent));
@@ -472,7 +472,7 @@ void Amplifier::process(const double* in, double* out, int frames) {
   outgoing.signalProcess(in, mono, split);
   incoming.signalProcess(in + split, mono + split, n - split);
 
-  bool poisoned = false;  // a channel that has turned non-finite starts afresh
+  bool poisoned = false;  // a channel's output was not finite, so its memory is cleared
   const auto silencePoison = [&](Channel& ran, const double* from, const double* to) {
     if (std::all_of(from, to, [](double x) { return std::isfinite(x); })) return;
     ran.clear();

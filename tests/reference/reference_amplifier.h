@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: ISC
-// The reference: the whole amplifier, written a second time and as simply as it can be, one sample
-// after the other, one stage after the other, in the order of arithmetic that makes its sound. One
-// thread at a time: there is no lock.
+// The reference: the whole amplifier, written a second time as simply as possible, one sample after
+// the other and one stage after the other, in the order of arithmetic that makes its sound. It has
+// no lock: one thread at a time.
 //
-// It is the truth that the shipped signal path is compared with, bit by bit, and the baseline that
-// its speed is quoted against. Both uses end when the two share code, so nothing here includes
-// anything outside this folder, and nothing here is ever made faster. Build with -ffp-contract=off.
+// The shipped signal path must give its output bit for bit, and is timed against it. Code that both
+// shared would make these comparisons worthless, so nothing here includes anything outside this
+// folder, and nothing here is made faster. Build with -ffp-contract=off.
 #pragma once
 
 #include <array>

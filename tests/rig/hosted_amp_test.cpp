@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The amplifier as hosts hold it: its tail, buffers of every kind, faults upstream, the bypass.
+// HostedAmp: tail, buffers of every kind, input limit, bypass.
 #include "rig/hosted_amp.h"
 
 #include <cstdio>
@@ -11,9 +11,9 @@
 namespace quellard::test {
 namespace {
 
-// How long a sound lingers: a loud low string, then silence; most knobs at their ends, where the
-// tone stack rings longest.
-TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
+// A loud low string, then silence. Most knobs are at their ends, where the tone controls ring
+// longest.
+TEST(HostedAmp, TailIsNoLongerThanReported) {
   constexpr std::array kRates = {48000.0, 44100.0, 96000.0, 192000.0};
   double longest = 0.0;  // seconds
   Random random(sessionSeed() ^ 0x7A11);
@@ -40,8 +40,7 @@ TEST(HostedAmp, TheTailIsOverWhenItSaysSo) {
   std::printf("longest tail: %.2f s\n", longest);
 }
 
-// What a host cannot mean moves nothing.
-TEST(HostedAmp, HoldsValuesWithinTheirRange) {
+TEST(HostedAmp, LimitsValuesAndIgnoresNanAndUnknownParameters) {
   HostedAmp amp(HostedAmp::kMono);
   for (const auto& [asked, held] : {std::pair{0.75F, 0.75F},
                                     {NAN, 0.75F},
@@ -54,7 +53,7 @@ TEST(HostedAmp, HoldsValuesWithinTheirRange) {
   }
 }
 
-// A host may cross the channels of one buffer, mix the precisions, or lack a channel.
+// A host may swap the channels of one buffer, mix the precisions, or lack a channel.
 TEST(HostedAmp, ReadsEveryChannelBeforeItWritesAny) {
   constexpr int kFrames = 64;
   Random random(sessionSeed() ^ 0xC055);
@@ -74,9 +73,9 @@ TEST(HostedAmp, ReadsEveryChannelBeforeItWritesAny) {
   expectPlayed(onlyLeft, wide[0]);
 }
 
-// One sample of a fault upstream is forgotten as soon as one at the limit is, and the limit itself
-// changes nothing below it. What is no number is silence, not the loudest sample there is.
-TEST(HostedAmp, ForgetsAFaultUpstream) {
+// A huge sample sounds like one at the limit, a smaller one is not changed, and NaN and infinity
+// sound like silence.
+TEST(HostedAmp, LimitsTheInput) {
   const auto playedWith = [](double odd) {
     HostedAmp amp(HostedAmp::kMono);
     amp.setValue(kTypeParameter, 0.0F);
@@ -114,8 +113,8 @@ Channels<Sample> played(HostedAmp& amp, Channels<Sample> in) {
   return out;
 }
 
-// Engaged it is the input to the last bit, whatever that holds; the way there and back takes 10 ms
-// and is a mixture; afterwards the amplifier sounds as one that was never bypassed.
+// While bypassed the output is the input, bit for bit. The fades take 10 ms and are linear.
+// Afterwards the amplifier sounds like one that was never bypassed.
 template <typename Sample>
 void expectBypass(Random& random) {
   HostedAmp amp(HostedAmp::kStereo), other(HostedAmp::kStereo);
@@ -147,14 +146,14 @@ void expectBypass(Random& random) {
   }
 }
 
-TEST(HostedAmp, TheBypassIsTheInputAndTheAmplifierPlaysOn) {
+TEST(HostedAmp, BypassPassesTheInputAndKeepsProcessing) {
   Random random(sessionSeed() ^ 0xB9);
   expectBypass<float>(random);
   expectBypass<double>(random);
 }
 
-// A project that was saved bypassed opens so, without a fade.
-TEST(HostedAmp, ABypassStaysThroughAnActivation) {
+// A project that was saved bypassed starts bypassed, without a fade.
+TEST(HostedAmp, BypassOutlivesPrepareAndReset) {
   Random random(sessionSeed() ^ 0xBA);
   HostedAmp amp(HostedAmp::kStereo);
   amp.setBypass(true);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// What is promised of a move: it takes the same short time and makes no click, whatever the host's
-// blocks and wherever in one it falls. A click is a step between two samples that the steady sound
-// does not make, or sound above the notes.
+// A knob move takes the same short time and makes no click, whatever the host's block length and
+// wherever in a block it falls. A click shows as a larger step between two samples than the steady
+// sound has, or as sound far above the note.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,16 +18,16 @@ namespace quellard::test {
 namespace {
 
 constexpr double kRate = 44100.0;
-constexpr int kMove = 13000;  // about where the move falls, in samples
+constexpr int kMove = 13000;  // about when the move comes, in samples
 constexpr int kEnd = 22528;   // a multiple of every period
 
-struct Place {
-  int period;
-  int frame;
+struct Timing {
+  int period;  // the host's block length
+  int frame;   // of the move within a block
 };
 
-std::vector<Place> places() {
-  std::vector<Place> all;
+std::vector<Timing> timings() {
+  std::vector<Timing> all;
   for (const int period : {16, 64, 256, 1024})
     for (const int frame : {0, period / 2, period - 1}) all.push_back({period, frame});
   return all;
@@ -39,22 +39,22 @@ ParameterValues defaults(int channel) {
   return values;
 }
 
-int moveAt(Place place) { return kMove / place.period * place.period + place.frame; }
+int moveAt(Timing timing) { return kMove / timing.period * timing.period + timing.frame; }
 
 // 220 Hz at -20 dBFS through an amplifier whose parameters move once.
 std::vector<double> played(const ParameterValues& before, const ParameterValues& after,
-                           Place place) {
+                           Timing timing) {
   HostedAmp amp(HostedAmp::kMono);
   amp.setValues(before);
-  EXPECT_TRUE(amp.prepare(kRate, place.period));
+  EXPECT_TRUE(amp.prepare(kRate, timing.period));
   std::vector<double> io = sine(kRate, 220.0, 0.1, kEnd);
   double* channel = io.data();
   const AudioChannels block{.doubles = &channel, .count = 1};
-  for (int begin = 0; begin < kEnd; begin += place.period) {
-    const int end = begin + place.period, cut = std::clamp(moveAt(place), begin, end);
+  for (int begin = 0; begin < kEnd; begin += timing.period) {
+    const int end = begin + timing.period, cut = std::clamp(moveAt(timing), begin, end);
     amp.play(block, block, begin, cut);
     if (cut < end) amp.setValues(after);
-    EXPECT_TRUE(cut == end || amp.values() == after) << "shown at once";
+    EXPECT_TRUE(cut == end || amp.values() == after) << "the new values are reported at once";
     amp.play(block, block, cut, end);
   }
   return io;
@@ -67,12 +67,12 @@ double largestStep(const std::vector<double>& sound, int begin, int end) {
   return largest;
 }
 
-// The largest step around the move, against that of the louder steady sound.
+// The largest step around the move relative to that of the louder steady sound, over all timings.
 double stepRatio(const ParameterValues& before, const ParameterValues& after) {
   double worst = 0.0;
-  for (const Place place : places()) {
-    const std::vector<double> sound = played(before, after, place);
-    const int move = moveAt(place);
+  for (const Timing timing : timings()) {
+    const std::vector<double> sound = played(before, after, timing);
+    const int move = moveAt(timing);
     const double steady =
         std::max(largestStep(sound, move - 4000, move - 1), largestStep(sound, kEnd - 4000, kEnd));
     worst = std::max(worst, largestStep(sound, move - 1, move + 4000) / steady);
@@ -80,7 +80,7 @@ double stepRatio(const ParameterValues& before, const ParameterValues& after) {
   return worst;
 }
 
-TEST(Moves, AKnobStepsNoFurtherThanTheSound) {
+TEST(Moves, AKnobMoveAddsNoStep) {
   constexpr std::array<std::array<float, 2>, 3> kWays = {
       {{0.5F, 0.6F}, {0.0F, 1.0F}, {1.0F, 0.0F}}};
   constexpr int kStride = sizeof(void*) < 8 ? 5 : 1;  // 32 bits run in an emulator
@@ -94,7 +94,7 @@ TEST(Moves, AKnobStepsNoFurtherThanTheSound) {
   }
 }
 
-TEST(Moves, APresetOfTheSameChannelStepsLittleFurther) {
+TEST(Moves, APresetOfTheSameChannelAddsLittleStep) {
   double worst = 0.0;
   for (const FactoryPreset& from : kFactoryBank) {
     for (const FactoryPreset& to : kFactoryBank) {
@@ -107,7 +107,7 @@ TEST(Moves, APresetOfTheSameChannelStepsLittleFurther) {
   std::printf("largest step of a preset: %.2f\n", worst);
 }
 
-// It has no place between two channels, a new rate in the middle of everything included.
+// There is nothing between two channels to move through, also when the rate changes meanwhile.
 TEST(Moves, TheSelectorArrivesWithItsFirstStep) {
   ParameterSmoother smoother;
   smoother.jumpTo(defaults(0));
@@ -123,16 +123,17 @@ TEST(Moves, TheSelectorArrivesWithItsFirstStep) {
   }
 }
 
-// A high-pass of 511 taps, Blackman's window: 5 kHz on, nothing of the 220 Hz left.
+// The peak behind a high-pass at 5 kHz: an FIR filter of 511 taps with a Blackman window, which
+// leaves nothing of the 220 Hz.
 double peakAbove5kHz(const std::vector<double>& sound, int begin, int end) {
   constexpr int kTaps = 511;
   constexpr double kCut = 2.0 * std::numbers::pi * 5000.0 / kRate;
   std::vector<double> taps(kTaps);
   for (int i = 0; i < kTaps; ++i) {
-    const double t = i - (kTaps - 1) / 2, turn = 2.0 * std::numbers::pi * i / (kTaps - 1);
+    const double t = i - (kTaps - 1) / 2, phase = 2.0 * std::numbers::pi * i / (kTaps - 1);
     const double low =
         t == 0 ? kCut / std::numbers::pi : std::sin(kCut * t) / (std::numbers::pi * t);
-    const double window = 0.42 - 0.5 * std::cos(turn) + 0.08 * std::cos(2.0 * turn);
+    const double window = 0.42 - 0.5 * std::cos(phase) + 0.08 * std::cos(2.0 * phase);
     taps[static_cast<std::size_t>(i)] = (t == 0 ? 1.0 : 0.0) - low * window;
   }
   double peak = 0.0;
@@ -149,39 +150,40 @@ TEST(Moves, MasterMakesNoSoundAbove5kHz) {
   ParameterValues before = defaults(0), after = before;
   after[5] = 0.6F;
   double worst = 0.0;
-  for (const Place place : places()) {
-    const std::vector<double> sound = played(before, after, place);
-    worst = std::max(worst, peakAbove5kHz(sound, moveAt(place) - 10, moveAt(place) + 2000));
+  for (const Timing timing : timings()) {
+    const std::vector<double> sound = played(before, after, timing);
+    worst = std::max(worst, peakAbove5kHz(sound, moveAt(timing) - 10, moveAt(timing) + 2000));
   }
   std::printf("MASTER 5 to 6 above 5 kHz: %.1f dBFS\n", 20.0 * std::log10(worst));
   EXPECT_LT(20.0 * std::log10(worst), -70.0);
 }
 
-// From the bits of one setting to those of another, in the same time for every block length.
+// Before the move the output has the bits of the old value, 512 samples later those of the new one,
+// for every block length.
 TEST(Moves, TakeTheSameShortTime) {
-  constexpr int kWay = 512;  // samples: 12 ms in whole steps
+  constexpr int kDuration = 512;  // samples: 12 ms in whole steps
   ParameterValues before = defaults(1), after = before;
   after[11] = 0.73F;
-  for (const Place place : places()) {
-    const std::vector<double> sound = played(before, after, place);
-    const std::vector<double> low = played(before, before, place),
-                              high = played(after, after, place);
-    const int move = moveAt(place);
+  for (const Timing timing : timings()) {
+    const std::vector<double> sound = played(before, after, timing);
+    const std::vector<double> low = played(before, before, timing),
+                              high = played(after, after, timing);
+    const int move = moveAt(timing);
     for (int i = 0; i < kEnd; ++i) {
       const auto n = static_cast<std::size_t>(i);
       if (i < move) {
         ASSERT_EQ(sound[n], low[n]) << i;
-      } else if (i >= move + kWay) {
+      } else if (i >= move + kDuration) {
         ASSERT_EQ(sound[n], high[n]) << i - move;
-      } else if (i == move + kWay / 2) {
+      } else if (i == move + kDuration / 2) {
         EXPECT_NE(sound[n], high[n]) << "still on its way";
       }
     }
   }
 }
 
-// Knobs that move all the time arrive when they rest; one that comes back arrives where it was.
-TEST(Moves, ArriveWhateverHappensOnTheWay) {
+// After moves that interrupt each other, every knob reaches its last value.
+TEST(Moves, ReachTheLastValueWhateverInterruptsThem) {
   Random random(sessionSeed() ^ 0x30);
   HostedAmp amp(HostedAmp::kMono), resting(HostedAmp::kMono);
   ParameterValues last = defaults(2);
@@ -199,14 +201,17 @@ TEST(Moves, ArriveWhateverHappensOnTheWay) {
   resting.setValues(last);
   ASSERT_TRUE(resting.prepare(kRate, 64));
   for (int i = 0; i < 3000; ++i) {
-    io.assign(64, 0.0), same.assign(64, 0.0);
-    amp.play(block, block, 0, 64), resting.play(twin, twin, 0, 64);
+    io.assign(64, 0.0);
+    same.assign(64, 0.0);
+    amp.play(block, block, 0, 64);
+    resting.play(twin, twin, 0, 64);
   }
   Random notes(1);
   const std::vector<double> note = pluckedNote(notes, kRate, 110.0, 0.5, 64);
-  std::copy(note.begin(), note.end(), io.begin()),
-      std::copy(note.begin(), note.end(), same.begin());
-  amp.play(block, block, 0, 64), resting.play(twin, twin, 0, 64);
+  std::copy(note.begin(), note.end(), io.begin());
+  std::copy(note.begin(), note.end(), same.begin());
+  amp.play(block, block, 0, 64);
+  resting.play(twin, twin, 0, 64);
   for (std::size_t i = 0; i < io.size(); ++i) ASSERT_NEAR(io[i], same[i], 1e-9) << i;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The base classes on their own: what an effect answers that says nothing about itself. The
-// amplifier overrides a good part of it; the rest is what hosts get.
+// The base classes without the amplifier: the default answers, of which the amplifier overrides
+// some, and the calls to the host.
 #include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -34,13 +34,13 @@ class BareEffect : public Orv_TypeBase {
   }
 };
 
-// An address to pass on, where nothing is.
+// An address to pass on that nothing reads.
 template <class Type>
 Type* address(std::intptr_t where) {
   return reinterpret_cast<Type*>(where);
 }
 
-TEST(BareEffect, KnowsNothingOfItself) {
+TEST(BareEffect, AnswersNothingByDefault) {
   BareEffect effect;
   char text[64] = "untouched";
   for (const std::int32_t opcode :
@@ -90,8 +90,8 @@ TEST(BareEffect, KeepsWhatTheHostSets) {
   EXPECT_EQ(single, 3.0f);
 }
 
-// A synthesizer wants the host's MIDI events when it is switched on.
-TEST(BareEffect, IsNothingInParticularUntilItCallsItselfASynthesizer) {
+// A synthesizer asks for the host's MIDI events when it is switched on.
+TEST(BareEffect, AsksForMidiOnlyAsASynthesizer) {
   BareEffect effect;
   effect.ask(effMainsChanged, 0, 1);
   effect.ask(effMainsChanged, 0, 0);
@@ -120,7 +120,7 @@ TEST(BareEffect, AnswersTheHostExtension) {
   EXPECT_STREQ(text, "same");
 }
 
-// What an operation is given, in its order, as the host gets it.
+// The arguments of an operation must reach the host in their fields of the callback.
 TEST(BareEffect, QuestionsReachTheHostWithTheirArguments) {
   BareEffect e;
   void* const p = address<void>(64);
@@ -171,7 +171,7 @@ TEST(BareEffect, QuestionsReachTheHostWithTheirArguments) {
   EXPECT_EQ(e.getMasterVersion(), 1);
 }
 
-// Writes down which operation was called with what, and answers with something of its own.
+// Records each operation with its arguments, and answers 1.
 class AnsweringEffect : public BareEffect {
  public:
   ~AnsweringEffect() override { called += "destroyed "; }
@@ -237,8 +237,8 @@ class AnsweringEffect : public BareEffect {
   // clang-format on
 };
 
-// Every opcode that has a virtual operation calls the effect's own and hands back its answer. All
-// are asked with index 3, value 32, pointer 64 and 0.5.
+// Every opcode calls its virtual operation and returns the answer. All are sent with index 3, value
+// 32, pointer 64 and 0.5.
 TEST(BareEffect, OpcodesReachTheEffectsOwnOperations) {
   AnsweringEffect effect;
   const std::pair<std::int32_t, std::string> rows[] = {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// A host's threads meet in the effect. The thread sanitizer finds what these tests cannot see.
+// Calls from several threads. The thread sanitizer finds races that do not show in the results.
 #include <array>
 #include <atomic>
 #include <future>
@@ -46,7 +46,7 @@ TEST(Concurrency, ControlsMoveAndTextsAreReadDuringBlocks) {
   automation.join();
   EXPECT_EQ(badTexts, 0);
 
-  // Nothing of the turmoil is left: with known values and a new rate the sound is known again.
+  // With known values and a new rate, the output is that of the reference again.
   pair.setProgram(4);
   for (int i = 1; i <= 19; ++i) pair.setParameter(i, 0.75f);
   pair.setSampleRate(96000.0f);
@@ -54,7 +54,7 @@ TEST(Concurrency, ControlsMoveAndTextsAreReadDuringBlocks) {
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(pair.playNoise(64));
 }
 
-// Also the very first set-ups of the process, which make the shared tables.
+// These are also the first set-ups of the process, which build the shared tables.
 TEST(Concurrency, InstancesPrepareAndPlayAtTheSameTime) {
   std::atomic<int> waiting{2};
   const auto instance = [&](std::array<float, 3> rates) {

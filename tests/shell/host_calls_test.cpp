@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Every opcode and callback of the built module, as a host sees it.
+// Every opcode and callback of the built module.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -19,7 +19,7 @@ namespace {
 constexpr auto kIntMax = std::numeric_limits<std::int32_t>::max();
 constexpr auto kIntMin = std::numeric_limits<std::int32_t>::min();
 
-// Memory of the host in which every written byte shows.
+// The host's memory, filled with a pattern that shows which bytes were written.
 struct Canvas {
   Canvas() { bytes.fill('\xA5'); }
   bool clean(std::size_t from = 0) const {
@@ -31,12 +31,12 @@ struct Canvas {
 
 class HostCalls : public testing::Test {
  protected:
-  // The text that an opcode writes into at most `room` bytes.
-  std::string text(std::int32_t opcode, std::int32_t index, std::size_t room,
+  // The text that an opcode writes. Expects no byte to be written beyond `size`.
+  std::string text(std::int32_t opcode, std::int32_t index, std::size_t size,
                    std::intptr_t answer = 0) {
     Canvas canvas;
     EXPECT_EQ(effect.dispatch(opcode, index, kIntMax, canvas.bytes.data()), answer);
-    EXPECT_TRUE(canvas.clean(room)) << "opcode " << opcode << " wrote beyond " << room;
+    EXPECT_TRUE(canvas.clean(size)) << "opcode " << opcode << " wrote beyond " << size;
     return canvas.clean() ? "untouched" : canvas.bytes.data();
   }
 
@@ -91,7 +91,7 @@ TEST_F(HostCalls, OtherOpcodesAnswerZeroAndChangeNothing) {
   EXPECT_EQ(state(), before);
 }
 
-TEST_F(HostCalls, ParametersAreTold) {
+TEST_F(HostCalls, NamesAndValuesAreWritten) {
   for (const auto& [opcode, length] :
        {std::pair{effGetEffectName, 32}, {effGetProductString, 64}}) {
     Canvas canvas, expected;
@@ -116,8 +116,8 @@ TEST_F(HostCalls, ParametersAreTold) {
   }
 }
 
-// Fields at their published places; the operation that this amplifier's own host calls fills a
-// record that is two bytes longer.
+// The fields have their published offsets. The operation that this amplifier's own host calls fills
+// a record that is two bytes longer.
 TEST_F(HostCalls, PropertiesFillTheirRecordOnly) {
   for (int index = -1; index <= 20; ++index) {
     Canvas canvas, longer;
@@ -145,7 +145,7 @@ TEST_F(HostCalls, PropertiesFillTheirRecordOnly) {
   }
 }
 
-// Programs differ in every value, and a value is stored as it comes.
+// Values are stored as they are, also invalid ones.
 TEST_F(HostCalls, EveryProgramKeepsItsOwnValues) {
   const float odd[] = {std::nanf(""), -3.0f, 1e30f, 1e-42f, HUGE_VALF, -0.0f, 2.0f};
   const auto value = [&](int program, int index) {
@@ -155,7 +155,7 @@ TEST_F(HostCalls, EveryProgramKeepsItsOwnValues) {
     EXPECT_EQ(effect.dispatch(effSetProgram, 0, program), 0);
     EXPECT_EQ(effect.dispatch(effGetProgram), program);
     for (int index = 1; index <= 19; ++index) {
-      EXPECT_EQ(effect.getParameter(index), index == 19 ? 1.0f : 0.5f) << "not yet touched";
+      EXPECT_EQ(effect.getParameter(index), index == 19 ? 1.0f : 0.5f) << "the default";
       effect.setParameter(index, value(program, index));
     }
   }

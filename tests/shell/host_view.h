@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The effect object as a host compiled long ago sees it: slots of a table of operations and offsets
-// of fields, written down once more with nothing of ours but the record, so that a declaration that
-// moves there is noticed here.
+// The binary layout of the effect object as an existing host was compiled with it: the slots of the
+// virtual functions and the offsets of the fields. It is written independently of the shell's
+// classes, of which it uses only the record, so that the tests notice when a declaration moves.
 #pragma once
 
 #include <cstddef>
@@ -54,8 +54,8 @@ enum class Slot : std::size_t {
 };
 // clang-format on
 
-// Calls an operation of the record's object. Superfluous arguments do no harm in the C calling
-// convention; the answer's type must be right.
+// Calls a virtual function of the record's object. In the C calling convention additional arguments
+// are ignored, but the type of the result must be correct.
 template <class Answer, class... Args>
 #if defined(__clang__)
 __attribute__((no_sanitize("function")))

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The host's side of the class layout: operations by their slot, fields by their offset, on an
-// object of the built module.
+// The binary layout that the host depends on: virtual functions by their slot and fields by their
+// offset, in an object of the built module.
 #include "tests/shell/host_view.h"
 
 #include <array>
@@ -35,8 +35,7 @@ class HostView : public testing::Test {
   AEffect& record = effect.record();
 };
 
-// The operations that ask the host stand all over the table and each asks something else.
-TEST_F(HostView, QuestionsToTheHostStandInTheirSlots) {
+TEST_F(HostView, CallsToTheHostAreInTheirSlots) {
   // clang-format off
   const std::pair<Slot, std::int32_t> rows[] = {
       {Slot::getMasterVersion, 1}, {Slot::getCurrentUniqueId, 2}, {Slot::masterIdle, 3},
@@ -69,7 +68,7 @@ TEST_F(HostView, QuestionsToTheHostStandInTheirSlots) {
   EXPECT_EQ(effect.getParameter(4), 0.75f);
 }
 
-// What stores into the record: numbers, then flags.
+// The functions that set the record's numbers and flags.
 TEST_F(HostView, SettersReachTheirFields) {
   AEffect& r = record;
   // clang-format off
@@ -185,9 +184,10 @@ TEST_F(HostView, FieldsStandAtTheirOffsets) {
   EXPECT_FALSE(e.typePending);
   EXPECT_EQ(e.typeValue, 0.5f);
   EXPECT_EQ(e.programs[3].values[18], 0.5f);
-  // Live values in the parameters' order, applied ones BASS, MID, TREBLE, PRESENCE, MASTER, GAIN.
+  // controlValues are in the order of the parameters, appliedValues in the order BASS, MID, TREBLE,
+  // PRESENCE, MASTER, GAIN.
   const int applied[6] = {1, 2, 3, 0, 4, 5};
-  // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE.
+  // In the order MASTER, GAIN, BASS, MID, TREBLE, PRESENCE.
   const float exponents[6] = {2.0f, 3.0f, 0.5f, 1.0f, 1.0f, 1.0f};
   for (int i = 0; i < 18; ++i) {
     EXPECT_EQ(e.controlValues[i], static_cast<float>(i + 1) / 32.0f);
@@ -208,7 +208,7 @@ TEST_F(HostView, FieldsStandAtTheirOffsets) {
   EXPECT_NE(out[63], 0.0);
 }
 
-// A recursive mutex of the platform, for which stores on other threads wait.
+// processLock is the platform's recursive mutex; while it is held, other threads' stores wait.
 TEST_F(HostView, TheLockStandsAtItsOffset) {
   effect.setSampleRate(44100.0f);
   pthread_mutex_t& lock = host::view(record).processLock;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Hosts that do what no host should: the effect survives, and goes on playing like the reference.
+// Invalid calls: the effect must survive them and go on playing like the reference.
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
@@ -49,7 +49,7 @@ TEST(HostileHost, NullPointersAreLeftAlone) {
   throwNulls(pair.effect);
   pair.setSampleRate(48000.0f);
   throwNulls(pair.effect);
-  // A count below 1 is a block without samples, which still brings the knobs up to date.
+  // A count below 1 is a block without samples, in which the knobs still move.
   EXPECT_TRUE(pair.playNoise(0));
   for (int i = 0; i < 6; ++i) EXPECT_TRUE(pair.playNoise(64)) << i;
 
@@ -67,12 +67,12 @@ TEST(HostileHost, NullPointersAreLeftAlone) {
   EXPECT_EQ(x, 0.5);
 }
 
-// Everything at once: odd samples, odd values, odd rates, programs, lengths.
+// Invalid samples, values, rates, programs and lengths in random order.
 TEST(HostileHost, OddSessionsPlayLikeTheReference) {
   Random random(sessionSeed() ^ 0x686f7374);
   for (int session = 0; session < effort(60); ++session) {
     BesideReference pair(moduleEntry("OrvTypeIF"));
-    // Before the first rate there is silence.
+    // Without a rate the effect plays silence.
     if (random.chance(0.8)) pair.setSampleRate(random.chance(0.5) ? 44100.0f : 48000.0f);
     int frames = 64;
     for (int block = 0; block < 60; ++block) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What the amplifier asks of memory: nothing while it plays, little for an instance, and patience
-// where there is none left.
+// Memory: none is allocated while playing, an instance needs little, and failed allocations leave
+// the effect usable.
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -22,15 +22,15 @@
 namespace quellard::test {
 namespace {
 
-constexpr long kStep = kAtFullSpeed ? 1 : 9;  // from one place of failure to the next
-constexpr long kMany = 10000;                 // more than anything here allocates
+constexpr long kStep = kAtFullSpeed ? 1 : 9;  // slow builds fail only every ninth allocation
+constexpr long kMany = 10000;                 // more allocations than anything here makes
 
 long hostAsked = 0;
 std::intptr_t countingHost(AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float) {
   return ++hostAsked;
 }
 
-// Whatever a block can meet once its length is steady, text queries of other threads included.
+// All that may happen around blocks of a steady length, queries for texts included.
 void playEverything(OpenedEffect& effect, double* in, double* out, int frames, int round) {
   char text[80];
   in[0] = round % 7 == 0 ? std::nan("") : 0.1;
@@ -52,12 +52,12 @@ TEST(Memory, SteadyBlocksAllocateNothing) {
     const long before = allocations;
     for (int round = 0; round < effort(400); ++round) {
       playEverything(effect, in.data(), out.data(), frames, round);
-      ASSERT_EQ(allocations - before, 2) << "the two buffers of another length";
+      ASSERT_EQ(allocations - before, 2) << "the two buffers for a new block length";
     }
   }
 }
 
-// Counted once more by the kernel, which kills a strict process at any system call but the end.
+// The kernel's strict mode kills a process at any system call but exit.
 TEST(Memory, SteadyBlocksMakeNoSystemCall) {
 #if defined(__linux__) && defined(__x86_64__)
   if (kSanitized) GTEST_SKIP() << "sanitizers make system calls of their own";
@@ -75,13 +75,14 @@ TEST(Memory, SteadyBlocksMakeNoSystemCall) {
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
-  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "the kernel offers no strict mode";
+  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "the kernel has no strict mode";
 #else
   GTEST_SKIP() << "no strict mode here";
 #endif
 }
 
-// Some 60 KiB at 192 kHz, of which the two fades are 48; the block buffers are the host's choice.
+// About 60 KiB at 192 kHz, 48 of them for the two fades. The block buffers, two samples per frame,
+// depend on the host's block length.
 TEST(Memory, AnInstanceIsSmallBesideTheSharedTables) {
   for (const float rate : {44100.0f, 48000.0f, 192000.0f}) {
     std::vector<double> block(512);
@@ -92,29 +93,29 @@ TEST(Memory, AnInstanceIsSmallBesideTheSharedTables) {
     EXPECT_GT(prepared, 10 * 1024) << "are the allocations counted at all?";
     EXPECT_LT(prepared, 64 * 1024) << rate;
     effect.process(block.data(), block.data(), 512);
-    EXPECT_LT(liveBytes - before - prepared, 2 * 512 * 8 + 512) << "two samples a frame";
+    EXPECT_LT(liveBytes - before - prepared, 2 * 512 * 8 + 512) << "two samples per frame";
   }
 }
 
-TEST(Memory, NothingIsLeftBehindAnEntryThatFails) {
+TEST(Memory, AFailingEntryLeaksNothing) {
   const long before = liveBytes;
   hostAsked = 0;
-  long place = -1;
+  long nth = -1;
   std::unique_ptr<Orv_TypeIF> interface;
-  while (interface == nullptr && ++place < kMany) {
-    EXPECT_EQ(liveBytes, before) << place;
-    const Shortage shortage(place);
+  while (interface == nullptr && ++nth < kMany) {
+    EXPECT_EQ(liveBytes, before) << nth;
+    const Shortage shortage(nth);
     interface.reset(openInterface(countingHost));
-    EXPECT_NE(struck, interface != nullptr);
+    EXPECT_NE(failed, interface != nullptr);
   }
-  EXPECT_GE(place, 3) << "interface, effect and programs";
-  EXPECT_EQ(hostAsked, place) << "without an interface the host is not even asked";
+  EXPECT_GE(nth, 3) << "interface, effect and programs";
+  EXPECT_EQ(hostAsked, nth) << "without an interface the host is not even asked";
   interface->effect->dispatcher(interface->effect, effClose, 0, 0, nullptr, 0.0f);
   interface.reset();
   EXPECT_EQ(liveBytes, before);
 }
 
-// The places in the effect's memory that are looked for, and those that have been released so far.
+// The addresses whose release is waited for, and those that have been released, in order.
 std::vector<const void*> sought, released;
 
 TEST(Memory, AClosedEffectReleasesWhatItHoldsInOrder) {
@@ -131,7 +132,7 @@ TEST(Memory, AClosedEffectReleasesWhatItHoldsInOrder) {
     sought.insert(sought.end(), {e.channelBuffer.get(), &e});
     released.reserve(sought.size());
     onRelease = [](const char* from, const char* end) {
-      const auto lies = [&](const void* place) { return from <= place && place < end; };
+      const auto lies = [&](const void* address) { return from <= address && address < end; };
       const auto found = std::find_if(sought.begin(), sought.end(), lies);
       if (found != sought.end()) released.push_back(*found);
     };
@@ -155,34 +156,34 @@ void expectSilence(OpenedEffect& effect, int frames) {
 }
 
 TEST(Memory, AfterASetupThatFailsTheNextOneBuildsEverything) {
-  long place = 0;
-  for (bool again = true; again; place += kStep) {
-    ASSERT_LT(place, kMany);
+  long nth = 0;
+  for (bool again = true; again; nth += kStep) {
+    ASSERT_LT(nth, kMany);
     BesideReference pair;
     pair.setParameter(19, 0.5f);
     pair.setSampleRate(48000.0f);
     ASSERT_TRUE(pair.playNoise(64));
     {
-      const Shortage shortage(place);
+      const Shortage shortage(nth);
       pair.effect.setSampleRate(44100.0f);
-      again = struck;
+      again = failed;
     }
     pair.model.setSampleRate(44100.0f);
     if (again) {
       expectSilence(pair.effect, 64);
       for (const auto& channel : pair.effect.object().channels) EXPECT_EQ(channel, nullptr);
       // Going back to the earlier rate builds as well.
-      pair.setSampleRate(place % 2 == 0 ? 44100.0f : 48000.0f);
+      pair.setSampleRate(nth % 2 == 0 ? 44100.0f : 48000.0f);
     }
-    ASSERT_TRUE(pair.playNoise(64)) << place;
+    ASSERT_TRUE(pair.playNoise(64)) << nth;
     pair.setParameter(19, 0.0f);
-    ASSERT_TRUE(pair.playNoise(kAtFullSpeed ? 900 : 64)) << place;
+    ASSERT_TRUE(pair.playNoise(kAtFullSpeed ? 900 : 64)) << nth;
   }
-  EXPECT_GT(place, 60) << "three channels of some fifteen sections each";
+  EXPECT_GT(nth, 60) << "three channels of some fifteen sections each";
 }
 
 TEST(Memory, AfterABlockWithoutBuffersTheNextOnePlaysOn) {
-  for (const long place : {0L, 1L}) {
+  for (const long nth : {0L, 1L}) {
     BesideReference pair;
     pair.setSampleRate(44100.0f);
     ASSERT_TRUE(pair.playNoise(64));
@@ -190,9 +191,9 @@ TEST(Memory, AfterABlockWithoutBuffersTheNextOnePlaysOn) {
     ASSERT_TRUE(pair.playNoise(300)) << "now in the middle of a switch";
     for (const int frames : {128, 500, 20}) {
       // The test's own two arrays come first.
-      const Shortage shortage(2 + place);
+      const Shortage shortage(2 + nth);
       expectSilence(pair.effect, frames);
-      ASSERT_TRUE(struck) << frames;
+      ASSERT_TRUE(failed) << frames;
       ASSERT_TRUE(pair.playNoise(frames)) << frames;
     }
     for (int i = 0; i < 8; ++i) ASSERT_TRUE(pair.playNoise(200)) << i;

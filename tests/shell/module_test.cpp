@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the module exports and what its entries hand out.
+// The module's exported entries and the records that they return.
 #include "tests/shell/module.h"
 
 #include <array>
@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Both, ModuleEntry, testing::Values("getinterface", "Orv
 TEST_P(ModuleEntry, AsksTheHostOnceForItsVersion) {
   hostCalls.clear();
   {
-    OpenedEffect effect(entry, recordingHost<-5>);  // any answer but 0 will do
+    OpenedEffect effect(entry, recordingHost<-5>);  // any version but 0 is accepted
     effect.setSampleRate(44100.0f);
     double x[2] = {};
     effect.process(x, x, 2);

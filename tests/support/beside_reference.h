@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The effect and the reference side by side: what is done to one is done to the other, and every
-// block must have the same bits.
+// The effect and the reference in parallel: every call goes to both, and every block must have the
+// same bits.
 #pragma once
 
 #include <vector>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What kind of build a test runs in, and how often it may repeat itself there.
+// Which kind of build the tests run in, and how many rounds they may take there.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,7 @@ inline constexpr bool kAtFullSpeed = !kSanitized && !kEmulated;
 inline constexpr bool kAtFullSpeed = false;
 #endif
 
-// Rounds of a test that takes as many of them as time allows.
+// The rounds of a test with random input: fewer in slow builds.
 constexpr int effort(int rounds) { return kAtFullSpeed ? rounds : std::max(1, rounds / 8); }
 
 }  // namespace quellard::test

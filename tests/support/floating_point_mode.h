@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The calling thread's floating-point control register where the amplifier sets it.
+// The calling thread's floating-point control register, on processors on which the amplifier sets
+// it.
 #pragma once
 
 #if defined(__SSE__)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// An effect as a host holds it: opened through an entry, driven through its record, closed at the
-// end of its scope.
+// An effect as a host uses it: opened through an entry, driven through its record, closed by the
+// destructor.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,7 @@
 
 namespace quellard::test {
 
-// Every bit of every value, so that +0 and -0 or two NaN do not pass for each other.
+// Compares every bit of every value: +0 and -0 differ, and so do two NaN with different bits.
 template <class Values>
 testing::AssertionResult sameBits(const Values& one, const Values& other) {
   if (one.size() != other.size())

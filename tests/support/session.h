@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Random sessions: what hosts and players do to an amplifier, in an order drawn from a seed, so
-// that the same session can be played by whatever must sound the same.
+// Random sessions of what hosts and players do to an amplifier. A session depends on its seed
+// alone, so that several amplifiers can play the same one.
 #pragma once
 
 #include <array>
@@ -15,10 +15,10 @@ struct SessionPlan {
   std::vector<int> frames = {0, 1, 2, 7, 64, 100, 512, 4096};
   int blocks = 60;
   double level = 0.5;
-  std::vector<double> odd = {};  // samples of which a block may hold a few
+  std::vector<double> odd = {};  // values that replace a few samples of the input
 };
 
-// A guitar as far as an amplifier can tell: plucked notes, some noise, some silence.
+// Guitar-like input: plucked notes, sometimes noise or silence.
 inline std::vector<double> drawBlock(Random& random, double level, int frames) {
   const auto length = static_cast<std::size_t>(frames);
   const double which = random.unit();
@@ -27,7 +27,7 @@ inline std::vector<double> drawBlock(Random& random, double level, int frames) {
   return pluckedNote(random, 44100.0, random.between(80.0, 1200.0), level, length);
 }
 
-// What happens between two blocks. Player: see playSession.
+// The changes between two blocks. Player: see playSession.
 template <typename Player>
 void drawMoves(Random& random, const SessionPlan& plan, Player& player) {
   if (random.chance(0.03)) player.setSampleRate(random.pick(plan.rates));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Signals and random numbers that the tests share. The same seed gives the same bits with every
-// compiler and C library: the generator is one that the standard pins down, and its numbers are
-// scaled here rather than by a distribution that each library writes its own way.
+// Signals and random numbers. The same seed gives the same bits with every compiler and C library:
+// the C++ standard defines the generator's numbers exactly, and they are scaled here, since the
+// standard does not define how its distributions do that.
 #pragma once
 
 #include <cmath>
@@ -18,8 +18,8 @@
 namespace quellard::test {
 
 // The seed of this run: QUELLARD_TEST_SEED (decimal, or hexadecimal with 0x) or a fixed one,
-// printed once per process so that a failure can be run again. What is no number throws: another
-// session than the one asked for would look like a fixed fault.
+// printed once per process so that a failure can be repeated. Throws for text that is no number:
+// running another seed than the one asked for would make a fault seem mended.
 inline std::uint64_t sessionSeed() {
   static const std::uint64_t seed = [] {
     std::uint64_t value = 0x5175656c6c617264;
@@ -67,20 +67,20 @@ inline std::vector<double> sine(double rate, double frequency, double level, std
   return signal;
 }
 
-// White, evenly spread over -level..level.
+// White noise, uniformly distributed over -level..level.
 inline std::vector<double> noise(Random& random, double level, std::size_t length) {
   std::vector<double> signal(length);
   for (double& x : signal) x = random.between(-level, level);
   return signal;
 }
 
-// A plucked string: noise going round a delay line of one period and losing its treble first. The
-// fundamental falls by 60 dB in some four seconds. The pitch is that of the whole period below.
+// A plucked string: noise in a delay line of one period with a lowpass in its feedback. The
+// fundamental decays by 60 dB in about four seconds. The period is rounded down to whole samples.
 inline std::vector<double> pluckedNote(Random& random, double rate, double frequency, double level,
                                        std::size_t length) {
   const double samples = rate / frequency;
   const std::size_t period = samples > 2.0 ? static_cast<std::size_t>(samples) : 2;
-  // 6.9 time constants make 60 dB; half of each, since two neighbours are summed.
+  // 60 dB are 6.9 time constants. Halved, since two neighbouring samples are added.
   const double keep = 0.5 * (1.0 - 6.9 / (4.0 * (frequency > 20.0 ? frequency : 20.0)));
   std::vector<double> line = noise(random, level, period);
   std::vector<double> signal(length);

@@ -13,7 +13,8 @@ namespace {
 namespace fs = std::filesystem;
 using test::Audio;
 
-// Writes one channel, in odd pieces, as a render with moves does; returns how many were cut.
+// Writes one channel in pieces of different lengths, as a render with moves does. Returns the
+// number of clipped samples.
 std::int64_t writeWith(const fs::path& path, const std::string& sampleFormat, const Audio& audio) {
   AudioWriter writer(path, formatFor(path, sampleFormat), audio.rate, 1, 0);
   for (std::size_t at = 0; at < audio.samples.size();) {
@@ -33,7 +34,7 @@ double worstDifference(const Audio& a, const Audio& b) {
   return worst;
 }
 
-TEST(AudioFile, EveryTypeKeepsTheMusicAsWellAsItCanAndCountsWhatItCuts) {
+TEST(AudioFile, EveryTypeKeepsTheAudioAndCountsClippedSamples) {
   const test::Scratch folder;
   const Audio music = {44100, 1, test::pluck(0.5, 44100)};
   Audio loud = music;
@@ -46,7 +47,7 @@ TEST(AudioFile, EveryTypeKeepsTheMusicAsWellAsItCanAndCountsWhatItCuts) {
   for (double sample : loud.samples) above += std::abs(sample) > 1.0;
   const struct {
     const char *ending, *sampleFormat;
-    double step;  // the largest rounding error, with some room for noise shaping
+    double step;  // the largest error, including noise shaping
     bool hasFullScale;
   } cases[] = {
       {"wav", "", 1e-7, false},      {"wav", "double", 0.0, false}, {"flac", "pcm16", 5e-5, true},
@@ -71,9 +72,9 @@ TEST(AudioFile, EveryTypeKeepsTheMusicAsWellAsItCanAndCountsWhatItCuts) {
   }
 }
 
-TEST(AudioFile, WhatATypeCannotSayIsRefusedBeforehandAndLeavesNothing) {
+TEST(AudioFile, WhatATypeCannotHoldIsRefusedAndLeavesNothing) {
   const test::Scratch folder;
-  for (const char* name : {"a.wve", "a.htk", "a.opus"}) {  // which know their own rates only
+  for (const char* name : {"a.wve", "a.htk", "a.opus"}) {  // these types support few rates
     EXPECT_THROW(writeWith(folder / name, "", {44100, 1, {0.0}}), FileError) << name;
   }
   const std::int64_t twoDays = 48000LL * 3600 * 48;

@@ -33,18 +33,18 @@ TEST(Automation, ReadsWhatPeopleAndSpreadsheetsWrite) {
       "1e0;mid;10");
   ASSERT_EQ(moves.size(), 3u);
   EXPECT_EQ(moves[0].seconds, 0.25);
-  EXPECT_EQ(moves[0].setting.parameter, 2);
-  EXPECT_EQ(moves[1].setting.parameter, 3);
-  EXPECT_EQ(moves[2].setting.parameter, 12);
-  EXPECT_EQ(moves[2].setting.value, 0.9f);
+  EXPECT_EQ(moves[0].change.parameter, 2);
+  EXPECT_EQ(moves[1].change.parameter, 3);
+  EXPECT_EQ(moves[2].change.parameter, 12);
+  EXPECT_EQ(moves[2].change.value, 0.9f);
   EXPECT_TRUE(parse("seconds parameter value\n").empty());
 }
 
-TEST(Automation, BareKnobsFollowTheChannelOfTheirTime) {
+TEST(Automation, KnobsWithoutAChannelMeanTheOneThatPlaysThen) {
   // Written out of order: at 1 s CLEAN plays, from 2 s on MODERN.
   std::vector<int> parameters;
   for (const Move& move : parse("3 gain 3\n2 mid 4\n2 channel modern\n1 gain 1\n")) {
-    parameters.push_back(move.setting.parameter);
+    parameters.push_back(move.change.parameter);
   }
   EXPECT_EQ(parameters, (std::vector<int>{6, 15, 19, 18}));
 }

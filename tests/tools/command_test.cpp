@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The command as a process: what it prints, how it ends, and what it leaves on the disk.
+// The command as a process: its output, its exit status and the files that it leaves.
 #include <chrono>
 #include <csignal>
 #include <fstream>
@@ -41,7 +41,7 @@ void expectFailure(const Ran& ran, int status, const std::string& part) {
   EXPECT_TRUE(contains(ran.error, part)) << ran.error;
 }
 
-// Whether a process has a file open, named or not, that is new in a folder.
+// Whether a process has a new file open in a folder, either unnamed or with a temporary name.
 bool hasOpenIn(pid_t process, const fs::path& folder) {
   std::error_code error;
   const fs::path descriptors = "/proc/" + std::to_string(process) + "/fd";
@@ -72,8 +72,8 @@ class Command : public testing::Test {
     return text.str();
   }
 
-  // Runs the command in the folder, with arguments as a shell reads them. before: what is written
-  // in front of it.
+  // Runs the command in the folder, with arguments as a shell reads them. before: a shell text in
+  // front of the command.
   Ran run(const std::string& arguments, const std::string& before = "") const {
     const Scratch seen;
     const std::string out = (seen / "out").string(), error = (seen / "error").string();
@@ -96,14 +96,14 @@ class Command : public testing::Test {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
   }
 
-  // A run that must succeed in silence.
+  // Runs the command, which must succeed and print no error.
   void runWell(const std::string& arguments) const {
     const Ran ran = run(arguments);
     EXPECT_EQ(ran.status, 0) << arguments;
     EXPECT_EQ(ran.error, "") << arguments;
   }
 
-  // The bytes of in.wav as it sounds with these arguments.
+  // The bytes of in.wav rendered with these arguments.
   std::string rendered(const std::string& arguments) const {
     runWell("render -q in.wav -o out.wav " + arguments);
     return read("out.wav");
@@ -222,12 +222,12 @@ TEST_F(Command, PipesSoundLikeFiles) {
   EXPECT_EQ(shell("$Q render -q in.wav -o - --type flac --format pcm24 | cat >piped.flac").status,
             0);
   EXPECT_EQ(read("piped.flac"), read("take.flac"));
-  // Standard input among others gets a name of its own.
+  // The result of standard input in a folder is called stdin.
   EXPECT_EQ(shell("cat in.wav | $Q render -q - in.wav -o out -j 2").status, 0);
   EXPECT_EQ(read("out/stdin.wav"), expected);
 }
 
-TEST_F(Command, WhatWasCutShortIsPlayedAsFarAsItGoes) {
+TEST_F(Command, TruncatedFilesArePlayedToTheirEnd) {
   writeAudio(folder / "in.wav", {48000, 1, pluck(1.0)});
   for (const std::string kind :
        {"wav", "aiff", "au", "w64", "rf64", "caf", "iff", "voc", "flac", "ogg", "mp3"}) {
@@ -245,7 +245,7 @@ TEST_F(Command, WhatWasCutShortIsPlayedAsFarAsItGoes) {
   }
 }
 
-TEST_F(Command, JsonHoldsWhatTheListingsSay) {
+TEST_F(Command, JsonContainsTheListings) {
   const auto parsed = [&](const std::string& arguments) {
     const Ran ran = run(arguments);
     EXPECT_EQ(ran.status, 0) << ran.error;
@@ -280,7 +280,7 @@ TEST_F(Command, AFullDiskLeavesTheOldFileAndNothingElse) {
   writeAudio(folder / "in.wav", {48000, 1, pluck(2.0)});
   for (const std::string name : {"out.wav", "out.flac", "out.ogg", "out.mp3"}) {
     write(name, "precious");
-    // Room for 4 KiB, less than any of these files needs.
+    // A limit of 4 KiB, less than any of these files needs.
     expectFailure(run("render in.wav -o " + name, "ulimit -f 8;"), 1,
                   "larger than a file may become");
     EXPECT_EQ(read(name), "precious");
@@ -329,13 +329,13 @@ TEST_F(Command, ReplacesFilesWholeAndFollowsLinks) {
   EXPECT_EQ(readAudio(folder / "out.wav").samples.size(), 4800u);
   EXPECT_EQ(fs::status(folder / "out.wav").permissions(), ownersOnly);
 
-  // The same file by another name is still an input.
+  // Another name of the input's file is refused as output.
   fs::create_hard_link(folder / "in.wav", folder / "alias.wav");
   const std::string before = read("in.wav");
   expectFailure(run("render in.wav -o alias.wav"), 2, "is also");
   EXPECT_EQ(read("in.wav"), before);
 
-  // A link to nothing makes its target, a folder too.
+  // For a dangling link its target is created, also a folder.
   fs::create_directory(folder / "there");
   fs::create_symlink("there/new.wav", folder / "dangling.wav");
   fs::create_symlink("there/folder", folder / "dangling");
@@ -346,7 +346,7 @@ TEST_F(Command, ReplacesFilesWholeAndFollowsLinks) {
   fs::create_symlink("circle.wav", folder / "circle.wav");
   expectFailure(run("render in.wav -o circle.wav"), 1, "links lead in a circle");
 
-  // The umask holds, and of many at once each leaves a whole file.
+  // The umask is respected, and several commands at once leave a complete file.
   EXPECT_EQ(shell("umask 027; for i in 1 2 3 4 5 6 7 8; do $Q render -q in.wav -o new.wav || "
                   "touch failed & done; wait")
                 .error,
@@ -360,7 +360,8 @@ TEST_F(Command, ReplacesFilesWholeAndFollowsLinks) {
 TEST_F(Command, TheSummarySaysWhatWasPlayedAndWarnsOfClipping) {
   const std::string loud = " --channel clean --gain 10 --master 10";
   const Ran floats = run("render in.wav -o out.wav" + loud);
-  EXPECT_EQ(floats.error, "") << "no progress bar without a terminal, and floats do not clip";
+  EXPECT_EQ(floats.error, "")
+      << "without a terminal there is no progress bar, and floats do not clip";
   EXPECT_TRUE(floats.out.starts_with("out.wav: 0.10 s, ")) << floats.out;
   for (const char* part : {"times real time", "dBFS", "loudness none"}) {
     EXPECT_TRUE(contains(floats.out, part)) << floats.out;
@@ -407,11 +408,12 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   const std::string row = "Warm Jazz                CLEAN        1.00     6.00     6.50     1.50";
   EXPECT_TRUE(contains(run("presets").out, row));
 
-  // What it renders is what these knobs say, whichever way they are written.
+  // All spellings give the same render.
   const std::string hot = rendered("--channel vintage --gain 7.5 --bass 4");
   EXPECT_EQ(rendered("--set 19=0.5 --set vintage_gain=7.5 --set 8=0.4"), hot);
   EXPECT_NE(rendered("--channel vintage --gain 7.4 --bass 4"), hot);
-  // Bare names mean the channel that plays, whoever chooses it and wherever in the line.
+  // Knob names without a channel mean the one that plays first, whatever option selects it and in
+  // whichever order.
   write("moves", "0 bass 4\n0 channel vintage\n");
   for (const char* choice : {"--set bass=4 --set channel=vintage", "--automation moves",
                              "--channel clean --bass 4 --set type=vintage"}) {
@@ -420,7 +422,7 @@ TEST_F(Command, KnobsOfAllSpellingsReachTheAmplifier) {
   const std::string jazz = rendered("--preset 'warm jazz'");
   const std::string knobs = "--presence 1 --bass 6 --mid 6.5 --treble 1.5 --master 4.1 --gain 3.5";
   EXPECT_EQ(rendered("--channel clean " + knobs), jazz);
-  EXPECT_NE(rendered("--preset 'Warm Jazz' --gain 9"), jazz) << "knobs turn on from the preset";
+  EXPECT_NE(rendered("--preset 'Warm Jazz' --gain 9"), jazz) << "knobs change a preset's values";
 }
 
 TEST_F(Command, AShownPresetIsAPresetFile) {
@@ -464,7 +466,7 @@ TEST_F(Command, ManyFilesGiveTheSameBytesOnAnyNumberOfThreads) {
   const auto one = render("one", "");
   EXPECT_EQ(one.size(), 6u);
   EXPECT_GT(readAudio(folder / "one/old/5.wav").samples.size(), 8000u);
-  EXPECT_FALSE(contains(one.at("0.wav"), "PEAK")) << "a chunk that holds the time of day";
+  EXPECT_FALSE(contains(one.at("0.wav"), "PEAK")) << "this chunk contains the time of day";
   for (const std::string threads : {"2", "5", "64"}) {
     EXPECT_EQ(render(threads, " -j " + threads), one) << threads;
   }
@@ -478,7 +480,8 @@ TEST_F(Command, AFailedFileDoesNotStopTheOthersAndClashesAreRefused) {
   EXPECT_EQ(readAudio(folder / "results/in.wav").samples.size(), 4800u);
   EXPECT_FALSE(fs::exists(folder / "results/b.wav"));
 
-  // So does what is no take in a folder, also beside a take of the same name.
+  // The same holds for a file in a folder that is no audio, also if an audio file has the same
+  // stem.
   fs::create_directory(folder / "mixed");
   fs::copy(folder / "in.wav", folder / "mixed/in.wav");
   write("mixed/in.txt", "loud!");
@@ -489,7 +492,7 @@ TEST_F(Command, AFailedFileDoesNotStopTheOthersAndClashesAreRefused) {
   fs::create_directory(folder / "other");
   fs::copy(folder / "in.wav", folder / "other/in.wav");
   expectFailure(run("render in.wav other -o results"), 2, "would both become");
-  // Results below the input folder are not taken for takes the next time.
+  // Results below the input folder are no inputs of the next run.
   for (int i = 0; i < 2; ++i) EXPECT_EQ(linesOf(run("render other -o other/amped").out), 1u);
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 std::string complaint(const std::string& name, const std::string& value) {
   try {
-    parseSetting(name, value, 0);
+    parseParameterChange(name, value, 0);
   } catch (const UsageError& error) {
     return error.what();
   }
@@ -29,17 +29,17 @@ TEST(Knobs, NamesReachTheParameterOfTheirChannel) {
       {"channel", "MODERN", 0, 19, 1.0f},   {"12", "0.75", 0, 12, 0.75f},
   };
   for (const auto& test : cases) {
-    const Setting setting = parseSetting(test.name, test.value, test.channel);
-    EXPECT_EQ(setting.parameter, test.parameter) << test.name;
-    EXPECT_EQ(setting.value, test.stored) << test.name;
+    const auto [parameter, value] = parseParameterChange(test.name, test.value, test.channel);
+    EXPECT_EQ(parameter, test.parameter) << test.name;
+    EXPECT_EQ(value, test.stored) << test.name;
   }
 }
 
-TEST(Knobs, NonsenseIsNamedAndNearMissesGetAHint) {
+TEST(Knobs, ErrorsNameTheMistakeAndSuggestSimilarWords) {
   EXPECT_EQ(complaint("vintge.gain", "5"),
             "unknown knob 'vintge.gain', did you mean 'vintage_gain'?");
   EXPECT_EQ(complaint("reverb", "5"), "unknown knob 'reverb'");
-  const std::string huge(20'000'000, 'g');  // compared with the known ones, it took a minute
+  const std::string huge(20'000'000, 'g');  // comparing it with the known names took a minute
   EXPECT_EQ(complaint(huge, "5"), "unknown knob '" + huge + "'");
   EXPECT_EQ(complaint("channel", "cleen"), "unknown channel 'cleen', did you mean 'clean'?");
   EXPECT_EQ(complaint("channel", "2"), "unknown channel '2': clean, vintage or modern");

@@ -18,13 +18,13 @@ using test::plugin;
 
 constexpr int kRate = 48000;
 
-StartingPoint knobs(int channel, std::vector<Setting> settings = {}) {
+StartingPoint knobs(int channel, std::vector<ParameterChange> settings = {}) {
   StartingPoint start = {0, std::move(settings)};
-  start.settings.push_back({kTypeParameter, selectFromChannel(channel)});
+  start.changes.push_back({kTypeParameter, selectFromChannel(channel)});
   return start;
 }
 
-// At the point nearest to this frequency or level.
+// The value at the point nearest to x.
 double at(const Curve& curve, double x) {
   const auto nearer = [x](const Point& a, const Point& b) {
     return std::abs(a.x - x) < std::abs(b.x - x);
@@ -32,7 +32,7 @@ double at(const Curve& curve, double x) {
   return std::min_element(curve.begin(), curve.end(), nearer)->y;
 }
 
-// Two ways to the same number: from an impulse, and from a steady sine.
+// The response from an impulse must agree with the level of a steady sine.
 TEST(Measure, ResponseAgreesWithASine) {
   constexpr double kNote_hz = 750.0;  // 1/64 of the rate, and a bin of the spectrum's
   constexpr double kLevel = 1e-8;
@@ -41,7 +41,7 @@ TEST(Measure, ResponseAgreesWithASine) {
     const Curve spectrum = measureSpectrum(plugin(), knobs(channel), kRate, kNote_hz, kLevel);
     EXPECT_NEAR(at(spectrum, kNote_hz) - 20.0 * std::log10(kLevel), response, 0.2) << channel;
   }
-  // MASTER goes in with its square: half of it is 12 dB less at every frequency.
+  // MASTER acts by its square: half of it is 12 dB less at every frequency.
   const Curve full = measureResponse(plugin(), knobs(1, {{11, 1.0f}}), kRate);
   const Curve half = measureResponse(plugin(), knobs(1, {{11, 0.5f}}), kRate);
   EXPECT_NEAR(at(full, 1000) - at(half, 1000), 12.04, 0.01);
@@ -65,8 +65,9 @@ TEST(Measure, DistortionShowsAsHarmonicsAndNotBetweenThem) {
   EXPECT_LT(at(clean, 3 * 187.5), at(clean, 187.5) - 60.0);
 }
 
-// The places of GAIN and the one set, on that channel; silence at 0; a clean channel at low levels
-// is linear and a driven one is not. A frequency that falls between the spectrum's bins.
+// The table has rows for fixed positions of GAIN and for the one that is set, on its channel. GAIN
+// at 0 is silent, CLEAN is linear at low levels, and a driven channel is not. The sine's frequency
+// lies between two bins of the spectrum.
 TEST(Measure, GainTableHasTheGainThatIsSet) {
   std::istringstream table(listGains(plugin(), knobs(1, {{12, 0.15F}}), kRate, 221.3));
   std::string line;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# pages.sh completion|manual PROGRAM BUILD: what a program writes of itself. Completion is asked as
-# bash asks it; the manual page must please every formatter that is installed and leave out no
-# option. Skipped (status 77) without a formatter.
+# pages.sh completion|manual PROGRAM BUILD: tests a program's completion and manual page. The
+# completion function is called as bash calls it. The page must pass every installed formatter
+# without a message and describe every option. Skipped (status 77) without a formatter.
 set -euo pipefail
 
 program=$2
@@ -13,8 +13,8 @@ fail() {
   exit 1
 }
 
-# expect "ANSWER|ANSWER" WORD...: what the last of the words may become. Words are cut as bash does
-# it, a '=' being one of its own.
+# expect "ANSWER|ANSWER" WORD...: the completions of the last word. As in bash, '=' is a word of its
+# own.
 expect() {
   local answers=$1 got
   shift
@@ -34,7 +34,7 @@ settings() {
   expect vintage "$@" --channel = v
   expect 'vintage.mid=|vintage.master=' "$@" --set VINTAGE.m
   expect 'clean|vintage|modern' "$@" --set channel =
-  expect '' "$@" --gain ''  # and so files
+  expect '' "$@" --gain ''  # none: bash completes files
 }
 
 scratch=$(mktemp -d)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the renderer plays is what every format plays.
+// The renderer must play what every plug-in format plays.
 #include "tools/render.h"
 
 #include <cstring>
@@ -34,20 +34,20 @@ void expectSameBits(const std::vector<double>& a, const std::vector<double>& b) 
   EXPECT_EQ(std::memcmp(a.data(), b.data(), a.size() * sizeof(double)), 0);
 }
 
-// The knobs at this frame.
+// The moves at one frame.
 struct Step {
   int frame;
-  std::vector<Setting> settings;
+  std::vector<ParameterChange> moves;
 };
 
-// As every format plays it.
+// The signal as the plug-in formats play it.
 std::vector<double> playHosted(std::vector<double> signal, const std::vector<Step>& steps,
                                int blockLength) {
   HostedAmp amp(HostedAmp::kMono);
   double* channel = signal.data();
   const AudioChannels block{.doubles = &channel, .count = 1};
   for (std::size_t i = 0; i < steps.size(); ++i) {
-    for (const Setting& s : steps[i].settings) amp.setValue(s.parameter, s.value);
+    for (const auto& [parameter, value] : steps[i].moves) amp.setValue(parameter, value);
     EXPECT_TRUE(i > 0 || amp.prepare(48000.0, blockLength));
     const int end = i + 1 < steps.size() ? steps[i + 1].frame : static_cast<int>(signal.size());
     for (int at = steps[i].frame; at < end; at += blockLength)
@@ -56,19 +56,19 @@ std::vector<double> playHosted(std::vector<double> signal, const std::vector<Ste
   return signal;
 }
 
-TEST(Render, PlaysMovesWhereTheyFallAndLetsTheTailRingOut) {
+TEST(Render, PlaysMovesAtTheirTimeAndTheTail) {
   const Scratch folder;
   Audio input = {48000, 1, test::pluck(0.5)};
   RenderSettings settings;
-  settings.start.settings = {{19, 0.5f}, {12, 0.8f}};
+  settings.start.changes = {{19, 0.5f}, {12, 0.8f}};
   settings.moves = {
-      {0.0, {11, 0.7f}},        // at the start: part of it
+      {0.0, {11, 0.7f}},        // part of the starting point
       {0.1, {12, 0.2f}},        // frame 4800, inside a block
       {0.1000001, {10, 0.9f}},  // the same frame after rounding
-      {0.10004, {8, 0.1f}},     // two frames on
+      {0.10004, {8, 0.1f}},     // two frames later
       {0.2, {19, 0.0f}},        // another channel
-      {0.26, {6, 0.9f}},        // while the switch runs
-      {0.549999, {5, 1.0f}},    // rounds to the end: not heard
+      {0.26, {6, 0.9f}},        // after the switch
+      {0.549999, {5, 1.0f}},    // rounds to the end of the tail, where nothing plays it
       {7.0, {5, 0.0f}},
   };
   const std::vector<Step> steps = {
@@ -81,8 +81,8 @@ TEST(Render, PlaysMovesWhereTheyFallAndLetsTheTailRingOut) {
   settings.tailSeconds = 0.05;
   std::vector<double> played = input.samples;
   played.resize(played.size() + 2400, 0.0);
-  played[100] = played[2000] = 0.0;  // as what is no number sounds
-  played[3000] = 1000.0;             // the loudest that is played
+  played[100] = played[2000] = 0.0;  // NaN and infinity sound like silence
+  played[3000] = 1000.0;             // the limit of the input
   input.samples[100] = std::numeric_limits<double>::quiet_NaN();
   input.samples[2000] = std::numeric_limits<double>::infinity();
   input.samples[3000] = 1e300;
@@ -96,12 +96,13 @@ TEST(Render, PlaysMovesWhereTheyFallAndLetsTheTailRingOut) {
   }
 }
 
-// As the plug-in starts: every knob glides in over the first block, and level and drive from 0.
+// The plug-in alone starts with a glide over the first block: knobs from where they were, level and
+// drive from 0.
 TEST(Render, WithoutPrerollTheKnobsGlideIn) {
   const Scratch folder;
   std::vector<double> signal = test::pluck(0.1);
   RenderSettings settings;
-  settings.settle = false;
+  settings.preroll = false;
   const Audio output = render(folder, {48000, 1, signal}, settings);
   PluginInstance instance(plugin());
   instance.start(48000, 512);
@@ -112,7 +113,7 @@ TEST(Render, WithoutPrerollTheKnobsGlideIn) {
   expectSameBits(output.samples, signal);
 }
 
-TEST(Render, StereoIsOneAmplifierForEachSideAndMonoTheirMean) {
+TEST(Render, StereoIsOneAmplifierPerSideAndMonoTheirMean) {
   const Scratch folder;
   const std::vector<double> left = test::pluck(0.2), right = test::pluck(0.2, 48000, 147.0);
   Audio stereo = {48000, 2, {}};
@@ -144,9 +145,9 @@ TEST(Render, MeasuresWhatItWrote) {
   EXPECT_LT(*result.loudness_lufs, *result.peak_dbfs);
   EXPECT_EQ(result.seconds, 1.0);
 
-  // Twice the power is 3 dB: MASTER goes in with its square, so 5 times 2^(1/4).
+  // Twice the power is 3 dB. MASTER acts by its square, so that takes 5 times 2^(1/4).
   const double before = *result.loudness_lufs;
-  settings.start.settings = {{17, 0.5f * std::pow(2.0f, 0.25f)}};
+  settings.start.changes = {{17, 0.5f * std::pow(2.0f, 0.25f)}};
   render(folder, input, settings, &result);
   EXPECT_NEAR(*result.loudness_lufs - before, 3.01, 0.01);
 
@@ -154,7 +155,7 @@ TEST(Render, MeasuresWhatItWrote) {
   EXPECT_FALSE(result.peak_dbfs || result.loudness_lufs);
 }
 
-TEST(Render, RatesOutOfReachAreRefused) {
+TEST(Render, RatesOutOfRangeAreRefused) {
   const Scratch folder;
   for (int rate : {1, 999, 1000001}) {
     EXPECT_THROW(render(folder, {rate, 1, {0.0, 0.1}}, {}), FileError) << rate;

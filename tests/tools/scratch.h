@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
-// What the tests of the command share: a folder that vanishes, audio files to put in it, and the
-// plug-in that plays them.
+// Shared by the tests of the command: a temporary folder, audio files and the plug-in.
 #pragma once
 
 #include <algorithm>
@@ -71,7 +70,7 @@ inline Audio readAudio(const fs::path& path) {
   return audio;
 }
 
-// A plucked string, the same at every call. frequency: Hz.
+// A plucked string, the same in every call. frequency: Hz.
 inline std::vector<double> pluck(double seconds, int rate = 48000, double frequency = 110.0) {
   Random random(7);
   return pluckedNote(random, rate, frequency, 0.3, static_cast<std::size_t>(seconds * rate));

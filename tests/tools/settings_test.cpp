@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Settings as text, the user's presets, and what a command line makes of both.
+// Settings as text, the user's presets, and the command-line options for both.
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -64,7 +64,7 @@ TEST(Settings, AnyValuesComeBackToTheBit) {
             "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\n");
 }
 
-TEST(Settings, TextFromAnyHandIsReadAndMistakesAreNamedByTheirLine) {
+TEST(Settings, AnySpellingIsReadAndMistakesAreNamedByTheirLine) {
   const SettingsText read = parseSettings(
       "\xEF\xBB\xBF# Solo\r\n\r\ngain = 7.39 # hot\r\nGAIN=2\nclean.bass=1\nchannel = Vintage\n12 "
       "= "
@@ -91,14 +91,14 @@ TEST(Settings, TextFromAnyHandIsReadAndMistakesAreNamedByTheirLine) {
   }
 }
 
-TEST_F(Presets, AreSavedAndFoundBehindTheFactoryBank) {
+TEST_F(Presets, AreSavedAndListedAfterTheFactoryBank) {
   ParameterValues values = defaultValues();
   values[4] = 0.1234567F;
   savePreset("Süßer Ton", values);
   savePreset("alto", defaultValues());
   savePreset("ALTO", values);  // the same preset, whose file keeps its name
   const PresetList list = listPresetFiles();
-  EXPECT_EQ(list.troubles.size(), 0u);
+  EXPECT_EQ(list.errors.size(), 0u);
   ASSERT_EQ(list.presets.size(), kNumFactoryPresets + 2);
   EXPECT_EQ(list.presets[11].name, "Soaring Solo");
   EXPECT_EQ(list.presets[12].name, "alto");
@@ -110,7 +110,7 @@ TEST_F(Presets, AreSavedAndFoundBehindTheFactoryBank) {
             "unknown preset 'Warn Jazz', did you mean 'Warm Jazz'?");
 }
 
-TEST_F(Presets, NoNameLeadsOutOfTheirFolderOrHidesAnother) {
+TEST_F(Presets, NoNameLeadsOutOfTheirFolderOrReplacesAnother) {
   write("../outside.txt", "gain = 1\n");
   EXPECT_EQ(complaint([] { findPreset("../outside"); }), "unknown preset '../outside'");
   for (const std::string name : {"", " ", "../outside", "/etc/x", ".", ".hidden", "a/b", "a\nb",
@@ -123,7 +123,7 @@ TEST_F(Presets, NoNameLeadsOutOfTheirFolderOrHidesAnother) {
     EXPECT_FALSE(findPreset(name).isFactory) << name;
   }
   EXPECT_EQ(presetOption("it's"), "--preset 'it'\\''s'");
-  EXPECT_EQ(presetOption("-x"), "--preset='-x'") << "or it would be taken for an option";
+  EXPECT_EQ(presetOption("-x"), "--preset='-x'") << "not to be taken for an option";
   EXPECT_EQ(folder.names(), std::vector<std::string>{"quellard"});
 }
 
@@ -138,18 +138,17 @@ TEST_F(Presets, ABrokenFileIsNamedAndTheOthersStillWork) {
   const PresetList list = listPresetFiles();
   ASSERT_EQ(list.presets.size(), kNumFactoryPresets + 1);
   EXPECT_EQ(list.presets.back().name, "Good");
-  ASSERT_EQ(list.troubles.size(), 4u);
-  EXPECT_TRUE(list.troubles[0].ends_with("Bad.txt:2: unknown knob 'bas', did you mean 'bass'?"));
+  ASSERT_EQ(list.errors.size(), 4u);
+  EXPECT_TRUE(list.errors[0].ends_with("Bad.txt:2: unknown knob 'bas', did you mean 'bass'?"));
   EXPECT_TRUE(complaint([] { findPreset("bad"); }).ends_with("did you mean 'bass'?"));
   EXPECT_EQ(findPreset("Good").values[18], 0.3F);
   fs::remove_all(folder / "quellard/presets");
-  EXPECT_EQ(listPresetFiles().troubles.size(), 0u);
+  EXPECT_EQ(listPresetFiles().errors.size(), 0u);
   std::ofstream(folder / "quellard/presets") << "no folder";
-  EXPECT_TRUE(
-      listPresetFiles().troubles.at(0).ends_with("presets: a part of its path is no folder"));
+  EXPECT_TRUE(listPresetFiles().errors.at(0).ends_with("presets: a part of its path is no folder"));
 }
 
-TEST(SettingsOptions, APresetReplacesWhatIsRememberedAKnobChangesIt) {
+TEST(SettingsOptions, APresetReplacesAllValuesAKnobOne) {
   ParameterValues before = defaultValues();
   before[kTypeParameter] = 0.5F;
   before[12] = 0.9F;
