@@ -18,7 +18,6 @@
 #include "tools/input_file.h"
 #include "tools/interrupt.h"
 #include "tools/listing.h"
-#include "tools/listing_json.h"
 #include "tools/output_file.h"
 #include "tools/plot.h"
 #include "tools/presets.h"

@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: ISC
-// Lists of parameters, programs, presets and the plug-in's properties, as text for a terminal.
+// Lists of parameters, programs, presets and the plug-in's properties, for people and programs.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "tools/batch.h"
 #include "tools/plugin_host.h"
 #include "tools/presets.h"
 #include "tools/render.h"
 
 namespace quellard {
+
+// Text for a terminal.
 
 // One row per parameter: index, name on the command line, name in the plug-in, value in `start`,
 // range.
@@ -23,5 +26,15 @@ std::string listPresets(const std::vector<Preset>& presets);
 
 // What else a host can ask the plug-in: names, versions, id, capabilities, jacks.
 std::string describePlugin(const PluginModule& module);
+
+// The same as JSON, and the report of a render. docs/json.md describes the fields. Values that do
+// not exist are null; bytes that are not UTF-8 become U+FFFD.
+
+std::string parametersAsJson(const PluginModule& module, const StartingPoint& start);
+std::string programsAsJson(const PluginModule& module);
+std::string presetsAsJson(const std::vector<Preset>& presets);
+std::string pluginAsJson(const PluginModule& module);
+// outcomes: one for each job, in the same order.
+std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes);
 
 }  // namespace quellard

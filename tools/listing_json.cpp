@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-#include "tools/listing_json.h"
+#include "tools/listing.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

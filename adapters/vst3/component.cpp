@@ -62,18 +62,12 @@ v3_result setActive(void* self, v3_bool state) try {
 
 }  // namespace
 
+// In the order of v3_component.
 constexpr v3_component_cpp kVst3Component = {
     kVst3Unknown,
     kVst3Base,
-    {.get_controller_class_id = getControllerClass,
-     .set_io_mode = setIoMode,
-     .get_bus_count = getBusCount,
-     .get_bus_info = getBusInfo,
-     .get_routing_info = getRouting,
-     .activate_bus = activateBus,
-     .set_active = setActive,
-     .set_state = loadState,
-     .get_state = saveState},
+    {getControllerClass, setIoMode, getBusCount, getBusInfo, getRouting, activateBus, setActive,
+     loadState, saveState},
 };
 
 }  // namespace quellard

@@ -63,22 +63,12 @@ v3_plugin_view** noView(void*, const char*) { return nullptr; }
 
 }  // namespace
 
+// In the order of v3_edit_controller.
 constexpr v3_edit_controller_cpp kVst3Controller = {
     kVst3Unknown,
     kVst3Base,
-    {.set_component_state = loadState,
-     .set_state = noState,
-     .get_state = noState,
-     .get_parameter_count = getCount,
-     .get_parameter_info = getInfo,
-     .get_parameter_string_for_value = getText,
-     .get_parameter_value_for_string = getValueOfText,
-     .normalised_parameter_to_plain = toPlain,
-     .plain_parameter_to_normalised = toNormalised,
-     .get_parameter_normalised = getValue,
-     .set_parameter_normalised = setValue,
-     .set_component_handler = setHandler,
-     .create_view = noView},
+    {loadState, noState, noState, getCount, getInfo, getText, getValueOfText, toPlain, toNormalised,
+     getValue, setValue, setHandler, noView},
 };
 
 }  // namespace quellard

@@ -113,16 +113,11 @@ std::uint32_t getTail(void* self) {
 
 }  // namespace
 
+// In the order of v3_audio_processor.
 constexpr v3_audio_processor_cpp kVst3Processor = {
     kVst3Unknown,
-    {.set_bus_arrangements = setArrangements,
-     .get_bus_arrangement = getArrangement,
-     .can_process_sample_size = canProcess,
-     .get_latency_samples = getLatency,
-     .setup_processing = setUp,
-     .set_processing = setProcessing,
-     .process = process,
-     .get_tail_samples = getTail},
+    {setArrangements, getArrangement, canProcess, getLatency, setUp, setProcessing, process,
+     getTail},
 };
 
 // The plug-in needs nothing of the transport's time and tempo.

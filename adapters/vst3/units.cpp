@@ -75,20 +75,11 @@ v3_result setProgramData(void*, std::int32_t, std::int32_t, v3_bstream**) {
 
 }  // namespace
 
+// In the order of v3_unit_information.
 constexpr v3_unit_information_cpp kVst3Units = {
     kVst3Unknown,
-    {.get_unit_count = getUnitCount,
-     .get_unit_info = getUnit,
-     .get_program_list_count = getListCount,
-     .get_program_list_info = getList,
-     .get_program_name = getProgramName,
-     .get_program_info = getProgramInfo,
-     .has_program_pitch_names = hasPitchNames,
-     .get_program_pitch_name = getPitchName,
-     .get_selected_unit = getSelected,
-     .select_unit = select,
-     .get_unit_by_bus = getUnitOfBus,
-     .set_unit_program_data = setProgramData},
+    {getUnitCount, getUnit, getListCount, getList, getProgramName, getProgramInfo, hasPitchNames,
+     getPitchName, getSelected, select, getUnitOfBus, setProgramData},
 };
 
 }  // namespace quellard
