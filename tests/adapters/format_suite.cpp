@@ -3,11 +3,10 @@
 #include "tests/adapters/format_suite.h"
 
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <thread>
 
 #include "params/factory_bank.h"
+#include "tests/adapters/stored_state.h"
 #include "tests/support/effort.h"
 #ifdef QUELLARD_COUNTS_MEMORY
 #include "tests/support/counted_memory.h"
@@ -154,11 +153,6 @@ TEST_P(Formats, BypassPassesTheInputAndKeepsProcessing) {
       EXPECT_TRUE(sameBits(out[side], bypassed ? in[side] : wet[side])) << block;
   }
   EXPECT_EQ(plugin->allocated, 0);
-}
-
-Bytes storedState(const char* file) {
-  std::ifstream stream(std::string(QUELLARD_TEST_DATA "/") + file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 TEST_P(StatefulFormats, KeepTheBypass) {

@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: ISC
 // What all formats share: the bytes of the state, and the texts of values.
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 #include "adapters/shared/bypass.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
-#include "tests/adapters/format_suite.h"
+#include "tests/adapters/stored_state.h"
 #include "tests/support/effort.h"
 
 namespace quellard::test {
 namespace {
-
-Bytes storedState(const char* name) {
-  std::ifstream file(std::string(QUELLARD_TEST_DATA) + "/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // A block with `count` values, of which the first is 1 and the others 0.25, without its checksum.
 Bytes blockOf(std::uint8_t version, std::uint8_t count) {

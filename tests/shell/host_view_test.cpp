@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/shell/module.h"
+#include "tests/shell/recording_host.h"
 
 namespace quellard::test {
 namespace {
@@ -20,51 +21,62 @@ namespace {
 using host::call;
 using host::Slot;
 
-std::vector<std::int32_t> asked;
-
-// Answers every question but the version with 0, which leaves the effect as it is.
-std::intptr_t listeningHost(AEffect*, std::int32_t opcode, std::int32_t, std::intptr_t, void*,
-                            float) {
-  asked.push_back(opcode);
-  return opcode == audioMasterVersion ? kVstVersion : 0;
-}
-
 class HostView : public testing::Test {
  protected:
-  OpenedEffect effect{moduleEntry("getinterface"), listeningHost};
+  OpenedEffect effect{moduleEntry("getinterface"), recordingHost};
   AEffect& record = effect.record();
 };
 
+// Every operation that calls the host is called with 4, 5, 1 and 0.5, which must arrive in the
+// fields of the callback that the interface has for them.
 TEST_F(HostView, CallsToTheHostAreInTheirSlots) {
-  // clang-format off
-  const std::pair<Slot, std::int32_t> rows[] = {
-      {Slot::getMasterVersion, 1}, {Slot::getCurrentUniqueId, 2}, {Slot::masterIdle, 3},
-      {Slot::beginEdit, 43}, {Slot::endEdit, 44}, {Slot::ioChanged, 13},
-      {Slot::updateBlockSize, 17}, {Slot::getInputLatency, 18}, {Slot::getOutputLatency, 19},
-      {Slot::getTimeInfo, 7}, {Slot::getCurrentProcessLevel, 23}, {Slot::getAutomationState, 24},
-      {Slot::getHostVendorString, 32}, {Slot::getHostProductString, 33},
-      {Slot::getHostVendorVersion, 34}, {Slot::hostVendorSpecific, 35}, {Slot::canHostDo, 37},
-      {Slot::getHostLanguage, 38}, {Slot::getDirectory, 41}, {Slot::updateDisplay, 42},
-      {Slot::sizeWindow, 15}, {Slot::openFileSelector, 45}, {Slot::closeFileSelector, 46},
-      {Slot::offlineRead, 26}, {Slot::offlineWrite, 27}, {Slot::offlineStart, 25},
-      {Slot::offlineGetCurrentPass, 28}, {Slot::offlineGetCurrentMetaPass, 29},
-      {Slot::wantEvents, 6}, {Slot::tempoAt, 10}, {Slot::getNumAutomatableParameters, 11},
-      {Slot::getParameterQuantization, 12}, {Slot::needIdle, 14}, {Slot::getPreviousPlug, 20},
-      {Slot::getNextPlug, 21}, {Slot::willProcessReplacing, 22},
-      {Slot::getInputSpeakerArrangement, 49}, {Slot::getOutputSpeakerArrangement, 31},
-      {Slot::getChunkFile, 48}
+  const struct {
+    Slot slot;
+    std::int32_t opcode, index;
+    std::intptr_t value, pointer;
+    float option = 0.0f;
+  } rows[] = {
+      // clang-format off
+      {Slot::getMasterVersion, 1, 0, 0, 0},        {Slot::getCurrentUniqueId, 2, 0, 0, 0},
+      {Slot::masterIdle, 3, 0, 0, 0},              {Slot::wantEvents, 6, 0, 4, 0},
+      {Slot::getTimeInfo, 7, 0, 4, 0},             {Slot::tempoAt, 10, 0, 4, 0},
+      {Slot::getNumAutomatableParameters, 11, 0, 0, 0},
+      {Slot::getParameterQuantization, 12, 0, 0, 0},
+      {Slot::ioChanged, 13, 0, 0, 0},              {Slot::needIdle, 14, 0, 0, 0},
+      {Slot::sizeWindow, 15, 4, 5, 0},             {Slot::updateBlockSize, 17, 0, 0, 0},
+      {Slot::getInputLatency, 18, 0, 0, 0},        {Slot::getOutputLatency, 19, 0, 0, 0},
+      {Slot::getPreviousPlug, 20, 4, 0, 0},        {Slot::getNextPlug, 21, 4, 0, 0},
+      {Slot::willProcessReplacing, 22, 0, 0, 0},   {Slot::getCurrentProcessLevel, 23, 0, 0, 0},
+      {Slot::getAutomationState, 24, 0, 0, 0},     {Slot::offlineStart, 25, 1, 5, 4},
+      {Slot::offlineRead, 26, 1, 5, 4},            {Slot::offlineWrite, 27, 0, 5, 4},
+      {Slot::offlineGetCurrentPass, 28, 0, 0, 0},  {Slot::offlineGetCurrentMetaPass, 29, 0, 0, 0},
+      {Slot::getOutputSpeakerArrangement, 31, 0, 0, 0},
+      {Slot::getHostVendorString, 32, 0, 0, 4},    {Slot::getHostProductString, 33, 0, 0, 4},
+      {Slot::getHostVendorVersion, 34, 0, 0, 0},   {Slot::hostVendorSpecific, 35, 4, 5, 1, 0.5f},
+      {Slot::canHostDo, 37, 0, 0, 4},              {Slot::getHostLanguage, 38, 0, 0, 0},
+      {Slot::getDirectory, 41, 0, 0, 0},           {Slot::updateDisplay, 42, 0, 0, 0},
+      {Slot::beginEdit, 43, 4, 0, 0},              {Slot::endEdit, 44, 4, 0, 0},
+      {Slot::openFileSelector, 45, 0, 0, 4},       {Slot::closeFileSelector, 46, 0, 0, 4},
+      {Slot::getChunkFile, 48, 0, 0, 4},           {Slot::getInputSpeakerArrangement, 49, 0, 0, 0}
+      // clang-format on
   };
-  // clang-format on
-  for (const auto& [slot, opcode] : rows) {
-    asked.clear();
-    call<std::intptr_t>(record, slot, 0, std::intptr_t{0}, nullptr, nullptr);
-    EXPECT_EQ(asked, std::vector{opcode}) << "slot " << static_cast<std::size_t>(slot);
+  const auto expectCall = [this](HostCall wanted) {
+    std::get<0>(wanted) = &record;
+    EXPECT_EQ(hostCalls, std::vector{wanted}) << "opcode " << std::get<1>(wanted);
+    hostCalls.clear();
+  };
+  const auto pointer = [](std::intptr_t address) { return reinterpret_cast<void*>(address); };
+  hostCalls.clear();
+  for (const auto& row : rows) {
+    call<std::intptr_t>(record, row.slot, std::intptr_t{4}, std::intptr_t{5}, pointer(1), 0.5f);
+    expectCall({nullptr, row.opcode, row.index, row.value, pointer(row.pointer), row.option});
   }
-  asked.clear();
   EXPECT_EQ(call<double>(record, Slot::updateSampleRate), 44100.0);
+  expectCall({nullptr, audioMasterGetSampleRate, 0, 0, nullptr, 0.0f});
   call<void>(record, Slot::setOutputSamplerate, 48000.0f);
+  expectCall({nullptr, audioMasterSetOutputSampleRate, 0, 0, nullptr, 48000.0f});
   call<void>(record, Slot::setParameterAutomated, 4, 0.75f);
-  EXPECT_EQ(asked, (std::vector<std::int32_t>{16, 30, 0}));
+  expectCall({nullptr, audioMasterAutomate, 4, 0, nullptr, 0.75f});
   EXPECT_EQ(effect.getParameter(4), 0.75f);
 }
 
@@ -161,7 +173,7 @@ TEST_F(HostView, TextsComeFromTheirSlots) {
 TEST_F(HostView, FieldsStandAtTheirOffsets) {
   host::Effect& e = host::view(record);
   EXPECT_EQ((std::array{e.numPrograms, e.numParams, e.headerVersion}), (std::array{16, 20, 1}));
-  EXPECT_EQ(e.audioMaster, &listeningHost);
+  EXPECT_EQ(e.audioMaster, &recordingHost);
   EXPECT_EQ(e.editor, nullptr);
   EXPECT_EQ(&e.cEffect, &record);
   EXPECT_TRUE(e.typePending);

@@ -8,21 +8,11 @@
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <tuple>
-#include <vector>
+
+#include "tests/shell/recording_host.h"
 
 namespace quellard::test {
 namespace {
-
-using HostCall = std::tuple<AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float>;
-std::vector<HostCall> hostCalls;
-
-template <std::intptr_t Answer>
-std::intptr_t recordingHost(AEffect* effect, std::int32_t opcode, std::int32_t index,
-                            std::intptr_t value, void* ptr, float opt) {
-  hostCalls.emplace_back(effect, opcode, index, value, ptr, opt);
-  return Answer;
-}
 
 std::intptr_t throwingHost(AEffect*, std::int32_t, std::int32_t, std::intptr_t, void*, float) {
   throw std::runtime_error("a host that is shutting down");
@@ -40,15 +30,18 @@ TEST(Module, ExportsItsTwoEntriesAndNothingElse) {
 
 class ModuleEntry : public testing::TestWithParam<const char*> {
  protected:
-  void SetUp() override { ASSERT_NE(entry = moduleEntry(GetParam()), nullptr) << dlerror(); }
+  void SetUp() override {
+    hostCalls.clear();
+    ASSERT_NE(entry = moduleEntry(GetParam()), nullptr) << dlerror();
+  }
   Entry entry = nullptr;
 };
 INSTANTIATE_TEST_SUITE_P(Both, ModuleEntry, testing::Values("getinterface", "OrvTypeIF"));
 
 TEST_P(ModuleEntry, AsksTheHostOnceForItsVersion) {
-  hostCalls.clear();
+  hostVersion = -5;  // any version but 0 is accepted
   {
-    OpenedEffect effect(entry, recordingHost<-5>);  // any version but 0 is accepted
+    OpenedEffect effect(entry, recordingHost);
     effect.setSampleRate(44100.0f);
     double x[2] = {};
     effect.process(x, x, 2);
@@ -57,7 +50,9 @@ TEST_P(ModuleEntry, AsksTheHostOnceForItsVersion) {
   }
   EXPECT_EQ(hostCalls, (std::vector<HostCall>{{nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f}}));
   EXPECT_EQ(entry(nullptr), nullptr);
-  EXPECT_EQ(entry(recordingHost<0>), nullptr);
+  hostVersion = 0;
+  EXPECT_EQ(entry(recordingHost), nullptr);
+  hostVersion = kVstVersion;
   EXPECT_EQ(entry(throwingHost), nullptr);
 }
 

@@ -72,28 +72,19 @@ class Command : public testing::Test {
     return text.str();
   }
 
-  // Runs the command in the folder, with arguments as a shell reads them. before: a shell text in
-  // front of the command.
-  Ran run(const std::string& arguments, const std::string& before = "") const {
+  // Runs a shell script in the folder, in which $Q is the command.
+  Ran shell(const std::string& script) const {
     const Scratch seen;
     const std::string out = (seen / "out").string(), error = (seen / "error").string();
-    const std::string line = "cd '" + (folder / "").string() + "'; " + before +
-                             " '" QUELLARD_COMMAND "' " + arguments + " >" + out + " 2>" + error;
+    const std::string line = "cd '" + (folder / "").string() + "' && Q='" QUELLARD_COMMAND
+                             "' && export Q && { " + script + "\n} >" + out + " 2>" + error;
     const int status = std::system(line.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
   }
 
-  // Runs a script of the shell in the folder, in which $Q is the command.
-  Ran shell(const std::string& script) const {
-    const Scratch seen;
-    const std::string out = (seen / "out").string(), error = (seen / "error").string();
-    write("script", script);
-    const std::string line = "cd '" + (folder / "").string() +
-                             "' && Q='" QUELLARD_COMMAND "' && export Q && sh ./script >" + out +
-                             " 2>" + error;
-    const int status = std::system(line.c_str());
-    fs::remove(folder / "script");
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
+  // Runs the command in the folder. before: a shell text in front of it.
+  Ran run(const std::string& arguments, const std::string& before = "") const {
+    return shell(before + " \"$Q\" " + arguments);
   }
 
   // Runs the command, which must succeed and print no error.
