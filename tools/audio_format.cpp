@@ -11,7 +11,7 @@
 
 #include "params/words.h"
 #include "tools/errors.h"
-#include "tools/knobs.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

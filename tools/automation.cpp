@@ -13,6 +13,7 @@
 #include "params/parameter_values.h"
 #include "tools/errors.h"
 #include "tools/interrupt.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

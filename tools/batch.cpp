@@ -18,7 +18,6 @@
 #include "tools/errors.h"
 #include "tools/input_file.h"
 #include "tools/interrupt.h"
-#include "tools/knobs.h"
 #include "tools/output_file.h"
 
 namespace quellard {

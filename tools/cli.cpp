@@ -19,6 +19,7 @@
 #include "tools/interrupt.h"
 #include "tools/listing.h"
 #include "tools/output_file.h"
+#include "tools/parsing.h"
 #include "tools/plot.h"
 #include "tools/presets.h"
 #include "tools/quellard_pages.h"

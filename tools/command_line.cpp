@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tools/errors.h"
-#include "tools/knobs.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

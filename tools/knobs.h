@@ -5,11 +5,9 @@
 // says what was expected, and with a suggestion for a mistyped word.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "params/parameter_table.h"
 
@@ -20,13 +18,6 @@ struct ParameterChange {
   int parameter;
   float value;
 };
-
-// The text as a finite number; nothing if it is no number as a whole.
-std::optional<double> parseNumber(std::string_view text);
-
-// The same, limited to a range, and as an integer. what: the option's name, for the message.
-double numberWithin(const char* what, std::string_view text, double lowest, double highest);
-int integerWithin(const char* what, std::string_view text, int lowest, int highest);
 
 // 0..2 for "clean", "vintage" and "modern".
 int parseChannel(std::string_view text);
@@ -43,8 +34,5 @@ bool namesSelector(std::string_view name);
 
 // The two parts of "NAME=VALUE", without spaces around them.
 std::pair<std::string, std::string> splitAssignment(std::string_view text);
-
-// ", did you mean 'gain'?" when the word is similar to one of the known ones, otherwise "".
-std::string suggestion(std::string_view word, const std::vector<std::string>& known);
 
 }  // namespace quellard

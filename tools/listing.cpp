@@ -8,7 +8,6 @@
 #include "params/parameter_values.h"
 #include "params/words.h"
 #include "shell/parameter_properties.h"
-#include "tools/knobs.h"
 
 namespace quellard {
 namespace {

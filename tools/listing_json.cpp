@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: ISC
-#include "tools/listing.h"
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <optional>
 
 #include "params/parameter_values.h"
 #include "params/words.h"
-#include "tools/knobs.h"
+#include "tools/listing.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

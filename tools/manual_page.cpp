@@ -5,7 +5,6 @@
 #include <sstream>
 
 #include "params/words.h"
-#include "tools/knobs.h"
 #include "tools/program_pages.h"
 
 namespace quellard {

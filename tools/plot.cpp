@@ -11,9 +11,9 @@
 #include "params/words.h"
 #include "tools/errors.h"
 #include "tools/gnuplot.h"
-#include "tools/knobs.h"
 #include "tools/measure.h"
 #include "tools/output_file.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

@@ -9,7 +9,7 @@
 #include "params/parameter_values.h"
 #include "params/words.h"
 #include "tools/errors.h"
-#include "tools/knobs.h"
+#include "tools/parsing.h"
 #include "tools/user_folders.h"
 
 namespace quellard {

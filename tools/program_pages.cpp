@@ -8,7 +8,6 @@
 #include "params/program.h"
 #include "params/words.h"
 #include "tools/errors.h"
-#include "tools/knobs.h"
 #include "tools/presets.h"
 
 namespace quellard {

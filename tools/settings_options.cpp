@@ -4,6 +4,7 @@
 #include "params/parameter_values.h"
 #include "params/program.h"
 #include "params/words.h"
+#include "tools/parsing.h"
 #include "tools/presets.h"
 
 namespace quellard {

@@ -16,7 +16,7 @@
 
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
-#include "tools/knobs.h"
+#include "tools/parsing.h"
 
 namespace quellard {
 namespace {
