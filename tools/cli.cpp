@@ -10,20 +10,20 @@
 #include <utility>
 #include <vector>
 
-#include "tools/audio_format.h"
-#include "tools/batch.h"
-#include "tools/command_line.h"
-#include "tools/errors.h"
-#include "tools/gain_table.h"
-#include "tools/input_file.h"
-#include "tools/interrupt.h"
+#include "tools/command_line/command_line.h"
+#include "tools/common/errors.h"
+#include "tools/common/interrupt.h"
+#include "tools/common/parsing.h"
+#include "tools/files/audio_format.h"
+#include "tools/files/input_file.h"
+#include "tools/files/output_file.h"
+#include "tools/host/batch.h"
 #include "tools/listing.h"
-#include "tools/output_file.h"
-#include "tools/parsing.h"
-#include "tools/plot.h"
-#include "tools/presets.h"
+#include "tools/measure/gain_table.h"
+#include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
-#include "tools/settings_options.h"
+#include "tools/settings/presets.h"
+#include "tools/settings/settings_options.h"
 
 namespace quellard {
 namespace {

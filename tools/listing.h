@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "tools/batch.h"
-#include "tools/plugin_host.h"
-#include "tools/presets.h"
-#include "tools/render.h"
+#include "tools/host/batch.h"
+#include "tools/host/plugin_host.h"
+#include "tools/host/render.h"
+#include "tools/settings/presets.h"
 
 namespace quellard {
 

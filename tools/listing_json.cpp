@@ -5,8 +5,8 @@
 
 #include "params/parameter_values.h"
 #include "params/words.h"
+#include "tools/common/parsing.h"
 #include "tools/listing.h"
-#include "tools/parsing.h"
 
 namespace quellard {
 namespace {

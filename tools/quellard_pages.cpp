@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/audio_format.h"
-#include "tools/program_pages.h"
+#include "tools/command_line/program_pages.h"
+#include "tools/files/audio_format.h"
 
 namespace quellard {
 namespace {

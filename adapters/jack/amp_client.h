@@ -13,7 +13,7 @@
 #include "adapters/jack/midi_map.h"
 #include "adapters/jack/mute.h"
 #include "rig/hosted_amp.h"
-#include "tools/presets.h"
+#include "tools/settings/presets.h"
 
 namespace quellard {
 

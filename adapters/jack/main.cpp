@@ -18,10 +18,10 @@
 #include "adapters/jack/manual.h"
 #include "adapters/jack/panel.h"
 #include "adapters/jack/state_file.h"
-#include "tools/command_line.h"
-#include "tools/errors.h"
-#include "tools/presets.h"
-#include "tools/settings_options.h"
+#include "tools/command_line/command_line.h"
+#include "tools/common/errors.h"
+#include "tools/settings/presets.h"
+#include "tools/settings/settings_options.h"
 
 namespace quellard {
 namespace {

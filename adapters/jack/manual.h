@@ -2,7 +2,7 @@
 // The texts of quellard-jack's manual page beside its options.
 #pragma once
 
-#include "tools/program_pages.h"
+#include "tools/command_line/program_pages.h"
 
 namespace quellard {
 

@@ -16,7 +16,7 @@
 
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
-#include "tools/parsing.h"
+#include "tools/common/parsing.h"
 
 namespace quellard {
 namespace {

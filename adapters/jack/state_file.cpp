@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 #include <system_error>
 
-#include "tools/errors.h"
-#include "tools/user_folders.h"
+#include "tools/common/errors.h"
+#include "tools/files/user_folders.h"
 
 namespace quellard {
 namespace fs = std::filesystem;

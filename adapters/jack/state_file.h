@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/settings_text.h"
+#include "tools/settings/settings_text.h"
 
 namespace quellard {
 

@@ -13,7 +13,7 @@
 #include "adapters/jack/mute.h"
 #include "adapters/jack/state_file.h"
 #include "params/parameter_values.h"
-#include "tools/errors.h"
+#include "tools/common/errors.h"
 
 namespace quellard::test {
 namespace {

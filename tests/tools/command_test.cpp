@@ -76,8 +76,9 @@ class Command : public testing::Test {
   Ran shell(const std::string& script) const {
     const Scratch seen;
     const std::string out = (seen / "out").string(), error = (seen / "error").string();
-    const std::string line = "cd '" + (folder / "").string() + "' && Q='" QUELLARD_COMMAND
-                             "' && export Q && { " + script + "\n} >" + out + " 2>" + error;
+    const std::string line = "cd '" + (folder / "").string() +
+                             "' && Q='" QUELLARD_COMMAND "' && export Q && { " + script + "\n} >" +
+                             out + " 2>" + error;
     const int status = std::system(line.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read(out), read(error)};
   }

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tests/support/signals.h"
-#include "tools/plugin_host.h"
+#include "tools/host/plugin_host.h"
 
 namespace quellard::test {
 

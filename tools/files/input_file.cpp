@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: ISC
+#include "tools/files/input_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tools/common/errors.h"
+#include "tools/common/interrupt.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+// More than any file has, and small enough for a reader to add offsets without overflow.
+constexpr std::int64_t kEndless = std::int64_t{1} << 60;
+// Longer than any header; more of a stream is not kept in memory.
+constexpr std::size_t kLongestStart = std::size_t{1} << 20;
+
+// Opens a pipe without waiting for its writer: waitFor() does that and can be interrupted.
+int openInput(const fs::path& path) {
+  if (isStandardInput(path)) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
+void writeAll(int descriptor, const char* bytes, std::int64_t count, const std::string& name) {
+  while (count > 0) {
+    const ssize_t written = write(descriptor, bytes, static_cast<std::size_t>(count));
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) {
+      throw FileError(fmt::format("cannot keep {} in a temporary file: {}", name,
+                                  systemMessage(written < 0 ? errno : ENOSPC)));
+    }
+    bytes += written;
+    count -= written;
+  }
+}
+
+}  // namespace
+
+bool isStandardInput(const fs::path& path) {
+  return path == "-" || path == "/dev/stdin" || path == "/dev/fd/0" || path == "/proc/self/fd/0";
+}
+
+InputFile::InputFile(const fs::path& path)
+    : name_(isStandardInput(path) ? "standard input" : path.string()), file_(openInput(path)) {
+  struct stat status = {};
+  if (!file_ || fstat(file_.number(), &status) != 0) throw FileError(complaint(errno));
+  if (S_ISDIR(status.st_mode)) throw FileError(complaint(EISDIR));
+  origin_ = S_ISREG(status.st_mode) ? lseek(file_.number(), 0, SEEK_CUR) : -1;
+  isStream_ = origin_ < 0;
+}
+
+std::string InputFile::complaint(int error) const {
+  return fmt::format("cannot read {}: {}", name_, systemMessage(error));
+}
+
+void InputFile::spool() {
+  FileDescriptor kept = openSpool();
+  writeAll(kept.number(), start_.data(), static_cast<std::int64_t>(start_.size()), name_);
+  forgetStart();
+  std::array<char, 65536> piece = {};
+  while (const std::int64_t got = readStream(piece.data(), piece.size())) {
+    writeAll(kept.number(), piece.data(), got, name_);
+  }
+  throwIfFailed();
+  file_ = std::move(kept);
+  start_.clear();
+  isStream_ = false;
+  origin_ = position_ = 0;
+}
+
+std::string InputFile::start(std::size_t count) {
+  std::string bytes(count, '\0');
+  seek(0, SEEK_SET);
+  bytes.resize(static_cast<std::size_t>(read(bytes.data(), static_cast<std::int64_t>(count))));
+  throwIfFailed();
+  return bytes;
+}
+
+std::string InputFile::end(std::size_t count) {
+  pretendEndless(false);
+  std::string bytes(count, '\0');
+  seek(std::max<std::int64_t>(size() - static_cast<std::int64_t>(count), 0), SEEK_SET);
+  bytes.resize(static_cast<std::size_t>(read(bytes.data(), static_cast<std::int64_t>(count))));
+  return bytes;
+}
+
+std::int64_t InputFile::size() const {
+  struct stat status = {};
+  if (isStream_ || pretendsEndless_) return kEndless;
+  return fstat(file_.number(), &status) == 0 ? status.st_size - origin_ : 0;
+}
+
+std::int64_t InputFile::seek(std::int64_t offset, int whence) {
+  const std::int64_t from =
+      whence == SEEK_CUR ? position_ : (whence == SEEK_END ? size() : std::int64_t{0});
+  if (from + offset < 0) return -1;
+  return position_ = from + offset;
+}
+
+std::int64_t InputFile::read(void* bytes, std::int64_t count) {
+  auto* to = static_cast<char*>(bytes);
+  std::int64_t done = 0;
+  while (done < count && !failure_) {
+    const std::int64_t got = readOnce(to + done, count - done);
+    if (got <= 0) break;
+    done += got;
+    position_ += got;
+  }
+  return done;
+}
+
+std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
+  const auto kept = static_cast<std::int64_t>(start_.size());
+  if (isStream_ && position_ < kept) {
+    const std::int64_t length = std::min(count, kept - position_);
+    std::copy_n(start_.begin() + position_, length, bytes);
+    return length;
+  }
+  if (isStream_) return position_ == consumed_ ? readStream(bytes, count) : 0;
+  ssize_t got = 0;
+  do {
+    got = pread(file_.number(), bytes, static_cast<std::size_t>(count), origin_ + position_);
+  } while (got < 0 && errno == EINTR);
+  if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
+  return got;
+}
+
+std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
+  if (keepsStart_ && start_.size() >= kLongestStart) return 0;
+  ssize_t got = 0;
+  do {
+    waitFor(file_.number(), POLLIN);
+    got = ::read(file_.number(), bytes, static_cast<std::size_t>(count));
+  } while (got < 0 && (errno == EINTR || errno == EAGAIN));
+  if (got < 0) throw FileError(complaint(errno));
+  if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);
+  consumed_ += got;
+  return got;
+} catch (...) {
+  failure_ = std::current_exception();
+  return 0;
+}
+
+void InputFile::throwIfFailed() const {
+  if (failure_) std::rethrow_exception(failure_);
+}
+
+}  // namespace quellard

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: ISC
+#include "tools/host/render.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <fmt/format.h>
+#include <memory>
+
+#include "params/parameter_values.h"
+#include "rig/parameter_smoother.h"
+#include "rig/samples.h"
+#include "tools/common/errors.h"
+#include "tools/common/interrupt.h"
+#include "tools/files/audio_file.h"
+#include "tools/files/audio_format.h"
+#include "tools/host/meter.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The amplifiers' input: the file, mixed down to mono if asked for, followed by silence for the
+// tail.
+class Source {
+ public:
+  Source(const fs::path& path, const RenderSettings& settings)
+      : reader_(path), mono_(settings.mono && reader_.channels() > 1) {
+    if (rate() < PluginModule::kLowestRate || rate() > PluginModule::kHighestRate) {
+      throw FileError(fmt::format("{}: cannot play {} Hz, only {} to {} Hz", path.string(), rate(),
+                                  PluginModule::kLowestRate, PluginModule::kHighestRate));
+    }
+    tail_ = std::llround(settings.tailSeconds * rate());
+    expectedFrames_ = reader_.frames() > 0 ? reader_.frames() + tail_ : 0;
+  }
+
+  int rate() const { return reader_.rate(); }
+  int channels() const { return mono_ ? 1 : reader_.channels(); }
+  bool truncated() const { return reader_.truncated(); }
+
+  // 0 if unknown.
+  std::int64_t expectedFrames() const { return expectedFrames_; }
+
+  // Reads up to `frames` frames into the block and returns their number, which is less only at the
+  // end.
+  int read(std::vector<double>& block, int frames) {
+    block.assign(static_cast<std::size_t>(frames) * inputChannels(), 0.0);
+    const std::int64_t played = ended_ ? 0 : reader_.read(block.data(), frames);
+    ended_ = played < frames;
+    const std::int64_t silent = std::min(frames - played, tail_);
+    tail_ -= silent;
+    if (mono_) mixDown(block);
+    return static_cast<int>(played + silent);
+  }
+
+ private:
+  std::size_t inputChannels() const { return static_cast<std::size_t>(reader_.channels()); }
+
+  void mixDown(std::vector<double>& block) const {
+    const std::size_t width = inputChannels();
+    for (std::size_t frame = 0; frame < block.size() / width; ++frame) {
+      double sum = 0.0;
+      for (std::size_t c = 0; c < width; ++c) sum += block[frame * width + c];
+      block[frame] = sum / static_cast<double>(width);
+    }
+    block.resize(block.size() / width);
+  }
+
+  AudioReader reader_;
+  bool mono_;
+  bool ended_ = false;
+  std::int64_t tail_ = 0;  // frames of silence still to come
+  std::int64_t expectedFrames_ = 0;
+};
+
+void apply(const std::vector<ParameterChange>& values, PluginInstance& amplifier) {
+  for (const auto& [parameter, value] : values) amplifier.setParameter(parameter, value);
+}
+
+// One amplifier for each channel of the audio, all with the same knobs.
+class Rig {
+ public:
+  Rig(const PluginModule& module, int channels, int rate, const RenderSettings& settings) {
+    for (int c = 0; c < channels; ++c) {
+      amplifiers_.push_back(std::make_unique<PluginInstance>(module));
+      applyStart(*amplifiers_.back(), settings.start);
+      amplifiers_.back()->start(rate, settings.blockLength);
+    }
+    smoother_.prepare(rate);
+  }
+
+  // Sets values without a glide, before the first block.
+  void begin(const std::vector<ParameterChange>& start, bool withPreroll) {
+    for (auto& amplifier : amplifiers_) {
+      apply(start, *amplifier);
+      if (withPreroll) preroll(*amplifier);
+    }
+    ParameterValues values;
+    for (int index = 1; index <= kNumStoredValues; ++index) {
+      values[index] = amplifiers_.front()->parameter(index);
+    }
+    smoother_.jumpTo(values);
+  }
+
+  void move(const std::vector<ParameterChange>& changes) {
+    for (const auto& [parameter, value] : changes) smoother_.moveTo(parameter, value);
+  }
+
+  // Plays in place.
+  void process(std::vector<double>& interleaved, int frames) {
+    const auto tell = [this](int index, float value) {
+      for (auto& amplifier : amplifiers_) amplifier->setParameter(index, value);
+    };
+    double* at = interleaved.data();
+    holdLoudest(at, frames * static_cast<int>(amplifiers_.size()));
+    while (frames > 0) {
+      const int step = smoother_.nextStep(frames, tell);
+      processStep(at, step);
+      at += static_cast<std::size_t>(step) * amplifiers_.size();
+      frames -= step;
+    }
+  }
+
+ private:
+  void processStep(double* interleaved, int frames) {
+    const std::size_t width = amplifiers_.size();
+    const auto length = static_cast<std::size_t>(frames);
+    if (width == 1) return amplifiers_.front()->process(interleaved, interleaved, frames);
+    side_.resize(length);
+    for (std::size_t c = 0; c < width; ++c) {
+      for (std::size_t i = 0; i < length; ++i) side_[i] = interleaved[i * width + c];
+      amplifiers_[c]->process(side_.data(), side_.data(), frames);
+      for (std::size_t i = 0; i < length; ++i) interleaved[i * width + c] = side_[i];
+    }
+  }
+
+  std::vector<std::unique_ptr<PluginInstance>> amplifiers_;
+  ParameterSmoother smoother_;
+  std::vector<double> side_;
+};
+
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+}  // namespace
+
+void applyStart(PluginInstance& amplifier, const StartingPoint& start) {
+  amplifier.setProgram(start.program);
+  apply(start.changes, amplifier);
+}
+
+void preroll(PluginInstance& amplifier) {
+  double nothing = 0.0;
+  amplifier.process(&nothing, &nothing, 0);
+}
+
+BlockPlan::BlockPlan(const std::vector<Move>& moves, double rate, int blockLength)
+    : moves_(moves), blockLength_(blockLength) {
+  constexpr double kBeyondAnyFile = 1e15;
+  for (const Move& move : moves) {
+    frames_.push_back(std::llround(std::min(move.seconds * rate, kBeyondAnyFile)));
+  }
+}
+
+int BlockPlan::next() {
+  begin_ = end_;
+  end_ = begin_ + blockLength_;
+  const auto later = std::upper_bound(frames_.begin(), frames_.end(), begin_);
+  if (later != frames_.end()) end_ = std::min(end_, *later);
+  return static_cast<int>(end_ - begin_);
+}
+
+std::vector<ParameterChange> BlockPlan::due() {
+  std::vector<ParameterChange> changes;
+  for (; nextMove_ < frames_.size() && frames_[nextMove_] <= begin_; ++nextMove_) {
+    changes.push_back(moves_[nextMove_].change);
+  }
+  return changes;
+}
+
+RenderResult renderFile(const PluginModule& module, const fs::path& input, const fs::path& output,
+                        const RenderSettings& settings, Progress& progress) {
+  const Clock::time_point begin = Clock::now();
+  Source source(input, settings);
+  const int rate = source.rate();
+  progress.expect(source.expectedFrames());
+  const int format = formatFor(output, settings.sampleFormat,
+                               isStream(output) ? settings.streamType : std::string());
+  AudioWriter writer(output, format, rate, source.channels(), source.expectedFrames());
+  Rig rig(module, source.channels(), rate, settings);
+  Meter meter(rate, source.channels());
+  BlockPlan plan(settings.moves, rate, settings.blockLength);
+
+  // Moves at time 0 belong to the starting point and do not glide.
+  rig.begin(plan.due(), settings.preroll);
+  std::vector<double> block;
+  std::int64_t frames = 0;
+  while (const int length = source.read(block, plan.next())) {
+    throwIfInterrupted();
+    rig.move(plan.due());
+    rig.process(block, length);
+    meter.add(block.data(), length);
+    writer.write(block.data(), length);
+    progress.advance(length);
+    frames += length;
+  }
+  writer.finish();
+  return {.seconds = static_cast<double>(frames) / rate,
+          .elapsed = secondsSince(begin),
+          .peak_dbfs = meter.peak_dbfs(),
+          .loudness_lufs = meter.loudness_lufs(),
+          .clipped = writer.clipped(),
+          .lateMoves = plan.left(),
+          .truncated = source.truncated()};
+}
+
+}  // namespace quellard
