@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "params/parameter_table.h"
+#include "rig/parameter_smoother.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/session.h"
@@ -165,83 +165,52 @@ std::unique_ptr<HostedPlugin> createPlugin() {
 class Formats : public testing::TestWithParam<Format> {};
 class StatefulFormats : public Formats {};
 
-// The amplifier as a plug-in must play it: one effect for each side, started like a render, with a
-// preroll that leaves no knob gliding. A later move takes about 12 ms, in steps of up to 64
-// samples, and is linear in the square root of the knob's value, for MASTER in the fourth root.
+// The output that a plug-in must give: one effect for each side, started like a render, with a
+// preroll that leaves no knob gliding, and moved by the smoother, which tests/rig/moves_test.cpp
+// tests by itself.
 class DirectAmp {
  public:
   explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
 
   void activate(double rate, HostedPlugin& plugin) {
-    prerolled_ = false;
     for (auto& effect : effects_) {
       effect = std::make_unique<OpenedEffect>();
       effect->setSampleRate(static_cast<float>(rate));
     }
     for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
-    length_ = 64.0 * std::max(1.0, std::round(0.012 * rate / 64.0));
+    smoother_.prepare(rate);
+    prerolled_ = false;
   }
   // Takes effect with the next sample; of several values the last counts.
-  void set(int index, double value) {
-    knobs_[static_cast<std::size_t>(index)].asked = static_cast<float>(value);
-  }
+  void set(int index, double value) { wanted_[index] = static_cast<float>(value); }
+
   void play(Channels<double>& io, int begin, int end) {
-    for (int index = 1; index <= 19 && begin < end; ++index) adopt(index);
+    if (begin >= end) return;
+    if (!std::exchange(prerolled_, true)) preroll();
+    for (int index = 1; index <= 19; ++index) smoother_.moveTo(index, wanted_[index]);
     while (begin < end) {
-      const int frames = step(end - begin);
+      const int frames = smoother_.nextStep(end - begin, [this](int i, float v) { tell(i, v); });
       for (std::size_t side = 0; side < effects_.size(); ++side) {
-        if (!prerolled_) effects_[side]->process(nullptr, nullptr, 0);
         double* samples = io[side].data() + begin;
         effects_[side]->process(samples, samples, frames);
       }
-      prerolled_ = true;
       begin += frames;
     }
   }
 
  private:
-  struct Knob {
-    float asked, from, now, to;
-    double done;
-    bool moves;
-  };
-
-  void adopt(int index) {
-    Knob& knob = knobs_[static_cast<std::size_t>(index)];
-    const float to = knob.asked;
-    if (!prerolled_) {
-      knob = {to, to, to, to, 0.0, false};
-      tell(index, to);
-    }
-    if (to != knob.to) knob = {to, knob.now, knob.now, to, index == 19 ? length_ - 64 : 0.0, true};
-  }
-
-  int step(int frames) {
-    for (const Knob& knob : knobs_)
-      if (knob.moves) frames = std::min({frames, 64, static_cast<int>(length_ - knob.done)});
-    for (int index = 1; index <= 19; ++index) {
-      Knob& knob = knobs_[static_cast<std::size_t>(index)];
-      if (!knob.moves) continue;
-      knob.done += frames;
-      knob.moves = knob.done < length_ && index != 19;
-      const bool isMaster = index == 5 || index == 11 || index == 17;
-      const auto root = [&](float value) {
-        const double square = std::sqrt(static_cast<double>(value));
-        return isMaster ? std::sqrt(square) : square;
-      };
-      const double a = root(knob.from), x = a + (root(knob.to) - a) * (knob.done / length_);
-      knob.now = !knob.moves ? knob.to : static_cast<float>(isMaster ? x * x * (x * x) : x * x);
-      tell(index, knob.now);
-    }
-    return frames;
+  void preroll() {
+    smoother_.jumpTo(wanted_);
+    for (int index = 1; index <= 19; ++index) tell(index, wanted_[index]);
+    for (auto& effect : effects_) effect->process(nullptr, nullptr, 0);
   }
   void tell(int index, float value) {
     for (auto& effect : effects_) effect->setParameter(index, value);
   }
 
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
-  std::array<Knob, 20> knobs_{};
-  double length_ = 0.0;  // of a move, in samples
+  ParameterSmoother smoother_;
+  ParameterValues wanted_;
   bool prerolled_ = false;
 };
 

@@ -107,6 +107,34 @@ TEST(Moves, APresetOfTheSameChannelAddsLittleStep) {
   std::printf("largest step of a preset: %.2f\n", worst);
 }
 
+// Linear in the square root of the value, in MASTER's fourth root, and ending at the target's bits
+// after 512 frames, however these are divided into blocks.
+TEST(Moves, FollowTheirCurveInBlocksOfAnyLength) {
+  Random random(sessionSeed() ^ 0xC0);
+  for (int round = 0; round < 100; ++round) {
+    ParameterSmoother smoother;
+    smoother.prepare(kRate);
+    ParameterValues values = defaults(0);
+    smoother.jumpTo(values);
+    const int index = random.integer(1, kNumControls);
+    const double power = (index - 1) % 6 == 4 ? 4.0 : 2.0;
+    const auto target = static_cast<float>(random.unit());
+    const double start = std::pow(0.5, 1.0 / power);
+    const double end = std::pow(static_cast<double>(target), 1.0 / power);
+    smoother.moveTo(index, target);
+    for (int done = 0; done < 512;) {
+      const int most = random.integer(1, 200);
+      const int step = smoother.nextStep(most, [&](int i, float value) { values[i] = value; });
+      ASSERT_EQ(step, std::min({most, 64, 512 - done}));
+      done += step;
+      ASSERT_NEAR(values[index], std::pow(start + (end - start) * done / 512.0, power), 1e-6);
+    }
+    ASSERT_EQ(values[index], target);
+    values[index] = 0.5F;
+    ASSERT_EQ(values, defaults(0)) << "nothing else moves";
+  }
+}
+
 // There is nothing between two channels to move through, also when the rate changes meanwhile.
 TEST(Moves, TheSelectorArrivesWithItsFirstStep) {
   ParameterSmoother smoother;

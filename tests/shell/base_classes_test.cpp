@@ -188,39 +188,28 @@ class AnsweringEffect : public BareEffect {
 TEST(BareEffect, OpcodesReachTheEffectsOwnOperations) {
   AnsweringEffect effect;
   const std::pair<std::int32_t, std::string> rows[] = {
+      // clang-format off
       {effString2Parameter, "string2parameter 3 p64"},
       {effGetProgramNameIndexed, "indexed 32 3 p64"},
-      {effGetInputProperties, "in 3 p64"},
-      {effGetOutputProperties, "out 3 p64"},
-      {effOfflineNotify, "notify p64 32 1"},
-      {effOfflinePrepare, "prepare p64 32"},
-      {effOfflineRun, "run p64 32"},
-      {effProcessVarIo, "variable p64"},
+      {effGetInputProperties, "in 3 p64"},            {effGetOutputProperties, "out 3 p64"},
+      {effOfflineNotify, "notify p64 32 1"},          {effOfflinePrepare, "prepare p64 32"},
+      {effOfflineRun, "run p64 32"},                  {effProcessVarIo, "variable p64"},
       {effSetSpeakerArrangement, "speakers p32 p64"},
-      {effSetBypass, "bypass 1"},
-      {effGetVendorString, "vendor p64"},
-      {effCanDo, "can p64"},
-      {effGetTailSize, "tail"},
-      {effGetVstVersion, "version"},
-      {effGetMidiProgramName, "midi-program 3 p64"},
+      {effSetBypass, "bypass 1"},                     {effGetVendorString, "vendor p64"},
+      {effCanDo, "can p64"},                          {effGetTailSize, "tail"},
+      {effGetVstVersion, "version"},                  {effGetMidiProgramName, "midi-program 3 p64"},
       {effGetCurrentMidiProgram, "midi-current 3 p64"},
       {effGetMidiProgramCategory, "midi-category 3 p64"},
-      {effHasMidiProgramsChanged, "midi-changed 3"},
-      {effGetMidiKeyName, "midi-key 3 p64"},
-      {effBeginSetProgram, "begin"},
-      {effEndSetProgram, "end"},
-      {effGetSpeakerArrangement, "which p32 p64"},
-      {effShellGetNextPlugin, "next p64"},
-      {effStartProcess, "start"},
-      {effStopProcess, "stop"},
-      {effSetTotalSampleToProcess, "total 32"},
-      {effSetPanLaw, "pan 32 0.5"},
-      {effBeginLoadBank, "bank p64"},
-      {effBeginLoadProgram, "program p64"},
-      {effSetProcessPrecision, "precision 32"},
-      {effGetNumMidiInputChannels, "midi-in"},
-      {effGetNumMidiOutputChannels, "midi-out"},
-      {effProcessEvents, "events p64"}};
+      {effHasMidiProgramsChanged, "midi-changed 3"},  {effGetMidiKeyName, "midi-key 3 p64"},
+      {effBeginSetProgram, "begin"},                  {effEndSetProgram, "end"},
+      {effGetSpeakerArrangement, "which p32 p64"},    {effShellGetNextPlugin, "next p64"},
+      {effStartProcess, "start"},                     {effStopProcess, "stop"},
+      {effSetTotalSampleToProcess, "total 32"},       {effSetPanLaw, "pan 32 0.5"},
+      {effBeginLoadBank, "bank p64"},                 {effBeginLoadProgram, "program p64"},
+      {effSetProcessPrecision, "precision 32"},       {effGetNumMidiInputChannels, "midi-in"},
+      {effGetNumMidiOutputChannels, "midi-out"},      {effProcessEvents, "events p64"},
+      // clang-format on
+  };
   for (const auto& [opcode, called] : rows) {
     AnsweringEffect::called.clear();
     EXPECT_EQ(effect.ask(opcode, 3, 32, reinterpret_cast<void*>(64), 0.5f), 1) << opcode;

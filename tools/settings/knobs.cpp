@@ -60,6 +60,7 @@ int parseChannel(std::string_view text) {
   const std::string_view word = trimmed(text);
   if (const std::optional<int> channel = channelFromName(word)) return *channel;
   std::vector<std::string> known;
+  known.reserve(kChannelNames.size());
   for (const char* name : kChannelNames) known.push_back(lowered(name));
   const std::string hint = suggestion(word, known);
   throw UsageError(fmt::format("unknown channel '{}'{}", word,
