@@ -118,10 +118,10 @@ __attribute__((no_sanitize("vptr"))) std::string propertiesOf(PluginInstance& sc
   HostExtension* const extension = scratch.extension();
   ExtendedParameterProperties all = {};
   const VstParameterProperties& properties = all.published;
-  const bool told = extension != nullptr
-                        ? extension->getParameterProperties(index, &all.published)
-                        : scratch.call(effGetParameterProperties, index, 0, &all.published) != 0;
-  std::string text = told ? propertyFlags(properties.flags) : "no properties";
+  const bool hasProperties =
+      extension != nullptr ? extension->getParameterProperties(index, &all.published)
+                           : scratch.call(effGetParameterProperties, index, 0, &all.published) != 0;
+  std::string text = hasProperties ? propertyFlags(properties.flags) : "no properties";
   if ((properties.flags & kVstParameterUsesFloatStep) != 0) {
     text += fmt::format(", step {}", properties.stepFloat);
   }
@@ -129,7 +129,8 @@ __attribute__((no_sanitize("vptr"))) std::string propertiesOf(PluginInstance& sc
     text += fmt::format(", {} to {}, step {}", properties.minInteger, properties.maxInteger,
                         properties.stepInteger);
   }
-  if (told) text += fmt::format(", mark {}, shown as {}", all.trailer[0], rangeOf(scratch, index));
+  if (hasProperties)
+    text += fmt::format(", mark {}, shown as {}", all.trailer[0], rangeOf(scratch, index));
   const std::string unit = scratch.text(effGetParamLabel, index);
   if (!unit.empty()) text += ", in " + unit;
   return text + (scratch.call(effCanBeAutomated, index) != 0 ? ", automated" : ", not automated");

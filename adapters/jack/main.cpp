@@ -167,7 +167,7 @@ void buildApp(CLI::App& app, Options& options) {
   addValue(app, "--state", options.state, "FILE",
            "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
            "user's state folder)");
-  app.add_flag("--no-state", options.forgets, "Begin anew and remember nothing");
+  app.add_flag("--no-state", options.forgets, "Start with the default values and store nothing");
   app.add_flag("--stereo", options.stereo, "One amplifier for each side");
   addValue(app, "--name", options.name, "NAME", "Name of the JACK client (quellard)");
   app.add_flag("--no-connect", options.alone, "Leave the connections to others");

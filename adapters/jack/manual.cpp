@@ -9,14 +9,12 @@ ManualTexts jackManual() {
       .date = QUELLARD_DATE,
       .description =
           {"A valve amplifier to plug a guitar into, with the channels CLEAN, VINTAGE and MODERN, "
-           "as "
-           "a client of JACK or of PipeWire. It connects itself to the first input and the first "
-           "two "
-           "outputs of the interface.",
-           "In a terminal it shows its front: levels, channel, knobs and presets, which keys turn; "
-           "'?' "
-           "explains them. Elsewhere it plays until it gets SIGTERM or the server ends. MIDI moves "
-           "knobs and chooses presets."},
+           "as a client of JACK or of PipeWire. It connects itself to the first input and the "
+           "first "
+           "two outputs of the interface.",
+           "In a terminal it shows a front panel: levels, channel, knobs and presets, operated by "
+           "keys; '?' explains them. Elsewhere it plays until it gets SIGTERM or the server ends. "
+           "MIDI moves knobs and chooses presets."},
       .files = {{"~/.local/state/quellard/jack/",
                  "The settings that it ended with, a file for each "
                  "client name. Where XDG_STATE_HOME is set, it "

@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Vst2, StatefulFormats, testing::Values(kMono));
 
 // The text that the plug-in writes for this opcode and index, "-" where it writes none. Expects the
 // bytes after the text to be untouched.
-std::string told(OpenedEffect& plugin, int opcode, int index = 0) {
+std::string textOf(OpenedEffect& plugin, int opcode, int index = 0) {
   char buffer[80];
   std::memset(buffer, '#', sizeof buffer);
   buffer[sizeof buffer - 1] = '\0';
@@ -122,9 +122,9 @@ void expectDescribed(const char* name, const char* identity) {
             (std::array{19, 13, sides, sides}));
   EXPECT_EQ(record.flags,
             effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks);
-  EXPECT_EQ(told(plugin, effGetEffectName), name);
-  EXPECT_EQ(told(plugin, effGetProductString), name);
-  EXPECT_EQ(told(plugin, effGetVendorString), "Quellard");
+  EXPECT_EQ(textOf(plugin, effGetEffectName), name);
+  EXPECT_EQ(textOf(plugin, effGetProductString), name);
+  EXPECT_EQ(textOf(plugin, effGetVendorString), "Quellard");
   for (const auto& [opcode, answer] : {std::pair{effIdentify, kEffectIdentity},
                                        {effGetVendorVersion, 1000},
                                        {effGetVstVersion, 2400},
@@ -144,7 +144,7 @@ void expectDescribed(const char* name, const char* identity) {
       labels.insert(pin.label), labels.insert(pin.shortLabel);
     }
     EXPECT_EQ(labels.size(), 2U * sides);
-    EXPECT_EQ(told(plugin, opcode, sides), "-");
+    EXPECT_EQ(textOf(plugin, opcode, sides), "-");
   }
   for (const float rate : {44100.0F, 192000.0F, std::nanf(""), -1.0F}) {
     plugin.setSampleRate(rate);
@@ -165,20 +165,20 @@ TEST(Vst2, NamesParametersAndPrograms) {
                                     {17, "Modern Gain"},
                                     {18, "Channel"}}) {
     VstParameterProperties about{};
-    EXPECT_EQ(told(plugin, effGetParamName, index), name);
+    EXPECT_EQ(textOf(plugin, effGetParamName, index), name);
     EXPECT_EQ(plugin.dispatch(effCanBeAutomated, index), 1);
     EXPECT_EQ(plugin.dispatch(effGetParameterProperties, index, 0, &about), 1);
     EXPECT_STREQ(about.label, name);
     EXPECT_EQ(about.category, index < 18 ? index / 6 + 1 : 0);
-    EXPECT_EQ(told(plugin, effGetParamLabel, index), "") << "no unit";
-    EXPECT_EQ(told(plugin, effGetParamDisplay, index), index < 18 ? "5.00" : "MODERN");
+    EXPECT_EQ(textOf(plugin, effGetParamLabel, index), "") << "no unit";
+    EXPECT_EQ(textOf(plugin, effGetParamDisplay, index), index < 18 ? "5.00" : "MODERN");
   }
   for (int program = 0; program < 13; ++program) {
     const std::string name =
         program == 0 ? "Init" : kFactoryBank[static_cast<std::size_t>(program - 1)].name;
-    EXPECT_EQ(told(plugin, effGetProgramNameIndexed, program), name);
+    EXPECT_EQ(textOf(plugin, effGetProgramNameIndexed, program), name);
     plugin.setProgram(program);
-    EXPECT_EQ(told(plugin, effGetProgramName), name);
+    EXPECT_EQ(textOf(plugin, effGetProgramName), name);
     EXPECT_EQ(plugin.dispatch(effGetProgram), program);
   }
   plugin.setProgram(0);
@@ -230,10 +230,10 @@ TEST(Vst2, InvalidCallsAreHandled) {
     record.setParameter(&record, index, 0.9F);
     EXPECT_EQ(record.getParameter(&record, index), 0.0F);
     for (const int opcode : {effGetParamName, effGetParamDisplay, effGetParamLabel})
-      EXPECT_EQ(told(plugin, opcode, index), "") << index;
+      EXPECT_EQ(textOf(plugin, opcode, index), "") << index;
     for (const int opcode : {effGetProgramNameIndexed, effGetParameterProperties, effCanBeAutomated,
                              effGetInputProperties, effString2Parameter})
-      EXPECT_EQ(told(plugin, opcode, index), "-") << opcode << " of " << index;
+      EXPECT_EQ(textOf(plugin, opcode, index), "-") << opcode << " of " << index;
   }
   // Every opcode without a buffer for the answer, with values of any size.
   const Bytes before = Vst2Plugin{}.saved();

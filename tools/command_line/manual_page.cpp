@@ -146,12 +146,12 @@ std::string section(const std::string& name, const std::string& text) {
 std::string groupSections(const CLI::App& app) {
   std::vector<const CLI::App*> apps = {&app};
   for (const CLI::App* command : app.get_subcommands({})) apps.push_back(command);
-  Words told;
+  Words described;
   std::string page;
   for (const CLI::App* each : apps) {
     for (const std::string& group : sharedGroups(*each)) {
-      if (std::ranges::find(told, group) != told.end()) continue;
-      told.push_back(group);
+      if (std::ranges::find(described, group) != described.end()) continue;
+      described.push_back(group);
       page += section(upper(group), describeAll(*each, group));
     }
   }
@@ -168,7 +168,7 @@ std::string exitStatus() {
   return tagged("0", "All went well.") +
          tagged("1", "A file or a device could not be read, written or opened.") +
          tagged("2", "The command line was wrong.") +
-         ".PP\nEach failure is told in one line on standard error.\n";
+         ".PP\nEach error is reported in one line on standard error.\n";
 }
 
 std::string references(const Words& pages) {
