@@ -1,16 +1,33 @@
-# A Debian package: cpack -G DEB. Its dependencies are those of the libraries that the files load.
-set(CPACK_PACKAGE_NAME quellard)
+# Debian packages: cpack -G DEB. What musicians install, and the engine for those who build programs
+# with it. Dependencies are those of the libraries that the files load.
+quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quellard RENAME copyright)
+quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libquellard-dev
+  RENAME copyright COMPONENT Development)
+
 set(CPACK_PACKAGE_CONTACT "Quellard maintainers <maintainers@quellard.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "three-channel guitar amplifier: plug-ins, command, JACK program")
-set(CPACK_PACKAGE_DESCRIPTION
-    "CLEAN, VINTAGE and MODERN, as CLAP, LV2, VST3 and VST 2.4 plug-ins, as a program to plug into,
-and as a command that plays recordings through them.")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has one of its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/compress_manuals.cmake)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/finish.cmake)
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL Runtime Development)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-install(FILES LICENSE DESTINATION share/doc/quellard RENAME copyright)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME quellard)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "gnuplot-nox, jackd")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+    "three-channel guitar amplifier: plug-ins, command, JACK program
+CLEAN, VINTAGE and MODERN, as CLAP, LV2, VST3 and VST 2.4 plug-ins, as a
+program to plug into, and as a command that plays recordings through them.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquellard-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "three-channel guitar amplifier: its engine for other programs
+The static libraries and headers of the guitar amplifier Quellard, to play
+buffers of samples through it. CMake finds them by find_package(Quellard).")
 include(CPack)

@@ -7,16 +7,16 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # The folders of the core, and every folder that holds C++.
 core=(shell params dsp channels engine)
 # shellcheck disable=SC2034
-sources=("${core[@]}" rig adapters tools bench tests)
+sources=("${core[@]}" rig adapters tools bench examples tests)
 
 cores() { nproc 2>/dev/null || sysctl -n hw.ncpu; }
 
 # configure PRESET: nothing where it has been done since the presets changed or packages arrived,
-# with which more can be built.
+# with which more can be built. Afresh, so that nothing lingers that older presets set.
 configure() {
   local made=$root/build/$1/build.ninja
   [[ -e $made && ! $made -ot $root/CMakePresets.json && ! $made -ot $root/build/packages ]] && return
-  (cd "$root" && cmake --preset "$1" >/dev/null)
+  (cd "$root" && cmake --fresh --preset "$1" >/dev/null)
 }
 
 # build PRESET [TARGET]: silent where nothing is to be done.

@@ -8,7 +8,7 @@ namespace quellard::test {
 
 inline constexpr bool kSanitized = QUELLARD_SANITIZED;  // from CMake
 
-// 32-bit programs are run by an emulator, some twenty times slower than the processor.
+// 32-bit programs may be run by an emulator, some twenty times slower than the processor.
 inline constexpr bool kEmulated = sizeof(void*) == 4;
 
 #if defined(__OPTIMIZE__)

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 #include "params/parameter_values.h"
@@ -91,8 +92,9 @@ ParameterChange changeOf(const Line& line, const std::string& name, int channel)
 
 std::vector<Move> parseAutomation(std::istream& text, const std::string& name, int channel) {
   std::vector<Line> lines = readLines(text, name);
-  std::stable_sort(lines.begin(), lines.end(),
-                   [](const Line& a, const Line& b) { return a.seconds < b.seconds; });
+  std::sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+    return std::tie(a.seconds, a.number) < std::tie(b.seconds, b.number);
+  });
   std::vector<Move> moves;
   auto next = lines.cbegin();  // the first line whose selector, if any, is not yet applied
   for (auto line = lines.cbegin(); line != lines.cend(); ++line) {
