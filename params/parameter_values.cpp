@@ -34,7 +34,11 @@ std::optional<int> channelFromName(std::string_view name) {
   return std::nullopt;
 }
 
-double positionFromKnob(float value) { return shortestDecimal(value, 1); }
+// Of all values between 0 and 1 one, at 7e-26, is not what its shortest decimal gives.
+double positionFromKnob(float value) {
+  const double shortest = shortestDecimal(value, 1);
+  return knobFromPosition(shortest) == value ? shortest : static_cast<double>(value) * kKnobScale;
+}
 
 float knobFromFloatPosition(float position) {
   const auto top = static_cast<float>(kKnobScale);

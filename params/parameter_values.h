@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -15,8 +16,12 @@ namespace quellard {
 // Whether a parameter has a value: 1..19.
 constexpr bool isStored(int index) { return index >= 1 && index <= kNumStoredValues; }
 
-// One entry for each parameter that has a value, by the parameter's index, 1..19.
-template <typename Entry>
+// 1..18.
+constexpr bool isKnob(int index) { return index >= 1 && index <= kNumControls; }
+
+// One entry for each parameter that has a value, by the parameter's index, 1..19 or, with what
+// hosts add to the amplifier, more.
+template <typename Entry, std::size_t count = kNumStoredValues>
 class PerParameter {
  public:
   constexpr Entry& operator[](int index) { return entries_[static_cast<std::size_t>(index - 1)]; }
@@ -33,7 +38,7 @@ class PerParameter {
   friend bool operator==(const PerParameter&, const PerParameter&) = default;
 
  private:
-  std::array<Entry, kNumStoredValues> entries_{};
+  std::array<Entry, count> entries_{};
 };
 
 using ParameterValues = PerParameter<float>;

@@ -47,7 +47,7 @@ void writeSilence(const AudioChannels& out, int begin, int end) {
 
 }  // namespace
 
-HostedAmp::HostedAmp(int sides) : sides_(sides) { setValues(defaultValues()); }
+HostedAmp::HostedAmp(int sides) : sides_(sides) { setHostedValues(defaultHostedValues()); }
 
 std::uint32_t HostedAmp::tailFrames(double rate) {
   return static_cast<std::uint32_t>(
@@ -62,6 +62,7 @@ bool HostedAmp::prepare(double rate, int maxFrames) {
   rate_ = rate;
   maxFrames_ = maxFrames;
   smoother_.prepare(rate);
+  chain_.prepare(rate, maxFrames);
   bypass_.prepare(rate);
   prerolled_ = false;
   return true;
@@ -85,17 +86,27 @@ void HostedAmp::reset() {
 }
 
 void HostedAmp::setValue(int index, float value) {
-  if (!isStored(index) || std::isnan(value)) return;
+  if (!isHosted(index) || std::isnan(value)) return;
   const float held = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
   wanted_[index].store(held, kRelaxed);
 }
 
 float HostedAmp::value(int index) const {
-  return isStored(index) ? wanted_[index].load(kRelaxed) : 0.0F;
+  return isHosted(index) ? wanted_[index].load(kRelaxed) : 0.0F;
 }
 
 void HostedAmp::setValues(const ParameterValues& values) {
   for (int index = 1; index <= kNumStoredValues; ++index) setValue(index, values[index]);
+}
+
+void HostedAmp::setHostedValues(const HostedValues& values) {
+  for (int index = 1; index <= kNumHostedValues; ++index) setValue(index, values[index]);
+}
+
+HostedValues HostedAmp::hostedValues() const {
+  HostedValues values;
+  for (int index = 1; index <= kNumHostedValues; ++index) values[index] = value(index);
+  return values;
 }
 
 ParameterValues HostedAmp::values() const {
@@ -127,12 +138,14 @@ void HostedAmp::tell(int index, float value) {
 
 void HostedAmp::adoptMovedValues() {
   for (int index = 1; index <= kNumStoredValues; ++index) smoother_.moveTo(index, value(index));
+  chain_.moveTo(hostedValues());
 }
 
 // A block of no frames makes all three channels adopt their values at once, without a glide.
 void HostedAmp::preroll() {
   const ParameterValues now = values();
   smoother_.jumpTo(now);
+  chain_.jumpTo(hostedValues());
   for (int index = 1; index <= kNumStoredValues; ++index) {
     tell(index, now[index]);
   }
@@ -152,10 +165,11 @@ void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int
   const bool isOff = bypass_.isOff(engaged);
   const bool isOn = bypass_.isOn(engaged);
   readSides(in, begin, frames, !isOff);
-  for (Side& side : built_) {
-    double* samples = side.samples.data();
-    side.effect->processDoubleReplacing(&samples, &samples, frames);
-    if (!isOff) bypass_.mix(engaged, side.dry.data(), samples, frames);
+  playSides(frames);
+  if (!isOff) {
+    for (Side& side : built_) {
+      bypass_.mix(engaged, side.dry.data(), side.samples.data(), frames);
+    }
   }
   bypass_.advance(engaged, frames);
   for (int i = 0; i < sides_; ++i) {
@@ -169,8 +183,19 @@ void HostedAmp::readSides(const AudioChannels& in, int begin, int frames, bool k
     Side& side = built_[static_cast<std::size_t>(i)];
     readChannel(in, i, begin, frames, side.samples.data());
     if (keepDry) std::copy_n(side.samples.data(), frames, side.dry.data());
-    holdLoudest(side.samples.data(), frames);
   }
+}
+
+void HostedAmp::playSides(int frames) {
+  std::array<double*, kStereo> all{};
+  const std::span sides(all.data(), built_.size());
+  std::ranges::transform(built_, sides.begin(), [](Side& side) { return side.samples.data(); });
+  chain_.playFront(sides, frames);
+  for (Side& side : built_) {
+    double* samples = side.samples.data();
+    side.effect->processDoubleReplacing(&samples, &samples, frames);
+  }
+  chain_.playBack(sides, frames);
 }
 
 }  // namespace quellard

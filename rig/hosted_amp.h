@@ -14,6 +14,7 @@
 #include "params/parameter_table.h"
 #include "rig/bypass.h"
 #include "rig/parameter_smoother.h"
+#include "rig/rig_chain.h"
 #include "shell/quellard.h"
 
 namespace quellard {
@@ -50,22 +51,28 @@ class HostedAmp {
   // prepare(). [audio thread] Never allocates.
   void reset();
 
-  // Parameters 1..19; other indices are ignored and read as 0. Values are limited to 0..1, NaN is
-  // ignored. value() returns the new value at once; the sound starts to move there with the next
-  // call of play(). [any thread] No lock, no allocation.
+  // The parameters of the amplifier and of the rig (rig_parameters.h); other indices are ignored
+  // and read as 0. Values are limited to 0..1, NaN is ignored. value() returns the new value at
+  // once; the sound starts to move there with the next call of play(). [any thread] No lock, no
+  // allocation.
   void setValue(int index, float value);
   float value(int index) const;
-  // The same for all nineteen. They are stored one by one: a play() at the same moment may see some
-  // of them only, the next one sees all.
+  // The same for all of the amplifier, as a preset sets them, and for all there are. They are
+  // stored one by one: a play() at the same moment may see some of them only, the next one sees
+  // all.
   void setValues(const ParameterValues& values);
+  void setHostedValues(const HostedValues& values);
   ParameterValues values() const;
+  HostedValues hostedValues() const;
 
-  // Takes the amplifier out of the signal, or back in, with a crossfade of 10 ms that starts at the
-  // next play(). While bypassed the output is the input, bit for bit, and the amplifier goes on
-  // processing unheard. prepare() and reset() keep the bypass as it is. [any thread] No lock, no
-  // allocation.
-  void setBypass(bool bypassed) { bypassed_.store(bypassed, std::memory_order_relaxed); }
-  bool bypassed() const { return bypassed_.load(std::memory_order_relaxed); }
+  // kBypassParameter, from 0.5 up: takes the amplifier and the rig out of the signal, or back in,
+  // with a crossfade of 10 ms from the next call of play() on. While bypassed the output is the
+  // input, bit for bit, and the amplifier plays on unheard. [any thread] No lock, no allocation.
+  void setBypass(bool bypassed) { setValue(kBypassParameter, bypassed ? 1.0F : 0.0F); }
+  bool bypassed() const { return value(kBypassParameter) >= 0.5F; }
+
+  // Whether the gate lets the signal through. [any thread]
+  bool gateIsOpen() const { return chain_.gateIsOpen(); }
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
   // output may be the input, in any order of channels. The first call after prepare() or reset()
@@ -91,17 +98,18 @@ class HostedAmp {
   void preroll();
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
   void readSides(const AudioChannels& in, int begin, int frames, bool keepDry);
+  void playSides(int frames);
 
   int sides_;
   bool prerolled_ = false;
   double rate_ = 0.0;
   int maxFrames_ = 0;
   std::vector<Side> built_;  // empty before the first prepare()
-  // The values that were set. Only the audio thread passes them to the effects, so that both sides
-  // move in the same block and no other thread takes the effects' lock.
-  PerParameter<std::atomic<float>> wanted_;
-  std::atomic<bool> bypassed_ = false;
+  // What the world has asked for. The audio thread alone tells the effects, so that both sides move
+  // in the same block and nobody waits for their lock.
+  PerParameter<std::atomic<float>, kNumHostedValues> wanted_;
   ParameterSmoother smoother_;
+  RigChain chain_;
   Bypass bypass_;
 };
 

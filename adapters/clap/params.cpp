@@ -7,10 +7,10 @@
 #include <optional>
 
 #include "adapters/clap/clap_plugin.h"
-#include "adapters/shared/bypass.h"
 #include "adapters/shared/value_text.h"
 #include "params/parameter_text.h"
 #include "params/parameter_values.h"
+#include "rig/rig_parameters.h"
 
 namespace quellard {
 namespace {
@@ -18,12 +18,14 @@ namespace {
 // CLAP_PARAM_IS_ENUM of newer headers: every step has a name, so hosts may show a menu.
 constexpr clap_param_info_flags kIsEnum = 1U << 16;
 
-// Parameters 1..19 of the amplifier and the bypass.
-constexpr std::uint32_t kClapParameters = kNumStoredValues + 1;
-static_assert(kBypassParameter == kClapParameters, "the bypass has the last id");
+constexpr std::uint32_t kClapParameters = kNumHostedValues;
 
 // The parameter with this id; 0, which is the empty one, for an unknown id.
 int parameterOf(clap_id id) { return id <= kClapParameters ? static_cast<int>(id) : 0; }
+
+double highestPlain(int parameter) {
+  return parameter == kTypeParameter ? kNumChannels - 1.0 : 1.0;
+}
 
 double plainFromValue(int parameter, float value) {
   return parameter == kTypeParameter ? channelFromSelect(value) : static_cast<double>(value);
@@ -31,45 +33,33 @@ double plainFromValue(int parameter, float value) {
 
 // Steps are truncated, not rounded: CLAP demands it. NaN becomes the lowest value.
 float valueFromPlain(int parameter, double plain) {
-  const double most = parameter == kTypeParameter ? kNumChannels - 1.0 : 1.0;
-  const double held = plain > 0.0 ? std::min(plain, most) : 0.0;
+  const double held = plain > 0.0 ? std::min(plain, highestPlain(parameter)) : 0.0;
   if (parameter == kTypeParameter) return selectFromChannel(static_cast<int>(held));
   if (parameter == kBypassParameter) return static_cast<float>(static_cast<int>(held));
   return static_cast<float>(held);
 }
 
-void describeKnob(const ParameterInfo& knob, clap_param_info_t& info) {
-  info.flags = CLAP_PARAM_IS_AUTOMATABLE;
-  info.max_value = 1.0;
-  info.default_value = static_cast<double>(kKnobDefault);
-  std::strcpy(info.name, parameterTitle(knob.index).data());
-  std::strcpy(info.module, channelTitle(knob.channel).data());
-}
-
-void describeSelector(clap_param_info_t& info) {
-  info.flags = CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | kIsEnum;
-  info.max_value = kNumChannels - 1;
-  info.default_value = plainFromValue(kTypeParameter, kTypeDefault);
-  std::strcpy(info.name, parameterTitle(kTypeParameter).data());
-}
-
-// Hosts connect it to their own bypass button.
-void describeBypass(clap_param_info_t& info) {
-  info.flags = CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | CLAP_PARAM_IS_BYPASS;
-  info.max_value = 1.0;
-  std::strcpy(info.name, kBypassTitle);
+// Hosts connect the bypass to a button of their own.
+clap_param_info_flags flagsOf(int parameter) {
+  switch (parameter) {
+    case kTypeParameter: return CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | kIsEnum;
+    case kBypassParameter:
+      return CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_IS_STEPPED | CLAP_PARAM_IS_BYPASS;
+    default: return CLAP_PARAM_IS_AUTOMATABLE;
+  }
 }
 
 bool getInfo(const clap_plugin_t*, std::uint32_t index, clap_param_info_t* info) {
   if (index >= kClapParameters || info == nullptr) return false;
   *info = {};
   info->id = index + 1;
-  if (info->id == kBypassParameter) {
-    describeBypass(*info);
-  } else if (info->id == kTypeParameter) {
-    describeSelector(*info);
-  } else {
-    describeKnob(parameterInfo(static_cast<int>(info->id)), *info);
+  const int parameter = parameterOf(info->id);
+  info->flags = flagsOf(parameter);
+  info->max_value = highestPlain(parameter);
+  info->default_value = plainFromValue(parameter, defaultHostedValues()[parameter]);
+  std::strcpy(info->name, hostedTitle(parameter).data());
+  if (isKnob(parameter)) {
+    std::strcpy(info->module, channelTitle(parameterInfo(parameter).channel).data());
   }
   return true;
 }
@@ -77,12 +67,7 @@ bool getInfo(const clap_plugin_t*, std::uint32_t index, clap_param_info_t* info)
 bool getValue(const clap_plugin_t* plugin, clap_id id, double* plain) {
   const int parameter = parameterOf(id);
   if (parameter == 0 || plain == nullptr) return false;
-  const HostedAmp& amp = ClapPlugin::of(plugin).amp;
-  if (parameter == kBypassParameter) {
-    *plain = amp.bypassed() ? 1.0 : 0.0;
-  } else {
-    *plain = plainFromValue(parameter, amp.value(parameter));
-  }
+  *plain = plainFromValue(parameter, ClapPlugin::of(plugin).amp.value(parameter));
   return true;
 }
 
@@ -128,12 +113,7 @@ void applyEvent(HostedAmp& amp, const clap_event_header_t& event) {
   const auto& move = reinterpret_cast<const clap_event_param_value_t&>(event);
   const int parameter = parameterOf(move.param_id);
   if (parameter == 0 || std::isnan(move.value)) return;
-  const float value = valueFromPlain(parameter, move.value);
-  if (parameter == kBypassParameter) {
-    amp.setBypass(value > 0.0F);
-  } else {
-    amp.setValue(parameter, value);
-  }
+  amp.setValue(parameter, valueFromPlain(parameter, move.value));
 }
 
 constexpr clap_plugin_params_t kClapParams = {

@@ -9,20 +9,18 @@ namespace {
 bool save(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
   if (stream == nullptr) return false;
   const HostedAmp& amp = ClapPlugin::of(plugin).amp;
-  return writeState({.values = amp.values(), .bypass = amp.bypassed()},
-                    [&](const std::uint8_t* from, std::size_t size) {
-                      return stream->write(stream, from, size);
-                    });
+  return writeState(amp.hostedValues(), [&](const std::uint8_t* from, std::size_t size) {
+    return stream->write(stream, from, size);
+  });
 }
 
 bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (stream == nullptr) return false;
-  const std::optional<State> state =
+  const std::optional<HostedValues> values =
       readState([&](std::uint8_t* to, std::size_t size) { return stream->read(stream, to, size); });
-  if (!state.has_value()) return false;
+  if (!values.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
-  self.amp.setValues(state->values);
-  self.amp.setBypass(state->bypass);
+  self.amp.setHostedValues(*values);
   self.reportMovedValues();
   return true;
 }

@@ -11,18 +11,18 @@
 namespace quellard {
 
 Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
-  seen_.fill(std::numeric_limits<float>::quiet_NaN());
+  for (float& seen : seen_) seen = std::numeric_limits<float>::quiet_NaN();
   if (!amp_.prepare(rate, maxFrames)) throw std::invalid_argument("sample rate");
 }
 
 void Lv2Plugin::connect(std::uint32_t port, void* data) {
   auto* const samples = static_cast<float*>(data);
-  if (port < kLv2ControlPorts) {
-    controls_[port] = samples;
+  if (const int parameter = lv2ParameterOf(port, amp_.sides()); parameter != 0) {
+    controls_[parameter] = samples;
     return;
   }
   const auto sides = static_cast<std::uint32_t>(amp_.sides());
-  const std::uint32_t audio = port - kLv2ControlPorts;
+  const std::uint32_t audio = port - kLv2FirstAudioPort;
   if (audio < sides) {
     inputs_[audio] = samples;
   } else if (audio < 2 * sides) {
@@ -33,12 +33,11 @@ void Lv2Plugin::connect(std::uint32_t port, void* data) {
 }
 
 void Lv2Plugin::readControls() {
-  for (std::uint32_t port = 0; port < kLv2ControlPorts; ++port) {
-    if (controls_[port] == nullptr) continue;
-    const float control = *controls_[port];
-    if (control == seen_[port] || std::isnan(control)) continue;
-    seen_[port] = control;
-    const int index = static_cast<int>(port) + 1;
+  for (int index = 1; index <= kNumHostedValues; ++index) {
+    if (controls_[index] == nullptr) continue;
+    const float control = *controls_[index];
+    if (control == seen_[index] || std::isnan(control)) continue;
+    seen_[index] = control;
     amp_.setValue(index, valueFromControl(index, control));
   }
   // Written so that NaN, like every value above 0, leaves the amplifier in the signal.

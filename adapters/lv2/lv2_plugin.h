@@ -36,8 +36,8 @@ class Lv2Plugin {
   void readControls();
 
   HostedAmp amp_;
-  std::array<const float*, kLv2ControlPorts> controls_{};
-  std::array<float, kLv2ControlPorts> seen_{};  // at the last run; NaN before the first
+  PerParameter<const float*, kNumHostedValues> controls_;
+  HostedValues seen_;  // the controls' values at the last run, NaN before the first
   const float* enabled_ = nullptr;
   std::array<float*, HostedAmp::kStereo> inputs_{};
   std::array<float*, HostedAmp::kStereo> outputs_{};

@@ -25,6 +25,7 @@ constexpr const char* kPrefixes = R"(@prefix atom: <http://lv2plug.in/ns/ext/ato
 @prefix pset: <http://lv2plug.in/ns/ext/presets#> .
 @prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .
 @prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .
+@prefix units: <http://lv2plug.in/ns/extensions/units#> .
 @prefix urid: <http://lv2plug.in/ns/ext/urid#> .
 
 )";
@@ -77,6 +78,14 @@ std::string selectorPort(const ParameterInfo& selector) {
   return text;
 }
 
+const char* lv2Symbol(int parameter) {
+  switch (parameter) {
+    case kInputParameter: return "input_level";
+    case kGateParameter: return "gate";
+    default: return "output_level";
+  }
+}
+
 // Hosts connect it to their own bypass button.
 std::string enabledPort(const Lv2Variant& variant) {
   return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
@@ -91,11 +100,31 @@ std::string enabledPort(const Lv2Variant& variant) {
                      lv2EnabledPort(variant.sides));
 }
 
+std::string decibelPort(int parameter, int sides) {
+  const bool isGate = parameter == kGateParameter;
+  const double lowest = isGate ? kGateOff_dbfs : -kMostLevel_db;
+  std::string text =
+      fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+    lv2:index {} ;
+    lv2:symbol "{}" ;
+    lv2:name "{}" ;
+    lv2:default {:.1f} ;
+    lv2:minimum {:.1f} ;
+    lv2:maximum {:.1f} ;
+    units:unit units:db)",
+                  lv2PortOf(parameter, sides), lv2Symbol(parameter), hostedTitle(parameter).data(),
+                  isGate ? kGateOff_dbfs : 0.0, lowest, isGate ? kHighestGate_dbfs : kMostLevel_db);
+  if (isGate) {
+    text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"Off\" ; rdf:value {:.1f} ]", lowest);
+  }
+  return text;
+}
+
 std::string audioPort(const Lv2Variant& variant, bool input, int side) {
   const char* const way = input ? "in" : "out";
   const char* const title = input ? "In" : "Out";
   const std::uint32_t first =
-      kLv2ControlPorts + (input ? 0U : static_cast<std::uint32_t>(variant.sides));
+      kLv2FirstAudioPort + (input ? 0U : static_cast<std::uint32_t>(variant.sides));
   std::string text = fmt::format("a {} , lv2:AudioPort ;\n    lv2:index {} ;\n",
                                  input ? "lv2:InputPort" : "lv2:OutputPort",
                                  first + static_cast<std::uint32_t>(side));
@@ -124,7 +153,11 @@ std::string ports(const Lv2Variant& variant) {
       text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", audioPort(variant, input, side));
     }
   }
-  return text + fmt::format("  lv2:port [\n    {}\n  ] ;\n", enabledPort(variant));
+  text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", enabledPort(variant));
+  for (const int parameter : {kInputParameter, kGateParameter, kOutputParameter}) {
+    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", decibelPort(parameter, variant.sides));
+  }
+  return text;
 }
 
 std::string plugin(const Lv2Variant& variant) {

@@ -9,11 +9,10 @@ namespace {
 
 constexpr std::array<std::uint8_t, 4> kMagic = {'Q', 'L', 'R', 'D'};
 constexpr std::uint16_t kParametersOnly = 1;  // version 1: always nineteen values
-constexpr std::uint16_t kFurtherValues = 2;   // version 2: the twentieth, if any, is the bypass
+constexpr std::uint16_t kFurtherValues = 2;   // version 2: and, if there are more, the rig's
 
 constexpr std::size_t kHeaderSize = stateSize(0) - sizeof(std::uint32_t);
 constexpr std::size_t kSumSize = sizeof(std::uint32_t);
-constexpr std::size_t kBypassEntry = kNumStoredValues;  // of the values, after the parameters
 
 // Numbers are little-endian whatever the machine.
 template <typename Number>
@@ -53,23 +52,30 @@ std::optional<std::size_t> countOfValues(std::span<const std::uint8_t> bytes) {
 // False for NaN, too.
 bool isParameterValue(float value) { return value >= 0.0F && value <= 1.0F; }
 
+// Up to the last one that is not neutral.
+int countToStore(const HostedValues& values) {
+  int count = kNumHostedValues;
+  while (count > kNumStoredValues && values[count] == neutralValue(count)) --count;
+  return count;
+}
+
 }  // namespace
 
-// Without a bypass to store, version 1 is written, which all releases can read.
-StateBytes encodeState(const State& state) {
-  const bool further = state.bypass;
-  const auto count = static_cast<std::uint16_t>(kNumStoredValues + (further ? 1 : 0));
-  StateBytes block{.size = stateSize(count)};
+// Without a value of the rig to store, version 1 is written, which all releases can read.
+StateBytes encodeState(const HostedValues& values) {
+  const int count = countToStore(values);
+  StateBytes block{.size = stateSize(static_cast<std::size_t>(count))};
   std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), block.buffer.data());
-  to = put(to, further ? kFurtherValues : kParametersOnly);
-  to = put(to, count);
-  for (const float value : state.values) to = put(to, std::bit_cast<std::uint32_t>(value));
-  if (further) to = put(to, std::bit_cast<std::uint32_t>(1.0F));
+  to = put(to, count > kNumStoredValues ? kFurtherValues : kParametersOnly);
+  to = put(to, static_cast<std::uint16_t>(count));
+  for (int index = 1; index <= count; ++index) {
+    to = put(to, std::bit_cast<std::uint32_t>(values[index]));
+  }
   put(to, crc32({block.buffer.data(), to}));
   return block;
 }
 
-std::optional<State> decodeState(std::span<const std::uint8_t> bytes) {
+std::optional<HostedValues> decodeState(std::span<const std::uint8_t> bytes) {
   const std::optional<std::size_t> count = countOfValues(bytes);
   if (!count.has_value()) return std::nullopt;
   const std::uint8_t* from = bytes.data() + kHeaderSize;
@@ -79,9 +85,10 @@ std::optional<State> decodeState(std::span<const std::uint8_t> bytes) {
   }
   if (get<std::uint32_t>(from) != crc32(bytes.first(bytes.size() - kSumSize))) return std::nullopt;
   if (!std::all_of(values.begin(), values.end(), isParameterValue)) return std::nullopt;
-  State state{.bypass = values[kBypassEntry] >= 0.5F};
-  std::copy_n(values.begin(), kNumStoredValues, state.values.begin());
-  return state;
+  HostedValues known = defaultHostedValues();
+  std::copy_n(values.begin(), std::min<std::size_t>(*count, kNumHostedValues), known.begin());
+  known[kBypassParameter] = known[kBypassParameter] >= 0.5F ? 1.0F : 0.0F;
+  return known;
 }
 
 std::uint32_t crc32(std::span<const std::uint8_t> bytes) {

@@ -10,7 +10,7 @@
 #include <optional>
 #include <span>
 
-#include "params/parameter_values.h"
+#include "rig/rig_parameters.h"
 
 namespace quellard {
 
@@ -20,13 +20,6 @@ constexpr std::size_t stateSize(std::size_t values) { return 8 + 4 * values + 4;
 inline constexpr std::size_t kMostStateValues = 64;  // in one block
 inline constexpr std::size_t kMostStateBytes = stateSize(kMostStateValues);
 
-struct State {
-  ParameterValues values{};
-  bool bypass = false;
-
-  friend bool operator==(const State&, const State&) = default;
-};
-
 struct StateBytes {
   std::array<std::uint8_t, kMostStateBytes> buffer{};
   std::size_t size = 0;
@@ -34,20 +27,20 @@ struct StateBytes {
   std::span<const std::uint8_t> bytes() const { return std::span(buffer).first(size); }
 };
 
-// Encodes a state in the lowest version that can hold it. [any thread] No function here allocates.
-StateBytes encodeState(const State& state);
+// The block of the lowest version that holds the state. Any thread; neither allocates.
+StateBytes encodeState(const HostedValues& values);
 
 // Returns nothing for bytes that are not a state of this amplifier, are damaged, or are of a later
 // version: the caller then keeps what it has.
-std::optional<State> decodeState(std::span<const std::uint8_t> bytes);
+std::optional<HostedValues> decodeState(std::span<const std::uint8_t> bytes);
 
 // The same through a host's stream, which may write and read any number of bytes at a time.
 // write(from, size) and read(to, size) return the bytes that were transferred; 0 is the end,
 // negative an error. False, or nothing, where the stream fails or ends early, or holds more than a
 // state.
 template <typename Write>
-bool writeState(const State& state, const Write& write) {
-  StateBytes block = encodeState(state);
+bool writeState(const HostedValues& values, const Write& write) {
+  StateBytes block = encodeState(values);
   std::size_t done = 0;
   while (done < block.size) {
     const std::int64_t written = write(&block.buffer[done], block.size - done);
@@ -58,7 +51,7 @@ bool writeState(const State& state, const Write& write) {
 }
 
 template <typename Read>
-std::optional<State> readState(const Read& read) {
+std::optional<HostedValues> readState(const Read& read) {
   std::array<std::uint8_t, kMostStateBytes + 1> bytes{};
   std::size_t done = 0;
   while (done < bytes.size()) {

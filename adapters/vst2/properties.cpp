@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "params/parameter_table.h"
 #include "params/parameter_text.h"
+#include "rig/rig_parameters.h"
 
 namespace quellard {
 namespace {
@@ -18,11 +18,16 @@ void writeShortLabel(char* to, const char* title) {
   copyText(to, title, fits ? kShortLabelLen : kAbbreviationLen);
 }
 
+void describeSteps(VstParameterProperties& continuous) {
+  continuous.flags = kVstParameterUsesFloatStep;
+  continuous.smallStepFloat = 0.001F;
+  continuous.stepFloat = 0.01F;
+  continuous.largeStepFloat = 0.1F;
+}
+
 void describeKnob(int channel, VstParameterProperties& knob) {
-  knob.flags = kVstParameterUsesFloatStep | kVstParameterSupportsDisplayCategory;
-  knob.smallStepFloat = 0.001F;
-  knob.stepFloat = 0.01F;
-  knob.largeStepFloat = 0.1F;
+  describeSteps(knob);
+  knob.flags |= kVstParameterSupportsDisplayCategory;
   knob.category = static_cast<std::int16_t>(channel + 1);  // 0: none
   knob.numParametersInCategory = kKnobsPerChannel;
   std::strcpy(knob.categoryLabel, channelTitle(channel).data());
@@ -38,18 +43,21 @@ void describeSelector(VstParameterProperties& selector) {
 }  // namespace
 
 bool fillParameterProperties(int index, VstParameterProperties* properties) {
-  const ParameterInfo* parameter = findParameter(index);
-  if (properties == nullptr || parameter == nullptr || index == 0) return false;
+  if (properties == nullptr || !isHosted(index)) return false;
   *properties = {};
-  if (parameter->kind == ParameterKind::knob) {
-    describeKnob(parameter->channel, *properties);
-  } else {
+  if (isKnob(index)) {
+    describeKnob(parameterInfo(index).channel, *properties);
+  } else if (index == kTypeParameter) {
     describeSelector(*properties);
+  } else {
+    describeSteps(*properties);
   }
   properties->flags |= kVstParameterSupportsDisplayIndex;
-  properties->displayIndex = static_cast<std::int16_t>(index - 1);
-  std::strcpy(properties->label, parameterTitle(index).data());
-  writeShortLabel(properties->shortLabel, controlTitle(index).data());
+  properties->displayIndex =
+      static_cast<std::int16_t>(index > kBypassParameter ? index - 2 : index - 1);
+  const Title title = hostedTitle(index);
+  std::strcpy(properties->label, title.data());
+  writeShortLabel(properties->shortLabel, (isKnob(index) ? controlTitle(index) : title).data());
   return true;
 }
 

@@ -27,8 +27,8 @@ inline constexpr std::int32_t kVstParameterUsesIntStep = 1 << 3;
 inline constexpr std::int32_t kVstParameterSupportsDisplayIndex = 1 << 4;
 inline constexpr std::int32_t kVstParameterSupportsDisplayCategory = 1 << 5;
 
-// index: a parameter of the amplifier, 1..19, whose channel becomes its category. False, and
-// nothing written, for others and for null. [any thread] Neither function allocates.
+// index: a parameter of the amplifier, whose channel becomes its category, or of the rig. False,
+// and nothing written, for others and for null. [any thread] Neither function allocates.
 bool fillParameterProperties(int index, VstParameterProperties* properties);
 
 // The same for an audio channel, 0..sides-1.

@@ -19,9 +19,13 @@ namespace {
 constexpr auto kRelaxed = std::memory_order_relaxed;
 constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 
-// The amplifier's parameter with this number in VST 2.4; 0, which is the empty one, for others.
+// Those of the amplifier and the rig, less the bypass, for which this format has a call.
+constexpr int kNumVst2Parameters = kNumHostedValues - 1;
+
+// 0, which is none, for a number that the host should not have.
 int parameterOf(std::int32_t index) {
-  return index >= 0 && index < kNumStoredValues ? index + 1 : 0;
+  if (index < 0 || index >= kNumVst2Parameters) return 0;
+  return index < kNumStoredValues ? index + 1 : index + 2;
 }
 
 // Writes the text and its terminator and no byte more, since hosts do not say how long their
@@ -66,7 +70,7 @@ Vst2Effect::Vst2Effect(const Vst2Variant& variant) : variant_(variant), amp_(var
     return self != nullptr ? self->amp_.value(parameterOf(index)) : 0.0F;
   };
   record_.numPrograms = kNumListedPrograms;
-  record_.numParams = kNumStoredValues;
+  record_.numParams = kNumVst2Parameters;
   record_.numInputs = record_.numOutputs = variant.sides;
   record_.flags = effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks;
   record_.ioRatio = 1.0F;
@@ -115,7 +119,7 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
       return isListedProgram(index) && tell(text, listedProgramName(index));
     case effGetParamLabel: return tell(text, "");
     case effGetParamDisplay: return tell(text, valueText(parameter, amp_.value(parameter)).data());
-    case effGetParamName: return tell(text, parameterTitle(parameter).data());
+    case effGetParamName: return tell(text, hostedTitle(parameter).data());
     case effCanBeAutomated: return parameter != 0;
     case effString2Parameter: return setFromText(parameter, text);
     case effGetParameterProperties:
@@ -205,7 +209,7 @@ bool Vst2Effect::engageBypass(bool bypassed) {
 // The chunk of the preset bank is that of a program, since the programs themselves never change.
 std::intptr_t Vst2Effect::saveChunk(void** chunk) {
   if (chunk == nullptr) return 0;
-  chunk_ = encodeState({.values = amp_.values(), .bypass = amp_.bypassed()});
+  chunk_ = encodeState(amp_.hostedValues());
   *chunk = chunk_.buffer.data();
   return static_cast<std::intptr_t>(chunk_.size);
 }
@@ -213,12 +217,11 @@ std::intptr_t Vst2Effect::saveChunk(void** chunk) {
 // The host is shown the program that has these values, if there is one.
 bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   if (chunk == nullptr || size < 0) return false;
-  const std::optional<State> state =
+  const std::optional<HostedValues> values =
       decodeState({static_cast<const std::uint8_t*>(chunk), static_cast<std::size_t>(size)});
-  if (!state.has_value()) return false;
-  amp_.setValues(state->values);
-  amp_.setBypass(state->bypass);
-  if (const std::optional<int> program = listedProgramWith(state->values)) {
+  if (!values.has_value()) return false;
+  amp_.setHostedValues(*values);
+  if (const std::optional<int> program = listedProgramWith(amp_.values())) {
     program_.store(*program, kRelaxed);
   }
   return true;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The amplifier for any VST 2.4 host, mono or stereo. Parameter i of the amplifier is i-1 here. The
-// programs are the default values and the factory bank; the chunk in a project is the state that
-// all formats share. Parameters move with the next block, since VST 2.4 gives no time for them.
+// The amplifier for any VST 2.4 host, mono or stereo. Parameter i of the amplifier is i-1 here, and
+// those of the rig follow, without the bypass, for which VST 2.4 has a call. The programs are the
+// default values and the factory bank; the chunk in a project is the state that all formats share.
+// Parameters move with the next block, since VST 2.4 gives no time for them.
 #pragma once
 
 #include <atomic>

@@ -4,8 +4,7 @@
 
 #include <travesty/base.h>
 
-#include "adapters/shared/bypass.h"
-#include "params/parameter_table.h"
+#include "rig/rig_parameters.h"
 
 namespace quellard {
 
@@ -15,10 +14,10 @@ inline constexpr v3_tuid kVst3StereoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61,
                                              0x53, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
 inline constexpr char kVst3Vendor[] = "Quellard";
 
-// Parameter ids; 1..19 are the amplifier's own parameters.
+// Parameter ids; from 1 on the parameters of the amplifier and the rig.
 inline constexpr v3_param_id kVst3Program = 0;
 inline constexpr v3_param_id kVst3Bypass = kBypassParameter;
-inline constexpr int kNumVst3Parameters = kBypassParameter + 1;
+inline constexpr int kNumVst3Parameters = 1 + kNumHostedValues;
 
 // Units: the root has what all channels share, and each channel has a unit for its knobs.
 inline constexpr int kVst3RootUnit = 0;

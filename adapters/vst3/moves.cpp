@@ -65,15 +65,15 @@ bool BlockMoves::readPoint(QueueReader& reader) const {
   return false;
 }
 
-// Only knobs follow the line. Lists jump at the points, since the entries between two others have
-// no meaning.
+// Knobs and levels follow the line. Lists jump at the points, since the entries between two others
+// have no meaning.
 void BlockMoves::schedule(v3_param_id id, int frame) {
   QueueReader& reader = readers_[id];
   if (frame >= reader.to.frame && !readPoint(reader)) {
     reader.due = kNoFrame;
     return;
   }
-  const bool isGradual = isKnob(id) && reader.from.value != reader.to.value;
+  const bool isGradual = !isList(id) && reader.from.value != reader.to.value;
   const int nextStep = (frame / kLineStep + 1) * kLineStep;
   reader.due = isGradual ? std::min(nextStep, reader.to.frame) : reader.to.frame;
 }

@@ -12,6 +12,8 @@
 namespace quellard {
 namespace {
 
+constexpr char kProgramTitle[] = "Program";
+
 int indexOf(v3_param_id id) { return static_cast<int>(id); }
 
 // The number of a list's last step, counted from 0.
@@ -22,18 +24,13 @@ int lastStep(v3_param_id id) {
 
 double held(double value, double most) { return value > 0.0 ? std::min(value, most) : 0.0; }
 
-void describeKnob(v3_param_id id, v3_param_info& info) {
-  writeWide(info.title, parameterTitle(indexOf(id)).data());
-  writeWide(info.short_title, controlTitle(indexOf(id)).data());
-  info.unit_id = vst3UnitOf(parameterInfo(indexOf(id)).channel);
-}
-
-void describeList(v3_param_info& info, const char* title, std::int32_t flag) {
-  writeWide(info.title, title);
-  writeWide(info.short_title, title);
-  info.step_count = lastStep(info.param_id);
-  info.unit_id = kVst3RootUnit;
-  info.flags |= flag;
+std::int32_t flagsOf(v3_param_id id) {
+  switch (id) {
+    case kVst3Program: return V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE;
+    case kTypeParameter: return V3_PARAM_IS_LIST;
+    case kVst3Bypass: return V3_PARAM_IS_BYPASS;
+    default: return 0;
+  }
 }
 
 }  // namespace
@@ -41,26 +38,25 @@ void describeList(v3_param_info& info, const char* title, std::int32_t flag) {
 void describeParameter(v3_param_id id, v3_param_info& info) {
   info = {};
   info.param_id = id;
-  info.flags = V3_PARAM_CAN_AUTOMATE;
+  info.flags = V3_PARAM_CAN_AUTOMATE | flagsOf(id);
   info.default_normalised_value = static_cast<double>(defaultValue(id));
-  switch (id) {
-    case kVst3Program:
-      return describeList(info, "Program", V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE);
-    case kTypeParameter:
-      return describeList(info, parameterTitle(kTypeParameter).data(), V3_PARAM_IS_LIST);
-    case kVst3Bypass: return describeList(info, kBypassTitle, V3_PARAM_IS_BYPASS);
-    default: return describeKnob(id, info);
-  }
+  info.step_count = isList(id) ? lastStep(id) : 0;
+  info.unit_id = kVst3RootUnit;
+  writeWide(info.title, id == kVst3Program ? kProgramTitle : hostedTitle(indexOf(id)).data());
+  std::copy(std::begin(info.title), std::end(info.title), info.short_title);
+  if (!isKnob(indexOf(id))) return;
+  writeWide(info.short_title, controlTitle(indexOf(id)).data());
+  info.unit_id = vst3UnitOf(parameterInfo(indexOf(id)).channel);
 }
 
 float defaultValue(v3_param_id id) {
-  return isStored(indexOf(id)) ? quellard::defaultValue(indexOf(id)) : 0.0F;
+  return id == kVst3Program ? 0.0F : defaultHostedValues()[indexOf(id)];
 }
 
 // VST3 gives each step an equal share of 0..1.
 float keptValue(v3_param_id id, double normalised) {
   const double value = held(normalised, 1.0);
-  if (isKnob(id)) return static_cast<float>(value);
+  if (!isList(id)) return static_cast<float>(value);
   const int last = lastStep(id);
   const int step = std::min(static_cast<int>(value * (last + 1)), last);
   return static_cast<float>(step) / static_cast<float>(last);
@@ -74,12 +70,14 @@ int stepOf(v3_param_id id, float value) {
 // back into this value.
 double plainFromNormalised(v3_param_id id, double normalised) {
   const float value = keptValue(id, normalised);
-  if (isKnob(id)) return static_cast<double>(controlFromValue(indexOf(id), value));
-  return stepOf(id, value);
+  if (id == kVst3Program) return stepOf(id, value);
+  return static_cast<double>(controlFromValue(indexOf(id), value));
 }
 
 double normalisedFromPlain(v3_param_id id, double plain) {
-  if (isKnob(id)) return static_cast<double>(knobFromFloatPosition(static_cast<float>(plain)));
+  if (id != kVst3Program) {
+    return static_cast<double>(valueFromControl(indexOf(id), static_cast<float>(plain)));
+  }
   const int last = lastStep(id);
   return std::round(held(plain, last)) / last;
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
-// The parameters as VST3 hosts see them, numbered by their ids: the program, the amplifier's
-// nineteen, the bypass. A host's value is normalised, 0..1; all but the knobs are lists with
-// equally spaced steps. id: below kNumVst3Parameters. [any thread] No function here allocates.
+// The parameters as VST3 hosts see them, numbered by their ids: the program, then those of the
+// amplifier and the rig. A host's value is normalised, 0..1; the program, the selector and the
+// bypass are lists with equally spaced steps. id: below kNumVst3Parameters. [any thread] No
+// function here allocates.
 #pragma once
 
 #include <optional>
@@ -14,7 +15,9 @@
 namespace quellard {
 
 constexpr bool isVst3Parameter(v3_param_id id) { return id < v3_param_id{kNumVst3Parameters}; }
-constexpr bool isKnob(v3_param_id id) { return id >= 1 && id < v3_param_id{kTypeParameter}; }
+constexpr bool isList(v3_param_id id) {
+  return id == kVst3Program || id == v3_param_id{kTypeParameter} || id == kVst3Bypass;
+}
 
 void describeParameter(v3_param_id id, v3_param_info& info);
 float defaultValue(v3_param_id id);
@@ -26,7 +29,8 @@ float keptValue(v3_param_id id, double normalised);
 // The step of a list that a stored value belongs to, counted from 0.
 int stepOf(v3_param_id id, float value);
 
-// VST3's plain values: knobs from 0 to 10, lists from 0 in steps of 1. Limited to that range.
+// VST3's plain values: knobs from 0 to 10, lists from 0 in steps of 1, levels and the gate in
+// decibels. Limited to that range.
 double plainFromNormalised(v3_param_id id, double normalised);
 double normalisedFromPlain(v3_param_id id, double plain);
 

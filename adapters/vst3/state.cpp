@@ -27,7 +27,7 @@ v3_result saveState(void* self, v3_bstream** stream) {
   const auto write = [&](std::uint8_t* from, std::size_t size) -> std::int64_t {
     return transfer(v3_cpp_obj(stream)->write, stream, from, size).value_or(-1);
   };
-  return writeState(Vst3Plugin::of(self).shownState(), write) ? V3_OK : V3_INTERNAL_ERR;
+  return writeState(Vst3Plugin::of(self).shownValues(), write) ? V3_OK : V3_INTERNAL_ERR;
 }
 
 // At the end of a stream some hosts report 0 bytes and others an error, so both are the end.
@@ -36,9 +36,9 @@ v3_result loadState(void* self, v3_bstream** stream) {
   const auto read = [&](std::uint8_t* to, std::size_t size) -> std::int64_t {
     return transfer(v3_cpp_obj(stream)->read, stream, to, size).value_or(0);
   };
-  const std::optional<State> state = readState(read);
-  if (!state.has_value()) return V3_FALSE;
-  Vst3Plugin::of(self).load(*state);
+  const std::optional<HostedValues> values = readState(read);
+  if (!values.has_value()) return V3_FALSE;
+  Vst3Plugin::of(self).load(*values);
   return V3_OK;
 }
 

@@ -108,20 +108,18 @@ void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
   if (programChanged) tellHost();
 }
 
-State Vst3Plugin::shownState() const {
-  State state{.bypass = shown(kVst3Bypass) > 0.5F};
+HostedValues Vst3Plugin::shownValues() const {
+  HostedValues values;
   v3_param_id id = 0;
-  for (float& value : state.values) value = shown(++id);
-  return state;
+  for (float& value : values) value = shown(++id);
+  return values;
 }
 
 // The host is shown the program that has these values, if there is one.
-void Vst3Plugin::load(const State& state) {
-  amp.setValues(state.values);
-  amp.setBypass(state.bypass);
-  showValues(state.values);
-  show(kVst3Bypass, state.bypass ? 1.0F : 0.0F);
-  if (const std::optional<int> program = listedProgramWith(state.values)) {
+void Vst3Plugin::load(const HostedValues& values) {
+  amp.setHostedValues(values);
+  std::copy(values.begin(), values.end(), shown_.begin() + 1);
+  if (const std::optional<int> program = listedProgramWith(amp.values())) {
     playedProgram_ = *program;
     shown_[kVst3Program] = keptValue(kVst3Program, normalisedFromPlain(kVst3Program, *program));
   }
@@ -131,7 +129,6 @@ void Vst3Plugin::load(const State& state) {
 // Only a change of the program sets the knobs: hosts send a parameter's value again, at every start
 // for instance, and that must not undo the moves since the program was chosen.
 void Vst3Plugin::play(v3_param_id id, float value) {
-  if (id == kVst3Bypass) return amp.setBypass(value > 0.5F);
   if (id != kVst3Program) return amp.setValue(static_cast<int>(id), value);
   const int program = stepOf(id, value);
   if (playedProgram_.exchange(program) != program) amp.setValues(listedProgramValues(program));

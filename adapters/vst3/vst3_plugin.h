@@ -62,7 +62,7 @@ class Vst3Plugin {
 
   // The values that hosts see and save. [any thread]
   float shown(v3_param_id id) const { return shown_[id].load(std::memory_order_relaxed); }
-  State shownState() const;
+  HostedValues shownValues() const;
 
   // A move from a block: changes the value that plays and the one that is shown. [audio thread]
   void moveInBlock(v3_param_id id, double normalised);
@@ -73,7 +73,7 @@ class Vst3Plugin {
   // block could bring it, also the one that plays. [main thread]
   void moveShown(v3_param_id id, double normalised);
   // Plays and shows a state, and reports it to the host. [main thread]
-  void load(const State& state);
+  void load(const HostedValues& values);
   // The host's object to report to; null for none. [main thread]
   void setHandler(v3_component_handler** handler);
 

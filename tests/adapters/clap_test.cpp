@@ -202,21 +202,21 @@ TEST(Clap, DescribesItself) {
       EXPECT_NE(info.flags & CLAP_AUDIO_PORT_SUPPORTS_64BITS, 0U);
     }
     std::set<std::string> paths;
-    for (clap_id id = 1; id <= 20; ++id) {
+    for (clap_id id = 1; id <= 23; ++id) {
       clap_param_info_t info{};
       double value = -1.0;
       ASSERT_TRUE(plugin.params->get_info(plugin.plugin, id - 1, &info));
       ASSERT_TRUE(plugin.params->get_value(plugin.plugin, id, &value));
       EXPECT_EQ(info.id, id);
       EXPECT_NE(info.flags & CLAP_PARAM_IS_AUTOMATABLE, 0U);
-      EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, id >= 19);
+      EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, id == 19 || id == 20);
       EXPECT_EQ((info.flags & CLAP_PARAM_IS_BYPASS) != 0, id == 20);
       EXPECT_EQ(value, info.default_value);
       EXPECT_EQ(info.max_value, id == 19 ? 2.0 : 1.0);
       paths.insert(std::string(info.module) + "/" + info.name);
     }
-    EXPECT_EQ(paths.size(), 20U);
-    for (const char* path : {"Clean/Clean Gain", "/Channel", "/Bypass"})
+    EXPECT_EQ(paths.size(), 23U);
+    for (const char* path : {"Clean/Clean Gain", "/Channel", "/Bypass", "/Gate"})
       EXPECT_EQ(paths.count(path), 1U) << path;
   }
 }
@@ -244,7 +244,7 @@ TEST(Clap, InvalidCallsAreRefused) {
   char text[32] = "untouched";
   clap_param_info_t info{};
   const Bytes before = hosted.saved();
-  for (const clap_id id : {0U, 21U, 0x7FFFFFFFU, CLAP_INVALID_ID}) {
+  for (const clap_id id : {0U, 24U, 0x7FFFFFFFU, CLAP_INVALID_ID}) {
     EXPECT_FALSE(hosted.params->get_value(p, id, &value));
     EXPECT_FALSE(hosted.params->value_to_text(p, id, 0.5, text, sizeof text));
     EXPECT_FALSE(hosted.params->text_to_value(p, id, "5.00", &value));

@@ -21,13 +21,16 @@ namespace {
 constexpr int kMaxFrames = 600;
 constexpr int kBankSize = kNumFactoryPresets;
 
-// Knob values with three decimals, which keep their bits in formats whose knobs go from 0 to 10.
+// Values that keep their bits in formats whose controls read from 0 to 10 and in decibels. The gate
+// stays off: it hears noise as what it is.
 double drawValue(Random& random, int index) {
+  if (index == kGateParameter) return 0.0;
+  if (index > 19) return random.pick(std::array{0.0, 0.25, 0.5, 0.5, 0.625, 0.75});
   return index == 19 ? random.integer(0, 2) / 2.0 : random.integer(0, 1000) / 1000.0;
 }
 
 void setAll(HostedPlugin& plugin, Random& random) {
-  for (int index = 1; index <= 19; ++index) {
+  for (const int index : kSetParameters) {
     const double value = drawValue(random, index);
     plugin.set(index, value);
     ASSERT_NEAR(plugin.get(index), value, 1e-7) << "without a block";
@@ -43,7 +46,8 @@ void playBoth(Random& random, HostedPlugin& plugin, DirectAmp& direct, const For
   Channels<double> wanted = widened(in);
   int done = 0;
   for (int moves = random.integer(-3, 5); moves > 0; --moves) {
-    const int index = random.chance(0.2) ? 19 : random.integer(1, 18);
+    const int index =
+        random.chance(0.2) ? random.pick(std::array{19, 21, 23}) : random.integer(1, 18);
     const double value = drawValue(random, index);
     const int frame = format.countsFrames ? random.integer(0, frames) : 0;
     plugin.set(index, value, frame);
@@ -186,7 +190,7 @@ TEST_P(StatefulFormats, KeepTheirStateThroughAnyStreamAndRefuseOthers) {
     setAll(*first, random);
     const Bytes good = first->saved(chunk);
     ASSERT_TRUE(second->loadFrom(good, chunk));
-    for (int i = 1; i <= 19; ++i) EXPECT_EQ(second->get(i), first->get(i)) << i;
+    for (const int i : kSetParameters) EXPECT_EQ(second->get(i), first->get(i)) << i;
     std::vector<Bytes> bad(good.size() + 3, good);
     for (std::size_t i = 0; i < good.size(); ++i) bad[i][i] ^= 0x10;
     bad[good.size()].clear();
@@ -214,6 +218,8 @@ TEST_P(StatefulFormats, ShowAndReadValues) {
   }
   EXPECT_EQ(plugin->text(1, 0.75), "7.50");
   EXPECT_EQ(plugin->text(19, 0.5), "VINTAGE");
+  EXPECT_EQ(plugin->text(kInputParameter, 0.25), "-12.0 dB");
+  EXPECT_NEAR(plugin->value(kGateParameter, "-30 dB").value_or(-1.0), 1.0, 1e-7);
 }
 
 TEST_P(StatefulFormats, OfferTheFactoryBank) {

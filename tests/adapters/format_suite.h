@@ -15,7 +15,9 @@
 #include <utility>
 #include <vector>
 
+#include "rig/level.h"
 #include "rig/parameter_smoother.h"
+#include "rig/rig_parameters.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/session.h"
@@ -89,8 +91,12 @@ inline void* symbolOf(const char* file, const char* name) {
 // How often this thread has allocated memory; always 0 in builds that cannot count it.
 long allocationsSoFar();
 
-// A plug-in from its built module, driven through its format's C interface. Parameters are 1..19,
-// their values 0..1.
+// Those that the suite moves: all but the bypass, which some formats do not have as a parameter.
+inline constexpr std::array kSetParameters = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                              12, 13, 14, 15, 16, 17, 18, 19, 21, 22, 23};
+
+// A plug-in from its built module, driven through its format's C interface. Parameters are those of
+// rig/rig_parameters.h, their values 0..1.
 class HostedPlugin {
  public:
   virtual ~HostedPlugin() = default;
@@ -104,7 +110,7 @@ class HostedPlugin {
   // The state; false for an error. May be called while another thread plays. In formats without a
   // state of their own the host stores the parameters, as here.
   virtual bool save(ByteStream& to) {
-    for (int index = 1; index <= 19; ++index) {
+    for (const int index : kSetParameters) {
       const double value = get(index);
       to.write(&value, sizeof value);
     }
@@ -112,7 +118,7 @@ class HostedPlugin {
   }
   virtual bool load(ByteStream& from) {
     double value = 0.0;
-    for (int index = 1; index <= 19; ++index) {
+    for (const int index : kSetParameters) {
       from.read(&value, sizeof value);
       set(index, value);
     }
@@ -165,9 +171,9 @@ std::unique_ptr<HostedPlugin> createPlugin() {
 class Formats : public testing::TestWithParam<Format> {};
 class StatefulFormats : public Formats {};
 
-// The output that a plug-in must give: one effect for each side, started like a render, with a
-// preroll that leaves no knob gliding, and moved by the smoother, which tests/rig/moves_test.cpp
-// tests by itself.
+// The output that a plug-in must give: one effect for each side between two levels, started like a
+// render, with a preroll that leaves no knob gliding, and moved by the smoother, which
+// tests/rig/moves_test.cpp tests by itself, as tests/rig/rig_chain_test.cpp does the levels.
 class DirectAmp {
  public:
   explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
@@ -177,8 +183,10 @@ class DirectAmp {
       effect = std::make_unique<OpenedEffect>();
       effect->setSampleRate(static_cast<float>(rate));
     }
-    for (int index = 1; index <= 19; ++index) set(index, plugin.get(index));
+    for (const int index : kSetParameters) set(index, plugin.get(index));
     smoother_.prepare(rate);
+    input_.prepare(rate);
+    output_.prepare(rate);
     prerolled_ = false;
   }
   // Takes effect with the next sample; of several values the last counts.
@@ -188,19 +196,29 @@ class DirectAmp {
     if (begin >= end) return;
     if (!std::exchange(prerolled_, true)) preroll();
     for (int index = 1; index <= 19; ++index) smoother_.moveTo(index, wanted_[index]);
+    input_.moveTo(gainOf(kInputParameter));
+    output_.moveTo(gainOf(kOutputParameter));
     while (begin < end) {
       const int frames = smoother_.nextStep(end - begin, [this](int i, float v) { tell(i, v); });
       for (std::size_t side = 0; side < effects_.size(); ++side) {
         double* samples = io[side].data() + begin;
+        input_.apply(samples, frames);
         effects_[side]->process(samples, samples, frames);
+        output_.apply(samples, frames);
       }
+      input_.advance(frames);
+      output_.advance(frames);
       begin += frames;
     }
   }
 
  private:
   void preroll() {
-    smoother_.jumpTo(wanted_);
+    ParameterValues own;
+    std::copy_n(wanted_.begin(), kNumStoredValues, own.begin());
+    smoother_.jumpTo(own);
+    input_.jumpTo(gainOf(kInputParameter));
+    output_.jumpTo(gainOf(kOutputParameter));
     for (int index = 1; index <= 19; ++index) tell(index, wanted_[index]);
     for (auto& effect : effects_) effect->process(nullptr, nullptr, 0);
   }
@@ -210,7 +228,10 @@ class DirectAmp {
 
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
   ParameterSmoother smoother_;
-  ParameterValues wanted_;
+  double gainOf(int index) const { return gainFromDecibels(levelFromValue_db(wanted_[index])); }
+
+  HostedValues wanted_;
+  Level input_, output_;
   bool prerolled_ = false;
 };
 

@@ -119,7 +119,7 @@ case $1 in
     ;;
   ecasound)
     needs ecasound
-    values=5,5,5,5,5,5,5,5,5,5,4.39,7.39,5,5,5,5,5,5,1,1
+    values=5,5,5,5,5,5,5,5,5,5,4.39,7.39,5,5,5,5,5,5,1,1,0,-81,0
     ecasound -q -b:256 -f:f32_le,1,44100 -i mono.wav -o heard.wav -elv2:$mono,$values
     expect heard.wav mono.wav "${knobs[@]}"
     ;;

@@ -15,7 +15,8 @@ class Lv2Plugin : public HostedPlugin {
     const auto entry =
         reinterpret_cast<LV2_Descriptor_Function>(symbolOf(QUELLARD_LV2_FILE, "lv2_descriptor"));
     plugin = entry(sides - 1);
-    for (int index = 1; index <= 19; ++index) set(index, index == 19 ? 1.0 : 0.5);
+    for (const int index : kSetParameters) set(index, index == 19 ? 1.0 : 0.5);
+    set(kGateParameter, 0.0);
   }
   ~Lv2Plugin() override { deactivate(); }
 
@@ -28,13 +29,15 @@ class Lv2Plugin : public HostedPlugin {
   void deactivate() override {
     if (amp != nullptr) plugin->cleanup(std::exchange(amp, nullptr));
   }
-  // Control ports go from 0 to 10; the selector's goes to 2.
+  // Control ports go from 0 to 10; the selector's goes to 2, and those of the rig are in decibels.
   void set(int index, double value, int = 0) override {
-    wanted_[static_cast<std::size_t>(index - 1)] = static_cast<float>(scaleOf(index) * value);
+    const auto [lowest, highest] = rangeOf(index);
+    wanted_[index] = static_cast<float>(lowest + (highest - lowest) * value);
   }
   double get(int index) override {
-    const double control = static_cast<double>(wanted_[static_cast<std::size_t>(index - 1)]);
-    return std::round(control / scaleOf(index) * 1e6) / 1e6;
+    const auto [lowest, highest] = rangeOf(index);
+    const double share = (static_cast<double>(wanted_[index]) - lowest) / (highest - lowest);
+    return std::round(share * 1e6) / 1e6;
   }
   // The port "enabled", which is unconnected at first.
   bool bypass(bool bypassed) override {
@@ -43,9 +46,10 @@ class Lv2Plugin : public HostedPlugin {
     return true;
   }
   void play(Channels<float>& in, Channels<float>& out) override {
-    for (std::uint32_t port = 0; port < 19; ++port) {
-      controls_[port] = wanted_[port];
-      plugin->connect_port(amp, port, &controls_[port]);
+    for (const int index : kSetParameters) {
+      const auto port = static_cast<std::uint32_t>(index - 1) + (index > 19 ? 2 * sides : 0);
+      controls_[index] = wanted_[index];
+      plugin->connect_port(amp, port, &controls_[index]);
     }
     for (std::uint32_t side = 0; side < sides; ++side) {
       plugin->connect_port(amp, 19 + side, in[side].data());
@@ -60,9 +64,12 @@ class Lv2Plugin : public HostedPlugin {
   LV2_Handle amp = nullptr;
 
  private:
-  static double scaleOf(int index) { return index == 19 ? 2.0 : 10.0; }
-  std::array<std::atomic<float>, 19> wanted_{};
-  std::array<float, 19> controls_{};
+  static std::pair<double, double> rangeOf(int index) {
+    if (index == kGateParameter) return {-81.0, -30.0};
+    return index > 19 ? std::pair{-24.0, 24.0} : std::pair{0.0, index == 19 ? 2.0 : 10.0};
+  }
+  PerParameter<std::atomic<float>, kNumHostedValues> wanted_;
+  HostedValues controls_;
   float enabled_ = 1.0F;
 };
 

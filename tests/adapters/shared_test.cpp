@@ -2,7 +2,6 @@
 // What all formats share: the bytes of the state, and the texts of values.
 #include <cstdio>
 
-#include "adapters/shared/bypass.h"
 #include "adapters/shared/state.h"
 #include "adapters/shared/value_text.h"
 #include "tests/adapters/stored_state.h"
@@ -19,7 +18,7 @@ Bytes blockOf(std::uint8_t version, std::uint8_t count) {
   return block;
 }
 
-std::optional<State> decodedWithSum(Bytes block) {
+std::optional<HostedValues> decodedWithSum(Bytes block) {
   const std::uint32_t sum = crc32(block);
   for (int shift = 0; shift < 32; shift += 8)
     block.push_back(static_cast<std::uint8_t>(sum >> shift));
@@ -28,13 +27,20 @@ std::optional<State> decodedWithSum(Bytes block) {
 
 // The stored example of each version loads, and saving what was loaded gives the same bytes.
 TEST(State, EveryVersionIsReadAndTheLowestWritten) {
-  for (const char* name : {"state-v1.bin", "state-v2.bin"}) {
+  HostedValues expected = defaultHostedValues();
+  for (int i = 1; i <= 18; ++i) expected[i] = static_cast<float>(i) / 20.0F;
+  expected[kTypeParameter] = 0.5F;
+  for (const char* name : {"state-v1.bin", "state-v2.bin", "state-v2-rig.bin"}) {
     const Bytes stored = storedState(name);
-    const std::optional<State> state = decodeState(stored);
+    const std::optional<HostedValues> state = decodeState(stored);
     ASSERT_TRUE(state.has_value()) << name;
-    for (int i = 1; i <= 18; ++i) EXPECT_EQ(state->values[i], static_cast<float>(i) / 20.0F);
-    EXPECT_EQ(state->values[19], 0.5F);
-    EXPECT_EQ(state->bypass, stored[4] == 2);
+    expected[kBypassParameter] = stored[4] == 2 && stored[6] == 20 ? 1.0F : 0.0F;
+    if (stored[6] == 23) {
+      expected[kInputParameter] = 0.25F;
+      expected[kGateParameter] = 0.75F;
+      expected[kOutputParameter] = 0.625F;
+    }
+    EXPECT_EQ(*state, expected) << name;
     const StateBytes again = encodeState(*state);
     EXPECT_EQ(Bytes(again.bytes().begin(), again.bytes().end()), stored);
   }
@@ -43,8 +49,8 @@ TEST(State, EveryVersionIsReadAndTheLowestWritten) {
 // Blocks with a correct checksum: unknown further values are ignored, invalid contents refused.
 TEST(State, InvalidContentsAreRefused) {
   EXPECT_EQ(decodedWithSum(blockOf(1, 19)), decodedWithSum(blockOf(2, 19))) << "none behind them";
-  EXPECT_EQ(decodedWithSum(blockOf(2, 20)), decodedWithSum(blockOf(2, 64))) << "later ones";
-  EXPECT_EQ(decodedWithSum(blockOf(2, 20))->values[1], 1.0F);
+  EXPECT_EQ(decodedWithSum(blockOf(2, 23)), decodedWithSum(blockOf(2, 64))) << "later ones";
+  EXPECT_EQ((*decodedWithSum(blockOf(2, 20)))[1], 1.0F);
   for (const auto& [version, count] :
        {std::pair{0, 19}, {3, 19}, {1, 18}, {1, 20}, {2, 18}, {2, 65}})
     EXPECT_EQ(decodedWithSum(
@@ -75,9 +81,33 @@ TEST(ValueText, ReadsWhatPeopleType) {
   EXPECT_EQ(valueText(kBypassParameter, 1.0F), (ValueText{"On"}));
 }
 
-// A knob's position with two decimals keeps its bits as a float from 0 to 10 and as text. Dividing
-// the float by 10 would miss the value by a bit for 279 of these 1001 positions.
-TEST(ValueText, KnobPositionsKeepTheirBits) {
+// Every tenth of a decibel, there and back, in the words that are shown and those that people type.
+TEST(ValueText, LevelsAndTheGateAreInDecibels) {
+  for (const int index : {kInputParameter, kGateParameter, kOutputParameter}) {
+    const bool isGate = index == kGateParameter;
+    for (int tenths = isGate ? -800 : -240; tenths <= (isGate ? -300 : 240); ++tenths) {
+      std::array<char, 16> shown{};
+      std::snprintf(shown.data(), shown.size(), "%.1f dB", tenths / 10.0);
+      const std::optional<float> value = valueFromText(index, shown.data());
+      ASSERT_TRUE(value.has_value()) << shown.data();
+      ASSERT_EQ(std::string(valueText(index, *value).data()), shown.data());
+      ASSERT_NEAR(controlFromValue(index, *value), tenths / 10.0, 1e-5);
+      ASSERT_NEAR(valueFromControl(index, controlFromValue(index, *value)), *value, 1e-7);
+    }
+  }
+  EXPECT_EQ(valueFromText(kInputParameter, "0"), 0.5F);
+  EXPECT_EQ(valueFromText(kInputParameter, " +6dBFS "), valueFromText(kInputParameter, "6.0 dB"));
+  EXPECT_EQ(valueFromText(kOutputParameter, "99"), 1.0F);
+  EXPECT_EQ(valueFromText(kGateParameter, "off"), 0.0F);
+  EXPECT_EQ(valueFromText(kGateParameter, "-99 dB"), valueFromText(kGateParameter, "-80"));
+  EXPECT_EQ(valueText(kGateParameter, 0.0F), (ValueText{"Off"}));
+  for (const char* text : {"", "dB", "loud", "+-6", "6 dBx", "nan"})
+    EXPECT_EQ(valueFromText(kOutputParameter, text), std::nullopt) << text;
+}
+
+// Of the settings with two decimals 279 come out a bit away when a float is divided by 10. What a
+// player types back is what was shown.
+TEST(ValueText, AKnobsScaleKeepsTheBits) {
   for (int hundredths = 0; hundredths <= 1000; ++hundredths) {
     const double scale = hundredths / 100.0;
     const float knob = knobFromFloatPosition(static_cast<float>(scale));

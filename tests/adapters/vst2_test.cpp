@@ -25,6 +25,9 @@ Orv_TypeIF* openModule(audioMasterCallback host) {
   return interface.release();
 }
 
+// Parameter i is i-1, and the bypass is none.
+int numberOf(int index) { return index < kBypassParameter ? index - 1 : index - 2; }
+
 template <int sides = 1>
 class Vst2Plugin : public HostedPlugin {
  public:
@@ -36,9 +39,11 @@ class Vst2Plugin : public HostedPlugin {
   }
   void deactivate() override { plugin.dispatch(effMainsChanged); }
   void set(int index, double value, int = 0) override {
-    plugin.setParameter(index - 1, static_cast<float>(value));
+    plugin.setParameter(numberOf(index), static_cast<float>(value));
   }
-  double get(int index) override { return static_cast<double>(plugin.getParameter(index - 1)); }
+  double get(int index) override {
+    return static_cast<double>(plugin.getParameter(numberOf(index)));
+  }
   void play(Channels<float>& in, Channels<float>& out) override {
     playThrough(plugin.record().processReplacing, in, out);
   }
@@ -62,11 +67,11 @@ class Vst2Plugin : public HostedPlugin {
   std::string text(int index, double value) override {
     char text[kVstMaxParamStrLen + 1] = "";
     set(index, value);
-    plugin.dispatch(effGetParamDisplay, index - 1, 0, text);
+    plugin.dispatch(effGetParamDisplay, numberOf(index), 0, text);
     return text;
   }
   std::optional<double> value(int index, std::string text) override {
-    if (plugin.dispatch(effString2Parameter, index - 1, 0, text.data()) == 0) return {};
+    if (plugin.dispatch(effString2Parameter, numberOf(index), 0, text.data()) == 0) return {};
     return get(index);
   }
   bool loadPreset(int number) override {
@@ -119,7 +124,7 @@ void expectDescribed(const char* name, const char* identity) {
   for (const char* c = identity; *c != '\0'; ++c) code = code << 8 | static_cast<std::uint8_t>(*c);
   EXPECT_EQ(static_cast<std::uint32_t>(record.uniqueID), code);
   EXPECT_EQ((std::array{record.numParams, record.numPrograms, record.numInputs, record.numOutputs}),
-            (std::array{19, 13, sides, sides}));
+            (std::array{22, 13, sides, sides}));
   EXPECT_EQ(record.flags,
             effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks);
   EXPECT_EQ(textOf(plugin, effGetEffectName), name);
@@ -226,7 +231,7 @@ TEST(Vst2, InvalidCallsAreHandled) {
   EXPECT_EQ(record.dispatcher(nullptr, effGetProgram, 0, 0, nullptr, 0.0F), 0);
   record.setParameter(nullptr, 1, 0.5F);
   EXPECT_EQ(record.getParameter(nullptr, 1), 0.0F);
-  for (const int index : {-1, 19, INT32_MAX, INT32_MIN}) {
+  for (const int index : {-1, 22, INT32_MAX, INT32_MIN}) {
     record.setParameter(&record, index, 0.9F);
     EXPECT_EQ(record.getParameter(&record, index), 0.0F);
     for (const int opcode : {effGetParamName, effGetParamDisplay, effGetParamLabel})

@@ -117,7 +117,7 @@ struct Outputs final : HostObject<v3_param_changes> {
     }
     static constexpr Table kTable = {{query, ref, unref}, {nullptr, nullptr, nullptr, add}};
   };
-  std::array<double, 21> values{};
+  std::array<double, 24> values{};
   Point point;
   Outputs() : HostObject(kTable) {}
   static v3_param_value_queue** add(void* self, v3_param_id* id, std::int32_t*) {
@@ -220,9 +220,9 @@ class Vst3Plugin : public HostedPlugin {
   void show(v3_param_id id, double value) const {
     EXPECT_EQ(c().set_parameter_normalised(controller, id, value), V3_OK);
   }
-  std::array<double, 21> shown() {
-    std::array<double, 21> values{};
-    for (int id = 0; id < 21; ++id) values[static_cast<std::size_t>(id)] = get(id);
+  std::array<double, 24> shown() {
+    std::array<double, 24> values{};
+    for (int id = 0; id < 24; ++id) values[static_cast<std::size_t>(id)] = get(id);
     return values;
   }
   v3_result process(v3_process_data& data) {
@@ -403,8 +403,8 @@ TEST(Vst3, DescribesBusesAndDeclinesOtherArrangements) {
 TEST(Vst3, DescribesParametersUnitsAndPrograms) {
   Vst3Plugin plugin;
   std::set<std::string> titles;
-  ASSERT_EQ(plugin.c().get_parameter_count(plugin.controller), 21);
-  for (int id = 0; id < 21; ++id) {
+  ASSERT_EQ(plugin.c().get_parameter_count(plugin.controller), 24);
+  for (int id = 0; id < 24; ++id) {
     v3_param_info info{};
     v3_unit_info unit{};
     ASSERT_EQ(plugin.c().get_parameter_info(plugin.controller, id, &info), V3_OK);
@@ -416,7 +416,7 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
     EXPECT_EQ(unit.id, isKnob ? 1 + (id - 1) / 6 : 0);
     EXPECT_EQ(unit.parent_unit_id, isKnob ? 0 : -1);
     EXPECT_EQ(unit.program_list_id >= 0, !isKnob);
-    EXPECT_EQ(info.step_count, isKnob ? 0 : id == 0 ? kPrograms - 1 : id == 19 ? 2 : 1);
+    EXPECT_EQ(info.step_count, isKnob || id > 20 ? 0 : id == 0 ? kPrograms - 1 : id == 19 ? 2 : 1);
     EXPECT_EQ(info.flags,
               V3_PARAM_CAN_AUTOMATE | (id == 0    ? V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE
                                        : id == 19 ? V3_PARAM_IS_LIST
@@ -424,6 +424,7 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
                                                   : 0));
     EXPECT_EQ(plugin.get(id), info.default_normalised_value);
     titles.insert(narrow(info.title));
+    if (id > 20) continue;  // in decibels
     const double top = isKnob ? 10.0 : info.step_count;
     const auto p = static_cast<v3_param_id>(id);
     for (int step = 0; step <= 10; ++step) {
@@ -438,7 +439,9 @@ TEST(Vst3, DescribesParametersUnitsAndPrograms) {
   EXPECT_EQ(plugin.c().plain_parameter_to_normalised(plugin.controller, 5, kept),
             static_cast<double>(0.439F));
   EXPECT_EQ(plugin.c().normalised_parameter_to_plain(plugin.controller, 5, 0.439), kept);
-  EXPECT_EQ(titles.size(), 21U);
+  EXPECT_EQ(plugin.c().plain_parameter_to_normalised(plugin.controller, 21, -12.0), 0.25);
+  EXPECT_EQ(plugin.c().normalised_parameter_to_plain(plugin.controller, 22, 1.0), -30.0);
+  EXPECT_EQ(titles.size(), 24U);
   EXPECT_TRUE(titles.contains("Modern Gain") && titles.contains("Channel"));
   v3_program_list_info list{};
   v3_unit_info root{};
@@ -600,7 +603,7 @@ TEST(Vst3, InvalidCallsAreHandled) {
   out.assign(300, 9.0);
   Queue invalid(1, {{250, 0.5}, {-7, 7.0}, {9, kNan}, {INT32_MAX, -HUGE_VAL}, {INT32_MIN, 0.75}});
   invalid.claimed = INT32_MAX;
-  EXPECT_EQ(process({invalid, {21, {{0, 0.1}}}, {2, {}}, {3, {{0, 0.2}}}, {3, {{-1, 0.25}}}}),
+  EXPECT_EQ(process({invalid, {24, {{0, 0.1}}}, {2, {}}, {3, {{0, 0.2}}}, {3, {{-1, 0.25}}}}),
             V3_OK);
   for (const double x : out) EXPECT_LT(std::fabs(x), 1e-3);
   EXPECT_EQ(std::pair(plugin.get(1), plugin.get(3)), std::pair(0.75, 0.25));
@@ -631,7 +634,7 @@ TEST(Vst3, InvalidCallsAreHandled) {
   v3_param_info info{};
   std::int16_t endless[128];
   std::fill(std::begin(endless), std::end(endless), std::int16_t{'5'});
-  for (const v3_param_id id : {21U, 0x7FFFFFFFU, UINT32_MAX}) {
+  for (const v3_param_id id : {24U, 0x7FFFFFFFU, UINT32_MAX}) {
     EXPECT_NE(plugin.c().set_parameter_normalised(plugin.controller, id, 0.5), V3_OK);
     EXPECT_EQ(plugin.c().get_parameter_normalised(plugin.controller, id), 0.0);
     EXPECT_NE(plugin.c().get_parameter_string_for_value(plugin.controller, id, 0.5, endless),

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: ISC
+// A noise gate for an amplifier with much gain. It listens to the dry guitar, where a note and the
+// noise between notes are far apart, and turns down what comes out of the amplifier, where gain has
+// brought both to nearly the same level.
+//
+// The level that it follows is the mean square over about 5 ms, so that neither the peaks of noise
+// nor the zero crossings of a low string move it. Above the threshold the gate opens within half a
+// millisecond. It begins to close once the level has stayed 6 dB below the threshold for 80 ms,
+// longer than the beats of a chord take, and then falls by 60 dB in 100 ms.
+#pragma once
+
+#include <atomic>
+#include <span>
+#include <vector>
+
+namespace quellard {
+
+class Gate {
+ public:
+  // rate: Hz, > 0. maxFrames: the longest block, > 0. The gate then is closed, or open where it is
+  // off. Allocates.
+  void prepare(double rate, int maxFrames);
+  // Forgets what it has heard. [audio thread]
+  void reset();
+
+  // The level at which the gate opens, as a factor of full scale (a sine's peak); 0 switches it
+  // off, and open. [audio thread]
+  void setThreshold(double level);
+
+  // Hears a block of the dry guitar and plans the gains for it. sides: an array of samples each;
+  // the louder one counts, so that both sides of a stereo signal are turned alike. What is not
+  // finite counts as silence. frames: up to maxFrames. [audio thread] Never allocates.
+  void listen(std::span<double* const> sides, int frames);
+
+  // Nothing has to be applied: the gate was open for the whole block.
+  bool isNeutral() const { return isNeutral_; }
+  void apply(double* samples, int frames) const;
+
+  // Whether a note is heard, for a lamp. [any thread]
+  bool isOpen() const { return isOpen_.load(std::memory_order_relaxed); }
+
+ private:
+  double nextGain(double square);
+
+  // Per frame, as the rate makes them.
+  double meanStep_ = 1.0;    // of the mean square
+  double attackStep_ = 1.0;  // of the gain, upwards
+  double releaseFactor_ = 0.0;
+  int holdFrames_ = 1;
+
+  double openSquare_ = 0.0;  // mean squares; 0 while the gate is off
+  double closeSquare_ = 0.0;
+  double meanSquare_ = 0.0;
+  double gain_ = 1.0;
+  int quietFrames_ = 0;  // how long it has been quiet
+  bool isNeutral_ = true;
+  std::vector<double> gains_;
+  std::atomic<bool> isOpen_ = true;
+};
+
+}  // namespace quellard

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: ISC
+// A level that is turned without steps: the input trim and the output level.
+#pragma once
+
+namespace quellard {
+
+class Level {
+ public:
+  static constexpr double kMoveSeconds = 0.012;  // as long as a knob of the amplifier takes
+
+  // rate: Hz, > 0. A move under way is over.
+  void prepare(double rate);
+
+  // Everything below is for the audio thread and allocates nothing. gain: a factor, > 0.
+
+  void jumpTo(double gain);
+  // Begins a move, linear in the gain. One that already leads there goes on.
+  void moveTo(double gain);
+
+  // Nothing has to be called: the samples stay as they are.
+  bool isNeutral() const { return target_ == 1.0 && framesLeft_ == 0; }
+
+  void apply(double* samples, int frames) const;
+  // The same time passes for all sides at once.
+  void advance(int frames);
+
+ private:
+  double gainAt(int frame) const;
+
+  double start_ = 1.0;
+  double target_ = 1.0;
+  int moveFrames_ = 1;
+  int framesLeft_ = 0;  // of the move, the present frame included
+};
+
+// A factor from decibels: 20 dB is 10.
+double gainFromDecibels(double decibels);
+
+}  // namespace quellard

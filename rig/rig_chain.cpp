@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: ISC
+#include "rig/rig_chain.h"
+
+#include "rig/samples.h"
+
+namespace quellard {
+
+void RigChain::prepare(double rate, int maxFrames) {
+  input_.prepare(rate);
+  gate_.prepare(rate, maxFrames);
+  output_.prepare(rate);
+}
+
+void RigChain::jumpTo(const HostedValues& values) {
+  values_ = values;
+  input_.jumpTo(gainOf(values[kInputParameter]));
+  output_.jumpTo(gainOf(values[kOutputParameter]));
+  setThreshold(values[kGateParameter]);
+  gate_.reset();
+}
+
+// Decibels are turned into gains only where something moved: that takes longer than the rest.
+void RigChain::moveTo(const HostedValues& values) {
+  const auto moved = [&](int index) { return values[index] != values_[index]; };
+  if (moved(kInputParameter)) input_.moveTo(gainOf(values[kInputParameter]));
+  if (moved(kOutputParameter)) output_.moveTo(gainOf(values[kOutputParameter]));
+  if (moved(kGateParameter)) setThreshold(values[kGateParameter]);
+  values_ = values;
+}
+
+void RigChain::setThreshold(float value) {
+  const std::optional<double> threshold = gateFromValue_dbfs(value);
+  gate_.setThreshold(threshold.has_value() ? gainFromDecibels(*threshold) : 0.0);
+}
+
+void RigChain::playFront(std::span<double* const> sides, int frames) {
+  for (double* samples : sides) {
+    if (!input_.isNeutral()) input_.apply(samples, frames);
+    holdLoudest(samples, frames);
+  }
+  input_.advance(frames);
+  gate_.listen(sides, frames);
+}
+
+void RigChain::playBack(std::span<double* const> sides, int frames) {
+  for (double* samples : sides) {
+    if (!gate_.isNeutral()) gate_.apply(samples, frames);
+    if (!output_.isNeutral()) output_.apply(samples, frames);
+  }
+  output_.advance(frames);
+}
+
+}  // namespace quellard

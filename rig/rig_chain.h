@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: ISC
+// What the signal meets around the amplifier: in front of it the input trim and the gate's ear,
+// behind it the gate's gain and the output level. For one or two sides that play at the same time.
+#pragma once
+
+#include <span>
+
+#include "rig/gate.h"
+#include "rig/level.h"
+#include "rig/rig_parameters.h"
+
+namespace quellard {
+
+class RigChain {
+ public:
+  // rate: Hz, > 0. maxFrames: the longest block, > 0. Allocates.
+  void prepare(double rate, int maxFrames);
+
+  // Everything below is for the audio thread and allocates nothing.
+
+  // Takes the parameters kInputParameter to kOutputParameter of these: at once, with nothing heard
+  // before, or from the next block on in a move of 12 ms.
+  void jumpTo(const HostedValues& values);
+  void moveTo(const HostedValues& values);
+
+  // sides: an array of samples each. What is finite is held within +-kLoudestInput for the
+  // amplifier; for what is not, the effect plays silence.
+  void playFront(std::span<double* const> sides, int frames);
+  void playBack(std::span<double* const> sides, int frames);
+
+  // Whether the gate lets the signal through. [any thread]
+  bool gateIsOpen() const { return gate_.isOpen(); }
+
+ private:
+  static double gainOf(float value) { return gainFromDecibels(levelFromValue_db(value)); }
+  void setThreshold(float value);
+
+  Level input_;
+  Gate gate_;
+  Level output_;
+  HostedValues values_ = defaultHostedValues();  // as last taken
+};
+
+}  // namespace quellard
