@@ -37,6 +37,17 @@ constexpr HostedValues defaultHostedValues() {
   return values;
 }
 
+// The amplifier's own of these, and these with the amplifier's own replaced.
+constexpr ParameterValues amplifierValues(const HostedValues& values) {
+  ParameterValues own;
+  for (int index = 1; index <= kNumStoredValues; ++index) own[index] = values[index];
+  return own;
+}
+constexpr HostedValues withAmplifier(HostedValues values, const ParameterValues& own) {
+  for (int index = 1; index <= kNumStoredValues; ++index) values[index] = own[index];
+  return values;
+}
+
 // Input and output: -24 to +24 dB. Other decibels are held within that.
 inline constexpr double kMostLevel_db = 24.0;
 constexpr double levelFromValue_db(float value) {

@@ -23,6 +23,7 @@
 #include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
 #include "tools/settings/presets.h"
+#include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
 
 namespace quellard {
@@ -38,6 +39,7 @@ constexpr double kLongestTail = 24 * 3600;
 struct Options {
   std::string plugin;
   SettingsOptions knobs;
+  RigOptions rig;
   std::vector<std::string> inputs;
   std::string output;
   std::string automation;
@@ -89,7 +91,7 @@ void addRenderOptions(CLI::App& command, Options& options) {
   command.add_option("IN", options.inputs, "Audio files, or folders of them; - is standard input")
       ->type_name("FILE")
       ->required();
-  addValue(command, "-o,--output", options.output, "OUT",
+  addValue(command, "-o,--out", options.output, "OUT",
            "File to write, or a folder for several; - is standard output")
       ->required();
   addValue(command, "--format", options.sampleFormat, "FORMAT",
@@ -111,10 +113,11 @@ void addRenderOptions(CLI::App& command, Options& options) {
   command.footer("File types, by the ending of OUT: " + fileTypeNames() +
                  ".\n.sd2 is only read, .raw (without a header) only written.");
   addSettingsOptions(command, options.knobs);
+  addRigOptions(command, options.rig);
 }
 
 void addPlotOptions(CLI::App& command, Options& options) {
-  addValue(command, "-o,--output", options.output, "OUT", "Picture to write, .png or .svg")
+  addValue(command, "-o,--out", options.output, "OUT", "Picture to write, .png or .svg")
       ->required();
   addValue(command, "--page", options.page, "PAGE", "tone, transfer, spectrum or all (all)");
   addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
@@ -136,10 +139,11 @@ std::string summary(const Job& job, const RenderResult& result) {
   const auto level = [](std::optional<double> value, const char* unit) {
     return value ? fmt::format("{:.1f} {}", *value, unit) : std::string("none");
   };
-  return fmt::format("{}: {:.2f} s, {:.1f} times real time, peak {}, loudness {}",
+  return fmt::format("{}: {:.2f} s, {:.1f} times real time, guitar {}, peak {}, loudness {}",
                      nameOfOutput(job), result.seconds,
                      result.seconds / std::max(result.elapsed, 1e-9),
-                     level(result.peak_dbfs, "dBFS"), level(result.loudness_lufs, "LUFS"));
+                     level(result.inputPeak_dbfs, "dBFS"), level(result.peak_dbfs, "dBFS"),
+                     level(result.loudness_lufs, "LUFS"));
 }
 
 void warn(const Job& job, const RenderResult& result) {
@@ -202,6 +206,7 @@ int render(const Options& options) {
     channel = channelAtStart(settings.moves, channel);
   }
   addKnobs(options.knobs, channel, settings.start);
+  applyRig(options.rig, settings.rig);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
@@ -234,7 +239,9 @@ int measure(const Options& options) {
 }
 
 int show(const Preset& preset, bool json) {
-  print(json ? presetsAsJson({preset}) : writeSettings({preset.description, preset.values}));
+  print(json ? presetsAsJson({preset})
+             : writeSettings(
+                   {preset.description, withAmplifier(defaultHostedValues(), preset.values)}));
   return kDone;
 }
 

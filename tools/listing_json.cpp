@@ -63,6 +63,7 @@ Json valueOrNull(std::optional<double> value) { return value ? Json(*value) : Js
 Json resultAsJson(const RenderResult& result) {
   return {{"seconds", result.seconds},
           {"elapsed_seconds", result.elapsed},
+          {"input_peak_dbfs", valueOrNull(result.inputPeak_dbfs)},
           {"peak_dbfs", valueOrNull(result.peak_dbfs)},
           {"loudness_lufs", valueOrNull(result.loudness_lufs)},
           {"clipped_samples", result.clipped},

@@ -21,6 +21,7 @@
 #include "tools/command_line/command_line.h"
 #include "tools/common/errors.h"
 #include "tools/settings/presets.h"
+#include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
 
 namespace quellard {
@@ -31,6 +32,7 @@ constexpr int kWrongUsage = 2;
 
 struct Options {
   SettingsOptions settings;
+  RigOptions rig;
   std::string name = "quellard";
   std::string state;
   bool forgets = false;
@@ -66,7 +68,9 @@ bool goesOn(const AmpClient& client) { return !stopped && !client.serverIsGone()
 
 SettingsText settingsNow(AmpClient& client) {
   const Preset* const preset = client.lastPreset();
-  return {preset != nullptr ? preset->name : "", client.amp().values()};
+  SettingsText now = {preset != nullptr ? preset->name : "", client.amp().hostedValues()};
+  now.values[kBypassParameter] = neutralValue(kBypassParameter);  // it begins audible
+  return now;
 }
 
 void lookAfter(AmpClient& client, StateFile& state) {
@@ -113,16 +117,19 @@ std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool i
 
 // Reads the state file and sets the client's presets and values from it and from the options.
 // Returns a notice for the panel, "" for none.
-std::string setUp(AmpClient& client, StateFile& state, const SettingsOptions& options) {
-  const SettingsText remembered = state.read().value_or(SettingsText{"", defaultValues()});
+std::string setUp(AmpClient& client, StateFile& state, const Options& options) {
+  const SettingsText remembered = state.read().value_or(SettingsText{"", defaultHostedValues()});
   if (!state.notice().empty()) complain(state.notice());
   PresetList list = listPresetFiles();
   for (const std::string& error : list.errors) complain(error);
   std::string current = remembered.description;
-  if (!options.program.empty()) current.clear();
-  if (!options.preset.empty()) current = findPreset(options.preset).name;
+  if (!options.settings.program.empty()) current.clear();
+  if (!options.settings.preset.empty()) current = findPreset(options.settings.preset).name;
   client.setPresets(std::move(list.presets), current);
-  client.amp().setValues(settingsFrom(options, remembered.values));
+  HostedValues values = withAmplifier(
+      remembered.values, settingsFrom(options.settings, amplifierValues(remembered.values)));
+  applyRig(options.rig, values);
+  client.amp().setHostedValues(values);
   return state.notice();
 }
 
@@ -139,12 +146,15 @@ int play(const Options& options) {
   if (options.forgets && !options.state.empty()) {
     throw UsageError("--state and --no-state cannot both be");
   }
-  settingsFrom(options.settings, defaultValues());  // a wrong option is reported without a server
+  // A wrong option is reported without a server.
+  settingsFrom(options.settings, defaultValues());
+  HostedValues unused = defaultHostedValues();
+  applyRig(options.rig, unused);
   AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
   std::filesystem::path file = options.state;
   if (file.empty() && !options.forgets) file = StateFile::defaultFor(client.name());
   StateFile state(file);
-  const std::string notice = setUp(client, state, options.settings);
+  const std::string notice = setUp(client, state, options);
   watchSignals();
   client.start(!options.alone);
   if (!options.alone && !client.isHeard()) {
@@ -164,6 +174,7 @@ int play(const Options& options) {
 void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard-jack " QUELLARD_VERSION);
   addSettingsOptions(app, options.settings);
+  addRigOptions(app, options.rig);
   addValue(app, "--state", options.state, "FILE",
            "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
            "user's state folder)");

@@ -17,6 +17,7 @@
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
 #include "tools/common/parsing.h"
+#include "tools/settings/rig_options.h"
 
 namespace quellard {
 namespace {
@@ -26,16 +27,17 @@ constexpr int kBarWidth = 40;
 constexpr int kFrameMs = 50;
 constexpr int kEscapeMs = 100;  // within this time an arrow key's other bytes follow its Escape
 constexpr double kLowestDb = -60.0;
-constexpr int kRows = 20;
+constexpr int kRows = 21;
 constexpr int kColumns = 79;
 constexpr std::chrono::milliseconds kMidiLight{300};
 
-constexpr std::array<std::string_view, 18> kHelp = {
+constexpr std::array<std::string_view, 19> kHelp = {
     "1 2 3          the channel: CLEAN, VINTAGE, MODERN",
     "up down        choose a knob",
     "left right     turn it by 0.1",
     "< >            turn it by 1",
     "= or Enter     type a number for it: =7.5 and Enter; Escape leaves it as it was",
+    "i g o          type the input trim, the gate (or off), the output level in dB",
     "p n            the preset before, the next; your own follow the factory's",
     "w              save the settings as a preset of your own",
     "m              mute the outputs, or unmute them",
@@ -80,6 +82,15 @@ std::string midiText(std::uint32_t message) {
     case 0xB: return fmt::format("MIDI controller {} at {}, channel {}", data1, data2, midiChannel);
     case 0xC: return fmt::format("MIDI program {}, channel {}", data1 + 1, midiChannel);
     default: return fmt::format("MIDI on channel {}", midiChannel);
+  }
+}
+
+const char* nameOf(int parameter) {
+  switch (parameter) {
+    case kInputParameter: return "INPUT";
+    case kGateParameter: return "GATE";
+    case kOutputParameter: return "OUTPUT";
+    default: return parameterInfo(parameter).name;
   }
 }
 
@@ -153,6 +164,7 @@ void Panel::draw() {
   drawHeader();
   drawLevel(2, "in", in_);
   drawLevel(3, "out", out_);
+  put(4, rigLine());
   move(5, 0);
   for (int i = 0; i < kNumChannels; ++i) {
     if (i == channel()) attron(A_REVERSE);
@@ -164,7 +176,7 @@ void Panel::draw() {
   put(14, presetLine());
   put(16, prompt(), A_BOLD);
   put(18, "1 2 3 channel   up down knob   left right < > turn   = number   p n preset");
-  put(19, "w save   m mute   b bypass   c clear clip   ? all keys   q quit");
+  put(19, "w save   m mute   b bypass   c clear clip   i g o levels   ? all keys   q quit");
 }
 
 void Panel::drawHelp() {
@@ -209,6 +221,17 @@ void Panel::drawKnob(int row, int knob) {
                        valueText(index, value).data(), bar(static_cast<double>(value))));
 }
 
+std::string Panel::rigLine() const {
+  const auto text = [this](int parameter) {
+    return valueText(parameter, client_.amp().value(parameter));
+  };
+  const bool gates = gateFromValue_dbfs(client_.amp().value(kGateParameter)).has_value();
+  const char* const state = client_.amp().gateIsOpen() ? ", open" : ", closed";
+  return fmt::format("input {}   gate {}{}   output {}", text(kInputParameter).data(),
+                     text(kGateParameter).data(), gates ? state : "",
+                     text(kOutputParameter).data());
+}
+
 std::string Panel::presetLine() const {
   const Preset* const preset = client_.lastPreset();
   if (preset == nullptr) return "";
@@ -219,10 +242,10 @@ std::string Panel::presetLine() const {
 }
 
 std::string Panel::prompt() const {
-  const char* const knob = parameterInfo(selectedParameter()).name;
   switch (mode_) {
     case Mode::number:
-      return fmt::format("{} = {}_   Enter sets it, Escape cancels", knob, entry_.text());
+      return fmt::format("{} = {}_   Enter sets it, Escape cancels", nameOf(typedParameter_),
+                         entry_.text());
     case Mode::name:
       return fmt::format("Save as: {}_   Enter saves, Escape cancels", entry_.text());
     case Mode::replace: return fmt::format("Replace '{}'? y or n", entry_.text());
@@ -243,16 +266,23 @@ void Panel::turn(int tenths) {
   amp.setValue(selectedParameter(), knobFromPosition(static_cast<double>(now + tenths) / 10.0));
 }
 
+void Panel::beginNumber(int parameter) {
+  typedParameter_ = parameter;
+  begin(Mode::number);
+}
+
 void Panel::begin(Mode mode) {
   entry_ = {};
   mode_ = mode;
 }
 
-void Panel::setKnob(const std::string& text) {
+void Panel::setTyped(const std::string& text) {
+  const char* const name = nameOf(typedParameter_);
   try {
-    const double position =
-        numberWithin(parameterInfo(selectedParameter()).name, text, 0.0, kKnobScale);
-    client_.amp().setValue(selectedParameter(), knobFromPosition(position));
+    client_.amp().setValue(typedParameter_,
+                           isKnob(typedParameter_)
+                               ? knobFromPosition(numberWithin(name, text, 0.0, kKnobScale))
+                               : parseRigValue(typedParameter_, name, text));
   } catch (const std::exception& error) {
     say(error.what());
   }
@@ -307,7 +337,7 @@ void Panel::pressTyping(int key) {
   const Mode typed = std::exchange(mode_, Mode::play);
   if (state == LineEntry::State::cancelled || entry_.text().empty()) return;
   if (typed == Mode::number) {
-    setKnob(entry_.text());
+    setTyped(entry_.text());
   } else {
     nameIsTyped();
   }
@@ -327,7 +357,10 @@ void Panel::pressPlaying(int key) {
     case '=':
     case '\n':
     case '\r':
-    case KEY_ENTER: begin(Mode::number); break;
+    case KEY_ENTER: beginNumber(selectedParameter()); break;
+    case 'i': beginNumber(kInputParameter); break;
+    case 'g': beginNumber(kGateParameter); break;
+    case 'o': beginNumber(kOutputParameter); break;
     case 'p': stepPreset(-1); break;
     case 'n': stepPreset(1); break;
     case 'w': begin(Mode::name); break;

@@ -46,7 +46,8 @@ class Panel {
   void pressReplacing(int key);
   void pressTyping(int key);
   void begin(Mode mode);
-  void setKnob(const std::string& text);
+  void beginNumber(int parameter);
+  void setTyped(const std::string& text);
   void nameIsTyped();
   void save();
   void stepPreset(int by);
@@ -60,6 +61,7 @@ class Panel {
   void drawHeader();
   void drawLevel(int row, const char* name, const LevelMeter& meter);
   void drawKnob(int row, int knob);
+  std::string rigLine() const;
   std::string presetLine() const;
   std::string prompt() const;
 
@@ -67,6 +69,7 @@ class Panel {
   screen* terminal_;
   Mode mode_ = Mode::play;
   LineEntry entry_;
+  int typedParameter_ = 0;  // for Mode::number
   std::string message_;
   std::vector<std::string> saved_;
   int knob_ = kGainKnob;

@@ -197,12 +197,14 @@ case $1 in
     printf mb >&3
     sleep 0.3
     timeout 60 "$build/jack_take" amp:in amp:out mono.wav mono.wav
-    printf '1?xq' >&3
+    printf 'g-60 dB\ro-6\r1?xq' >&3
     wait "${servers[1]}"
     [[ ! -e $XDG_CONFIG_HOME/quellard/presets/warm\ jazz.txt ]]
     grep -q MUTED seen
     grep -q "saved: quellard-jack --preset 'My Lead'" seen
-    grep -qx 'channel = clean' "$XDG_STATE_HOME/quellard/jack/amp.state"
+    for line in 'channel = clean' 'gate = -60' 'output = -6'; do
+      grep -qx "$line" "$XDG_STATE_HOME/quellard/jack/amp.state"
+    done
     ;;
   ardour)
     needs ardour7-lua

@@ -109,8 +109,9 @@ TEST_F(State, IsReadBackAndAFileWithAMistakeIsKept) {
   StateFile first(file);
   EXPECT_FALSE(first.read().has_value());
   EXPECT_NE(first.notice(), "");
-  SettingsText settings = {"Blues Lead", defaultValues()};
+  SettingsText settings = {"Blues Lead"};
   settings.values[6] = 0.1F;
+  settings.values[kInputParameter] = 0.25F;
   first.write(settings);
   StateFile second(file);
   EXPECT_EQ(second.read()->values, settings.values);
@@ -136,7 +137,7 @@ TEST_F(State, IsReadBackAndAFileWithAMistakeIsKept) {
 
 TEST_F(State, IsWrittenOnceTheValuesRest) {
   StateFile state(file);
-  SettingsText settings = {"", defaultValues()};
+  SettingsText settings;
   const auto begin = std::chrono::steady_clock::now();
   const auto elapsed = [&] { return std::chrono::steady_clock::now() - begin; };
   state.follow(settings);

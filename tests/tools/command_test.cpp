@@ -113,7 +113,7 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
   } cases[] = {
       {2, "", "a command is required: render, params, "},
       {2, "rendr", "did you mean 'render'"},
-      {2, "render in.wav", "--output is required"},
+      {2, "render in.wav", "--out is required"},
       {2, "render in.wav -o a.wav --gian 5", "did you mean '--gain'"},
       {2, "render in.wav -o a.wav --gain 11", "gain: 11 is outside 0 to 10"},
       {2, "render in.wav -o a.wav --program 17", "outside 1 to 16"},
@@ -124,7 +124,7 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o a.xyz", "file type"},
       {2, "render in.wav -o a.flac --format float", "cannot hold"},
       {2, "render in.wav -o in.wav", "is also an input"},
-      {2, "render in.wav -o ''", "--output is given an empty name"},
+      {2, "render in.wav -o ''", "--out is given an empty name"},
       {2, "render '' -o a.wav", "IN is given an empty name"},
       {2, "render in.wav -o a.wav --preset ''", "--preset is given an empty name"},
       {2, "render in.wav -o a.wav --gain", "--gain needs a value"},

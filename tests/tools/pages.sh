@@ -63,7 +63,7 @@ case $1/$program in
     # Files.
     expect '' render ''
     expect '' render in.wav -o ''
-    expect '' plot --output = x
+    expect '' plot --out = x
     expect '' render -- -
     ;;
   completion/*) settings ;;

@@ -14,7 +14,7 @@ bool isShown(const CLI::Option* option) {
 
 bool takesValue(const CLI::Option* option) { return option->get_items_expected_max() > 0; }
 
-// "-o" and "--output".
+// "-o" and "--out".
 Words spellings(const CLI::Option* option) {
   Words words;
   for (const std::string& name : option->get_snames()) words.push_back("-" + name);

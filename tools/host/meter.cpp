@@ -33,10 +33,12 @@ void Meter::add(const double* interleaved, std::int64_t frames) {
   ebur128_add_frames_double(loudness_->state, interleaved, static_cast<std::size_t>(frames));
 }
 
-std::optional<double> Meter::peak_dbfs() const {
-  if (peak_ <= 0.0) return {};
-  return 20.0 * std::log10(peak_);
+std::optional<double> asDecibels(double peak) {
+  if (peak <= 0.0) return {};
+  return 20.0 * std::log10(peak);
 }
+
+std::optional<double> Meter::peak_dbfs() const { return asDecibels(peak_); }
 
 std::optional<double> Meter::loudness_lufs() const {
   double loudness = 0.0;

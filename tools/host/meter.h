@@ -8,6 +8,9 @@
 
 namespace quellard {
 
+// A peak in dBFS; nothing for 0.
+std::optional<double> asDecibels(double peak);
+
 class Meter {
  public:
   // rate: Hz.

@@ -9,7 +9,7 @@
 
 #include "params/parameter_values.h"
 #include "rig/parameter_smoother.h"
-#include "rig/samples.h"
+#include "rig/rig_chain.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
@@ -79,16 +79,19 @@ void apply(const std::vector<ParameterChange>& values, PluginInstance& amplifier
   for (const auto& [parameter, value] : values) amplifier.setParameter(parameter, value);
 }
 
-// One amplifier for each channel of the audio, all with the same knobs.
+// One amplifier for each channel of the audio, all with the same values, and the rig around them.
 class Rig {
  public:
-  Rig(const PluginModule& module, int channels, int rate, const RenderSettings& settings) {
+  Rig(const PluginModule& module, int channels, int rate, const RenderSettings& settings)
+      : sides_(static_cast<std::size_t>(channels)) {
     for (int c = 0; c < channels; ++c) {
       amplifiers_.push_back(std::make_unique<PluginInstance>(module));
       applyStart(*amplifiers_.back(), settings.start);
       amplifiers_.back()->start(rate, settings.blockLength);
     }
     smoother_.prepare(rate);
+    chain_.prepare(rate, settings.blockLength);
+    chain_.jumpTo(settings.rig);
   }
 
   // Sets values without a glide, before the first block.
@@ -113,32 +116,50 @@ class Rig {
     const auto tell = [this](int index, float value) {
       for (auto& amplifier : amplifiers_) amplifier->setParameter(index, value);
     };
-    double* at = interleaved.data();
-    holdLoudest(at, frames * static_cast<int>(amplifiers_.size()));
-    while (frames > 0) {
-      const int step = smoother_.nextStep(frames, tell);
-      processStep(at, step);
-      at += static_cast<std::size_t>(step) * amplifiers_.size();
-      frames -= step;
+    separate(interleaved, frames);
+    for (int begin = 0; begin < frames;) {
+      const int step = smoother_.nextStep(frames - begin, tell);
+      processStep(begin, step);
+      begin += step;
+    }
+    interleave(interleaved, frames);
+  }
+
+  double inputPeak() const { return inputPeak_; }
+
+ private:
+  void processStep(int begin, int frames) {
+    std::vector<double*> at;
+    for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
+    chain_.playFront(at, frames);
+    for (const double* samples : at) {
+      for (int i = 0; i < frames; ++i) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
+    }
+    for (std::size_t c = 0; c < at.size(); ++c) amplifiers_[c]->process(at[c], at[c], frames);
+    chain_.playBack(at, frames);
+  }
+
+  void separate(const std::vector<double>& interleaved, int frames) {
+    for (std::size_t c = 0; c < sides_.size(); ++c) {
+      sides_[c].resize(static_cast<std::size_t>(frames));
+      for (std::size_t i = 0; i < sides_[c].size(); ++i) {
+        sides_[c][i] = interleaved[i * sides_.size() + c];
+      }
     }
   }
 
- private:
-  void processStep(double* interleaved, int frames) {
-    const std::size_t width = amplifiers_.size();
+  void interleave(std::vector<double>& interleaved, int frames) const {
     const auto length = static_cast<std::size_t>(frames);
-    if (width == 1) return amplifiers_.front()->process(interleaved, interleaved, frames);
-    side_.resize(length);
-    for (std::size_t c = 0; c < width; ++c) {
-      for (std::size_t i = 0; i < length; ++i) side_[i] = interleaved[i * width + c];
-      amplifiers_[c]->process(side_.data(), side_.data(), frames);
-      for (std::size_t i = 0; i < length; ++i) interleaved[i * width + c] = side_[i];
+    for (std::size_t c = 0; c < sides_.size(); ++c) {
+      for (std::size_t i = 0; i < length; ++i) interleaved[i * sides_.size() + c] = sides_[c][i];
     }
   }
 
   std::vector<std::unique_ptr<PluginInstance>> amplifiers_;
   ParameterSmoother smoother_;
-  std::vector<double> side_;
+  RigChain chain_;
+  std::vector<std::vector<double>> sides_;
+  double inputPeak_ = 0.0;
 };
 
 double secondsSince(Clock::time_point start) {
@@ -210,6 +231,7 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   writer.finish();
   return {.seconds = static_cast<double>(frames) / rate,
           .elapsed = secondsSince(begin),
+          .inputPeak_dbfs = asDecibels(rig.inputPeak()),
           .peak_dbfs = meter.peak_dbfs(),
           .loudness_lufs = meter.loudness_lufs(),
           .clipped = writer.clipped(),

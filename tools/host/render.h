@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "rig/rig_parameters.h"
 #include "tools/host/plugin_host.h"
 #include "tools/host/progress.h"
 #include "tools/settings/automation.h"
@@ -17,9 +18,10 @@ namespace quellard {
 
 struct RenderSettings {
   StartingPoint start;
-  std::vector<Move> moves;   // in the order of time
-  int blockLength = 512;     // frames, > 0
-  double tailSeconds = 0.0;  // silence played after the end of the input, >= 0
+  HostedValues rig = defaultHostedValues();  // only those behind the bypass count
+  std::vector<Move> moves;                   // in the order of time
+  int blockLength = 512;                     // frames, > 0
+  double tailSeconds = 0.0;                  // silence played after the end of the input, >= 0
   bool mono = false;         // the mean of the input's channels through one amplifier
   bool preroll = true;       // see preroll()
   std::string sampleFormat;  // see formatFor()
@@ -27,8 +29,9 @@ struct RenderSettings {
 };
 
 struct RenderResult {
-  double seconds = 0.0;  // length of the output
-  double elapsed = 0.0;  // seconds that rendering took
+  double seconds = 0.0;                  // length of the output
+  double elapsed = 0.0;                  // seconds that rendering took
+  std::optional<double> inputPeak_dbfs;  // of the guitar behind the input trim
   std::optional<double> peak_dbfs;
   std::optional<double> loudness_lufs;
   std::int64_t clipped = 0;   // samples beyond full scale

@@ -69,7 +69,7 @@ Preset readPreset(const fs::path& file) {
   const std::string fault = faultOfPresetName(name);
   if (!fault.empty()) throw UsageError(fmt::format("{}: {}", file.string(), fault));
   const SettingsText settings = readSettings(file);
-  return {name, settings.description, settings.values, false};
+  return {name, settings.description, amplifierValues(settings.values), false};
 }
 
 std::vector<std::string> knownNames() {
@@ -141,7 +141,8 @@ void savePreset(std::string_view name, const ParameterValues& values) {
   const fs::path folder = presetFolder();
   if (folder.empty()) throw FileError("there is no home folder to keep presets in");
   const auto existing = userFile(name);
-  saveSettings(existing ? *existing : folder / (std::string(name) + kEnding), {"", values});
+  saveSettings(existing ? *existing : folder / (std::string(name) + kEnding),
+               {"", withAmplifier(defaultHostedValues(), values)});
 }
 
 std::string presetOption(std::string_view name) {

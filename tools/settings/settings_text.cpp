@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/settings_text.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <fmt/format.h>
@@ -10,8 +12,10 @@
 
 #include "params/words.h"
 #include "tools/common/errors.h"
+#include "tools/common/parsing.h"
 #include "tools/files/output_file.h"
 #include "tools/settings/knobs.h"
+#include "tools/settings/rig_options.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -36,6 +40,40 @@ std::string selectorLine(float value) {
 std::string knobLine(const ParameterInfo& knob, float value) {
   return fmt::format("{}.{} = {}\n", lowered(channelName(knob.channel)), lowered(knob.name),
                      positionFromKnob(value));
+}
+
+struct RigName {
+  int parameter;
+  const char* name;
+};
+constexpr std::array kRigNames = {RigName{kInputParameter, "input"},
+                                  RigName{kGateParameter, "gate"},
+                                  RigName{kOutputParameter, "output"}};
+
+// "off", or the shortest decimal that is read as this value.
+std::string rigText(const RigName& rig, float value) {
+  double exact = levelFromValue_db(value);
+  if (rig.parameter == kGateParameter) {
+    const std::optional<double> threshold = gateFromValue_dbfs(value);
+    if (!threshold.has_value()) return "off";
+    exact = std::max(*threshold, kLowestGate_dbfs);
+  }
+  for (int digits = 1; digits <= 17; ++digits) {
+    const auto shorter = parseNumber(fmt::format("{:.{}g}", exact, digits));
+    const std::string candidate = fmt::format("{}", shorter.value_or(exact));
+    if (parseRigValue(rig.parameter, rig.name, candidate) == value) return candidate;
+  }
+  return fmt::format("{}", exact);
+}
+
+std::string rigLines(const HostedValues& values) {
+  std::string text;
+  for (const RigName& rig : kRigNames) {
+    const float value = values[rig.parameter];
+    if (value == neutralValue(rig.parameter)) continue;
+    text += fmt::format("{} = {}\n", rig.name, rigText(rig, value));
+  }
+  return text;
 }
 
 // Removes the first line of a text and returns it.
@@ -70,9 +108,26 @@ std::vector<Line> linesOf(std::string_view text, const std::string& name) {
   return lines;
 }
 
-void apply(const std::vector<Line>& lines, bool selector, int channel, ParameterValues& values) {
+const RigName* findRigName(std::string_view name) {
+  for (const RigName& rig : kRigNames) {
+    if (sameWord(name, rig.name)) return &rig;
+  }
+  return nullptr;
+}
+
+void applyRigLines(const std::vector<Line>& lines, HostedValues& values) {
   for (const Line& line : lines) {
-    if (namesSelector(line.name) != selector) continue;
+    const RigName* const rig = findRigName(line.name);
+    if (rig == nullptr) continue;
+    complainingAbout(line.where, [&] {
+      values[rig->parameter] = parseRigValue(rig->parameter, rig->name, line.value);
+    });
+  }
+}
+
+void apply(const std::vector<Line>& lines, bool selector, int channel, HostedValues& values) {
+  for (const Line& line : lines) {
+    if (findRigName(line.name) != nullptr || namesSelector(line.name) != selector) continue;
     complainingAbout(line.where, [&] {
       const auto [parameter, value] = parseParameterChange(line.name, line.value, channel);
       values[parameter] = value;
@@ -102,15 +157,16 @@ std::string writeSettings(const SettingsText& settings) {
     const bool named = info.channel == channelFromSelect(selector) || value != kKnobDefault;
     if (named) text += knobLine(info, value);
   }
-  return text;
+  return text + rigLines(settings.values);
 }
 
 SettingsText parseSettings(std::string_view text, const std::string& name) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  SettingsText settings = {descriptionOf(text), defaultValues()};
+  SettingsText settings = {descriptionOf(text)};
   const std::vector<Line> lines = linesOf(text, name);
   apply(lines, true, 0, settings.values);
   apply(lines, false, channelFromSelect(settings.values[kTypeParameter]), settings.values);
+  applyRigLines(lines, settings.values);
   return settings;
 }
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: ISC
-// All values of the amplifier as a text: a preset, or the state that a program keeps.
+// All values of the amplifier as a text: a preset, or, with those of the rig, the state that a
+// program keeps.
 //
 //   # Long notes for the last chorus    a comment in the first line is the description
 //   channel = vintage
 //   vintage.gain = 6.25                 a knob's position, 0 to 10
 //   bass = 4                            a knob of the channel that the text selects
+//   gate = -60                          input, gate and output in decibels; a preset ignores them
 //
 // One parameter per line, with the names of knobs.h. Empty lines and comments from '#' on are
 // ignored. Parameters that are not named have their default; of two lines for one the last counts.
@@ -14,17 +16,17 @@
 #include <string>
 #include <string_view>
 
-#include "params/parameter_values.h"
+#include "rig/rig_parameters.h"
 
 namespace quellard {
 
 struct SettingsText {
-  std::string description;  // may be empty
-  ParameterValues values;
+  std::string description;                      // may be empty
+  HostedValues values = defaultHostedValues();  // without the bypass
 };
 
 // A text that gives exactly these values, with decimals as short as possible. It names all knobs of
-// the selected channel, and those of other channels that differ from their default.
+// the selected channel, and what else differs from its default.
 std::string writeSettings(const SettingsText& settings);
 
 // name: for messages. Throws UsageError whose message begins with the name and the line number.

@@ -42,12 +42,14 @@ class Presets : public testing::Test {
 
 TEST(Settings, AnyValuesComeBackToTheBit) {
   Random random(3);
-  const auto bits = [](const ParameterValues& values) {
+  const auto bits = [](const HostedValues& values) {
     return std::string(reinterpret_cast<const char*>(&values), sizeof values);
   };
   for (int round = 0; round < 2000; ++round) {
-    ParameterValues values;
+    HostedValues values;
     for (float& value : values) value = static_cast<float>(random.unit());
+    values[kBypassParameter] = 0.0F;
+    values[kGateParameter] = round % 5 == 0 ? 0.0F : 0.02F + 0.98F * values[kGateParameter];
     if (round % 2 == 0) values[kTypeParameter] = selectFromChannel(round / 2 % 3);
     values[1] = round % 3 == 0 ? 1e-42F : 0.0F;
     values[2] = std::nextafter(1.0F, 0.0F);
@@ -56,12 +58,14 @@ TEST(Settings, AnyValuesComeBackToTheBit) {
     ASSERT_EQ(bits(read.values), bits(values)) << text;
     ASSERT_EQ(read.description, "Some words");
   }
-  SettingsText solo = {"", defaultValues()};
+  SettingsText solo;
+  solo.values[kGateParameter] = valueFromGate_dbfs(-60.0);
   solo.values[17] = 0.373F;
   solo.values[1] = 0.739F;
-  EXPECT_EQ(writeSettings(solo),
-            "channel = modern\nclean.presence = 7.39\nmodern.presence = 5\nmodern.bass = 5\n"
-            "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\n");
+  EXPECT_EQ(
+      writeSettings(solo),
+      "channel = modern\nclean.presence = 7.39\nmodern.presence = 5\nmodern.bass = 5\n"
+      "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\ngate = -60\n");
 }
 
 TEST(Settings, AnySpellingIsReadAndMistakesAreNamedByTheirLine) {
@@ -71,18 +75,19 @@ TEST(Settings, AnySpellingIsReadAndMistakesAreNamedByTheirLine) {
       "0.75",
       "");
   EXPECT_EQ(read.description, "Solo");
-  ParameterValues expected = defaultValues();
+  HostedValues expected = defaultHostedValues();
   expected[kTypeParameter] = 0.5F;
   expected[12] = 0.75F;
   expected[2] = 0.1F;
   EXPECT_EQ(read.values, expected) << "bare names mean the channel of the file, the last counts";
-  EXPECT_EQ(parseSettings("", "").values, defaultValues());
+  EXPECT_EQ(parseSettings("", "").values, defaultHostedValues());
   const struct {
     const char *text, *message;
   } cases[] = {
       {"gain = 5\n\ngian = 5\n", "f:3: unknown knob 'gian', did you mean 'gain'?"},
       {"# gain\nbass = 11", "f:2: bass: 11 is outside 0 to 10"},
       {"gain = 5\nchannel = loud\n", "f:2: unknown channel 'loud': clean, vintage or modern"},
+      {"gate = -90", "f:1: gate: -90 is outside -80 to -30"},
       {"gain 5", "f:1: 'gain 5' is not of the form PARAM=VALUE"},
       {"type = clean\n20 = 0.5\n", "f:2: there is no parameter 20: they are 1 to 19"},
   };

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: ISC
+#include "tools/settings/rig_options.h"
+
+#include "params/words.h"
+#include "tools/common/parsing.h"
+#include "tools/settings/settings_options.h"
+
+namespace quellard {
+namespace {
+
+constexpr const char* kGroup = "Around the amplifier";
+
+// "-60 dB" and "-60 dBFS" are "-60".
+std::string_view withoutUnit(std::string_view text) {
+  text = trimmed(text);
+  for (const std::string_view unit : {"dbfs", "db"}) {
+    if (text.size() > unit.size() && sameWord(text.substr(text.size() - unit.size()), unit)) {
+      return trimmed(text.substr(0, text.size() - unit.size()));
+    }
+  }
+  return text;
+}
+
+}  // namespace
+
+void addRigOptions(CLI::App& command, RigOptions& options) {
+  addValue(command, "--input", options.input, "DB", "Trim of the guitar, -24 to 24 dB (0)")
+      ->group(kGroup);
+  addValue(command, "--gate", options.gate, "DBFS",
+           "Threshold of the noise gate at the trimmed guitar, -80 to -30 dBFS, or off (off)")
+      ->group(kGroup);
+  addValue(command, "--output", options.output, "DB", "Level behind everything, -24 to 24 dB (0)")
+      ->group(kGroup);
+}
+
+float parseRigValue(int parameter, const char* name, std::string_view text) {
+  const std::string number(withoutUnit(text));
+  if (parameter != kGateParameter) {
+    return valueFromLevel_db(numberWithin(name, number, -kMostLevel_db, kMostLevel_db));
+  }
+  if (sameWord(number, "off")) return neutralValue(kGateParameter);
+  return valueFromGate_dbfs(numberWithin(name, number, kLowestGate_dbfs, kHighestGate_dbfs));
+}
+
+void applyRig(const RigOptions& options, HostedValues& values) {
+  const auto apply = [&](int parameter, const char* name, const std::string& text) {
+    if (!text.empty()) values[parameter] = parseRigValue(parameter, name, text);
+  };
+  apply(kInputParameter, "--input", options.input);
+  apply(kGateParameter, "--gate", options.gate);
+  apply(kOutputParameter, "--output", options.output);
+}
+
+}  // namespace quellard
