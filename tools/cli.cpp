@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fmt/format.h>
 #include <string>
 #include <unistd.h>
@@ -20,6 +21,7 @@
 #include "tools/host/batch.h"
 #include "tools/listing.h"
 #include "tools/measure/gain_table.h"
+#include "tools/measure/note_list.h"
 #include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
 #include "tools/settings/presets.h"
@@ -58,6 +60,8 @@ struct Options {
   std::string rate = "48000";
   std::string note = "110";
   std::string sine = "220";
+  std::string reference = "440";
+  std::string tuning;
 };
 
 // One line on stderr, whatever the message holds.
@@ -87,10 +91,14 @@ StartingPoint resolveKnobs(const SettingsOptions& options, const PluginModule& m
   return start;
 }
 
-void addRenderOptions(CLI::App& command, Options& options) {
+void addInputs(CLI::App& command, Options& options) {
   command.add_option("IN", options.inputs, "Audio files, or folders of them; - is standard input")
       ->type_name("FILE")
       ->required();
+}
+
+void addRenderOptions(CLI::App& command, Options& options) {
+  addInputs(command, options);
   addValue(command, "-o,--out", options.output, "OUT",
            "File to write, or a folder for several; - is standard output")
       ->required();
@@ -131,6 +139,21 @@ void addMeasureOptions(CLI::App& command, Options& options) {
   addSettingsOptions(command, options.knobs);
 }
 
+void addTuneOptions(CLI::App& command, Options& options) {
+  addInputs(command, options);
+  addValue(command, "--reference", options.reference, "HZ", "Pitch of the A above middle C (440)");
+  addValue(command, "--tuning", options.tuning, "NAME",
+           "Tell the nearest open string too, of one of the tunings below");
+  std::string names;
+  for (const Tuning& tuning : tunings())
+    names += (names.empty() ? "" : ", ") + std::string(tuning.name);
+  command.footer("Tunings: " + names + ".");
+}
+
+std::string nameOfInput(const std::filesystem::path& input) {
+  return isStandardInput(input) ? "standard input" : input.string();
+}
+
 std::string nameOfOutput(const Job& job) {
   return isStandardOutput(job.output) ? "standard output" : job.output.string();
 }
@@ -150,11 +173,11 @@ void warn(const Job& job, const RenderResult& result) {
   const auto reportFor = [](const std::string& file, const std::string& what) {
     report(fmt::format("warning: {}: {}", file, what));
   };
-  const std::string input = isStandardInput(job.input) ? "standard input" : job.input.string();
   const std::string output = nameOfOutput(job);
   if (result.truncated) {
-    reportFor(input, fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)",
-                                 result.seconds));
+    reportFor(
+        nameOfInput(job.input),
+        fmt::format("cut short or damaged, played as far as it goes ({:.2f} s)", result.seconds));
   }
   if (result.clipped > 0) {
     reportFor(output, fmt::format("{} sample{} clipped, turn MASTER down or write floats",
@@ -238,6 +261,35 @@ int measure(const Options& options) {
   return kDone;
 }
 
+TuningSettings tuningSettings(const Options& options) {
+  TuningSettings settings;
+  settings.reference_hz =
+      numberWithin("--reference", options.reference, kLowestReference_hz, kHighestReference_hz);
+  if (!options.tuning.empty()) settings.tuning = &parseTuning(options.tuning);
+  return settings;
+}
+
+// A file that cannot be read is reported, and the others are listened to all the same.
+int tune(const Options& options) {
+  const TuningSettings settings = tuningSettings(options);
+  std::vector<HeardFile> files;
+  for (const auto& input : findInputs({options.inputs.begin(), options.inputs.end()})) {
+    files.push_back(listenTo(input, settings));
+  }
+  print(options.json ? notesAsJson(files, settings) : listNotes(files, settings));
+  int status = kDone;
+  for (const HeardFile& file : files) {
+    if (!file.error.empty()) status = report(file.error, kFileTrouble);
+    if (file.truncated) {
+      status = report(fmt::format("warning: {}: cut short or damaged, heard as far as it goes "
+                                  "({:.2f} s)",
+                                  nameOfInput(file.input), file.seconds),
+                      kFileTrouble);
+    }
+  }
+  return status;
+}
+
 int show(const Preset& preset, bool json) {
   print(json ? presetsAsJson({preset})
              : writeSettings(
@@ -289,7 +341,10 @@ void buildApp(CLI::App& app, Options& options) {
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
   addMeasureOptions(addCommand(app, options, "measure", "Measure distortion and level over GAIN"),
                     options);
-  for (const char* name : {"render", "params", "programs", "presets", "info"}) {
+  addTuneOptions(
+      *app.add_subcommand("tune", "Tell the notes of recordings, and how far off they are"),
+      options);
+  for (const char* name : {"render", "params", "programs", "presets", "info", "tune"}) {
     app.get_subcommand(name)->add_flag("--json", options.json, "Print JSON, for other programs");
   }
   addQuellardPages(app);
@@ -300,6 +355,7 @@ int dispatch(const CLI::App& app, const Options& options) {
   if (command.get_name() == "render") return render(options);
   if (command.get_name() == "plot") return plot(options);
   if (command.get_name() == "measure") return measure(options);
+  if (command.get_name() == "tune") return tune(options);
   if (command.get_name() == "presets") return presets(options);
   return list(command, options);
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "rig/tunings.h"
 #include "tools/command_line/program_pages.h"
 #include "tools/files/audio_format.h"
 
@@ -29,6 +30,11 @@ KnownValues values() {
   known["show"] = known.at("preset");
   known["format"] = [] { return listed(sampleFormatNames()); };
   known["type"] = [] { return listed(fileTypeNames()); };
+  known["tuning"] = [] {
+    Words names;
+    for (const Tuning& tuning : tunings()) names.emplace_back(tuning.name);
+    return names;
+  };
   known["page"] = [] { return Words{"all", "tone", "transfer", "spectrum"}; };
   return known;
 }
@@ -60,6 +66,8 @@ ManualTexts texts() {
                     "A whole folder, two files at a time."},
                    {"quellard measure --preset \"Blues Lead\"",
                     "How far it distorts, over GAIN and level."},
+                   {"quellard tune strings.wav --tuning \"drop d\"",
+                    "Which strings are out of tune, and by how much."},
                    {"quellard plot -o amplifier.svg", "Everything in pictures."}},
       .seeAlso = {"quellard-jack(1)"},
   };

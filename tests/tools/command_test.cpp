@@ -153,6 +153,13 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {1, "render - -o a.wav", "not an audio file", "printf FORM |"},
       {1, "render - -o a.wav", "cannot read standard input: it is closed", "<&-"},
       {1, "plot -o a.png", "gnuplot-nox", "PATH=/nowhere"},
+      {2, "tune", "IN is required"},
+      {2, "tune in.wav --reference 390", "--reference: 390 is outside 400 to 480"},
+      {2, "tune in.wav --tuning 'dorp d'", "no tuning 'dorp d', did you mean 'drop d'?"},
+      {2, "tune - -", "standard input is given twice"},
+      {1, "tune none.wav", "no such file"},
+      {1, "tune note.txt", "cannot read note.txt: not an audio file"},
+      {1, "tune -", "it is empty", "</dev/null"},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.arguments);
@@ -486,6 +493,49 @@ TEST_F(Command, AFailedFileDoesNotStopTheOthersAndClashesAreRefused) {
   expectFailure(run("render in.wav other -o results"), 2, "would both become");
   // Results below the input folder are no inputs of the next run.
   for (int i = 0; i < 2; ++i) EXPECT_EQ(linesOf(run("render other -o other/amped").out), 1u);
+}
+
+// Two strings one after the other on the right of a stereo file, the second out of tune.
+TEST_F(Command, TellsTheNotesOfRecordings) {
+  Audio take{.rate = 44100, .channels = 2, .samples = std::vector<double>(2 * 88200)};
+  const auto low = sine(44100.0, 73.0, 0.2, 35280), high = sine(44100.0, 440.0, 0.2, 35280);
+  for (std::size_t i = 0; i < low.size(); ++i) {
+    take.samples[2 * i + 1] = low[i];
+    take.samples[2 * (i + 44100) + 1] = high[i];
+  }
+  writeAudio(folder / "take.wav", take);
+  const auto tuned = [&](const std::string& arguments, const char* before = "") {
+    const Ran ran = run("tune --json " + arguments, before);
+    EXPECT_EQ(ran.error, "") << arguments;
+    return nlohmann::json::parse(ran.out);
+  };
+  const auto notes = tuned("take.wav --tuning 'Drop D'")["files"][0]["notes"];
+  ASSERT_EQ(notes.size(), 2u);
+  EXPECT_EQ(notes[0]["note"], "D2");
+  EXPECT_NEAR(notes[0]["frequency_hz"], 73.0, 0.01);
+  EXPECT_NEAR(notes[0]["cents"], -9.84, 0.05);
+  EXPECT_EQ(notes[0]["string"], 6);
+  EXPECT_NEAR(notes[0]["level_dbfs"], -20.0, 0.5) << "half of 0.2, as the mean of both sides";
+  EXPECT_EQ(notes[1]["note"], "A4");
+  EXPECT_EQ(notes[1]["string_note"], "E4");
+  EXPECT_NEAR(notes[1]["string_cents"], 500.0, 0.1);
+  EXPECT_NEAR(notes[1]["start_seconds"], 1.0, 0.05);
+  EXPECT_NEAR(notes[1]["seconds"], 0.8, 0.1);
+
+  const auto flat = tuned("- --reference 432", "<take.wav");
+  EXPECT_EQ(flat["reference_hz"], 432.0);
+  EXPECT_TRUE(flat["tuning"].is_null());
+  EXPECT_NEAR(flat["files"][0]["notes"][1]["cents"], 31.8, 0.1);
+
+  writeAudio(folder / "silence.wav", {48000, 1, std::vector<double>(4800)});
+  write("cut.wav", read("take.wav").substr(0, 900000));
+  const Ran ran = run("tune take.wav note.txt silence.wav cut.wav");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(linesOf(ran.error), 2u) << "note.txt and cut.wav: " << ran.error;
+  EXPECT_TRUE(contains(ran.error, "cut.wav: cut short")) << ran.error;
+  EXPECT_TRUE(contains(ran.out, "take.wav:\n seconds")) << ran.out;
+  EXPECT_TRUE(contains(ran.out, "D2     -9.8     73.00\n")) << ran.out;
+  EXPECT_TRUE(contains(ran.out, "silence.wav:\nno note\n")) << ran.out;
 }
 
 TEST_F(Command, DrawsPicturesOfBothKinds) {

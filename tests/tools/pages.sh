@@ -52,12 +52,13 @@ case $1/$program in
   completion/quellard)
     settings render in.wav
     settings plot
-    expect 'render|params|programs|presets|info|plot|measure|-h|--help|--version' ''
+    expect 'render|params|programs|presets|info|plot|measure|tune|-h|--help|--version' ''
     expect 'presets' prese
     expect 'My\ Lead' presets --show my
     expect '--preset|--presence' render --pres
     expect 'pcm24' render --mono in.wav --format pcm2
     expect 'flac' render --type fl
+    expect 'drop\ d|drop\ c#|drop\ c' tune --tuning drop
     expect 'tone|transfer' plot --page t
     expect '1|10|11|12|13|14|15|16' params --program 1
     # Files.

@@ -127,17 +127,23 @@ void refuseEqualOutputs(std::vector<Job>& jobs) {
   }
 }
 
-void refuseMixedUp(const std::vector<Job>& jobs) {
+// Returns the identities of all inputs.
+std::set<FileIdentity> refuseReadingTwice(const std::vector<Found>& all) {
   std::set<FileIdentity> inputs;
   bool takenStandardInput = false;
-  for (const Job& job : jobs) {
-    const auto found = identify(job.input, STDIN_FILENO);
+  for (const auto& [input, nameInFolder] : all) {
+    const auto found = identify(input, STDIN_FILENO);
     const bool isNew = !found || inputs.insert(found->identity).second;
-    const bool again = isStandardInput(job.input) && std::exchange(takenStandardInput, true);
+    const bool again = isStandardInput(input) && std::exchange(takenStandardInput, true);
     if (!again && (isNew || !found->readOnce)) continue;
     throw UsageError(fmt::format("{} is given twice, but can be read only once",
-                                 again ? "standard input" : job.input.string()));
+                                 again ? "standard input" : input.string()));
   }
+  return inputs;
+}
+
+void refuseMixedUp(const std::vector<Found>& all, const std::vector<Job>& jobs) {
+  const std::set<FileIdentity> inputs = refuseReadingTwice(all);
   for (const Job& job : jobs) {
     const auto found = identify(job.output, STDOUT_FILENO);
     if (!found || !inputs.contains(found->identity)) continue;
@@ -181,6 +187,14 @@ Outcome runJob(const PluginModule& module, const Job& job, const RenderSettings&
 
 }  // namespace
 
+std::vector<fs::path> findInputs(const std::vector<fs::path>& inputs) {
+  const std::vector<Found> found = findInputs(inputs, {});
+  refuseReadingTwice(found);
+  std::vector<fs::path> paths(found.size());
+  std::ranges::transform(found, paths.begin(), &Found::input);
+  return paths;
+}
+
 std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& output,
                           const std::string& fileType, const std::string& sampleFormat) {
   std::error_code error;
@@ -199,7 +213,7 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
     // A wrong ending is reported before the first file is rendered.
     formatFor(jobs.back().output, sampleFormat, streamType);
   }
-  refuseMixedUp(jobs);
+  refuseMixedUp(found, jobs);
   refuseEqualOutputs(jobs);
   if (toFolder) {
     for (const Job& job : jobs) {

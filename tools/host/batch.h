@@ -11,20 +11,25 @@
 
 namespace quellard {
 
+// The files that inputs stand for: files, pipes, "-" for standard input, and folders. A folder
+// stands for all files in and below it, except hidden ones and those that desktops create; files
+// that are no audio are included. Throws UsageError when a pipe would be read twice, FileError when
+// an input is missing or a folder contains no files.
+std::vector<std::filesystem::path> findInputs(const std::vector<std::filesystem::path>& inputs);
+
 struct Job {
   std::filesystem::path input;
   std::filesystem::path output;
 };
 
-// inputs: files, pipes, "-" for standard input, and folders. A folder stands for all files in and
-// below it, except hidden ones and those that desktops create. Files that are no audio are
-// included: rendering them fails, and the error names them. output: for a single file, the name of
-// the result, "-" for standard output, or a folder; otherwise a folder, which is made when missing.
-// A result in a folder has its input's path below the input folder, with the ending fileType. Files
-// in the output folder are no inputs. Throws UsageError when an output is also an input or another
-// job's output, when its ending is no known file type, when a folder to be made is named like an
-// audio file, when a pipe would be read twice, or when the audio would go to a terminal; FileError
-// when an input is missing or contains no files.
+// inputs: as of findInputs(). Rendering a file that is no audio fails, and the error names it.
+// output: for a single file, the name of the result, "-" for standard output, or a folder;
+// otherwise a folder, which is made when missing. A result in a folder has its input's path below
+// the input folder, with the ending fileType. Files in the output folder are no inputs. Throws
+// UsageError when an output is also an input or another job's output, when its ending is no known
+// file type, when a folder to be made is named like an audio file, when a pipe would be read twice,
+// or when the audio would go to a terminal; FileError when an input is missing or contains no
+// files.
 std::vector<Job> planJobs(const std::vector<std::filesystem::path>& inputs,
                           const std::filesystem::path& output, const std::string& fileType,
                           const std::string& sampleFormat);
