@@ -57,6 +57,7 @@ AmpClient::Ports AmpClient::addAudioPorts(const std::string& name, unsigned long
 void AmpClient::start(bool connect) {
   if (!amp_.prepare(rate(), kLongestPeriod)) throw std::runtime_error("JACK has no sample rate");
   mute_.prepare(rate());
+  tuner_.prepare(rate());
   jack_set_process_callback(
       client_.get(),
       [](jack_nframes_t frames, void* self) {
@@ -171,6 +172,7 @@ void AmpClient::play(jack_nframes_t frames) {
     out[i] = static_cast<float*>(jack_port_get_buffer(outputs_[i], frames));
     raisePeak(inputPeak_, in[i], frames);
   }
+  if (tunes_) tuner_.push(in[0], static_cast<int>(frames));
   void* const midi = jack_port_get_buffer(midi_, frames);
   splitAtEvents(
       frames, jack_midi_get_event_count(midi),

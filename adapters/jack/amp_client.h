@@ -13,6 +13,7 @@
 #include "adapters/jack/midi_map.h"
 #include "adapters/jack/mute.h"
 #include "rig/hosted_amp.h"
+#include "rig/tuner.h"
 #include "tools/settings/presets.h"
 
 namespace quellard {
@@ -49,9 +50,20 @@ class AmpClient {
   void loadPreset(std::size_t index);
   const Preset* lastPreset() const;  // one of presets(); null before the first
 
-  // Mutes the outputs. [any thread]
-  void setMuted(bool muted) { mute_.set(muted); }
-  bool muted() const { return mute_.isSet(); }
+  // Mutes the outputs. [main thread]
+  void setMuted(bool muted) {
+    muted_ = muted;
+    mute_.set(muted_ || tunes_);
+  }
+  bool muted() const { return muted_; }
+
+  // Mutes the outputs and lets tuner() hear the first input. [main thread]
+  void setTuning(bool tunes) {
+    tunes_ = tunes;
+    mute_.set(muted_ || tunes_);
+  }
+  bool isTuning() const { return tunes_; }
+  Tuner& tuner() { return tuner_; }
 
   // The largest magnitude of a sample since the last call; full scale is 1.
   float takeInputPeak() { return inputPeak_.exchange(0.0F); }
@@ -84,6 +96,9 @@ class AmpClient {
 
   HostedAmp amp_;
   Mute mute_;
+  Tuner tuner_;
+  bool muted_ = false;
+  std::atomic<bool> tunes_ = false;
   std::vector<std::unique_ptr<const std::vector<Preset>>> allPresets_;  // the newest is the last
   std::atomic<const std::vector<Preset>*> presets_ = nullptr;
   Ports inputs_{};

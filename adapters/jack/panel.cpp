@@ -16,6 +16,7 @@
 
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
+#include "rig/tunings.h"
 #include "tools/common/parsing.h"
 #include "tools/settings/rig_options.h"
 
@@ -30,6 +31,7 @@ constexpr double kLowestDb = -60.0;
 constexpr int kRows = 21;
 constexpr int kColumns = 79;
 constexpr std::chrono::milliseconds kMidiLight{300};
+constexpr std::chrono::milliseconds kNoteShown{1500};
 
 constexpr std::array<std::string_view, 19> kHelp = {
     "1 2 3          the channel: CLEAN, VINTAGE, MODERN",
@@ -40,7 +42,7 @@ constexpr std::array<std::string_view, 19> kHelp = {
     "i g o          type the input trim, the gate (or off), the output level in dB",
     "p n            the preset before, the next; your own follow the factory's",
     "w              save the settings as a preset of your own",
-    "m              mute the outputs, or unmute them",
+    "m t            mute the outputs; mute them and tune the guitar; or play again",
     "b              bypass: the dry guitar, or the amplifier again",
     "c              clear CLIP and the held peaks",
     "q              quit; the settings are remembered",
@@ -173,10 +175,14 @@ void Panel::draw() {
     addch(' ');
   }
   for (int knob = 0; knob < kKnobsPerChannel; ++knob) drawKnob(7 + knob, knob);
-  put(14, presetLine());
+  if (client_.isTuning()) {
+    put(14, tunerLine(), A_BOLD);
+  } else {
+    put(14, presetLine());
+  }
   put(16, prompt(), A_BOLD);
   put(18, "1 2 3 channel   up down knob   left right < > turn   = number   p n preset");
-  put(19, "w save   m mute   b bypass   c clear clip   i g o levels   ? all keys   q quit");
+  put(19, "w save   m mute   t tune   b bypass   c clear   i g o levels   ? keys   q quit");
 }
 
 void Panel::drawHelp() {
@@ -196,6 +202,7 @@ void Panel::drawHeader() {
     addch(' ');
   };
   mark(client_.muted(), "MUTED");
+  mark(client_.isTuning(), "TUNER, MUTED");
   mark(client_.amp().bypassed(), "BYPASSED");
   if (midiSeen_ == 0) return;
   const bool lit = Clock::now() - midiAt_ < kMidiLight;
@@ -230,6 +237,24 @@ std::string Panel::rigLine() const {
   return fmt::format("input {}   gate {}{}   output {}", text(kInputParameter).data(),
                      text(kGateParameter).data(), gates ? state : "",
                      text(kOutputParameter).data());
+}
+
+// A note is shown a while longer than it is heard, so that it can be read.
+std::string Panel::tunerLine() {
+  const PitchReading reading = client_.tuner().read();
+  const Clock::time_point now = Clock::now();
+  if (reading.frequency_hz > 0.0) {
+    heard_hz_ = reading.frequency_hz;
+    heardAt_ = now;
+  }
+  if (heard_hz_ == 0.0 || now - heardAt_ > kNoteShown) return "Play a string. t plays on";
+  const Note note = nearestNote(heard_hz_);
+  std::string scale = "-50 ..................|.................. +50";
+  constexpr std::size_t kZero = 22;
+  const long offset = std::lround(note.cents / 50.0 * 18.0);
+  scale[static_cast<std::size_t>(static_cast<long>(kZero) + offset)] = '#';
+  return fmt::format("{:<4} {:+6.1f} cents {:8.2f} Hz   {}", noteName(note.number), note.cents,
+                     heard_hz_, scale);
 }
 
 std::string Panel::presetLine() const {
@@ -365,6 +390,7 @@ void Panel::pressPlaying(int key) {
     case 'n': stepPreset(1); break;
     case 'w': begin(Mode::name); break;
     case 'm': client_.setMuted(!client_.muted()); break;
+    case 't': client_.setTuning(!client_.isTuning()); break;
     case 'b': client_.amp().setBypass(!client_.amp().bypassed()); break;
     case 'c': in_.clear(), out_.clear(); break;
     case '?': mode_ = Mode::help; break;

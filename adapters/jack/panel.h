@@ -63,6 +63,7 @@ class Panel {
   void drawKnob(int row, int knob);
   std::string rigLine() const;
   std::string presetLine() const;
+  std::string tunerLine();
   std::string prompt() const;
 
   AmpClient& client_;
@@ -81,6 +82,8 @@ class Panel {
   Clock::time_point drawnAt_ = Clock::now();
   unsigned midiSeen_ = 0;
   Clock::time_point midiAt_;
+  double heard_hz_ = 0.0;  // the note that the tuner heard last
+  Clock::time_point heardAt_;
 };
 
 }  // namespace quellard
