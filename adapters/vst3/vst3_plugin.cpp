@@ -33,7 +33,7 @@ v3_result Vst3Plugin::create(int sides, const v3_tuid interface, void** object) 
   Vst3Face* const face = &plugin.release()->component_;
   const v3_result result = query(face, interface, object);
   unref(face);
-  return result;
+  return result;  // NOLINT(*NewDeleteLeaks): the object's references own it, not a pointer here
 }
 
 Vst3Plugin::Vst3Plugin(int sides)

@@ -60,7 +60,7 @@ std::string rigText(const RigName& rig, float value) {
   }
   for (int digits = 1; digits <= 17; ++digits) {
     const auto shorter = parseNumber(fmt::format("{:.{}g}", exact, digits));
-    const std::string candidate = fmt::format("{}", shorter.value_or(exact));
+    std::string candidate = fmt::format("{}", shorter.value_or(exact));
     if (parseRigValue(rig.parameter, rig.name, candidate) == value) return candidate;
   }
   return fmt::format("{}", exact);
