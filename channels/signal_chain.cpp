@@ -35,8 +35,10 @@ int segmentLength(const AmpChannelBase& channel, int most) {
   return most;
 }
 
-void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
-               int n) {
+}  // namespace
+
+void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
+                 int n) {
   const int shortest = parts.split != nullptr ? kShortestSkewedMultistage : kShortestSkewedClean;
   Segment segment = {.in = in,
                      .out = out,
@@ -44,6 +46,8 @@ void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* i
                      .end = 0,
                      .drive = blockRamp(channel.gainCurrent, channel.gainTarget, n),
                      .level = blockRamp(channel.masterCurrent, channel.masterTarget, n)};
+  channel.gainCurrent = channel.gainTarget;
+  channel.masterCurrent = channel.masterTarget;
   if (n < shortest) {
     segment.end = n;
     return playScalar(channel, parts, segment);
@@ -60,15 +64,6 @@ void playBlock(AmpChannelBase& channel, const ChainParts& parts, const double* i
       playScalar(channel, parts, segment);
     }
   }
-}
-
-}  // namespace
-
-void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
-                 int n) {
-  if (n > 0) playBlock(channel, parts, in, out, n);
-  channel.gainCurrent = channel.gainTarget;
-  channel.masterCurrent = channel.masterTarget;
 }
 
 }  // namespace quellard

@@ -32,4 +32,13 @@ constexpr bool sameWord(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lowerCase(x) == lowerCase(y); });
 }
 
+// "-60" from "-60 dB" and "-60 dBFS".
+constexpr std::string_view withoutDecibels(std::string_view text) {
+  for (const std::string_view unit : {"dbfs", "db"}) {
+    const std::size_t end = text.size() - std::min(text.size(), unit.size());
+    if (sameWord(text.substr(end), unit)) return trimmed(text.substr(0, end));
+  }
+  return text;
+}
+
 }  // namespace quellard

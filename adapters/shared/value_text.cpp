@@ -69,14 +69,7 @@ ValueText rigText(int index, float value) {
 
 // "-60.0 dB", "-60", "+6 dBFS".
 std::optional<double> decibelsFromText(std::string_view text) {
-  for (const std::string_view unit : {"dbfs", "db"}) {
-    if (text.size() < unit.size()) continue;
-    const std::size_t number = text.size() - unit.size();
-    if (sameWord(text.substr(number), unit)) {
-      text = trimmed(text.substr(0, number));
-      break;
-    }
-  }
+  text = withoutDecibels(text);
   if (text.starts_with("+-")) return std::nullopt;
   if (text.starts_with('+')) text.remove_prefix(1);
   return numberFromText(text);

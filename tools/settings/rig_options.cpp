@@ -10,17 +10,6 @@ namespace {
 
 constexpr const char* kGroup = "Around the amplifier";
 
-// "-60 dB" and "-60 dBFS" are "-60".
-std::string_view withoutUnit(std::string_view text) {
-  text = trimmed(text);
-  for (const std::string_view unit : {"dbfs", "db"}) {
-    if (text.size() > unit.size() && sameWord(text.substr(text.size() - unit.size()), unit)) {
-      return trimmed(text.substr(0, text.size() - unit.size()));
-    }
-  }
-  return text;
-}
-
 }  // namespace
 
 void addRigOptions(CLI::App& command, RigOptions& options) {
@@ -34,7 +23,7 @@ void addRigOptions(CLI::App& command, RigOptions& options) {
 }
 
 float parseRigValue(int parameter, const char* name, std::string_view text) {
-  const std::string number(withoutUnit(text));
+  const std::string number(withoutDecibels(trimmed(text)));
   if (parameter != kGateParameter) {
     return valueFromLevel_db(numberWithin(name, number, -kMostLevel_db, kMostLevel_db));
   }
