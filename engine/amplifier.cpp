@@ -62,8 +62,7 @@ Amplifier::~Amplifier() {
 }
 
 const std::atomic<float>* Amplifier::liveValue(int index) const {
-  if (index >= 1 && index <= kNumControls)
-    return &controlValues[static_cast<std::size_t>(index - 1)];
+  if (isKnob(index)) return &controlValues[static_cast<std::size_t>(index - 1)];
   return index == kTypeParameter ? &typeValue : nullptr;
 }
 

@@ -39,14 +39,14 @@ class Amplifier {
   // controlMinimum: what every taper answers at a knob's minimum.
   bool prepare(double rate, double controlMinimum = 0.0);
 
-  // Makes room for blocks of up to `frames` samples, for hosts that change the length from block to
+  // Allocates for blocks of up to `frames` samples, for hosts that change the length from block to
   // block: they then play without allocating, across sample-rate setups too. Room never shrinks;
-  // counts below 1 change nothing. May throw std::bad_alloc, which leaves the room as it was. Not
-  // while a block is played.
+  // counts below 1 change nothing. May throw std::bad_alloc, which leaves the buffers as they were.
+  // Not while a block is played.
   void reserve(int frames);
 
   // Goes back to where the last sample-rate setup left the sound: memories, fades, glides and
-  // levels, so that the same blocks give the same bits again. Knobs, selector, programs and room
+  // levels, so that the same blocks give the same bits again. Knobs, selector, programs and buffers
   // stay. Nothing before the first setup. [audio thread] Holds processLock, allocates nothing.
   void reset();
 

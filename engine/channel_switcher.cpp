@@ -56,9 +56,9 @@ int ChannelSwitcher::fillGain(float select, int n, double* gain) {
   return switchPoint;
 }
 
-// Copies what is left of one half, as far as there is room, and enters the next state at its end.
-int ChannelSwitcher::fillFade(const double* fade, FadeState next, int room, double* gain) {
-  const int count = std::clamp(fadeLength - fadePos, 0, std::max(room, 0));
+// Copies what is left of one half, at most `frames` samples, and enters the next state at its end.
+int ChannelSwitcher::fillFade(const double* fade, FadeState next, int frames, double* gain) {
+  const int count = std::clamp(fadeLength - fadePos, 0, std::max(frames, 0));
   std::copy_n(fade + fadePos, count, gain);
   fadePos += count;
   if (fadePos == fadeLength) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The channel switch: 16 ms of fade-out, one silent sample at which the channels change places,
-// 16 ms of fade-in.
+// The channel switch: 16 ms of fade-out, one silent sample at which the incoming channel takes
+// over, 16 ms of fade-in.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +36,7 @@ class ChannelSwitcher {
   std::int32_t fadeState;
 
  private:
-  int fillFade(const double* fade, FadeState next, int room, double* gain);
+  int fillFade(const double* fade, FadeState next, int frames, double* gain);
 };
 
 }  // namespace quellard

@@ -24,11 +24,11 @@ constexpr double kNoSquare = 1e-20;
 }  // namespace
 
 void Gate::prepare(double rate, int maxFrames) {
+  gains_.resize(static_cast<std::size_t>(maxFrames));  // first, as it may throw
   meanStep_ = 1.0 - std::exp(-1.0 / (kMeanSeconds * rate));
   attackStep_ = std::min(1.0 / (kAttackSeconds * rate), 1.0);
   releaseFactor_ = gainFromDecibels(-kReleaseDecibels / (kReleaseSeconds * rate));
   holdFrames_ = static_cast<int>(std::clamp(kHoldSeconds * rate, 1.0, 1e9));
-  gains_.resize(static_cast<std::size_t>(maxFrames));
   reset();
 }
 
@@ -61,7 +61,8 @@ double Gate::nextGain(double square) {
   return fallen > kClosedGain ? fallen : 0.0;
 }
 
-void Gate::listen(std::span<double* const> sides, int frames) {
+void Gate::detect(std::span<double* const> sides, int frames) {
+  if (openSquare_ == 0.0) quietFrames_ = 0;  // switched on, it begins open, with its whole hold
   if (openSquare_ == 0.0 && gain_ == 1.0) {
     isNeutral_ = true;
     isOpen_.store(true, std::memory_order_relaxed);

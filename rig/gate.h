@@ -4,9 +4,9 @@
 // brought both to nearly the same level.
 //
 // The level that it follows is the mean square over about 5 ms, so that neither the peaks of noise
-// nor the zero crossings of a low string move it. Above the threshold the gate opens within half a
-// millisecond. It begins to close once the level has stayed 6 dB below the threshold for 80 ms,
-// longer than the beats of a chord take, and then falls by 60 dB in 100 ms.
+// nor the zero crossings of a low string move it. Above the threshold the gain rises to 1 within
+// half a millisecond. The gate begins to close once the level has stayed 6 dB below the threshold
+// for 80 ms, longer than the beats of a chord take, and then falls by 60 dB in 100 ms.
 #pragma once
 
 #include <atomic>
@@ -20,23 +20,23 @@ class Gate {
   // rate: Hz, > 0. maxFrames: the longest block, > 0. The gate then is closed, or open where it is
   // off. Allocates.
   void prepare(double rate, int maxFrames);
-  // Forgets what it has heard. [audio thread]
+  // Back to silence: closed, or open where it is off. [audio thread]
   void reset();
 
-  // The level at which the gate opens, as a factor of full scale (a sine's peak); 0 switches it
-  // off, and open. [audio thread]
+  // The level at which the gate opens, as a factor of full scale (a sine's peak); 0 switches
+  // the gate off: it then opens and stays open. [audio thread]
   void setThreshold(double level);
 
-  // Hears a block of the dry guitar and plans the gains for it. sides: an array of samples each;
-  // the louder one counts, so that both sides of a stereo signal are turned alike. What is not
-  // finite counts as silence. frames: up to maxFrames. [audio thread] Never allocates.
-  void listen(std::span<double* const> sides, int frames);
+  // Measures a block of the dry guitar and computes a gain for each frame. sides: an array of
+  // samples each; the louder one counts, so that both sides of a stereo signal are turned alike.
+  // What is not finite counts as silence. frames: up to maxFrames. [audio thread] Never allocates.
+  void detect(std::span<double* const> sides, int frames);
 
   // Nothing has to be applied: the gate was open for the whole block.
   bool isNeutral() const { return isNeutral_; }
   void apply(double* samples, int frames) const;
 
-  // Whether a note is heard, for a lamp. [any thread]
+  // Whether the signal passes, for display. [any thread]
   bool isOpen() const { return isOpen_.load(std::memory_order_relaxed); }
 
  private:

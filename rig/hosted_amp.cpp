@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "rig/samples.h"
 
@@ -58,11 +59,12 @@ bool HostedAmp::prepare(double rate, int maxFrames) {
   const auto effectRate = static_cast<float>(rate);  // the effect takes it as a float
   if (!std::isfinite(effectRate) || effectRate <= 0.0F || maxFrames < 1) return false;
   maxFrames = std::min(maxFrames, kLongestPiece);
-  built_ = buildSides(rate, maxFrames);
+  std::vector<Side> built = buildSides(rate, maxFrames);
+  chain_.prepare(rate, maxFrames);  // the last that may throw
+  built_ = std::move(built);
   rate_ = rate;
   maxFrames_ = maxFrames;
   smoother_.prepare(rate);
-  chain_.prepare(rate, maxFrames);
   bypass_.prepare(rate);
   prerolled_ = false;
   return true;
@@ -137,15 +139,16 @@ void HostedAmp::tell(int index, float value) {
 }
 
 void HostedAmp::adoptMovedValues() {
-  for (int index = 1; index <= kNumStoredValues; ++index) smoother_.moveTo(index, value(index));
-  chain_.moveTo(hostedValues());
+  const HostedValues now = hostedValues();
+  for (int index = 1; index <= kNumStoredValues; ++index) smoother_.moveTo(index, now[index]);
+  chain_.moveTo(now);
 }
 
 // A block of no frames makes all three channels adopt their values at once, without a glide.
 void HostedAmp::preroll() {
-  const ParameterValues now = values();
-  smoother_.jumpTo(now);
-  chain_.jumpTo(hostedValues());
+  const HostedValues now = hostedValues();
+  smoother_.jumpTo(amplifierValues(now));
+  chain_.jumpTo(now);
   for (int index = 1; index <= kNumStoredValues; ++index) {
     tell(index, now[index]);
   }
@@ -190,12 +193,12 @@ void HostedAmp::playSides(int frames) {
   std::array<double*, kStereo> all{};
   const std::span sides(all.data(), built_.size());
   std::ranges::transform(built_, sides.begin(), [](Side& side) { return side.samples.data(); });
-  chain_.playFront(sides, frames);
+  chain_.processInput(sides, frames);
   for (Side& side : built_) {
     double* samples = side.samples.data();
     side.effect->processDoubleReplacing(&samples, &samples, frames);
   }
-  chain_.playBack(sides, frames);
+  chain_.processOutput(sides, frames);
 }
 
 }  // namespace quellard

@@ -69,7 +69,7 @@ class HostedAmp {
   // with a crossfade of 10 ms from the next call of play() on. While bypassed the output is the
   // input, bit for bit, and the amplifier plays on unheard. [any thread] No lock, no allocation.
   void setBypass(bool bypassed) { setValue(kBypassParameter, bypassed ? 1.0F : 0.0F); }
-  bool bypassed() const { return value(kBypassParameter) >= 0.5F; }
+  bool bypassed() const { return isBypassed(value(kBypassParameter)); }
 
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return chain_.gateIsOpen(); }
@@ -105,8 +105,8 @@ class HostedAmp {
   double rate_ = 0.0;
   int maxFrames_ = 0;
   std::vector<Side> built_;  // empty before the first prepare()
-  // What the world has asked for. The audio thread alone tells the effects, so that both sides move
-  // in the same block and nobody waits for their lock.
+  // The values last set, by any thread. Only the audio thread passes them to the effects, so that
+  // both sides move in the same block and nobody waits for their lock.
   PerParameter<std::atomic<float>, kNumHostedValues> wanted_;
   ParameterSmoother smoother_;
   RigChain chain_;

@@ -17,11 +17,11 @@ class Level {
   // Begins a move, linear in the gain. One that already leads there goes on.
   void moveTo(double gain);
 
-  // Nothing has to be called: the samples stay as they are.
+  // Samples stay as they are: apply() may be left out.
   bool isNeutral() const { return target_ == 1.0 && framesLeft_ == 0; }
 
   void apply(double* samples, int frames) const;
-  // The same time passes for all sides at once.
+  // Moves on by these frames, once all sides are processed.
   void advance(int frames);
 
  private:

@@ -6,8 +6,8 @@
 namespace quellard {
 
 void RigChain::prepare(double rate, int maxFrames) {
+  gate_.prepare(rate, maxFrames);  // first, as it may throw
   input_.prepare(rate);
-  gate_.prepare(rate, maxFrames);
   output_.prepare(rate);
 }
 
@@ -33,16 +33,18 @@ void RigChain::setThreshold(float value) {
   gate_.setThreshold(threshold.has_value() ? gainFromDecibels(*threshold) : 0.0);
 }
 
-void RigChain::playFront(std::span<double* const> sides, int frames) {
+void RigChain::processInput(std::span<double* const> sides, int frames) {
   for (double* samples : sides) {
-    if (!input_.isNeutral()) input_.apply(samples, frames);
-    holdLoudest(samples, frames);
+    limitInput(samples, frames);
+    if (input_.isNeutral()) continue;
+    input_.apply(samples, frames);
+    limitInput(samples, frames);
   }
   input_.advance(frames);
-  gate_.listen(sides, frames);
+  gate_.detect(sides, frames);
 }
 
-void RigChain::playBack(std::span<double* const> sides, int frames) {
+void RigChain::processOutput(std::span<double* const> sides, int frames) {
   for (double* samples : sides) {
     if (!gate_.isNeutral()) gate_.apply(samples, frames);
     if (!output_.isNeutral()) output_.apply(samples, frames);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// What the signal meets around the amplifier: in front of it the input trim and the gate's ear,
-// behind it the gate's gain and the output level. For one or two sides that play at the same time.
+// What the signal meets around the amplifier: in front of it the input trim and the gate's
+// detector, behind it the gate's gain and the output level. For one or two sides that play at the
+// same time.
 #pragma once
 
 #include <span>
@@ -18,15 +19,15 @@ class RigChain {
 
   // Everything below is for the audio thread and allocates nothing.
 
-  // Takes the parameters kInputParameter to kOutputParameter of these: at once, with nothing heard
-  // before, or from the next block on in a move of 12 ms.
+  // Takes the parameters kInputParameter to kOutputParameter of these: at once, with a cleared
+  // gate, or from the next block on in a move of 12 ms.
   void jumpTo(const HostedValues& values);
   void moveTo(const HostedValues& values);
 
-  // sides: an array of samples each. What is finite is held within +-kLoudestInput for the
+  // sides: an array of samples each. What is finite is limited to +-kLoudestInput for the
   // amplifier; for what is not, the effect plays silence.
-  void playFront(std::span<double* const> sides, int frames);
-  void playBack(std::span<double* const> sides, int frames);
+  void processInput(std::span<double* const> sides, int frames);
+  void processOutput(std::span<double* const> sides, int frames);
 
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return gate_.isOpen(); }

@@ -24,6 +24,8 @@ Title hostedTitle(int index);
 
 constexpr bool isHosted(int index) { return index >= 1 && index <= kNumHostedValues; }
 
+constexpr bool isBypassed(float value) { return value >= 0.5F; }
+
 // Where a parameter changes nothing: the bypass and the gate off, the levels at 0 dB.
 constexpr float neutralValue(int index) {
   return index == kInputParameter || index == kOutputParameter ? 0.5F : 0.0F;
@@ -69,7 +71,7 @@ inline constexpr double kGateOff_dbfs = kLowestGate_dbfs - 1.0;
 constexpr std::optional<double> gateFromValue_dbfs(float value) {
   const double threshold =
       kGateOff_dbfs + static_cast<double>(value) * (kHighestGate_dbfs - kGateOff_dbfs);
-  // Half a hundredth of a decibel for the way there and back as a float.
+  // Half a hundredth of a decibel is the tolerance for rounding to a float and back.
   if (threshold < kLowestGate_dbfs - 0.005) return std::nullopt;
   return threshold;
 }

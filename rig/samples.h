@@ -48,7 +48,7 @@ inline constexpr double kLoudestInput = 1000.0;
 
 // Limits finite samples to +-kLoudestInput. Others stay: the effect plays silence for them. [audio
 // thread]
-inline void holdLoudest(double* samples, int frames) {
+inline void limitInput(double* samples, int frames) {
   std::transform(samples, samples + frames, samples, [](double x) {
     return std::isfinite(x) ? std::clamp(x, -kLoudestInput, kLoudestInput) : x;
   });

@@ -33,11 +33,16 @@ double Tuner::Section::process(double x) {
 
 bool Tuner::prepare(double rate) {
   if (!(rate >= kLowestRate && rate <= kHighestRate)) return false;
-  every_ = std::max(1, static_cast<int>(rate / kLeastKeptRate));
+  // What may throw comes first.
+  const int every = std::max(1, static_cast<int>(rate / kLeastKeptRate));
+  PitchDetector detector(rate / every);
+  std::vector<double> window(detector.windowLength());
+  std::vector<std::atomic<float>> ring(std::bit_ceil(4 * window.size()));
+  detector_ = std::move(detector);
+  window_ = std::move(window);
+  ring_ = std::move(ring);
+  every_ = every;
   skipped_ = 0;
-  detector_ = PitchDetector(rate / every_);
-  window_.assign(detector_.windowLength(), 0.0);
-  ring_ = std::vector<std::atomic<float>>(std::bit_ceil(4 * window_.size()));
   written_ = 0;
   const double w = std::tan(std::numbers::pi * kCutoff_hz / rate);
   for (std::size_t i = 0; i < sections_.size(); ++i) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The tuner's ear: takes the guitar as it is played, on the audio thread, and tells on another
-// thread which frequency it hears. A string's note stands within 150 ms of its stroke, below 60 Hz
-// within 200 ms. pitch_detector.h says by which method, and what is no note.
+// Finds the pitch of the guitar: takes samples on the audio thread, and gives the frequency on
+// another. The reading is right within 150 ms of a stroke, below 60 Hz within 200 ms.
+// pitch_detector.h says by which method, and what is no note.
 #pragma once
 
 #include <array>

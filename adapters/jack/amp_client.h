@@ -57,7 +57,7 @@ class AmpClient {
   }
   bool muted() const { return muted_; }
 
-  // Mutes the outputs and lets tuner() hear the first input. [main thread]
+  // Mutes the outputs and passes the first input to tuner(). [main thread]
   void setTuning(bool tunes) {
     tunes_ = tunes;
     mute_.set(muted_ || tunes_);

@@ -164,8 +164,9 @@ void Panel::readLevels() {
 
 void Panel::draw() {
   drawHeader();
-  drawLevel(2, "in", in_);
-  drawLevel(3, "out", out_);
+  const double trim_db = levelFromValue_db(client_.amp().value(kInputParameter));
+  drawLevel(2, "in", in_, trim_db);
+  drawLevel(3, "out", out_, 0.0);
   put(4, rigLine());
   move(5, 0);
   for (int i = 0; i < kNumChannels; ++i) {
@@ -210,11 +211,13 @@ void Panel::drawHeader() {
   addstr(midiText(client_.lastMidi()).c_str());
 }
 
-void Panel::drawLevel(int row, const char* name, const LevelMeter& meter) {
-  std::string shown = bar(shareOf(meter.level_db()));
-  const std::size_t held = barPosition(shareOf(meter.held_db()));
+// gain_db: between what is metered and what is shown. CLIP is about what is metered.
+void Panel::drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db) {
+  std::string shown = bar(shareOf(meter.level_db() + gain_db));
+  const double held_db = meter.held_db() + gain_db;
+  const std::size_t held = barPosition(shareOf(held_db));
   if (held > 0) shown[held - 1] = '|';
-  put(row, fmt::format("{:<4}[{}] {:6.1f} dBFS  ", name, shown, meter.held_db()));
+  put(row, fmt::format("{:<4}[{}] {:6.1f} dBFS  ", name, shown, held_db));
   if (!meter.clipped()) return;
   attron(A_REVERSE | A_BOLD);
   addstr(" CLIP ");
@@ -392,7 +395,10 @@ void Panel::pressPlaying(int key) {
     case 'm': client_.setMuted(!client_.muted()); break;
     case 't': client_.setTuning(!client_.isTuning()); break;
     case 'b': client_.amp().setBypass(!client_.amp().bypassed()); break;
-    case 'c': in_.clear(), out_.clear(); break;
+    case 'c':
+      in_.clear();
+      out_.clear();
+      break;
     case '?': mode_ = Mode::help; break;
     case 'q': leaves_ = true; break;
     default: say("? explains the keys; a number begins with = or Enter"); break;

@@ -26,7 +26,7 @@ class Panel {
   Panel(const Panel&) = delete;
   Panel& operator=(const Panel&) = delete;
 
-  // Draws, then waits up to 50 ms for keys and obeys them.
+  // Draws, then waits up to 50 ms for keys and handles them.
   Next refresh();
 
   // A line to show until the next key.
@@ -59,7 +59,7 @@ class Panel {
   void draw();
   void drawHelp();
   void drawHeader();
-  void drawLevel(int row, const char* name, const LevelMeter& meter);
+  void drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db);
   void drawKnob(int row, int knob);
   std::string rigLine() const;
   std::string presetLine() const;
@@ -82,7 +82,7 @@ class Panel {
   Clock::time_point drawnAt_ = Clock::now();
   unsigned midiSeen_ = 0;
   Clock::time_point midiAt_;
-  double heard_hz_ = 0.0;  // the note that the tuner heard last
+  double heard_hz_ = 0.0;  // the note that the tuner detected last
   Clock::time_point heardAt_;
 };
 

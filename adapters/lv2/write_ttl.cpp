@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: ISC
 // write_ttl FOLDER MODULE: writes the files manifest.ttl, quellard.ttl and presets.ttl, from which
 // LV2 hosts learn about the plug-ins before they load MODULE.
-#include <cctype>
 #include <cstdio>
 #include <fmt/format.h>
 #include <fstream>
@@ -11,6 +10,7 @@
 #include "adapters/lv2/identity.h"
 #include "params/factory_bank.h"
 #include "params/parameter_text.h"
+#include "params/words.h"
 
 namespace quellard {
 namespace {
@@ -36,7 +36,7 @@ constexpr const char* kPresetUri = "urn:quellard:preset:";
 std::string asUriPart(const char* name) {
   std::string text(name);
   for (char& c : text) {
-    c = c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    c = c == ' ' ? '-' : lowerCase(c);
   }
   return text;
 }

@@ -87,7 +87,7 @@ std::optional<HostedValues> decodeState(std::span<const std::uint8_t> bytes) {
   if (!std::all_of(values.begin(), values.end(), isParameterValue)) return std::nullopt;
   HostedValues known = defaultHostedValues();
   std::copy_n(values.begin(), std::min<std::size_t>(*count, kNumHostedValues), known.begin());
-  known[kBypassParameter] = known[kBypassParameter] >= 0.5F ? 1.0F : 0.0F;
+  known[kBypassParameter] = isBypassed(known[kBypassParameter]) ? 1.0F : 0.0F;
   return known;
 }
 

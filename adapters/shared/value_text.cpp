@@ -56,7 +56,7 @@ ValueText decibelText(double level) {
 
 ValueText rigText(int index, float value) {
   switch (index) {
-    case kBypassParameter: return asText(value >= 0.5F ? kOn : kOff);
+    case kBypassParameter: return asText(isBypassed(value) ? kOn : kOff);
     case kInputParameter:
     case kOutputParameter: return decibelText(levelFromValue_db(value));
     case kGateParameter: {
@@ -81,7 +81,7 @@ std::optional<float> levelFromText(std::string_view text) {
   return valueFromLevel_db(*level);
 }
 
-// What is below the range, if it is not off, is its lowest.
+// A threshold below the range becomes the lowest: only "off" switches the gate off.
 std::optional<float> gateFromText(std::string_view text) {
   if (sameWord(text, kOff)) return 0.0F;
   const std::optional<double> threshold = decibelsFromText(text);
@@ -126,7 +126,7 @@ float valueFromControl(int index, float control) {
       const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
       return selectFromChannel(static_cast<int>(std::lround(channel)));
     }
-    case kBypassParameter: return control > 0.5F ? 1.0F : 0.0F;
+    case kBypassParameter: return isBypassed(control) ? 1.0F : 0.0F;
     case kInputParameter:
     case kOutputParameter: return valueFromLevel_db(static_cast<double>(control));
     case kGateParameter: return valueFromGate_dbfs(static_cast<double>(control));
@@ -137,7 +137,7 @@ float valueFromControl(int index, float control) {
 float controlFromValue(int index, float value) {
   switch (index) {
     case kTypeParameter: return static_cast<float>(channelFromSelect(value));
-    case kBypassParameter: return value >= 0.5F ? 1.0F : 0.0F;
+    case kBypassParameter: return isBypassed(value) ? 1.0F : 0.0F;
     case kInputParameter:
     case kOutputParameter: return static_cast<float>(levelFromValue_db(value));
     case kGateParameter:

@@ -124,8 +124,8 @@ constexpr v3_plugin_factory_cpp kFactory = {
      .set_host_context = [](void*, v3_funknown**) -> v3_result { return V3_OK; }},
 };
 
-// A face as the plug-in's own, but nobody's.
-const void* factoryFace = &kFactory;
+// The object that hosts get: a pointer to the table, and no state.
+const void* factoryObject = &kFactory;
 
 }  // namespace
 }  // namespace quellard
@@ -135,7 +135,7 @@ extern "C" {
 __attribute__((visibility("default"))) bool ModuleEntry(void* /*module*/) { return true; }
 __attribute__((visibility("default"))) bool ModuleExit() { return true; }
 __attribute__((visibility("default"))) v3_plugin_factory** GetPluginFactory() {
-  return static_cast<v3_plugin_factory**>(static_cast<void*>(&quellard::factoryFace));
+  return static_cast<v3_plugin_factory**>(static_cast<void*>(&quellard::factoryObject));
 }
 
 }  // extern "C"

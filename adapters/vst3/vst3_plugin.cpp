@@ -98,7 +98,7 @@ v3_result Vst3Plugin::terminate(void* face) {
 void Vst3Plugin::moveInBlock(v3_param_id id, double normalised) {
   const float value = keptValue(id, normalised);
   play(id, value);
-  if (show(id, value)) hasNews_ = true;
+  if (show(id, value)) hasUnreportedValues_ = true;
 }
 
 void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
@@ -152,7 +152,7 @@ void Vst3Plugin::setHandler(v3_component_handler** handler) {
 }
 
 void Vst3Plugin::tellThrough(v3_param_changes** changes) {
-  if (changes == nullptr || !hasNews_.exchange(false)) return;
+  if (changes == nullptr || !hasUnreportedValues_.exchange(false)) return;
   for (v3_param_id id = 0; id < shown_.size(); ++id) {
     std::int32_t index = 0;
     v3_param_value_queue** queue = v3_cpp_obj(changes)->add_param_data(changes, &id, &index);
@@ -163,7 +163,7 @@ void Vst3Plugin::tellThrough(v3_param_changes** changes) {
 
 void Vst3Plugin::tellHost() {
   if (handler_ == nullptr || !mayCallBack_) {
-    hasNews_ = true;
+    hasUnreportedValues_ = true;
     return;
   }
   v3_cpp_obj(handler_)->restart_component(handler_, V3_RESTART_PARAM_VALUES_CHANGED);

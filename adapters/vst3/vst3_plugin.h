@@ -95,7 +95,7 @@ class Vst3Plugin {
   bool mayCallBack_ = true;
   std::array<std::atomic<float>, kNumVst3Parameters> shown_{};
   std::atomic<int> playedProgram_ = 0;
-  std::atomic<bool> hasNews_ = false;  // values changed that the host does not know of
+  std::atomic<bool> hasUnreportedValues_ = false;  // values changed that the host does not know of
 };
 
 // The functions that each interface begins with.

@@ -59,8 +59,8 @@ ChannelPacker::ChannelPacker(AmpChannelBase& channel, const ChainParts& parts)
   if (fits()) assignLanes();
 }
 
-// The sections behind the loop are spread over three lanes, of which each must come out with at
-// least three: only a missing last section of a lane is stepped over.
+// The sections behind the loop are spread over three lanes, three or four each: the core can leave
+// out a lane's fourth section, never an earlier one.
 bool ChannelPacker::fits() const {
   const AmpChannelBase& c = channel_;
   const bool multistage = parts_.split != nullptr;

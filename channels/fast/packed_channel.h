@@ -28,8 +28,9 @@ struct ChannelState {
 struct PackedChannel {
   // In the order of IIRFilter::coef; of a section that glides, those at the start of its glide.
   alignas(64) double biquadCoef[kSectionsPerLane][5][kLanes];
-  double biquadStep[kSectionsPerLane][5][kLanes];  // their change per sample; -0.0 for none
-  double glideCount[kSectionsPerLane][kLanes];     // samples since the start of the glide
+  double biquadStep[kSectionsPerLane][5]
+                   [kLanes];  // their change per sample; -0.0 for none: x + -0.0 is x, bit by bit
+  double glideCount[kSectionsPerLane][kLanes];  // samples since the start of the glide
   double lastSectionUsed[kLanes];  // all bits set, or none where a lane's last section is missing
   ChannelState state;
   double resampleA[5];

@@ -88,16 +88,18 @@ class SkewedCore {
     const Coefficients c = coefficients();
     PipelineState p = {};
     if constexpr (glides) {
-      // A lane that starts late has counted up to its true count by then.
+      // A lane that lags starts with its count lowered by the lag, and so reaches the true count
+      // when its first sample arrives.
       forEach<kSectionsPerLane>(
           QUELLARD_EACH { p.glideCount[i] = load<4>(channel_.glideCount[i]) - cascadeLags(); });
     }
-    const auto loadState = [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
-      live = select(due, loadLike(live, stored), live);
+    const auto loadState =
+        [](auto due, auto& current, double* stored) __attribute__((always_inline)) {
+      current = select(due, loadLike(current, stored), current);
     };
     const auto storeState =
-        [](auto due, auto& live, double* stored) __attribute__((always_inline)) {
-      store(stored, select(due, live, loadLike(live, stored)));
+        [](auto due, auto& current, double* stored) __attribute__((always_inline)) {
+      store(stored, select(due, current, loadLike(current, stored)));
     };
     for (int k = 0; k < n_ + kOutLag; ++k) {
       if (k <= kOutLag) [[unlikely]]
@@ -365,12 +367,12 @@ class SkewedCore {
     }
   }
 
-  // Stores four sub-samples of two signals; interleavedIndex() tells where each comes to lie.
+  // Stores four sub-samples of two signals; interleavedIndex() gives each one's index.
   QUELLARD_INLINE static void interleave(double (*to)[2], Quad a, Quad b) {
     store(to[0], unpackLow(a, b));
     store(to[2], unpackHigh(a, b));
   }
-  // Of sub-samples 0 1 2 3 in places 0 2 1 3, and so of the next four.
+  // Sub-samples 0 1 2 3 lie at indices 0 2 1 3, and 4 5 6 7 at 4 6 5 7.
   static constexpr int interleavedIndex(int j) { return j / 4 * 4 + j % 2 * 2 + j / 2 % 2; }
 
   PackedChannel& channel_;

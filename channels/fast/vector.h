@@ -279,9 +279,12 @@ QUELLARD_INLINE Pair addSubtract(Pair a, Pair b) {
 #endif
 }
 
-// Four positions in a table: index of the entry before each, and the way from it to the next, 0..1.
+// Four positions in a table: the index of the entry before each, and the fraction of the step to
+// the next, 0..1.
 struct TablePosition {
-  std::uint64_t index[2];  // two a word, of each the low 16 bits: where a NaN's integer has zeros
+  // Two per word, 32 bits each, of which the low 16 are used: NaN converts to 0x80000000, whose low
+  // 16 bits are 0.
+  std::uint64_t index[2];
   Quad fraction;
 };
 #if defined(__SSE2__)

@@ -129,7 +129,7 @@ TEST(Gate, ClosesOnceWhileAChordDies) {
     bool wasOpen = false;
     for (std::size_t i = 0; i + 64 <= chord.size(); i += 64) {
       double* const block = &chord[i];
-      gate.listen(std::array{block}, 64);
+      gate.detect(std::array{block}, 64);
       if (wasOpen && !gate.isOpen()) ++closings;
       wasOpen = gate.isOpen();
     }
@@ -146,16 +146,16 @@ TEST(Gate, SurvivesWhatIsNoNumberAndOpensWhenSwitchedOff) {
   Gate gate;
   gate.setThreshold(0.001);
   gate.prepare(kRate, 64);
-  gate.listen(std::array{block}, 64);
+  gate.detect(std::array{block}, 64);
   EXPECT_FALSE(gate.isOpen());
   std::fill(samples.begin(), samples.end(), 0.5);
-  gate.listen(std::array{block}, 64);
+  gate.detect(std::array{block}, 64);
   EXPECT_TRUE(gate.isOpen());
   std::fill(samples.begin(), samples.end(), 0.0);
-  for (int i = 0; i < 1000; ++i) gate.listen(std::array{block}, 64);
+  for (int i = 0; i < 1000; ++i) gate.detect(std::array{block}, 64);
   EXPECT_FALSE(gate.isOpen());
   gate.setThreshold(0.0);
-  for (int i = 0; i < 2; ++i) gate.listen(std::array{block}, 64);
+  for (int i = 0; i < 2; ++i) gate.detect(std::array{block}, 64);
   EXPECT_TRUE(gate.isOpen() && gate.isNeutral());
 }
 

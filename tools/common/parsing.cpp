@@ -37,6 +37,7 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 
 std::optional<double> parseNumber(std::string_view text) {
   text = trimmed(text);
+  if (text.starts_with("+-")) return {};
   if (text.starts_with('+')) text.remove_prefix(1);
   double value = 0.0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);

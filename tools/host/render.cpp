@@ -131,12 +131,12 @@ class Rig {
   void processStep(int begin, int frames) {
     std::vector<double*> at;
     for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
-    chain_.playFront(at, frames);
+    chain_.processInput(at, frames);
     for (const double* samples : at) {
       for (int i = 0; i < frames; ++i) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
     }
     for (std::size_t c = 0; c < at.size(); ++c) amplifiers_[c]->process(at[c], at[c], frames);
-    chain_.playBack(at, frames);
+    chain_.processOutput(at, frames);
   }
 
   void separate(const std::vector<double>& interleaved, int frames) {

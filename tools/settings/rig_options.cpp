@@ -23,11 +23,13 @@ void addRigOptions(CLI::App& command, RigOptions& options) {
 }
 
 float parseRigValue(int parameter, const char* name, std::string_view text) {
-  const std::string number(withoutDecibels(trimmed(text)));
+  if (parameter == kGateParameter && sameWord(trimmed(text), "off")) {
+    return neutralValue(kGateParameter);
+  }
+  const std::string_view number = withoutDecibels(trimmed(text));
   if (parameter != kGateParameter) {
     return valueFromLevel_db(numberWithin(name, number, -kMostLevel_db, kMostLevel_db));
   }
-  if (sameWord(number, "off")) return neutralValue(kGateParameter);
   return valueFromGate_dbfs(numberWithin(name, number, kLowestGate_dbfs, kHighestGate_dbfs));
 }
 
