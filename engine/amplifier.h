@@ -40,7 +40,7 @@ class Amplifier {
   bool prepare(double rate, double controlMinimum = 0.0);
 
   // Allocates for blocks of up to `frames` samples, for hosts that change the length from block to
-  // block: they then play without allocating, across sample-rate setups too. Room never shrinks;
+  // block: they then play without allocating, across sample-rate setups too. They never shrink;
   // counts below 1 change nothing. May throw std::bad_alloc, which leaves the buffers as they were.
   // Not while a block is played.
   void reserve(int frames);

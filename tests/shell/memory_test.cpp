@@ -7,10 +7,12 @@
 #include <thread>
 #include <vector>
 
+#include "rig/hosted_amp.h"
 #include "tests/support/beside_reference.h"
 #include "tests/support/counted_memory.h"
 #include "tests/support/effort.h"
 #include "tests/support/floating_point_mode.h"
+#include "tests/support/same_bits.h"
 #if defined(__linux__) && defined(__x86_64__)
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -197,6 +199,38 @@ TEST(Memory, AfterABlockWithoutBuffersTheNextOnePlaysOn) {
       ASSERT_TRUE(pair.playNoise(frames)) << frames;
     }
     for (int i = 0; i < 8; ++i) ASSERT_TRUE(pair.playNoise(200)) << i;
+  }
+}
+
+// Whichever allocation fails, it plays on as if it had not been asked, with its gate at work.
+TEST(Memory, AHostedAmpThatCannotPrepareStaysAsItWas) {
+  bool again = true;
+  for (long nth = 0; again; nth += kStep) {
+    ASSERT_LT(nth, kMany);
+    HostedAmp amp(HostedAmp::kStereo), twin(HostedAmp::kStereo);
+    std::vector<double> samples(1000);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+      samples[i] = 0.1 * std::sin(0.03 * static_cast<double>(i));
+    const auto play = [](HostedAmp& one, std::vector<double> io) {
+      double* sides[2] = {io.data(), io.data()};
+      const AudioChannels block{.doubles = sides, .count = 2};
+      one.play(block, block, 0, static_cast<int>(io.size()));
+      return io;
+    };
+    for (HostedAmp* one : {&amp, &twin}) {
+      one->setValue(kGateParameter, 0.9F);
+      ASSERT_TRUE(one->prepare(48000.0, 64));
+      play(*one, samples);
+    }
+    try {
+      const Shortage shortage(nth);
+      amp.prepare(44100.0, 8192);
+    } catch (const std::bad_alloc&) {
+    }
+    again = failed;
+    if (!again) continue;
+    EXPECT_EQ(amp.rate(), 48000.0) << nth;
+    ASSERT_TRUE(sameBits(play(amp, samples), play(twin, samples))) << nth;
   }
 }
 
