@@ -41,7 +41,8 @@ class OpenedEffect {
   AEffect& record() { return *record_; }
   // The object behind the record, as the host extension reaches it.
   Quellard& object() {
-    return dynamic_cast<Quellard&>(*static_cast<AudioEffect*>(record_->object));
+    // Not dynamic_cast, to which newer compilers show the module's class as another one.
+    return static_cast<Quellard&>(*static_cast<AudioEffect*>(record_->object));
   }
 
  private:
