@@ -130,6 +130,7 @@ class Rig {
  private:
   void processStep(int begin, int frames) {
     std::vector<double*> at;
+    at.reserve(sides_.size());
     for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
     chain_.processInput(at, frames);
     for (const double* samples : at) {

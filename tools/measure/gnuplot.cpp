@@ -36,7 +36,7 @@ File scriptFile(const std::string& script) {
   if (file == nullptr) fail("cannot make a temporary file", errno);
   std::fwrite(script.data(), 1, script.size(), file.get());
   if (std::fflush(file.get()) != 0) fail("cannot write a temporary file", errno);
-  std::rewind(file.get());
+  if (std::fseek(file.get(), 0, SEEK_SET) != 0) fail("cannot read a temporary file", errno);
   return file;
 }
 

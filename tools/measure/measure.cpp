@@ -75,7 +75,8 @@ Curve measureResponse(const PluginModule& module, const StartingPoint& start, in
   Curve curve;
   constexpr int kPoints = 240;
   for (int i = 0; i <= kPoints; ++i) {
-    const double hz = kLowest_hz * std::pow(kHighest_hz / kLowest_hz, double(i) / kPoints);
+    const double hz =
+        kLowest_hz * std::pow(kHighest_hz / kLowest_hz, static_cast<double>(i) / kPoints);
     const double at = hz * binsPerHz;
     const auto bin = static_cast<std::size_t>(at);
     if (bin + 1 >= bins.size()) break;
@@ -95,7 +96,7 @@ Curve measureTransfer(const PluginModule& module, const StartingPoint& start, in
   };
   std::vector<double> signal;
   for (int i = 0; i < kCycles * cycle; ++i) {
-    const double cycles = double(i) / cycle;
+    const double cycles = static_cast<double>(i) / cycle;
     signal.push_back(levelOf(cycles) * std::sin(kTwoPi * cycles));
   }
   signal = play(module, start, rate, std::move(signal));
@@ -114,6 +115,7 @@ Curve measureSpectrum(const PluginModule& module, const StartingPoint& start, in
   constexpr std::size_t kLength = 1 << 15;
   const std::size_t lead = static_cast<std::size_t>(rate) / 2;  // half a second for the onset
   std::vector<double> signal;
+  signal.reserve(lead + kLength);
   for (std::size_t i = 0; i < lead + kLength; ++i) {
     signal.push_back(peak * std::sin(kTwoPi * note_hz * static_cast<double>(i) / rate));
   }
