@@ -15,6 +15,7 @@ inline constexpr char kRealTime[] = "x_real_time";
 // Counters of HostedAmp with and without moving knobs, per input sample.
 inline constexpr char kMovingNs[] = "moving_ns";
 inline constexpr char kRestingNs[] = "resting_ns";
+// Counters of the cabinet: kShippedNs, and as kRatio the slowest block against the median one.
 // Counters of start-up, per call.
 inline constexpr char kShippedUs[] = "shipped_us";
 inline constexpr char kReferenceUs[] = "reference_us";
@@ -22,6 +23,7 @@ inline constexpr char kReferenceUs[] = "reference_us";
 // rounds: how often each measurement is repeated.
 void registerPlaying(int rounds);
 void registerHosted(int rounds);
+void registerCabinet(int rounds);
 void registerRecurrence(int rounds);
 void registerSetup(int rounds);
 

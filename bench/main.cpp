@@ -87,6 +87,7 @@ int main(int argc, char** argv) {
   quellard::bench::registerRecurrence(options.rounds);
   quellard::bench::registerPlaying(options.rounds);
   quellard::bench::registerHosted(options.rounds);
+  quellard::bench::registerCabinet(options.rounds);
   quellard::bench::registerSetup(options.rounds);
   quellard::bench::TableReporter table;
   benchmark::RunSpecifiedBenchmarks(&table);

@@ -46,6 +46,7 @@ void TableReporter::report(const Run& run) {
   if (table != table_) beginTable(table);
   if (table == "play") return reportPlaying(run, rest(name));
   if (table == "hosted") return reportHosted(run, rest(name));
+  if (table == "cabinet") return reportCabinet(run, rest(name));
   if (table == "setup") return reportSetup(run, rest(name));
   reportRecurrence(run, rest(name));
 }
@@ -64,6 +65,11 @@ void TableReporter::beginTable(const std::string& table) {
         "\nSix knobs that move in every block of 64, beside knobs at rest, per input sample\n"
         "%-8s %8s %10s %10s %7s\n",
         "channel", "at frame", "moving ns", "resting ns", "ratio");
+  } else if (table == "cabinet") {
+    std::printf(
+        "\nA cabinet of 200 ms at 48000 Hz, per input sample; slowest block against median\n"
+        "%-8s %10s %10s\n",
+        "block", "ns", "slowest");
   } else if (table == "setup") {
     std::printf("\nStarting up: fastest of all rounds\n%-31s %10s %10s %7s\n", "", "shipped us",
                 "ref. us", "ratio");
@@ -89,6 +95,11 @@ void TableReporter::reportPlaying(const Run& run, const std::string& title) {
 void TableReporter::reportHosted(const Run& run, const std::string& title) {
   std::printf("%-8s %8s %10.1f %10.1f %7.2f\n", firstWord(title).c_str(), rest(title).c_str(),
               counter(run, kMovingNs), counter(run, kRestingNs), counter(run, kRatio));
+}
+
+void TableReporter::reportCabinet(const Run& run, const std::string& block) {
+  std::printf("%-8s %10.1f %10.2f\n", block.c_str(), counter(run, kShippedNs),
+              counter(run, kRatio));
 }
 
 void TableReporter::reportSetup(const Run& run, const std::string& title) {

@@ -16,6 +16,7 @@ class TableReporter : public benchmark::BenchmarkReporter {
   void report(const Run& run);
   void reportPlaying(const Run& run, const std::string& title);
   void reportHosted(const Run& run, const std::string& title);
+  void reportCabinet(const Run& run, const std::string& block);
   void reportSetup(const Run& run, const std::string& title);
   void reportRecurrence(const Run& run, const std::string& rate);
   void beginTable(const std::string& table);

@@ -26,6 +26,16 @@ struct FactoryPreset {
   std::array<double, kKnobsPerChannel> knobs;  // 0..10 in the order of the parameters
 };
 
+// The guitars that the presets were tuned with reach this when they are struck hard.
+inline constexpr double kLowestPresetInput_dbfs = -6.0;
+inline constexpr double kHighestPresetInput_dbfs = -2.0;
+
+// How far a guitar's peak is below (negative) or above what the presets expect, in dB; 0 within it.
+constexpr double offsetFromPresetInput_db(double peak_dbfs) {
+  if (peak_dbfs < kLowestPresetInput_dbfs) return peak_dbfs - kLowestPresetInput_dbfs;
+  return peak_dbfs > kHighestPresetInput_dbfs ? peak_dbfs - kHighestPresetInput_dbfs : 0.0;
+}
+
 inline constexpr std::size_t kNumFactoryPresets = 12;
 inline constexpr int kFactoryNameLen = 23;
 

@@ -71,6 +71,9 @@ class HostedAmp {
   void setBypass(bool bypassed) { setValue(kBypassParameter, bypassed ? 1.0F : 0.0F); }
   bool bypassed() const { return isBypassed(value(kBypassParameter)); }
 
+  // The loudspeaker, none at first: what is loaded is removed by prepare(). [not the audio thread]
+  Cabinet& cabinet() { return chain_.cabinet(); }
+
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return chain_.gateIsOpen(); }
 

@@ -6,7 +6,8 @@
 namespace quellard {
 
 void RigChain::prepare(double rate, int maxFrames) {
-  gate_.prepare(rate, maxFrames);  // first, as it may throw
+  gate_.prepare(rate, maxFrames);  // first, as these may throw
+  cabinet_.prepare(rate, maxFrames);
   input_.prepare(rate);
   output_.prepare(rate);
 }
@@ -17,6 +18,7 @@ void RigChain::jumpTo(const HostedValues& values) {
   output_.jumpTo(gainOf(values[kOutputParameter]));
   setThreshold(values[kGateParameter]);
   gate_.reset();
+  cabinet_.reset();
 }
 
 // Decibels are turned into gains only where something moved: that takes longer than the rest.
@@ -45,9 +47,12 @@ void RigChain::processInput(std::span<double* const> sides, int frames) {
 }
 
 void RigChain::processOutput(std::span<double* const> sides, int frames) {
-  for (double* samples : sides) {
-    if (!gate_.isNeutral()) gate_.apply(samples, frames);
-    if (!output_.isNeutral()) output_.apply(samples, frames);
+  if (!gate_.isNeutral()) {
+    for (double* samples : sides) gate_.apply(samples, frames);
+  }
+  cabinet_.process(sides, frames);
+  if (!output_.isNeutral()) {
+    for (double* samples : sides) output_.apply(samples, frames);
   }
   output_.advance(frames);
 }

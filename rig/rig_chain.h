@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: ISC
 // What the signal meets around the amplifier: in front of it the input trim and the gate's
-// detector, behind it the gate's gain and the output level. For one or two sides that play at the
-// same time.
+// detector, behind it the gate's gain, the cabinet and the output level. For one or two sides that
+// play at the same time.
 #pragma once
 
 #include <span>
 
+#include "rig/cabinet/cabinet.h"
 #include "rig/gate.h"
 #include "rig/level.h"
 #include "rig/rig_parameters.h"
@@ -17,10 +18,13 @@ class RigChain {
   // rate: Hz, > 0. maxFrames: the longest block, > 0. Allocates.
   void prepare(double rate, int maxFrames);
 
+  // To load a response into, after prepare(), while this plays or not. [not the audio thread]
+  Cabinet& cabinet() { return cabinet_; }
+
   // Everything below is for the audio thread and allocates nothing.
 
   // Takes the parameters kInputParameter to kOutputParameter of these: at once, with a cleared
-  // gate, or from the next block on in a move of 12 ms.
+  // gate and cabinet, or from the next block on in a move of 12 ms.
   void jumpTo(const HostedValues& values);
   void moveTo(const HostedValues& values);
 
@@ -38,6 +42,7 @@ class RigChain {
 
   Level input_;
   Gate gate_;
+  Cabinet cabinet_;
   Level output_;
   HostedValues values_ = defaultHostedValues();  // as last taken
 };

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "params/factory_bank.h"
 #include "tools/command_line/command_line.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
@@ -60,8 +62,7 @@ struct Options {
   std::string rate = "48000";
   std::string note = "110";
   std::string sine = "220";
-  std::string reference = "440";
-  std::string tuning;
+  TuningOptions tuning;
 };
 
 // One line on stderr, whatever the message holds.
@@ -141,13 +142,8 @@ void addMeasureOptions(CLI::App& command, Options& options) {
 
 void addTuneOptions(CLI::App& command, Options& options) {
   addInputs(command, options);
-  addValue(command, "--reference", options.reference, "HZ", "Pitch of the A above middle C (440)");
-  addValue(command, "--tuning", options.tuning, "NAME",
-           "Tell the nearest open string too, of one of the tunings below");
-  std::string names;
-  for (const Tuning& tuning : tunings())
-    names += (names.empty() ? "" : ", ") + std::string(tuning.name);
-  command.footer("Tunings: " + names + ".");
+  addTuningOptions(command, options.tuning);
+  command.footer("Tunings: " + tuningNames() + ".");
 }
 
 std::string nameOfInput(const std::filesystem::path& input) {
@@ -158,14 +154,27 @@ std::string nameOfOutput(const Job& job) {
   return isStandardOutput(job.output) ? "standard output" : job.output.string();
 }
 
+// The guitar's peak, and how far it is from what the presets expect.
+std::string guitarLevel(std::optional<double> peak_dbfs) {
+  if (!peak_dbfs) return "silent";
+  const double offset = offsetFromPresetInput_db(*peak_dbfs);
+  const std::string level = fmt::format("{:.1f} dBFS", *peak_dbfs);
+  if (std::abs(offset) < 0.05) return level;
+  return fmt::format("{} ({:.1f} dB {} the presets' range)", level, std::abs(offset),
+                     offset < 0.0 ? "below" : "above");
+}
+
 std::string summary(const Job& job, const RenderResult& result) {
   const auto level = [](std::optional<double> value, const char* unit) {
     return value ? fmt::format("{:.1f} {}", *value, unit) : std::string("none");
   };
-  return fmt::format("{}: {:.2f} s, {:.1f} times real time, guitar {}, peak {}, loudness {}",
+  const std::string gate = result.gateClosed > 0.0
+                               ? fmt::format(", gate closed {:.0f} %", result.gateClosed * 100.0)
+                               : "";
+  return fmt::format("{}: {:.2f} s, {:.1f} times real time, guitar {}{}, peak {}, loudness {}",
                      nameOfOutput(job), result.seconds,
                      result.seconds / std::max(result.elapsed, 1e-9),
-                     level(result.inputPeak_dbfs, "dBFS"), level(result.peak_dbfs, "dBFS"),
+                     guitarLevel(result.inputPeak_dbfs), gate, level(result.peak_dbfs, "dBFS"),
                      level(result.loudness_lufs, "LUFS"));
 }
 
@@ -230,6 +239,7 @@ int render(const Options& options) {
   }
   addKnobs(options.knobs, channel, settings.start);
   applyRig(options.rig, settings.rig);
+  applyCabinet(options.rig, settings.cabinet);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
@@ -261,17 +271,9 @@ int measure(const Options& options) {
   return kDone;
 }
 
-TuningSettings tuningSettings(const Options& options) {
-  TuningSettings settings;
-  settings.reference_hz =
-      numberWithin("--reference", options.reference, kLowestReference_hz, kHighestReference_hz);
-  if (!options.tuning.empty()) settings.tuning = &parseTuning(options.tuning);
-  return settings;
-}
-
 // A file that cannot be read is reported, and the others are listened to all the same.
 int tune(const Options& options) {
-  const TuningSettings settings = tuningSettings(options);
+  const TuningSettings settings = tuningFrom(options.tuning);
   std::vector<HeardFile> files;
   for (const auto& input : findInputs({options.inputs.begin(), options.inputs.end()})) {
     files.push_back(listenTo(input, settings));

@@ -64,6 +64,7 @@ Json resultAsJson(const RenderResult& result) {
   return {{"seconds", result.seconds},
           {"elapsed_seconds", result.elapsed},
           {"input_peak_dbfs", valueOrNull(result.inputPeak_dbfs)},
+          {"gate_closed_share", result.gateClosed},
           {"peak_dbfs", valueOrNull(result.peak_dbfs)},
           {"loudness_lufs", valueOrNull(result.loudness_lufs)},
           {"clipped_samples", result.clipped},

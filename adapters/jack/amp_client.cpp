@@ -9,6 +9,8 @@
 
 #include "adapters/shared/event_split.h"
 #include "params/parameter_values.h"
+#include "tools/common/errors.h"
+#include "tools/settings/cabinet_file.h"
 
 namespace quellard {
 namespace {
@@ -56,6 +58,7 @@ AmpClient::Ports AmpClient::addAudioPorts(const std::string& name, unsigned long
 
 void AmpClient::start(bool connect) {
   if (!amp_.prepare(rate(), kLongestPeriod)) throw std::runtime_error("JACK has no sample rate");
+  loadChosenCabinet();
   mute_.prepare(rate());
   tuner_.prepare(rate());
   jack_set_process_callback(
@@ -77,6 +80,23 @@ void AmpClient::start(bool connect) {
   if (jack_activate(client_.get()) != 0) throw std::runtime_error("JACK does not start");
   connects_ = connect;
   if (connect) connectToInterface();
+}
+
+// The choice stays, as the file may be there the next time.
+void AmpClient::loadChosenCabinet() {
+  cabinetFault_.clear();
+  if (cabinet_.file.empty()) return;
+  try {
+    loadCabinet(cabinet_, amp_.rate(), amp_.sides(), amp_.cabinet());
+  } catch (const FileError& fault) {
+    cabinetFault_ = fault.what();
+  }
+}
+
+void AmpClient::setCabinet(CabinetChoice choice) {
+  if (amp_.rate() > 0.0) loadCabinet(choice, amp_.rate(), amp_.sides(), amp_.cabinet());
+  cabinetFault_.clear();
+  cabinet_ = std::move(choice);
 }
 
 void AmpClient::followRate() {

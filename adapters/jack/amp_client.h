@@ -14,6 +14,7 @@
 #include "adapters/jack/mute.h"
 #include "rig/hosted_amp.h"
 #include "rig/tuner.h"
+#include "tools/settings/cabinet_choice.h"
 #include "tools/settings/presets.h"
 
 namespace quellard {
@@ -39,6 +40,13 @@ class AmpClient {
   bool isHeard() const;  // whether an output is connected
 
   HostedAmp& amp() { return amp_; }
+
+  // Chooses a cabinet: for start(), or to crossfade to it now. Throws FileError for a file that is
+  // no cabinet; then the one before plays on. [main thread]
+  void setCabinet(CabinetChoice choice);
+  const CabinetChoice& cabinet() const { return cabinet_; }
+  // Why start() plays without the cabinet that was chosen, "" where it plays with it.
+  const std::string& cabinetFault() const { return cabinetFault_; }
 
   // Sets the presets for loadPreset() and MIDI program changes. current: the name of the one that
   // the present values come from, "" for none. Earlier lists are kept until the client is
@@ -89,6 +97,7 @@ class AmpClient {
   void connectAll(const char* type, unsigned long flags, jack_port_t* own, std::size_t first,
                   std::size_t most);
 
+  void loadChosenCabinet();
   void play(jack_nframes_t frames);
   void noteMidi(void* midi);
   std::optional<MidiAction> actionOf(void* midi, std::uint32_t event) const;
@@ -105,6 +114,8 @@ class AmpClient {
   Ports outputs_{};
   jack_port_t* midi_ = nullptr;
   bool connects_ = false;
+  CabinetChoice cabinet_;
+  std::string cabinetFault_;
   std::atomic<float> inputPeak_ = 0.0F;
   std::atomic<float> outputPeak_ = 0.0F;
   std::atomic<unsigned> xruns_ = 0;

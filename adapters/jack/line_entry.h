@@ -9,7 +9,7 @@ namespace quellard {
 class LineEntry {
  public:
   enum class State { typing, entered, cancelled };
-  static constexpr std::size_t kLongest = 64;  // bytes
+  static constexpr std::size_t kLongest = 1024;  // bytes
 
   // key: as ncurses gives it; characters beyond ASCII come as UTF-8, one byte per call. Enter ends
   // the line, Escape cancels it, Backspace deletes the last character, Ctrl-U all.

@@ -23,6 +23,7 @@
 #include "tools/settings/presets.h"
 #include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
+#include "tools/settings/tuning_options.h"
 
 namespace quellard {
 namespace {
@@ -33,6 +34,7 @@ constexpr int kWrongUsage = 2;
 struct Options {
   SettingsOptions settings;
   RigOptions rig;
+  TuningOptions tuning;
   std::string name = "quellard";
   std::string state;
   bool forgets = false;
@@ -68,7 +70,8 @@ bool goesOn(const AmpClient& client) { return !stopped && !client.serverIsGone()
 
 SettingsText settingsNow(AmpClient& client) {
   const Preset* const preset = client.lastPreset();
-  SettingsText now = {preset != nullptr ? preset->name : "", client.amp().hostedValues()};
+  SettingsText now = {preset != nullptr ? preset->name : "", client.amp().hostedValues(),
+                      client.cabinet()};
   now.values[kBypassParameter] = neutralValue(kBypassParameter);  // it begins audible
   return now;
 }
@@ -99,10 +102,10 @@ bool runPanel(Panel& panel, AmpClient& client, StateFile& state, std::vector<std
 
 // Returns the names of the presets that were saved on the way.
 std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool inTerminal,
-                                     const std::string& message) {
+                                     const TuningSettings& tuning, const std::string& message) {
   std::vector<std::string> saved;
   if (inTerminal) {
-    if (const auto panel = Panel::open(client)) {
+    if (const auto panel = Panel::open(client, tuning)) {
       panel->say(message);
       if (runPanel(*panel, client, state, saved)) return saved;
     } else {
@@ -118,7 +121,7 @@ std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool i
 // Reads the state file and sets the client's presets and values from it and from the options.
 // Returns a notice for the panel, "" for none.
 std::string setUp(AmpClient& client, StateFile& state, const Options& options) {
-  const SettingsText remembered = state.read().value_or(SettingsText{"", defaultHostedValues()});
+  const SettingsText remembered = state.read().value_or(SettingsText{});
   if (!state.notice().empty()) complain(state.notice());
   PresetList list = listPresetFiles();
   for (const std::string& error : list.errors) complain(error);
@@ -130,6 +133,10 @@ std::string setUp(AmpClient& client, StateFile& state, const Options& options) {
       remembered.values, settingsFrom(options.settings, amplifierValues(remembered.values)));
   applyRig(options.rig, values);
   client.amp().setHostedValues(values);
+  CabinetChoice cabinet = remembered.cabinet;
+  applyCabinet(options.rig, cabinet);
+  if (!cabinet.file.empty()) cabinet.file = absolute(cabinet.file);
+  client.setCabinet(cabinet);
   return state.notice();
 }
 
@@ -150,18 +157,24 @@ int play(const Options& options) {
   settingsFrom(options.settings, defaultValues());
   HostedValues unused = defaultHostedValues();
   applyRig(options.rig, unused);
+  const TuningSettings tuning = tuningFrom(options.tuning);
   AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
   std::filesystem::path file = options.state;
   if (file.empty() && !options.forgets) file = StateFile::defaultFor(client.name());
   StateFile state(file);
-  const std::string notice = setUp(client, state, options);
+  std::string notice = setUp(client, state, options);
   watchSignals();
   client.start(!options.alone);
+  if (!client.cabinetFault().empty()) {
+    if (!options.rig.cab.empty()) throw FileError(client.cabinetFault());
+    notice = client.cabinetFault() + "; playing without a cabinet";
+    complain(notice);
+  }
   if (!options.alone && !client.isHeard()) {
     complain("the server has no outputs to play to; connect it by hand");
   }
   const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
-  const auto saved = runUntilEnd(client, state, !options.headless && inTerminal, notice);
+  const auto saved = runUntilEnd(client, state, !options.headless && inTerminal, tuning, notice);
   const bool remembered = remember(client, state);
   for (const std::string& name : saved) {
     print(stdout, fmt::format("saved: quellard-jack {}", presetOption(name)));
@@ -175,6 +188,7 @@ void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard-jack " QUELLARD_VERSION);
   addSettingsOptions(app, options.settings);
   addRigOptions(app, options.rig);
+  addTuningOptions(app, options.tuning);
   addValue(app, "--state", options.state, "FILE",
            "Where the settings are kept from one time to the next (quellard/jack/NAME.state in the "
            "user's state folder)");
@@ -185,7 +199,8 @@ void buildApp(CLI::App& app, Options& options) {
   app.add_flag("--headless", options.headless, "Show nothing, in a terminal either");
   app.footer(
       "It begins with the settings that it ended with. --program and --preset replace them all, "
-      "the other knobs change what they name.");
+      "the other knobs change what they name.\nTunings: " +
+      tuningNames() + ".");
   addProgramPages(app, settingsValues(), jackManual());
 }
 

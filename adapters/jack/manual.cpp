@@ -25,6 +25,8 @@ ManualTexts jackManual() {
                  "~/.config."}},
       .examples = {{"quellard-jack", "Goes on where it ended."},
                    {"quellard-jack --preset \"Blues Lead\" --treble 6", "A preset as a start."},
+                   {"quellard-jack --cab 4x12.wav --gate -60",
+                    "With an impulse response as its loudspeaker and a noise gate."},
                    {"quellard-jack --name second --stereo --no-connect",
                     "Another one, for a stereo source, to be connected by hand."}},
       .seeAlso = {"quellard(1)", "jackd(1)"},

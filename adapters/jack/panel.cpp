@@ -17,7 +17,9 @@
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
 #include "rig/tunings.h"
+#include "tools/common/errors.h"
 #include "tools/common/parsing.h"
+#include "tools/files/user_folders.h"
 #include "tools/settings/rig_options.h"
 
 namespace quellard {
@@ -40,13 +42,13 @@ constexpr std::array<std::string_view, 19> kHelp = {
     "< >            turn it by 1",
     "= or Enter     type a number for it: =7.5 and Enter; Escape leaves it as it was",
     "i g o          type the input trim, the gate (or off), the output level in dB",
+    "s              type the file of a speaker cabinet's impulse response, or none",
     "p n            the preset before, the next; your own follow the factory's",
     "w              save the settings as a preset of your own",
     "m t            mute the outputs; mute them and tune the guitar; or play again",
     "b              bypass: the dry guitar, or the amplifier again",
     "c              clear CLIP and the held peaks",
     "q              quit; the settings are remembered",
-    "",
     "CLIP  in: the interface's input was overloaded, turn it down",
     "     out: louder than the interface can play, turn MASTER down",
     "  |   in a level: the held peak, which is also the number behind it",
@@ -96,6 +98,20 @@ const char* nameOf(int parameter) {
   }
 }
 
+// What of a long text is next to the cursor.
+std::string tailOf(const std::string& text) {
+  constexpr std::size_t kShown = 30;
+  return text.size() <= kShown ? text : "..." + text.substr(text.size() - kShown);
+}
+
+// How a guitar's peak compares with what the presets expect.
+std::string inputAdvice(double peak_dbfs) {
+  const double offset = offsetFromPresetInput_db(peak_dbfs);
+  if (offset == 0.0) return "right";
+  if (peak_dbfs <= kLowestDb) return "";
+  return fmt::format("{:.1f} dB {}", std::abs(offset), offset < 0.0 ? "low" : "high");
+}
+
 bool terminalIsClosed() {
   pollfd terminal = {STDIN_FILENO, POLLIN, 0};
   return poll(&terminal, 1, 0) > 0 && (terminal.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
@@ -103,16 +119,17 @@ bool terminalIsClosed() {
 
 }  // namespace
 
-std::unique_ptr<Panel> Panel::open(AmpClient& client) {
+std::unique_ptr<Panel> Panel::open(AmpClient& client, const TuningSettings& tuning) {
   screen* const terminal = newterm(nullptr, stdout, stdin);
   if (terminal == nullptr) return nullptr;
   char cursorAddress[] = "cup";
-  std::unique_ptr<Panel> panel(new Panel(client, terminal));
+  std::unique_ptr<Panel> panel(new Panel(client, tuning, terminal));
   if (tigetstr(cursorAddress) == nullptr) return nullptr;
   return panel;
 }
 
-Panel::Panel(AmpClient& client, screen* terminal) : client_(client), terminal_(terminal) {
+Panel::Panel(AmpClient& client, const TuningSettings& tuning, screen* terminal)
+    : client_(client), tuning_(tuning), terminal_(terminal) {
   cbreak();
   noecho();
   keypad(stdscr, true);
@@ -165,8 +182,8 @@ void Panel::readLevels() {
 void Panel::draw() {
   drawHeader();
   const double trim_db = levelFromValue_db(client_.amp().value(kInputParameter));
-  drawLevel(2, "in", in_, trim_db);
-  drawLevel(3, "out", out_, 0.0);
+  drawLevel(2, "in", in_, trim_db, inputAdvice(in_.held_db() + trim_db));
+  drawLevel(3, "out", out_, 0.0, "");
   put(4, rigLine());
   move(5, 0);
   for (int i = 0; i < kNumChannels; ++i) {
@@ -178,12 +195,13 @@ void Panel::draw() {
   for (int knob = 0; knob < kKnobsPerChannel; ++knob) drawKnob(7 + knob, knob);
   if (client_.isTuning()) {
     put(14, tunerLine(), A_BOLD);
+    put(15, stringLine());
   } else {
     put(14, presetLine());
   }
   put(16, prompt(), A_BOLD);
   put(18, "1 2 3 channel   up down knob   left right < > turn   = number   p n preset");
-  put(19, "w save   m mute   t tune   b bypass   c clear   i g o levels   ? keys   q quit");
+  put(19, "w save   m mute   t tune   b bypass   i g o levels   s cabinet   ? keys   q quit");
 }
 
 void Panel::drawHelp() {
@@ -212,12 +230,13 @@ void Panel::drawHeader() {
 }
 
 // gain_db: between what is metered and what is shown. CLIP is about what is metered.
-void Panel::drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db) {
+void Panel::drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db,
+                      const std::string& advice) {
   std::string shown = bar(shareOf(meter.level_db() + gain_db));
   const double held_db = meter.held_db() + gain_db;
   const std::size_t held = barPosition(shareOf(held_db));
   if (held > 0) shown[held - 1] = '|';
-  put(row, fmt::format("{:<4}[{}] {:6.1f} dBFS  ", name, shown, held_db));
+  put(row, fmt::format("{:<4}[{}] {:6.1f} dBFS {:<12}", name, shown, held_db, advice));
   if (!meter.clipped()) return;
   attron(A_REVERSE | A_BOLD);
   addstr(" CLIP ");
@@ -237,9 +256,18 @@ std::string Panel::rigLine() const {
   };
   const bool gates = gateFromValue_dbfs(client_.amp().value(kGateParameter)).has_value();
   const char* const state = client_.amp().gateIsOpen() ? ", open" : ", closed";
-  return fmt::format("input {}   gate {}{}   output {}", text(kInputParameter).data(),
-                     text(kGateParameter).data(), gates ? state : "",
-                     text(kOutputParameter).data());
+  return fmt::format("input {}   gate {}{}   output {}   {}", text(kInputParameter).data(),
+                     text(kGateParameter).data(), gates ? state : "", text(kOutputParameter).data(),
+                     cabinetText());
+}
+
+// The beginning of its name, as long as the line has room.
+std::string Panel::cabinetText() const {
+  const CabinetChoice& cabinet = client_.cabinet();
+  if (cabinet.file.empty()) return "";
+  if (!client_.cabinetFault().empty()) return "cabinet missing";
+  const std::string name = oneLine(cabinet.file.stem().string());
+  return fmt::format("cabinet {:.14}", name);
 }
 
 // A note is shown a while longer than it is heard, so that it can be read.
@@ -251,13 +279,21 @@ std::string Panel::tunerLine() {
     heardAt_ = now;
   }
   if (heard_hz_ == 0.0 || now - heardAt_ > kNoteShown) return "Play a string. t plays on";
-  const Note note = nearestNote(heard_hz_);
+  const Note note = nearestNote(heard_hz_, tuning_.reference_hz);
   std::string scale = "-50 ..................|.................. +50";
   constexpr std::size_t kZero = 22;
   const long offset = std::lround(note.cents / 50.0 * 18.0);
   scale[static_cast<std::size_t>(static_cast<long>(kZero) + offset)] = '#';
   return fmt::format("{:<4} {:+6.1f} cents {:8.2f} Hz   {}", noteName(note.number), note.cents,
                      heard_hz_, scale);
+}
+
+// The open string that is nearest to what is heard; "" without a tuning or a note.
+std::string Panel::stringLine() const {
+  if (tuning_.tuning == nullptr || heard_hz_ == 0.0) return "";
+  const NearestString nearest = nearestString(*tuning_.tuning, heard_hz_, tuning_.reference_hz);
+  return fmt::format("{}: string {}, {} {:+.1f} cents", tuning_.tuning->name, nearest.number,
+                     noteName(nearest.note), nearest.cents);
 }
 
 std::string Panel::presetLine() const {
@@ -274,6 +310,8 @@ std::string Panel::prompt() const {
     case Mode::number:
       return fmt::format("{} = {}_   Enter sets it, Escape cancels", nameOf(typedParameter_),
                          entry_.text());
+    case Mode::cabinet:
+      return fmt::format("Cabinet: {}_   Enter, Escape; none removes it", tailOf(entry_.text()));
     case Mode::name:
       return fmt::format("Save as: {}_   Enter saves, Escape cancels", entry_.text());
     case Mode::replace: return fmt::format("Replace '{}'? y or n", entry_.text());
@@ -316,6 +354,17 @@ void Panel::setTyped(const std::string& text) {
   }
 }
 
+void Panel::chooseCabinet(const std::string& file) {
+  try {
+    CabinetChoice choice{cabinetNamed(file)};
+    if (file.starts_with("~/")) choice.file = homeFolder() / file.substr(2);
+    if (!choice.file.empty()) choice.file = absolute(choice.file);
+    client_.setCabinet(std::move(choice));
+  } catch (const std::exception& error) {
+    say(error.what());
+  }
+}
+
 void Panel::nameIsTyped() {
   const std::string fault = faultOfPresetName(entry_.text());
   if (!fault.empty()) return say(fault);
@@ -344,6 +393,7 @@ void Panel::press(int key) {
   switch (mode_) {
     case Mode::play: return pressPlaying(key);
     case Mode::number:
+    case Mode::cabinet:
     case Mode::name: return pressTyping(key);
     case Mode::replace: return pressReplacing(key);
     case Mode::help: mode_ = Mode::play; return;
@@ -366,6 +416,8 @@ void Panel::pressTyping(int key) {
   if (state == LineEntry::State::cancelled || entry_.text().empty()) return;
   if (typed == Mode::number) {
     setTyped(entry_.text());
+  } else if (typed == Mode::cabinet) {
+    chooseCabinet(entry_.text());
   } else {
     nameIsTyped();
   }
@@ -389,6 +441,7 @@ void Panel::pressPlaying(int key) {
     case 'i': beginNumber(kInputParameter); break;
     case 'g': beginNumber(kGateParameter); break;
     case 'o': beginNumber(kOutputParameter); break;
+    case 's': begin(Mode::cabinet); break;
     case 'p': stepPreset(-1); break;
     case 'n': stepPreset(1); break;
     case 'w': begin(Mode::name); break;

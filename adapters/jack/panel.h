@@ -10,6 +10,7 @@
 #include "adapters/jack/amp_client.h"
 #include "adapters/jack/level_meter.h"
 #include "adapters/jack/line_entry.h"
+#include "tools/settings/tuning_options.h"
 
 struct screen;  // ncurses' own record of a terminal
 
@@ -21,7 +22,7 @@ class Panel {
 
   // Takes over the terminal until the panel is destroyed; there may be one panel at a time. Null
   // where the terminal's type is unknown or its cursor cannot be moved.
-  static std::unique_ptr<Panel> open(AmpClient& client);
+  static std::unique_ptr<Panel> open(AmpClient& client, const TuningSettings& tuning);
   ~Panel();
   Panel(const Panel&) = delete;
   Panel& operator=(const Panel&) = delete;
@@ -37,9 +38,9 @@ class Panel {
 
  private:
   using Clock = std::chrono::steady_clock;
-  enum class Mode { play, number, name, replace, help };
+  enum class Mode { play, number, cabinet, name, replace, help };
 
-  Panel(AmpClient& client, screen* terminal);
+  Panel(AmpClient& client, const TuningSettings& tuning, screen* terminal);
 
   void press(int key);
   void pressPlaying(int key);
@@ -48,6 +49,7 @@ class Panel {
   void begin(Mode mode);
   void beginNumber(int parameter);
   void setTyped(const std::string& text);
+  void chooseCabinet(const std::string& file);
   void nameIsTyped();
   void save();
   void stepPreset(int by);
@@ -59,14 +61,18 @@ class Panel {
   void draw();
   void drawHelp();
   void drawHeader();
-  void drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db);
+  void drawLevel(int row, const char* name, const LevelMeter& meter, double gain_db,
+                 const std::string& advice);
   void drawKnob(int row, int knob);
   std::string rigLine() const;
+  std::string cabinetText() const;
   std::string presetLine() const;
   std::string tunerLine();
+  std::string stringLine() const;
   std::string prompt() const;
 
   AmpClient& client_;
+  TuningSettings tuning_;
   screen* terminal_;
   Mode mode_ = Mode::play;
   LineEntry entry_;

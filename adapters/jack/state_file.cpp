@@ -39,7 +39,7 @@ std::optional<SettingsText> StateFile::read() {
   }
   try {
     SettingsText settings = readSettings(file_);
-    triedLast_ = settings.values;
+    triedLast_ = settings;
     return settings;
   } catch (const UsageError& mistake) {
     isDamaged_ = true;
@@ -53,12 +53,12 @@ std::optional<SettingsText> StateFile::read() {
 }
 
 void StateFile::follow(const SettingsText& now) {
-  if (followed_ != now.values) {
-    followed_ = now.values;
+  if (followed_ != now) {
+    followed_ = now;
     movedAt_ = Clock::now();
   }
-  if (triedLast_ == now.values || Clock::now() - movedAt_ < kRest) return;
-  triedLast_ = now.values;
+  if (triedLast_ == now || Clock::now() - movedAt_ < kRest) return;
+  triedLast_ = now;
   try {
     write(now);
   } catch (const FileError&) {

@@ -43,8 +43,8 @@ class StateFile {
   std::filesystem::path file_;
   std::string notice_;
   bool isDamaged_ = false;
-  std::optional<HostedValues> followed_;
-  std::optional<HostedValues> triedLast_;
+  std::optional<SettingsText> followed_;
+  std::optional<SettingsText> triedLast_;
   Clock::time_point movedAt_;
 };
 

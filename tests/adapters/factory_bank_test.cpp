@@ -14,11 +14,11 @@
 #include <gtest/gtest.h>
 #include <numbers>
 #include <set>
-#include <sndfile.hh>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/adapters/guitar_takes.h"
 #include "tests/support/opened_effect.h"
 
 namespace quellard::test {
@@ -36,32 +36,6 @@ constexpr std::array<double, 4> kMiddleLufs = {-18.9, -22.2, -19.7, -25.4};
 constexpr double kTakeToleranceLu = 1.5;
 constexpr double kMiddleToleranceLu = 4.5;
 constexpr int kBlock = 512;
-
-struct Take {
-  int rate = 0;
-  std::vector<double> samples;  // both sides of a stereo take, averaged
-};
-
-Take readTake(const std::string& file) {
-  SndfileHandle sound(file);
-  const auto frames = static_cast<std::size_t>(sound.frames());
-  const auto channels = static_cast<std::size_t>(sound.channels());
-  std::vector<double> all(frames * channels);
-  sound.readf(all.data(), sound.frames());
-  Take take{sound.samplerate(), std::vector<double>(frames)};
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    take.samples[i / channels] += all[i] / static_cast<double>(channels);
-  }
-  return take;
-}
-
-std::vector<Take> guitarTakes() {
-  std::vector<Take> takes;
-  for (const char* name : {"e_fifths", "e_slide", "em9", "harmonics"}) {
-    takes.push_back(readTake(std::string("/usr/share/sonic-pi/samples/guit_") + name + ".flac"));
-  }
-  return takes;
-}
 
 std::vector<double> play(const FactoryPreset& preset, int rate, std::vector<double> signal) {
   OpenedEffect amp;
@@ -99,7 +73,7 @@ Loudness measure(const FactoryPreset& preset, const std::vector<Take>& takes) {
 
 TEST(FactoryBank, PlaysTheGuitarTakesEquallyLoud) {
   const std::vector<Take> takes = guitarTakes();
-  if (takes[0].rate == 0) GTEST_SKIP() << "the package sonic-pi-samples is not installed";
+  if (takes.empty()) GTEST_SKIP() << "the package sonic-pi-samples is not installed";
   std::printf("%-24s %6s %6s %7s %7s  each take\n", "preset", "LUFS", "peak", "MASTER", "to set");
   for (const FactoryPreset& preset : kFactoryBank) {
     const auto [lufs, peak, lufsOfTake] = measure(preset, takes);

@@ -17,11 +17,13 @@ fs::path absoluteFrom(const char* variable) {
 fs::path folder(const char* variable, const char* belowHome) {
   const fs::path own = absoluteFrom(variable);
   if (!own.empty()) return own / "quellard";
-  const fs::path home = absoluteFrom("HOME");
+  const fs::path home = homeFolder();
   return home.empty() ? home : home / belowHome / "quellard";
 }
 
 }  // namespace
+
+fs::path homeFolder() { return absoluteFrom("HOME"); }
 
 fs::path configurationFolder() { return folder("XDG_CONFIG_HOME", ".config"); }
 

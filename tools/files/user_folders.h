@@ -6,6 +6,9 @@
 
 namespace quellard {
 
+// $HOME; empty without one, or where it is not absolute.
+std::filesystem::path homeFolder();
+
 // $XDG_CONFIG_HOME/quellard or ~/.config/quellard; empty without a home folder.
 std::filesystem::path configurationFolder();
 

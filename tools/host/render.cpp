@@ -15,6 +15,7 @@
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/host/meter.h"
+#include "tools/settings/cabinet_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -91,6 +92,7 @@ class Rig {
     }
     smoother_.prepare(rate);
     chain_.prepare(rate, settings.blockLength);
+    loadCabinet(settings.cabinet, rate, channels, chain_.cabinet());
     chain_.jumpTo(settings.rig);
   }
 
@@ -126,6 +128,7 @@ class Rig {
   }
 
   double inputPeak() const { return inputPeak_; }
+  std::int64_t gateClosedFrames() const { return gateClosedFrames_; }
 
  private:
   void processStep(int begin, int frames) {
@@ -133,6 +136,7 @@ class Rig {
     at.reserve(sides_.size());
     for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
     chain_.processInput(at, frames);
+    if (!chain_.gateIsOpen()) gateClosedFrames_ += frames;
     for (const double* samples : at) {
       for (int i = 0; i < frames; ++i) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
     }
@@ -161,6 +165,7 @@ class Rig {
   RigChain chain_;
   std::vector<std::vector<double>> sides_;
   double inputPeak_ = 0.0;
+  std::int64_t gateClosedFrames_ = 0;
 };
 
 double secondsSince(Clock::time_point start) {
@@ -233,6 +238,9 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   return {.seconds = static_cast<double>(frames) / rate,
           .elapsed = secondsSince(begin),
           .inputPeak_dbfs = asDecibels(rig.inputPeak()),
+          .gateClosed = frames == 0 ? 0.0
+                                    : static_cast<double>(rig.gateClosedFrames()) /
+                                          static_cast<double>(frames),
           .peak_dbfs = meter.peak_dbfs(),
           .loudness_lufs = meter.loudness_lufs(),
           .clipped = writer.clipped(),

@@ -12,6 +12,7 @@
 #include "tools/host/plugin_host.h"
 #include "tools/host/progress.h"
 #include "tools/settings/automation.h"
+#include "tools/settings/cabinet_choice.h"
 #include "tools/settings/settings_options.h"
 
 namespace quellard {
@@ -19,9 +20,10 @@ namespace quellard {
 struct RenderSettings {
   StartingPoint start;
   HostedValues rig = defaultHostedValues();  // only those behind the bypass count
-  std::vector<Move> moves;                   // in the order of time
-  int blockLength = 512;                     // frames, > 0
-  double tailSeconds = 0.0;                  // silence played after the end of the input, >= 0
+  CabinetChoice cabinet = {};
+  std::vector<Move> moves;   // in the order of time
+  int blockLength = 512;     // frames, > 0
+  double tailSeconds = 0.0;  // silence played after the end of the input, >= 0
   bool mono = false;         // the mean of the input's channels through one amplifier
   bool preroll = true;       // see preroll()
   std::string sampleFormat;  // see formatFor()
@@ -32,6 +34,7 @@ struct RenderResult {
   double seconds = 0.0;                  // length of the output
   double elapsed = 0.0;                  // seconds that rendering took
   std::optional<double> inputPeak_dbfs;  // of the guitar behind the input trim
+  double gateClosed = 0.0;               // share of the time, 0..1; 0 where it is off
   std::optional<double> peak_dbfs;
   std::optional<double> loudness_lufs;
   std::int64_t clipped = 0;   // samples beyond full scale

@@ -10,7 +10,6 @@
 #include "rig/tuner.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
-#include "tools/common/parsing.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/input_file.h"
 
@@ -190,13 +189,6 @@ Json asJson(const HeardFile& file, const TuningSettings& settings) {
 }
 
 }  // namespace
-
-const Tuning& parseTuning(const std::string& name) {
-  if (const Tuning* const found = findTuning(name)) return *found;
-  std::vector<std::string> names;
-  for (const Tuning& tuning : tunings()) names.emplace_back(tuning.name);
-  throw UsageError(fmt::format("there is no tuning '{}'{}", name, suggestion(name, names)));
-}
 
 HeardFile listenTo(const std::filesystem::path& input, const TuningSettings& settings) {
   HeardFile heard;

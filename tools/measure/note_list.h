@@ -7,17 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "rig/tunings.h"
+#include "tools/settings/tuning_options.h"
 
 namespace quellard {
-
-// A tuning by its name. Throws UsageError for a name that is none, with a suggestion.
-const Tuning& parseTuning(const std::string& name);
-
-struct TuningSettings {
-  double reference_hz = kConcertPitch_hz;
-  const Tuning* tuning = nullptr;  // whose strings are named; null: none
-};
 
 // A stretch in which the same note sounds. It ends where the tuner hears another note, or none for
 // 100 ms; less than 100 ms are not a note.

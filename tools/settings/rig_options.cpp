@@ -2,6 +2,7 @@
 #include "tools/settings/rig_options.h"
 
 #include "params/words.h"
+#include "tools/common/errors.h"
 #include "tools/common/parsing.h"
 #include "tools/settings/settings_options.h"
 
@@ -17,6 +18,12 @@ void addRigOptions(CLI::App& command, RigOptions& options) {
       ->group(kGroup);
   addValue(command, "--gate", options.gate, "DBFS",
            "Threshold of the noise gate at the trimmed guitar, -80 to -30 dBFS, or off (off)")
+      ->group(kGroup);
+  addValue(command, "--cab", options.cab, "FILE",
+           "Impulse response of a cabinet, of any rate, mono or stereo; or none (none)")
+      ->group(kGroup);
+  addValue(command, "--cab-level", options.cabLevel, "DB",
+           "Level of the cabinet, -24 to 24 dB; at 0 it is as loud as none (0)")
       ->group(kGroup);
   addValue(command, "--output", options.output, "DB", "Level behind everything, -24 to 24 dB (0)")
       ->group(kGroup);
@@ -40,6 +47,13 @@ void applyRig(const RigOptions& options, HostedValues& values) {
   apply(kInputParameter, "--input", options.input);
   apply(kGateParameter, "--gate", options.gate);
   apply(kOutputParameter, "--output", options.output);
+}
+
+void applyCabinet(const RigOptions& options, CabinetChoice& cabinet) {
+  if (!options.cab.empty()) cabinet = {cabinetNamed(options.cab)};
+  if (options.cabLevel.empty()) return;
+  if (cabinet.file.empty()) throw UsageError("--cab-level needs a cabinet: --cab FILE");
+  cabinet.level_db = parseCabinetLevel_db("--cab-level", options.cabLevel);
 }
 
 }  // namespace quellard

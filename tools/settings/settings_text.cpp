@@ -76,6 +76,16 @@ std::string rigLines(const HostedValues& values) {
   return text;
 }
 
+constexpr const char* kCabinet = "cab";
+constexpr const char* kCabinetLevel = "cab level";
+
+std::string cabinetLines(const CabinetChoice& cabinet) {
+  if (cabinet.file.empty()) return "";
+  std::string text = fmt::format("{} = {}\n", kCabinet, pathAsText(cabinet.file));
+  if (cabinet.level_db != 0.0) text += fmt::format("{} = {}\n", kCabinetLevel, cabinet.level_db);
+  return text;
+}
+
 // Removes the first line of a text and returns it.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
@@ -125,9 +135,23 @@ void applyRigLines(const std::vector<Line>& lines, HostedValues& values) {
   }
 }
 
+bool namesCabinet(std::string_view name) {
+  return sameWord(name, kCabinet) || sameWord(name, kCabinetLevel);
+}
+
+void applyCabinetLines(const std::vector<Line>& lines, CabinetChoice& cabinet) {
+  for (const Line& line : lines) {
+    if (sameWord(line.name, kCabinet)) cabinet.file = pathFromText(line.value);
+    if (!sameWord(line.name, kCabinetLevel)) continue;
+    complainingAbout(line.where,
+                     [&] { cabinet.level_db = parseCabinetLevel_db(kCabinetLevel, line.value); });
+  }
+}
+
 void apply(const std::vector<Line>& lines, bool selector, int channel, HostedValues& values) {
   for (const Line& line : lines) {
-    if (findRigName(line.name) != nullptr || namesSelector(line.name) != selector) continue;
+    if (findRigName(line.name) != nullptr || namesCabinet(line.name)) continue;
+    if (namesSelector(line.name) != selector) continue;
     complainingAbout(line.where, [&] {
       const auto [parameter, value] = parseParameterChange(line.name, line.value, channel);
       values[parameter] = value;
@@ -157,7 +181,7 @@ std::string writeSettings(const SettingsText& settings) {
     const bool named = info.channel == channelFromSelect(selector) || value != kKnobDefault;
     if (named) text += knobLine(info, value);
   }
-  return text + rigLines(settings.values);
+  return text + rigLines(settings.values) + cabinetLines(settings.cabinet);
 }
 
 SettingsText parseSettings(std::string_view text, const std::string& name) {
@@ -167,6 +191,7 @@ SettingsText parseSettings(std::string_view text, const std::string& name) {
   apply(lines, true, 0, settings.values);
   apply(lines, false, channelFromSelect(settings.values[kTypeParameter]), settings.values);
   applyRigLines(lines, settings.values);
+  applyCabinetLines(lines, settings.cabinet);
   return settings;
 }
 

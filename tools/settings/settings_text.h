@@ -7,6 +7,8 @@
 //   vintage.gain = 6.25                 a knob's position, 0 to 10
 //   bass = 4                            a knob of the channel that the text selects
 //   gate = -60                          input, gate and output in decibels; a preset ignores them
+//   cab = /home/me/4x12 %231.wav        and the cabinet; %23 is '#', %25 is '%'
+//   cab level = -3
 //
 // One parameter per line, with the names of knobs.h. Empty lines and comments from '#' on are
 // ignored. Parameters that are not named have their default; of two lines for one the last counts.
@@ -17,12 +19,16 @@
 #include <string_view>
 
 #include "rig/rig_parameters.h"
+#include "tools/settings/cabinet_choice.h"
 
 namespace quellard {
 
 struct SettingsText {
   std::string description;                      // may be empty
   HostedValues values = defaultHostedValues();  // without the bypass
+  CabinetChoice cabinet = {};
+
+  bool operator==(const SettingsText&) const = default;
 };
 
 // A text that gives exactly these values, with decimals as short as possible. It names all knobs of

@@ -68,6 +68,17 @@ TEST(Settings, AnyValuesComeBackToTheBit) {
       "modern.mid = 5\nmodern.treble = 5\nmodern.master = 3.73\nmodern.gain = 5\ngate = -60\n");
 }
 
+TEST(Settings, RememberACabinetOfAnyName) {
+  for (const char* file : {"/a/4x12.wav", "/a/#1 50%.wav", "/a/ends with ", "/a/b\nc=d", "/%23",
+                           "/\xFF\xC3", "/a = b"}) {
+    SettingsText settings;
+    settings.cabinet = {file, -2.25};
+    EXPECT_EQ(parseSettings(writeSettings(settings), ""), settings) << writeSettings(settings);
+  }
+  EXPECT_EQ(complaint([] { parseSettings("cab = x\ncab level = 25", "f"); }),
+            "f:2: cab level: 25 is outside -24 to 24");
+}
+
 TEST(Settings, AnySpellingIsReadAndMistakesAreNamedByTheirLine) {
   const SettingsText read = parseSettings(
       "\xEF\xBB\xBF# Solo\r\n\r\ngain = 7.39 # hot\r\nGAIN=2\nclean.bass=1\nchannel = Vintage\n12 "

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: ISC
+#include "rig/cabinet/cabinet.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace quellard {
+namespace {
+
+// Rounded to floats, -150 dB from each tap: what resampling, levels and the C library's functions
+// leave to a processor in the last bits is gone, and all of them play the same.
+std::shared_ptr<const PartitionedResponse> partitioned(std::vector<double> taps, double gain) {
+  for (double& tap : taps) tap = static_cast<double>(static_cast<float>(tap * gain));
+  return std::make_shared<const PartitionedResponse>(taps);
+}
+
+}  // namespace
+
+Cabinet::~Cabinet() {
+  const std::unique_ptr<Speaker> unplayed(incoming_.exchange(nullptr));
+  freeRetired();
+}
+
+void Cabinet::prepare(double rate, int maxFrames) {
+  std::vector<double> faded(static_cast<std::size_t>(maxFrames));
+  faded_ = std::move(faded);
+  fadeFrames_ = static_cast<int>(std::clamp(std::round(kFadeSeconds * rate), 1.0, 1e9));
+  const std::unique_ptr<Speaker> unplayed(incoming_.exchange(nullptr));
+  speaker_.reset();
+  next_.reset();
+  freeRetired();
+}
+
+void Cabinet::load(const ImpulseResponse& response, double gain, int sides) {
+  std::vector<std::shared_ptr<const PartitionedResponse>> responses;
+  for (const std::vector<double>& side : response.sides) {
+    responses.push_back(partitioned(side, gain));
+  }
+  auto speaker = std::make_unique<Speaker>();
+  for (std::size_t i = 0; i < static_cast<std::size_t>(sides); ++i) {
+    speaker->convolvers.emplace_back(responses[std::min(i, responses.size() - 1)]);
+  }
+  publish(std::move(speaker));
+}
+
+void Cabinet::unload() { publish(std::make_unique<Speaker>()); }
+
+void Cabinet::publish(std::unique_ptr<Speaker> speaker) {
+  freeRetired();
+  const std::unique_ptr<Speaker> unplayed(incoming_.exchange(speaker.release()));
+}
+
+void Cabinet::freeRetired() {
+  std::unique_ptr<Speaker> speaker(retired_.exchange(nullptr));
+  while (speaker != nullptr) speaker.reset(std::exchange(speaker->nextRetired, nullptr));
+}
+
+// [audio thread] The list is emptied by one other thread, so this ends after two attempts.
+void Cabinet::retire(std::unique_ptr<Speaker> speaker) {
+  if (speaker == nullptr) return;
+  Speaker* const last = speaker.release();
+  last->nextRetired = retired_.load();
+  while (!retired_.compare_exchange_weak(last->nextRetired, last)) {
+  }
+}
+
+void Cabinet::reset() {
+  finishCrossfade();
+  adopt();
+  finishCrossfade();
+  if (speaker_ == nullptr) return;
+  for (Convolver& convolver : speaker_->convolvers) convolver.reset();
+}
+
+void Cabinet::finishCrossfade() {
+  if (next_ != nullptr) retire(std::exchange(speaker_, std::move(next_)));
+}
+
+// One crossfade at a time: what arrives during one waits for its end.
+void Cabinet::adopt() {
+  if (next_ != nullptr || incoming_.load(std::memory_order_relaxed) == nullptr) return;
+  next_.reset(incoming_.exchange(nullptr));
+  fadeFrame_ = 0;
+}
+
+void Cabinet::process(std::span<double* const> sides, int frames) {
+  adopt();
+  if (next_ != nullptr) return crossfade(sides, frames);
+  if (speaker_ == nullptr) return;
+  for (std::size_t i = 0; i < sides.size(); ++i) speaker_->process(i, sides[i], frames);
+}
+
+void Cabinet::Speaker::process(std::size_t side, double* samples, int frames) {
+  if (side < convolvers.size()) convolvers[side].process(samples, frames);
+}
+
+// Both play all of the block, also where the crossfade ends within it.
+void Cabinet::crossfade(std::span<double* const> sides, int frames) {
+  for (std::size_t side = 0; side < sides.size(); ++side) {
+    double* const samples = sides[side];
+    std::copy_n(samples, frames, faded_.data());
+    if (speaker_ != nullptr) speaker_->process(side, faded_.data(), frames);
+    next_->process(side, samples, frames);
+    const int fading = std::min(frames, fadeFrames_ - fadeFrame_);
+    for (int i = 0; i < fading; ++i) {
+      const double share = static_cast<double>(fadeFrame_ + i + 1) / fadeFrames_;
+      const double before = faded_[static_cast<std::size_t>(i)];
+      samples[i] = before + share * (samples[i] - before);
+    }
+  }
+  fadeFrame_ += frames;
+  if (fadeFrame_ >= fadeFrames_) finishCrossfade();
+}
+
+}  // namespace quellard

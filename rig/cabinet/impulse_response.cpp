@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: ISC
+#include "rig/cabinet/impulse_response.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <stdexcept>
+
+#include "rig/cabinet/block_transform.h"
+
+namespace quellard {
+namespace {
+
+struct Biquad {
+  double b0, b1, b2, a1, a2;
+};
+
+// The two filters of ITU-R BS.1770 at 48 kHz: the head's treble, and less bass.
+constexpr double kWeightingRate = 48000.0;
+constexpr Biquad kHead = {1.53512485958697, -2.69169618940638, 1.19839281085285,  //
+                          -1.69065929318241, 0.73248077421585};
+constexpr Biquad kLessBass = {1.0, -2.0, 1.0,  //
+                              -1.99004745483398, 0.99007225036621};
+
+double power(const Biquad& filter, double hz) {
+  const auto z = std::polar(1.0, -2.0 * std::numbers::pi * hz / kWeightingRate);
+  return std::norm((filter.b0 + z * (filter.b1 + z * filter.b2)) /
+                   (1.0 + z * (filter.a1 + z * filter.a2)));
+}
+
+// How much of the loudness of pink noise is at a frequency; its power falls with 1 / f.
+double pinkWeight(double hz) {
+  if (hz < 20.0 || hz > 20000.0) return 0.0;
+  return power(kHead, hz) * power(kLessBass, hz) / hz;
+}
+
+double peakOf(const ImpulseResponse& response) {
+  double peak = 0.0;
+  for (const std::vector<double>& side : response.sides) {
+    for (const double x : side) {
+      if (!std::isfinite(x)) throw std::invalid_argument("it has samples that are not finite");
+      peak = std::max(peak, std::fabs(x));
+    }
+  }
+  return peak;
+}
+
+void mixDown(ImpulseResponse& response) {
+  if (response.sides.size() == 1) return;
+  std::vector<double>& mean = response.sides.front();
+  std::ranges::transform(mean, response.sides.back(), mean.begin(),
+                         [](double left, double right) { return 0.5 * left + 0.5 * right; });
+  response.sides.resize(1);
+}
+
+void cut(std::vector<double>& side, double rate) {
+  const auto length = static_cast<std::size_t>(std::lround(kLongestResponse_s * rate));
+  if (side.size() <= length) return;
+  side.resize(length);
+  const std::size_t fade = length / 10;
+  for (std::size_t i = 0; i < fade; ++i) {
+    const double left = static_cast<double>(i) / static_cast<double>(fade);
+    side[length - 1 - i] *= 0.5 - 0.5 * std::cos(std::numbers::pi * left);
+  }
+}
+
+// The share of the power of weighted pink noise that passes, as a mean of the sides. The windows of
+// the transform are long enough for a step of 1 Hz, so that the octaves of the bass have points.
+double pinkPower(const ImpulseResponse& response) {
+  const std::size_t longest = std::max(response.sides.front().size(),
+                                       static_cast<std::size_t>(std::ceil(response.rate / 2.0)));
+  const int n = static_cast<int>(std::bit_ceil(longest));
+  BlockTransform transform(n);
+  const std::vector<double> silence(static_cast<std::size_t>(n));
+  std::vector<double> spectrum(2 * static_cast<std::size_t>(n));
+  double passed = 0.0;
+  double whole = 0.0;
+  for (std::vector<double> side : response.sides) {
+    side.resize(static_cast<std::size_t>(n));
+    transform.forward(side.data(), silence.data(), spectrum.data());
+    for (int k = 0; k < n; ++k) {
+      const double weight = pinkWeight(transform.frequency(k) * response.rate);
+      const std::complex<double> gain(spectrum[static_cast<std::size_t>(k)],
+                                      spectrum[static_cast<std::size_t>(n + k)]);
+      passed += weight * std::norm(gain);
+      whole += weight;
+    }
+  }
+  return passed / whole;
+}
+
+}  // namespace
+
+ImpulseResponse preparedResponse(ImpulseResponse response, int sides) {
+  if (response.sides.empty() || response.sides.front().empty()) {
+    throw std::invalid_argument("it has no samples");
+  }
+  if (sides != 2) mixDown(response);
+  for (std::vector<double>& side : response.sides) cut(side, response.rate);
+  // Brought to a peak of 1 first: powers of very small or large samples would not be doubles.
+  const double peak = peakOf(response);
+  const auto scale = [&](double divisor) {
+    for (std::vector<double>& side : response.sides) {
+      for (double& x : side) x /= divisor;
+    }
+  };
+  if (peak == 0.0) throw std::invalid_argument("it is silent");
+  scale(peak);
+  const double passed = pinkPower(response);
+  if (!(passed > 1e-12)) throw std::invalid_argument("it is silent");
+  scale(std::sqrt(passed));
+  return response;
+}
+
+}  // namespace quellard

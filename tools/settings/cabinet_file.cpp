@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: ISC
+#include "tools/settings/cabinet_file.h"
+
+#include <cmath>
+#include <fmt/format.h>
+#include <soxr.h>
+#include <stdexcept>
+#include <vector>
+
+#include "rig/level.h"
+#include "tools/common/errors.h"
+#include "tools/files/audio_file.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+// What is played, and some more for the resampler to look ahead.
+constexpr double kSecondsToRead = kLongestResponse_s + 0.1;
+
+struct Recording {
+  int rate = 0;  // Hz
+  std::size_t channels = 0;
+  std::vector<double> interleaved = {};
+};
+
+Recording readRecording(const fs::path& file) {
+  AudioReader reader(file);
+  if (reader.channels() > 2) {
+    throw std::invalid_argument(
+        fmt::format("it has {} channels, and a cabinet one or two", reader.channels()));
+  }
+  Recording recording{reader.rate(), static_cast<std::size_t>(reader.channels())};
+  const std::int64_t most = std::llround(kSecondsToRead * reader.rate());
+  recording.interleaved.resize(static_cast<std::size_t>(most) * recording.channels);
+  const std::int64_t frames = reader.read(recording.interleaved.data(), most);
+  recording.interleaved.resize(static_cast<std::size_t>(frames) * recording.channels);
+  return recording;
+}
+
+void resample(Recording& recording, double rate) {
+  if (recording.rate == rate) return;
+  const std::size_t frames = recording.interleaved.size() / recording.channels;
+  const double ratio = rate / recording.rate;
+  std::vector<double> resampled(
+      static_cast<std::size_t>(std::ceil(static_cast<double>(frames) * ratio)) *
+      recording.channels);
+  const soxr_io_spec_t doubles = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
+  const soxr_quality_spec_t best = soxr_quality_spec(SOXR_VHQ, 0);
+  std::size_t written = 0;
+  const soxr_error_t error =
+      soxr_oneshot(recording.rate, rate, static_cast<unsigned>(recording.channels),
+                   recording.interleaved.data(), frames, nullptr, resampled.data(),
+                   resampled.size() / recording.channels, &written, &doubles, &best, nullptr);
+  if (error != nullptr) throw std::invalid_argument(soxr_strerror(error));
+  resampled.resize(written * recording.channels);
+  recording.interleaved = std::move(resampled);
+}
+
+ImpulseResponse separated(const Recording& recording, double rate) {
+  ImpulseResponse response{rate, {}};
+  for (std::size_t c = 0; c < recording.channels; ++c) {
+    std::vector<double>& side = response.sides.emplace_back();
+    for (std::size_t i = c; i < recording.interleaved.size(); i += recording.channels) {
+      side.push_back(recording.interleaved[i]);
+    }
+  }
+  return response;
+}
+
+}  // namespace
+
+void loadCabinet(const CabinetChoice& choice, double rate, int sides, Cabinet& cabinet) {
+  if (choice.file.empty()) return cabinet.unload();
+  try {
+    Recording recording = readRecording(choice.file);
+    resample(recording, rate);
+    cabinet.load(preparedResponse(separated(recording, rate), sides),
+                 gainFromDecibels(choice.level_db), sides);
+  } catch (const std::invalid_argument& reason) {
+    throw FileError(
+        fmt::format("cannot use {} as a cabinet: {}", choice.file.string(), reason.what()));
+  }
+}
+
+}  // namespace quellard
