@@ -6,8 +6,8 @@
 namespace quellard {
 
 void RigChain::prepare(double rate, int maxFrames) {
-  gate_.prepare(rate, maxFrames);  // first, as these may throw
-  cabinet_.prepare(rate, maxFrames);
+  gate_.prepare(rate, maxFrames);  // first, as it may throw
+  cabinet_.prepare(rate);
   input_.prepare(rate);
   output_.prepare(rate);
 }

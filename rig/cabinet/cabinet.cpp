@@ -2,11 +2,14 @@
 #include "rig/cabinet/cabinet.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
 namespace quellard {
 namespace {
+
+constexpr int kFadeBlock = 64;  // frames
 
 // Rounded to floats, -150 dB from each tap: what resampling, levels and the C library's functions
 // leave to a processor in the last bits is gone, and all of them play the same.
@@ -22,9 +25,7 @@ Cabinet::~Cabinet() {
   freeRetired();
 }
 
-void Cabinet::prepare(double rate, int maxFrames) {
-  std::vector<double> faded(static_cast<std::size_t>(maxFrames));
-  faded_ = std::move(faded);
+void Cabinet::prepare(double rate) {
   fadeFrames_ = static_cast<int>(std::clamp(std::round(kFadeSeconds * rate), 1.0, 1e9));
   const std::unique_ptr<Speaker> unplayed(incoming_.exchange(nullptr));
   speaker_.reset();
@@ -86,31 +87,41 @@ void Cabinet::adopt() {
 
 void Cabinet::process(std::span<double* const> sides, int frames) {
   adopt();
-  if (next_ != nullptr) return crossfade(sides, frames);
-  if (speaker_ == nullptr) return;
-  for (std::size_t i = 0; i < sides.size(); ++i) speaker_->process(i, sides[i], frames);
+  for (int at = 0; at < frames;) {
+    const int block = next_ != nullptr ? std::min(frames - at, kFadeBlock) : frames - at;
+    for (std::size_t i = 0; i < sides.size(); ++i) {
+      if (next_ != nullptr) {
+        crossfade(i, sides[i] + at, block);
+      } else if (speaker_ != nullptr) {
+        speaker_->process(i, sides[i] + at, block);
+      }
+    }
+    advanceCrossfade(block);
+    at += block;
+  }
+}
+
+void Cabinet::advanceCrossfade(int frames) {
+  if (next_ == nullptr) return;
+  fadeFrame_ += frames;
+  if (fadeFrame_ >= fadeFrames_) finishCrossfade();
 }
 
 void Cabinet::Speaker::process(std::size_t side, double* samples, int frames) {
   if (side < convolvers.size()) convolvers[side].process(samples, frames);
 }
 
-// Both play all of the block, also where the crossfade ends within it.
-void Cabinet::crossfade(std::span<double* const> sides, int frames) {
-  for (std::size_t side = 0; side < sides.size(); ++side) {
-    double* const samples = sides[side];
-    std::copy_n(samples, frames, faded_.data());
-    if (speaker_ != nullptr) speaker_->process(side, faded_.data(), frames);
-    next_->process(side, samples, frames);
-    const int fading = std::min(frames, fadeFrames_ - fadeFrame_);
-    for (int i = 0; i < fading; ++i) {
-      const double share = static_cast<double>(fadeFrame_ + i + 1) / fadeFrames_;
-      const double before = faded_[static_cast<std::size_t>(i)];
-      samples[i] = before + share * (samples[i] - before);
-    }
+// frames: up to kFadeBlock. Both play all of the block, also where the crossfade ends within it.
+void Cabinet::crossfade(std::size_t side, double* samples, int frames) {
+  std::array<double, kFadeBlock> before;
+  std::copy_n(samples, frames, before.data());
+  if (speaker_ != nullptr) speaker_->process(side, before.data(), frames);
+  next_->process(side, samples, frames);
+  for (int i = 0; i < frames; ++i) {
+    const double share = std::min(1.0, static_cast<double>(fadeFrame_ + i + 1) / fadeFrames_);
+    const double from = before[static_cast<std::size_t>(i)];
+    samples[i] = from + share * (samples[i] - from);
   }
-  fadeFrame_ += frames;
-  if (fadeFrame_ >= fadeFrames_) finishCrossfade();
 }
 
 }  // namespace quellard

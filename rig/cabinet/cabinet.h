@@ -22,9 +22,9 @@ class Cabinet {
   Cabinet(const Cabinet&) = delete;
   Cabinet& operator=(const Cabinet&) = delete;
 
-  // Removes a response that was loaded, as it was for another rate. rate: Hz, > 0. maxFrames: the
-  // longest block, > 0. Not while process() runs. Allocates.
-  void prepare(double rate, int maxFrames);
+  // Removes a response that was loaded, as it was for another rate. rate: Hz, > 0. Not while
+  // process() runs. Never allocates.
+  void prepare(double rate);
 
   // Plays a response, made by preparedResponse() for the rate of prepare() and this many sides,
   // from the next block on, with a crossfade of kFadeSeconds. gain: a factor. One call after
@@ -39,7 +39,7 @@ class Cabinet {
   void reset();
 
   // In place. sides: an array of samples each, as many as load() was told; more than that play as
-  // they are. frames: up to maxFrames.
+  // they are.
   void process(std::span<double* const> sides, int frames);
 
  private:
@@ -55,14 +55,14 @@ class Cabinet {
   void freeRetired();
   void adopt();
   void finishCrossfade();
+  void advanceCrossfade(int frames);
   void retire(std::unique_ptr<Speaker> speaker);
-  void crossfade(std::span<double* const> sides, int frames);
+  void crossfade(std::size_t side, double* samples, int frames);
 
   int fadeFrames_ = 1;
   int fadeFrame_ = 0;
   std::unique_ptr<Speaker> speaker_;  // null: none
   std::unique_ptr<Speaker> next_;     // what a crossfade leads to; null: there is no crossfade
-  std::vector<double> faded_;
   // From load() to the audio thread, and a list of what is to be freed back.
   std::atomic<Speaker*> incoming_ = nullptr;
   std::atomic<Speaker*> retired_ = nullptr;

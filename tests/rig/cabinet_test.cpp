@@ -118,7 +118,7 @@ std::vector<double> played(Cabinet& cabinet, std::vector<double> io, int block =
 // A click through the left and the right side.
 std::array<std::vector<double>, 2> clicks(const ImpulseResponse& response) {
   Cabinet cabinet;
-  cabinet.prepare(kRate, 64);
+  cabinet.prepare(kRate);
   cabinet.load(response, 1.0, 2);
   cabinet.reset();
   std::array<std::vector<double>, 2> sides = {std::vector<double>(64), std::vector<double>(64)};
@@ -175,7 +175,7 @@ TEST(Cabinet, IsExchangedWithoutAClick) {
   const ImpulseResponse dark = preparedResponse(mono(std::vector<double>(40, 0.1)), 1);
   const ImpulseResponse bright = preparedResponse(mono({1.0}), 1);
   Cabinet cabinet;
-  cabinet.prepare(kRate, 64);
+  cabinet.prepare(kRate);
   double before = 0.0, step = 0.0, highest = 0.0;
   for (std::size_t at = 0; at < in.size(); at += 64) {
     const int action = at % 640 == 0 ? random.integer(0, 5) : 3;
@@ -198,7 +198,7 @@ TEST(Cabinet, IsLoadedWhileItPlays) {
   Random random(29);
   const ImpulseResponse one = preparedResponse(mono(response(random, 3000)), 1);
   Cabinet cabinet;
-  cabinet.prepare(kRate, 64);
+  cabinet.prepare(kRate);
   std::atomic<bool> done = false;
   std::thread loader([&] {
     for (int i = 0; i < 60; ++i) {

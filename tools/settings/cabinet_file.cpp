@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/cabinet_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 #include <soxr.h>
@@ -18,23 +19,37 @@ namespace {
 // What is played, and some more for the resampler to look ahead.
 constexpr double kSecondsToRead = kLongestResponse_s + 0.1;
 
+constexpr int kLowestRate = 4000;  // Hz, of a file
+constexpr int kHighestRate = 768000;
+
 struct Recording {
   int rate = 0;  // Hz
   std::size_t channels = 0;
   std::vector<double> interleaved = {};
 };
 
+[[noreturn]] void refuse(const std::string& reason) { throw std::invalid_argument(reason); }
+
+// In pieces, as a header may promise more than memory holds.
 Recording readRecording(const fs::path& file) {
   AudioReader reader(file);
   if (reader.channels() > 2) {
-    throw std::invalid_argument(
-        fmt::format("it has {} channels, and a cabinet one or two", reader.channels()));
+    refuse(fmt::format("it has {} channels, and a cabinet one or two", reader.channels()));
+  }
+  if (reader.rate() < kLowestRate || reader.rate() > kHighestRate) {
+    refuse(fmt::format("its rate of {} Hz is outside {} to {}", reader.rate(), kLowestRate,
+                       kHighestRate));
   }
   Recording recording{reader.rate(), static_cast<std::size_t>(reader.channels())};
-  const std::int64_t most = std::llround(kSecondsToRead * reader.rate());
-  recording.interleaved.resize(static_cast<std::size_t>(most) * recording.channels);
-  const std::int64_t frames = reader.read(recording.interleaved.data(), most);
-  recording.interleaved.resize(static_cast<std::size_t>(frames) * recording.channels);
+  constexpr std::int64_t kPiece = 16384;  // frames
+  std::int64_t left = std::llround(kSecondsToRead * reader.rate());
+  std::vector<double> piece(static_cast<std::size_t>(kPiece) * recording.channels);
+  for (std::int64_t frames = kPiece; left > 0 && frames == kPiece; left -= frames) {
+    frames = reader.read(piece.data(), std::min(left, kPiece));
+    const auto end = piece.begin() + frames * static_cast<std::int64_t>(recording.channels);
+    recording.interleaved.insert(recording.interleaved.end(), piece.begin(), end);
+  }
+  if (recording.interleaved.empty()) refuse("it has no samples");
   return recording;
 }
 
@@ -52,7 +67,7 @@ void resample(Recording& recording, double rate) {
       soxr_oneshot(recording.rate, rate, static_cast<unsigned>(recording.channels),
                    recording.interleaved.data(), frames, nullptr, resampled.data(),
                    resampled.size() / recording.channels, &written, &doubles, &best, nullptr);
-  if (error != nullptr) throw std::invalid_argument(soxr_strerror(error));
+  if (error != nullptr) refuse(soxr_strerror(error));
   resampled.resize(written * recording.channels);
   recording.interleaved = std::move(resampled);
 }

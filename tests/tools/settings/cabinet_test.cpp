@@ -50,7 +50,7 @@ double loudness(const std::vector<double>& samples, int rate) {
 // What a cabinet from a file makes of a signal.
 std::vector<double> through(const CabinetChoice& choice, double rate, std::vector<double> signal) {
   Cabinet cabinet;
-  cabinet.prepare(rate, static_cast<int>(signal.size()));
+  cabinet.prepare(rate);
   loadCabinet(choice, rate, 1, cabinet);
   cabinet.reset();
   cabinet.process(std::array{signal.data()}, static_cast<int>(signal.size()));
@@ -106,7 +106,7 @@ TEST(CabinetFile, RefusesWhatIsNone) {
   const auto complaint = [&](const std::string& name) -> std::string {
     try {
       Cabinet cabinet;
-      cabinet.prepare(48000.0, 64);
+      cabinet.prepare(48000.0);
       loadCabinet({folder / name}, 44100.0, 1, cabinet);
     } catch (const FileError& error) {
       return error.what();
@@ -126,6 +126,12 @@ TEST(CabinetFile, RefusesWhatIsNone) {
   EXPECT_TRUE(ends(complaint("nan.wav"), "it has samples that are not finite"));
   EXPECT_TRUE(ends(complaint("eight.wav"), "it has 8 channels, and a cabinet one or two"));
   EXPECT_NE(complaint("empty.wav"), "accepted");
+  writeAudio(folder / "one.wav", {48000, 1, {0.5}});
+  writeAudio(folder / "slow.wav", {50, 1, {0.5}});
+  writeAudio(folder / "fast.wav", {2000000000, 1, std::vector<double>(100, 0.5)});
+  EXPECT_EQ(complaint("one.wav"), "accepted");
+  EXPECT_TRUE(ends(complaint("slow.wav"), "its rate of 50 Hz is outside 4000 to 768000"));
+  EXPECT_NE(complaint("fast.wav"), "accepted");
   EXPECT_NE(complaint("text.wav"), "accepted");
   EXPECT_NE(complaint("missing.wav"), "accepted");
   EXPECT_EQ(complaint("minute.wav"), "accepted");
