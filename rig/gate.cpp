@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "rig/level.h"
+#include "params/decibels.h"
 #include "rig/samples.h"
 
 namespace quellard {

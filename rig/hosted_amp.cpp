@@ -89,12 +89,12 @@ void HostedAmp::reset() {
 
 void HostedAmp::setValue(int index, float value) {
   if (!isHosted(index) || std::isnan(value)) return;
-  const float held = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
-  wanted_[index].store(held, kRelaxed);
+  const float limited = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
+  targets_[index].store(limited, kRelaxed);
 }
 
 float HostedAmp::value(int index) const {
-  return isHosted(index) ? wanted_[index].load(kRelaxed) : 0.0F;
+  return isHosted(index) ? targets_[index].load(kRelaxed) : 0.0F;
 }
 
 void HostedAmp::setValues(const ParameterValues& values) {
@@ -128,13 +128,13 @@ void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begi
   while (begin < end) {
     const int most = std::min(end - begin, maxFrames_);
     const int frames =
-        smoother_.nextStep(most, [this](int index, float value) { tell(index, value); });
+        smoother_.nextStep(most, [this](int index, float value) { setParameter(index, value); });
     playPiece(in, out, begin, frames);
     begin += frames;
   }
 }
 
-void HostedAmp::tell(int index, float value) {
+void HostedAmp::setParameter(int index, float value) {
   for (Side& side : built_) side.effect->setParameter(index, value);
 }
 
@@ -150,7 +150,7 @@ void HostedAmp::preroll() {
   smoother_.jumpTo(amplifierValues(now));
   chain_.jumpTo(now);
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    tell(index, now[index]);
+    setParameter(index, now[index]);
   }
   for (Side& side : built_) {
     double* nothing = side.samples.data();

@@ -96,7 +96,7 @@ class HostedAmp {
   };
 
   std::vector<Side> buildSides(double rate, int maxFrames) const;
-  void tell(int index, float value);
+  void setParameter(int index, float value);
   void adoptMovedValues();
   void preroll();
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
@@ -110,7 +110,7 @@ class HostedAmp {
   std::vector<Side> built_;  // empty before the first prepare()
   // The values last set, by any thread. Only the audio thread passes them to the effects, so that
   // both sides move in the same block and nobody waits for their lock.
-  PerParameter<std::atomic<float>, kNumHostedValues> wanted_;
+  PerParameter<std::atomic<float>, kNumHostedValues> targets_;
   ParameterSmoother smoother_;
   RigChain chain_;
   Bypass bypass_;

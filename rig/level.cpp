@@ -38,6 +38,4 @@ void Level::apply(double* samples, int frames) const {
 
 void Level::advance(int frames) { framesLeft_ -= std::min(frames, framesLeft_); }
 
-double gainFromDecibels(double decibels) { return std::pow(10.0, decibels / 20.0); }
-
 }  // namespace quellard

@@ -33,7 +33,4 @@ class Level {
   int framesLeft_ = 0;  // of the move, the present frame included
 };
 
-// A factor from decibels: 20 dB is 10.
-double gainFromDecibels(double decibels);
-
 }  // namespace quellard

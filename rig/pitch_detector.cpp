@@ -15,13 +15,14 @@ namespace {
 // is not taken where the even harmonics have nine tenths of the power.
 constexpr double kNearHighest = 0.95;
 // Above it the harmonics fall by 6 dB an octave, so that they do not hide the period.
-constexpr double kSoftAbove_hz = 400.0;
+constexpr double kLowpass_hz = 400.0;
 // A string dies away. Where a stretch's energy has risen by more than this it has just been struck.
 // A volume pedal may still swell by 0.45 dB a period.
 constexpr double kShareAPeriodAgo = 0.9;
 constexpr double kShareAShortTimeAgo = 0.3;
 constexpr double kShortTime = 0.020;  // s
-// Several periods at once give a more exact one. Longer than this they would tell of the past.
+// Several periods at once give a more exact one. Beyond this length they would include what was
+// played before.
 constexpr double kMostPeriodsSeconds = 0.020;
 
 int samplesOf(double seconds, double rate) { return static_cast<int>(std::lround(seconds * rate)); }
@@ -57,17 +58,17 @@ PitchDetector::PitchDetector(double rate)
       longest_(samplesOf(1.0 / kLowest_hz, rate)),
       window_(static_cast<std::size_t>(stretch_ + longest_ + longest_ / 2 + longest_ / 16)),
       smoothed_(window_.size()),
-      taper_(static_cast<std::size_t>(stretch_)),
-      similarity_(static_cast<std::size_t>(longest_) + 2) {
-  const double turn = 2.0 * std::numbers::pi / (stretch_ + 1);
+      hann_(static_cast<std::size_t>(stretch_)),
+      similarities_(static_cast<std::size_t>(longest_) + 2) {
+  const double phaseStep = 2.0 * std::numbers::pi / (stretch_ + 1);
   for (int i = 0; i < stretch_; ++i) {
-    taper_[static_cast<std::size_t>(i)] = 0.5 - 0.5 * std::cos(turn * (i + 1));
+    hann_[static_cast<std::size_t>(i)] = 0.5 - 0.5 * std::cos(phaseStep * (i + 1));
   }
 }
 
 PitchReading PitchDetector::analyse(std::span<const double> window) {
   PitchReading reading;
-  soften(window);
+  lowpassWindow(window);
   reading.level_dbfs = dbfs(energyBefore(window, 0, mean_) / stretch_);
   if (reading.level_dbfs < kQuietest_dbfs) return reading;
   compareAllDelays();
@@ -101,25 +102,25 @@ bool PitchDetector::isRising(double period) const {
   return hasRisen(period, kShareAPeriodAgo) || hasRisen(kShortTime * rate_, kShareAShortTimeAgo);
 }
 
-// Takes the window's mean away and softens what is left.
-void PitchDetector::soften(std::span<const double> window) {
+// Takes the window's mean away and attenuates what is above kLowpass_hz.
+void PitchDetector::lowpassWindow(std::span<const double> window) {
   mean_ = std::accumulate(window.begin(), window.end(), 0.0) / static_cast<double>(window.size());
-  const double share = 1.0 - std::exp(-2.0 * std::numbers::pi * kSoftAbove_hz / rate_);
-  double soft = 0.0;
+  const double share = 1.0 - std::exp(-2.0 * std::numbers::pi * kLowpass_hz / rate_);
+  double y = 0.0;
   std::ranges::transform(window, window_.begin(), [&](double x) {
-    soft += share * (x - mean_ - soft);
-    return soft;
+    y += share * (x - mean_ - y);
+    return y;
   });
 }
 
-// Like similarity_, of the smoothed signal, and with the ends of the stretch faded: a note that
+// Like similarities_, of the smoothed signal, and with the ends of the stretch faded: a note that
 // dies away would be read sharp or flat, after what the stretch begins and ends with.
 double PitchDetector::similarity(int delay) const {
   const double* const now = smoothed_.data() + smoothed_.size() - stretch_;
   const double* const then = now - delay;
   double product = 0.0, energy = 0.0;
   for (int i = 0; i < stretch_; ++i) {
-    const double weight = taper_[static_cast<std::size_t>(i)];
+    const double weight = hann_[static_cast<std::size_t>(i)];
     product += weight * now[i] * then[i];
     energy += weight * (now[i] * now[i] + then[i] * then[i]);
   }
@@ -127,25 +128,27 @@ double PitchDetector::similarity(int delay) const {
 }
 
 // The normalised square difference of the newest stretch and the same length before: 1 where both
-// are the same, -1 where one is the other turned over.
+// are the same, -1 where one is the other with its sign changed.
 void PitchDetector::compareAllDelays() {
   constexpr int kAtOnce = 4;  // which the compiler turns into vectors
   const double* const now = window_.data() + window_.size() - stretch_;
   double energyNow = 0.0;
   for (int i = 0; i < stretch_; ++i) energyNow += now[i] * now[i];
   double energyThen = energyNow;
-  const int count = static_cast<int>(similarity_.size());
+  const int count = static_cast<int>(similarities_.size());
   for (int delay = 0; delay < count; delay += kAtOnce) {
     std::array<double, kAtOnce> product{};
     const double* const then = now - delay - (kAtOnce - 1);
     for (int i = 0; i < stretch_; ++i) {
-      for (std::size_t k = 0; k < kAtOnce; ++k)
+      for (std::size_t k = 0; k < kAtOnce; ++k) {
         product[k] += now[i] * then[i + static_cast<int>(k)];
+      }
     }
     for (int k = 0; k < kAtOnce && delay + k < count; ++k) {
       const double energy = energyNow + energyThen;
       const double shared = product[static_cast<std::size_t>(kAtOnce - 1 - k)];
-      similarity_[static_cast<std::size_t>(delay + k)] = energy > 0.0 ? 2.0 * shared / energy : 0.0;
+      similarities_[static_cast<std::size_t>(delay + k)] =
+          energy > 0.0 ? 2.0 * shared / energy : 0.0;
       const double in = now[-delay - k - 1], out = now[stretch_ - 1 - delay - k];
       energyThen += in * in - out * out;
     }
@@ -156,7 +159,7 @@ void PitchDetector::compareAllDelays() {
 // of these that is nearly the highest of all. Returns 0 where there is none, and sets clarity_.
 double PitchDetector::coarsePeriod() {
   const int end = longest_ + 1;
-  const auto value = [&](int delay) { return similarity_[static_cast<std::size_t>(delay)]; };
+  const auto value = [&](int delay) { return similarities_[static_cast<std::size_t>(delay)]; };
   const auto nextLobe = [&](int delay) {
     while (delay < end && value(delay) > 0.0) ++delay;
     while (delay < end && value(delay) <= 0.0) ++delay;
@@ -167,8 +170,8 @@ double PitchDetector::coarsePeriod() {
     for (int i = begin; i < end && value(i) > 0.0; ++i) {
       if (value(i) > value(top)) top = i;
     }
-    const bool goesOn = top + 1 == end && value(top + 1) > value(top);
-    if (goesOn) return Peak{0.0, 0.0};
+    const bool risesAtEnd = top + 1 == end && value(top + 1) > value(top);
+    if (risesAtEnd) return Peak{0.0, 0.0};
     return parabola(value(top - 1), value(top), value(top + 1), top);
   };
   clarity_ = 0.0;
@@ -177,18 +180,18 @@ double PitchDetector::coarsePeriod() {
   }
   for (int lobe = nextLobe(0); lobe < end; lobe = nextLobe(lobe)) {
     const Peak top = topOf(lobe);
-    if (top.height > 0.0 && top.height >= kNearHighest * clarity_) return top.at;
+    if (top.height > 0.0 && top.height >= kNearHighest * clarity_) return top.delay;
   }
   return 0.0;
 }
 
 // Weighted means over `width` samples, after which the fourth harmonic of a period of twice that
 // width is gone and the third is weak. The first `width` samples are not of use afterwards.
-void PitchDetector::smooth(int width) {
-  const double turn = 2.0 * std::numbers::pi / (width + 1);
+void PitchDetector::smoothWindow(int width) {
+  const double phaseStep = 2.0 * std::numbers::pi / (width + 1);
   std::fill(smoothed_.begin(), smoothed_.end(), 0.0);
   for (int k = 0; k < width; ++k) {
-    const double weight = (1.0 - std::cos(turn * (k + 1))) / (width + 1);
+    const double weight = (1.0 - std::cos(phaseStep * (k + 1))) / (width + 1);
     for (auto i = static_cast<std::size_t>(width); i < window_.size(); ++i) {
       smoothed_[i] += weight * window_[i - static_cast<std::size_t>(k)];
     }
@@ -199,15 +202,15 @@ void PitchDetector::smooth(int width) {
 // several strings at once, which may have no low harmonic in common, the coarse period is all there
 // is.
 double PitchDetector::exactPeriod(double period) {
-  constexpr double kAsWell = 0.98;
+  constexpr double kSimilarEnough = 0.98;
   // All harmonics together have a shorter period on a stiff string.
   const double reach = period / 64.0;
-  smooth(static_cast<int>(period / 2.0));
+  smoothWindow(static_cast<int>(period / 2.0));
   Peak top = topNear(period, reach);
   if (top.height < kLeastClarity) return period;
-  const double wanted = kAsWell * top.height;
+  const double wanted = kSimilarEnough * top.height;
   for (int periods = 1; top.height >= wanted; top = topNear(period * periods, 0.0)) {
-    period = top.at / periods;
+    period = top.delay / periods;
     periods *= 2;
     if (period * periods > kMostPeriodsSeconds * rate_) break;
   }

@@ -41,7 +41,7 @@ class PitchDetector {
 
   // A maximum of the similarity, between samples.
   struct Peak {
-    double at;  // samples of delay
+    double delay;  // samples
     double height;
   };
 
@@ -56,10 +56,10 @@ class PitchDetector {
   PitchReading analyse(std::span<const double> window);
 
  private:
-  void soften(std::span<const double> window);
+  void lowpassWindow(std::span<const double> window);
   double energyBefore(std::span<const double> signal, int delay, double mean) const;
   bool isRising(double period) const;
-  void smooth(int width);
+  void smoothWindow(int width);
   void compareAllDelays();
   double coarsePeriod();
   double exactPeriod(double period);
@@ -71,10 +71,10 @@ class PitchDetector {
   int longest_;        // the longest delay, in samples
   double mean_ = 0.0;  // of the window
   double clarity_ = 0.0;
-  std::vector<double> window_;      // softened
-  std::vector<double> smoothed_;    // its lowest harmonics
-  std::vector<double> taper_;       // weights of the stretch
-  std::vector<double> similarity_;  // by delay
+  std::vector<double> window_;        // behind the lowpass
+  std::vector<double> smoothed_;      // its lowest harmonics
+  std::vector<double> hann_;          // weights of the stretch
+  std::vector<double> similarities_;  // by delay
 };
 
 }  // namespace quellard

@@ -6,6 +6,7 @@
 
 #include <span>
 
+#include "params/decibels.h"
 #include "rig/cabinet/cabinet.h"
 #include "rig/gate.h"
 #include "rig/level.h"

@@ -4,6 +4,7 @@
 // of the amplifier. Any thread; nothing here allocates.
 #pragma once
 
+#include <array>
 #include <optional>
 
 #include "params/parameter_text.h"
@@ -26,10 +27,29 @@ constexpr bool isHosted(int index) { return index >= 1 && index <= kNumHostedVal
 
 constexpr bool isBypassed(float value) { return value >= 0.5F; }
 
-// Where a parameter changes nothing: the bypass and the gate off, the levels at 0 dB.
-constexpr float neutralValue(int index) {
-  return index == kInputParameter || index == kOutputParameter ? 0.5F : 0.0F;
+struct RigParameterInfo {
+  int index;
+  const char* title;  // as hosts show it
+  const char* word;   // as players write it
+  float neutral;      // the value at which it changes nothing
+};
+inline constexpr std::array<RigParameterInfo, 4> kRigParameters = {{
+    {kBypassParameter, "Bypass", "bypass", 0.0F},
+    {kInputParameter, "Input", "input", 0.5F},  // 0 dB
+    {kGateParameter, "Gate", "gate", 0.0F},     // off
+    {kOutputParameter, "Output", "output", 0.5F},
+}};
+
+// Null for any other index.
+constexpr const RigParameterInfo* rigParameterInfo(int index) {
+  for (const RigParameterInfo& info : kRigParameters) {
+    if (info.index == index) return &info;
+  }
+  return nullptr;
 }
+
+// The value at which one of these changes nothing.
+constexpr float neutralValue(int index) { return rigParameterInfo(index)->neutral; }
 
 constexpr HostedValues defaultHostedValues() {
   HostedValues values;
@@ -50,15 +70,15 @@ constexpr HostedValues withAmplifier(HostedValues values, const ParameterValues&
   return values;
 }
 
-// Input and output: -24 to +24 dB. Other decibels are held within that.
+// Input and output: -24 to +24 dB. Other decibels are limited to that.
 inline constexpr double kMostLevel_db = 24.0;
 constexpr double levelFromValue_db(float value) {
   return (static_cast<double>(value) * 2.0 - 1.0) * kMostLevel_db;
 }
 constexpr float valueFromLevel_db(double level) {
-  const double held =
+  const double limited =
       level > -kMostLevel_db ? (level < kMostLevel_db ? level : kMostLevel_db) : -kMostLevel_db;
-  return static_cast<float>((held / kMostLevel_db + 1.0) / 2.0);
+  return static_cast<float>((limited / kMostLevel_db + 1.0) / 2.0);
 }
 
 // The gate: a threshold of -80 to -30 dBFS, where a full-scale sine is at 0. The lowest decibel of
@@ -77,8 +97,8 @@ constexpr std::optional<double> gateFromValue_dbfs(float value) {
 }
 constexpr float valueFromGate_dbfs(double threshold) {
   if (!(threshold >= kLowestGate_dbfs - 0.005)) return 0.0F;
-  const double held = threshold < kHighestGate_dbfs ? threshold : kHighestGate_dbfs;
-  return static_cast<float>((held - kGateOff_dbfs) / (kHighestGate_dbfs - kGateOff_dbfs));
+  const double limited = threshold < kHighestGate_dbfs ? threshold : kHighestGate_dbfs;
+  return static_cast<float>((limited - kGateOff_dbfs) / (kHighestGate_dbfs - kGateOff_dbfs));
 }
 
 }  // namespace quellard

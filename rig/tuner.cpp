@@ -7,20 +7,21 @@
 #include <cstddef>
 #include <numbers>
 
+#include "rig/samples.h"
+
 namespace quellard {
 namespace {
 
 // One of several samples is kept, so that at least so many a second remain. The lowpass before it
 // is a Butterworth filter of the sixth order: 60 dB down where what folds back would reach its
 // passband.
-constexpr double kLeastKeptRate = 11000.0;
+constexpr double kLowestDecimatedRate = 11000.0;
 constexpr double kCutoff_hz = 1600.0;
 constexpr std::array<double, 3> kQs = {0.51764, 0.70711, 1.93185};
 
 // Added to every sample, so that the filter never computes with denormals, which are slow. A mean
 // is taken away before pitch is looked for.
 constexpr double kOffset = 1e-20;
-constexpr double kLoudest = 1000.0;
 
 }  // namespace
 
@@ -34,14 +35,14 @@ double Tuner::Section::process(double x) {
 bool Tuner::prepare(double rate) {
   if (!(rate >= kLowestRate && rate <= kHighestRate)) return false;
   // What may throw comes first.
-  const int every = std::max(1, static_cast<int>(rate / kLeastKeptRate));
-  PitchDetector detector(rate / every);
+  const int decimation = std::max(1, static_cast<int>(rate / kLowestDecimatedRate));
+  PitchDetector detector(rate / decimation);
   std::vector<double> window(detector.windowLength());
   std::vector<std::atomic<float>> ring(std::bit_ceil(4 * window.size()));
   detector_ = std::move(detector);
   window_ = std::move(window);
   ring_ = std::move(ring);
-  every_ = every;
+  decimation_ = decimation;
   skipped_ = 0;
   written_ = 0;
   const double w = std::tan(std::numbers::pi * kCutoff_hz / rate);
@@ -60,21 +61,21 @@ double Tuner::lowpass(double x) {
 }
 
 template <typename Sample>
-void Tuner::take(const Sample* samples, int frames) {
+void Tuner::decimate(const Sample* samples, int frames) {
   unsigned at = written_.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) {
     const auto x = static_cast<double>(samples[i]);
-    const double y =
-        lowpass(std::isfinite(x) ? std::clamp(x, -kLoudest, kLoudest) + kOffset : kOffset);
-    if (++skipped_ < every_) continue;
+    const double y = lowpass(
+        std::isfinite(x) ? std::clamp(x, -kLoudestInput, kLoudestInput) + kOffset : kOffset);
+    if (++skipped_ < decimation_) continue;
     skipped_ = 0;
     ring_[at++ % ring_.size()].store(static_cast<float>(y), std::memory_order_relaxed);
   }
   written_.store(at, std::memory_order_release);
 }
 
-void Tuner::push(const float* samples, int frames) { take(samples, frames); }
-void Tuner::push(const double* samples, int frames) { take(samples, frames); }
+void Tuner::push(const float* samples, int frames) { decimate(samples, frames); }
+void Tuner::push(const double* samples, int frames) { decimate(samples, frames); }
 
 PitchReading Tuner::read() {
   const unsigned end = written_.load(std::memory_order_acquire);

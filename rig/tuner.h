@@ -46,10 +46,10 @@ class Tuner {
   };
 
   template <typename Sample>
-  void take(const Sample* samples, int frames);
+  void decimate(const Sample* samples, int frames);
   double lowpass(double x);
 
-  int every_ = 1;  // of so many samples, one is kept
+  int decimation_ = 1;  // of so many samples, one is kept
   int skipped_ = 0;
   std::array<Section, 3> sections_;
   PitchDetector detector_{kLowestRate};

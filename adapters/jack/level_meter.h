@@ -3,7 +3,8 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
+
+#include "params/decibels.h"
 
 namespace quellard {
 
@@ -18,7 +19,7 @@ class LevelMeter {
 
   // peak: the highest sample within the last `seconds`, the time since the last update.
   void update(float peak, double seconds) {
-    level_db_ = std::max(20.0 * std::log10(std::max(static_cast<double>(peak), 1e-9)), kFloor_db);
+    level_db_ = std::max(decibelsFromGain(std::max(static_cast<double>(peak), 1e-9)), kFloor_db);
     clipped_ = clipped_ || peak > clipsAbove_;
     age_ += seconds;
     if (age_ > kHoldSeconds) held_db_ -= kFall_dbPerSecond * seconds;

@@ -90,12 +90,8 @@ std::string midiText(std::uint32_t message) {
 }
 
 const char* nameOf(int parameter) {
-  switch (parameter) {
-    case kInputParameter: return "INPUT";
-    case kGateParameter: return "GATE";
-    case kOutputParameter: return "OUTPUT";
-    default: return parameterInfo(parameter).name;
-  }
+  const RigParameterInfo* const rig = rigParameterInfo(parameter);
+  return rig != nullptr ? rig->title : parameterInfo(parameter).name;
 }
 
 // What of a long text is next to the cursor.

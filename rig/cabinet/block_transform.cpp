@@ -12,6 +12,12 @@
 #else
 #define QUELLARD_WIDEST
 #endif
+// No iteration of the loop needs another's result; clang++ finds out by itself.
+#ifdef __clang__
+#define QUELLARD_INDEPENDENT
+#else
+#define QUELLARD_INDEPENDENT _Pragma("GCC ivdep")
+#endif
 #define QUELLARD_INLINE inline __attribute__((always_inline))
 
 namespace quellard {
@@ -69,7 +75,7 @@ QUELLARD_INLINE void butterfly(const Twiddles& w, int p, int from, int quarter, 
 QUELLARD_INLINE void radix4(Parts in, Parts out, const Twiddles& w, int stride) {
   const int quarter = w.m * stride;
   for (int p = 0; p < w.m; ++p) {
-#pragma GCC ivdep
+    QUELLARD_INDEPENDENT
     for (int q = 0; q < stride; ++q) {
       butterfly(w, p, stride * p + q, quarter, stride * 4 * p + q, stride, in, out);
     }
@@ -77,12 +83,12 @@ QUELLARD_INLINE void radix4(Parts in, Parts out, const Twiddles& w, int stride) 
 }
 
 QUELLARD_INLINE void radix4First(Parts in, Parts out, const Twiddles& w) {
-#pragma GCC ivdep
+  QUELLARD_INDEPENDENT
   for (int p = 0; p < w.m; ++p) butterfly(w, p, p, w.m, 4 * p, 1, in, out);
 }
 
 QUELLARD_INLINE void radix2Last(Parts in, Parts out, int half) {
-#pragma GCC ivdep
+  QUELLARD_INDEPENDENT
   for (int q = 0; q < half; ++q) {
     const double re = in.re[q] - in.re[q + half], im = in.im[q] - in.im[q + half];
     out.re[q] = in.re[q] + in.re[q + half];
@@ -125,7 +131,7 @@ QUELLARD_WIDEST bool transform(double* fromRe, double* fromIm, double* toRe, dou
 
 QUELLARD_WIDEST void twist(const double* first, const double* second, const double* phasors,
                            double* spectrum, int n) {
-#pragma GCC ivdep
+  QUELLARD_INDEPENDENT
   for (int i = 0; i < n; ++i) {
     spectrum[i] = first[i] * phasors[i] - second[i] * phasors[n + i];
     spectrum[n + i] = first[i] * phasors[n + i] + second[i] * phasors[i];
@@ -134,14 +140,14 @@ QUELLARD_WIDEST void twist(const double* first, const double* second, const doub
 
 // The imaginary part alone, as it is the second half.
 QUELLARD_WIDEST void untwist(const double* spectrum, const double* phasors, double* second, int n) {
-#pragma GCC ivdep
+  QUELLARD_INDEPENDENT
   for (int i = 0; i < n; ++i) {
     second[i] = spectrum[n + i] * phasors[i] - spectrum[i] * phasors[n + i];
   }
 }
 
 QUELLARD_WIDEST void multiplyAddSpectra(const double* a, const double* b, double* sum, int n) {
-#pragma GCC ivdep
+  QUELLARD_INDEPENDENT
   for (int i = 0; i < n; ++i) {
     sum[i] += a[i] * b[i] - a[n + i] * b[n + i];
     sum[n + i] += a[i] * b[n + i] + a[n + i] * b[i];

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "params/decibels.h"
 #include "rig/level.h"
 #include "rig/parameter_smoother.h"
 #include "rig/rig_parameters.h"

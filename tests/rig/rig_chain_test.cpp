@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "params/decibels.h"
 #include "params/factory_bank.h"
 #include "rig/hosted_amp.h"
 #include "tests/support/same_bits.h"

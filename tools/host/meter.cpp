@@ -5,6 +5,8 @@
 #include <cmath>
 #include <ebur128.h>
 
+#include "params/decibels.h"
+
 namespace quellard {
 
 struct Meter::Loudness {
@@ -35,7 +37,7 @@ void Meter::add(const double* interleaved, std::int64_t frames) {
 
 std::optional<double> asDecibels(double peak) {
   if (peak <= 0.0) return {};
-  return 20.0 * std::log10(peak);
+  return decibelsFromGain(peak);
 }
 
 std::optional<double> Meter::peak_dbfs() const { return asDecibels(peak_); }

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <set>
 
+#include "params/decibels.h"
 #include "params/parameter_values.h"
 #include "tools/host/render.h"
 #include "tools/measure/measure.h"
@@ -73,7 +74,7 @@ std::string listGains(const PluginModule& module, const StartingPoint& start, in
       moved.changes.push_back({knob, knobFromPosition(gain)});
       text += fmt::format("{:<8} {:>5.2f}", channelName(channel), gain);
       for (const int level : kLevels_dbfs) {
-        const double peak = std::pow(10.0, level / 20.0);
+        const double peak = gainFromDecibels(level);
         text += cells(summarize(measureSpectrum(module, moved, rate, note_hz, peak), note_hz));
       }
       text += '\n';

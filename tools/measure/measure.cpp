@@ -9,6 +9,7 @@
 #include <kissfft/kissfft.hh>
 #include <numbers>
 
+#include "params/decibels.h"
 #include "tools/common/interrupt.h"
 
 namespace quellard {
@@ -45,7 +46,7 @@ std::vector<double> magnitudes(const std::vector<double>& signal) {
 }
 
 double decibels(double gain) {
-  return gain > 0.0 ? std::max(kSilence_db, 20.0 * std::log10(gain)) : kSilence_db;
+  return gain > 0.0 ? std::max(kSilence_db, decibelsFromGain(gain)) : kSilence_db;
 }
 
 // The 4-term Blackman-Harris window, whose side lobes are below -92 dB.

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <vector>
 
+#include "params/decibels.h"
 #include "params/parameter_values.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
@@ -192,7 +193,7 @@ void drawTone(Page& page, const PluginModule& module, const PlotSettings& settin
       for (double position : kKnobPositions) {
         Curve curve = measureResponse(module, with(start, info, position), settings.rate);
         for (Point& point : curve) point.y -= reference;
-        lines.push_back({std::move(curve), shade(channel, position / 10.0), 2.0,
+        lines.push_back({std::move(curve), shade(channel, position / kKnobScale), 2.0,
                          fmt::format("knob at {:g}", position)});
         if (knob != 1) lines.back().name.clear();
       }
@@ -207,7 +208,7 @@ void drawTone(Page& page, const PluginModule& module, const PlotSettings& settin
 constexpr double kFloor_db = -80.0;
 
 double signedLevel(double level) {
-  const double decibels = 20.0 * std::log10(std::abs(level));
+  const double decibels = decibelsFromGain(std::abs(level));
   return std::copysign(std::max(0.0, decibels - kFloor_db), level);
 }
 
@@ -223,7 +224,7 @@ void drawTransfer(Page& page, const PluginModule& module, const PlotSettings& se
           with(on(channel, settings.start), knobOf(channel, kGainKnob), position);
       Curve curve = measureTransfer(module, start, settings.rate);
       for (Point& point : curve) point.x = signedLevel(point.x);
-      lines.push_back({std::move(curve), shade(channel, position / 10.0), 2.0,
+      lines.push_back({std::move(curve), shade(channel, position / kKnobScale), 2.0,
                        channel == kNumChannels - 1 ? fmt::format("GAIN {:g}", position) : ""});
     }
     page.panel(channelName(channel), shade(channel, 0.7),

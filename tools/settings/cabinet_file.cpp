@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "rig/level.h"
+#include "params/decibels.h"
 #include "tools/common/errors.h"
 #include "tools/files/audio_file.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/knobs.h"
 
-#include <cmath>
 #include <fmt/format.h>
 #include <optional>
 #include <vector>
@@ -42,16 +41,14 @@ const ParameterInfo& findByName(std::string_view name, int channel) {
   throw UsageError(fmt::format("unknown knob '{}'{}", name, suggestion(symbol, knownNames())));
 }
 
-float scaledValue(const std::string& what, std::string_view text, double highest) {
-  return static_cast<float>(numberWithin(what.c_str(), text, 0.0, highest) / highest);
-}
-
-ParameterChange parseIndexed(double index, std::string_view value) {
-  if (index != std::floor(index) || index < 1 || index >= kNumParameters) {
+ParameterChange parseIndexed(double number, std::string_view value) {
+  const int index = number >= 1.0 && number <= kNumStoredValues ? static_cast<int>(number) : 0;
+  if (!isStored(index) || index != number) {
     throw UsageError(
-        fmt::format("there is no parameter {}: they are 1 to {}", index, kNumParameters - 1));
+        fmt::format("there is no parameter {}: they are 1 to {}", number, kNumStoredValues));
   }
-  return {static_cast<int>(index), scaledValue(fmt::format("parameter {}", index), value, 1.0)};
+  const std::string what = fmt::format("parameter {}", index);
+  return {index, static_cast<float>(numberWithin(what.c_str(), value, 0.0, 1.0))};
 }
 
 }  // namespace
@@ -74,7 +71,8 @@ ParameterChange parseParameterChange(std::string_view name, std::string_view val
   const ParameterInfo& info = findByName(name, channel);
   if (info.kind == ParameterKind::selector)
     return {info.index, selectFromChannel(parseChannel(value))};
-  return {info.index, scaledValue(std::string(name), value, kKnobScale)};
+  const std::string what(name);
+  return {info.index, knobFromPosition(numberWithin(what.c_str(), value, 0.0, kKnobScale))};
 }
 
 bool namesSelector(std::string_view name) {

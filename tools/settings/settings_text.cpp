@@ -42,18 +42,10 @@ std::string knobLine(const ParameterInfo& knob, float value) {
                      positionFromKnob(value));
 }
 
-struct RigName {
-  int parameter;
-  const char* name;
-};
-constexpr std::array kRigNames = {RigName{kInputParameter, "input"},
-                                  RigName{kGateParameter, "gate"},
-                                  RigName{kOutputParameter, "output"}};
-
 // "off", or the shortest decimal that is read as this value.
-std::string rigText(const RigName& rig, float value) {
+std::string rigText(const RigParameterInfo& rig, float value) {
   double exact = levelFromValue_db(value);
-  if (rig.parameter == kGateParameter) {
+  if (rig.index == kGateParameter) {
     const std::optional<double> threshold = gateFromValue_dbfs(value);
     if (!threshold.has_value()) return "off";
     exact = std::max(*threshold, kLowestGate_dbfs);
@@ -61,17 +53,17 @@ std::string rigText(const RigName& rig, float value) {
   for (int digits = 1; digits <= 17; ++digits) {
     const auto shorter = parseNumber(fmt::format("{:.{}g}", exact, digits));
     std::string candidate = fmt::format("{}", shorter.value_or(exact));
-    if (parseRigValue(rig.parameter, rig.name, candidate) == value) return candidate;
+    if (parseRigValue(rig.index, rig.word, candidate) == value) return candidate;
   }
   return fmt::format("{}", exact);
 }
 
 std::string rigLines(const HostedValues& values) {
   std::string text;
-  for (const RigName& rig : kRigNames) {
-    const float value = values[rig.parameter];
-    if (value == neutralValue(rig.parameter)) continue;
-    text += fmt::format("{} = {}\n", rig.name, rigText(rig, value));
+  for (const RigParameterInfo& rig : kRigParameters) {
+    const float value = values[rig.index];
+    if (rig.index == kBypassParameter || value == rig.neutral) continue;
+    text += fmt::format("{} = {}\n", rig.word, rigText(rig, value));
   }
   return text;
 }
@@ -118,20 +110,19 @@ std::vector<Line> linesOf(std::string_view text, const std::string& name) {
   return lines;
 }
 
-const RigName* findRigName(std::string_view name) {
-  for (const RigName& rig : kRigNames) {
-    if (sameWord(name, rig.name)) return &rig;
+const RigParameterInfo* findRigParameter(std::string_view name) {
+  for (const RigParameterInfo& rig : kRigParameters) {
+    if (rig.index != kBypassParameter && sameWord(name, rig.word)) return &rig;
   }
   return nullptr;
 }
 
 void applyRigLines(const std::vector<Line>& lines, HostedValues& values) {
   for (const Line& line : lines) {
-    const RigName* const rig = findRigName(line.name);
+    const RigParameterInfo* const rig = findRigParameter(line.name);
     if (rig == nullptr) continue;
-    complainingAbout(line.where, [&] {
-      values[rig->parameter] = parseRigValue(rig->parameter, rig->name, line.value);
-    });
+    complainingAbout(
+        line.where, [&] { values[rig->index] = parseRigValue(rig->index, rig->word, line.value); });
   }
 }
 
@@ -150,7 +141,7 @@ void applyCabinetLines(const std::vector<Line>& lines, CabinetChoice& cabinet) {
 
 void apply(const std::vector<Line>& lines, bool selector, int channel, HostedValues& values) {
   for (const Line& line : lines) {
-    if (findRigName(line.name) != nullptr || namesCabinet(line.name)) continue;
+    if (findRigParameter(line.name) != nullptr || namesCabinet(line.name)) continue;
     if (namesSelector(line.name) != selector) continue;
     complainingAbout(line.where, [&] {
       const auto [parameter, value] = parseParameterChange(line.name, line.value, channel);
