@@ -53,7 +53,7 @@ void registerCabinet(int rounds) {
     benchmark::RegisterBenchmark(name.c_str(),
                                  [block](benchmark::State& state) { cabinet(state, block); })
         ->UseManualTime()
-        ->Iterations(4 * rounds);
+        ->Iterations(benchmark::IterationCount{4} * rounds);
   }
 }
 

@@ -29,6 +29,7 @@ void Gate::prepare(double rate, int maxFrames) {
   attackStep_ = std::min(1.0 / (kAttackSeconds * rate), 1.0);
   releaseFactor_ = gainFromDecibels(-kReleaseDecibels / (kReleaseSeconds * rate));
   holdFrames_ = static_cast<int>(std::clamp(kHoldSeconds * rate, 1.0, 1e9));
+  closedFrames_ = 0;
   reset();
 }
 
@@ -78,6 +79,7 @@ void Gate::detect(std::span<double* const> sides, int frames) {
     gain_ = openSquare_ > 0.0 ? nextGain(square) : std::min(gain_ + attackStep_, 1.0);
     gains_[static_cast<std::size_t>(i)] = gain_;
     isNeutral_ = isNeutral_ && gain_ == 1.0;
+    closedFrames_ += quietFrames_ < holdFrames_ ? 0 : 1;
   }
   isOpen_.store(quietFrames_ < holdFrames_ || openSquare_ == 0.0, std::memory_order_relaxed);
 }

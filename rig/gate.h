@@ -10,6 +10,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -36,6 +37,9 @@ class Gate {
   bool isNeutral() const { return isNeutral_; }
   void apply(double* samples, int frames) const;
 
+  // For how many frames the gate was closed, since prepare(). [audio thread]
+  std::int64_t closedFrames() const { return closedFrames_; }
+
   // Whether the signal passes, for display. [any thread]
   bool isOpen() const { return isOpen_.load(std::memory_order_relaxed); }
 
@@ -53,6 +57,7 @@ class Gate {
   double meanSquare_ = 0.0;
   double gain_ = 1.0;
   int quietFrames_ = 0;  // how long it has been quiet
+  std::int64_t closedFrames_ = 0;
   bool isNeutral_ = true;
   std::vector<double> gains_;
   std::atomic<bool> isOpen_ = true;

@@ -32,8 +32,9 @@ class HostedAmp {
  public:
   static constexpr int kMono = 1;
   static constexpr int kStereo = 2;
-  // This long after the input has fallen silent, the output is below -120 dB of full scale. CLEAN
-  // with BASS at 10 decays slowest (rig_tests --gtest_filter=*Tail* prints the time).
+  // This long after the input has fallen silent, without a cabinet, the output is below -120 dB of
+  // full scale. CLEAN with BASS at 10 decays slowest (rig_tests --gtest_filter=*Tail* prints the
+  // time).
   static constexpr double kTailSeconds = 2.0;
   static std::uint32_t tailFrames(double rate);  // the same in frames; rate: Hz
   // Limits the buffers, since hosts may announce any block length: about 20 seconds at 48 kHz.

@@ -34,6 +34,9 @@ class RigChain {
   void processInput(std::span<double* const> sides, int frames);
   void processOutput(std::span<double* const> sides, int frames);
 
+  // For how many frames the gate was closed, since prepare().
+  std::int64_t gateClosedFrames() const { return gate_.closedFrames(); }
+
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return gate_.isOpen(); }
 

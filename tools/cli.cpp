@@ -26,6 +26,7 @@
 #include "tools/measure/note_list.h"
 #include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
+#include "tools/settings/cabinet_file.h"
 #include "tools/settings/presets.h"
 #include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
@@ -158,7 +159,7 @@ std::string nameOfOutput(const Job& job) {
 std::string guitarLevel(std::optional<double> peak_dbfs) {
   if (!peak_dbfs) return "silent";
   const double offset = offsetFromPresetInput_db(*peak_dbfs);
-  const std::string level = fmt::format("{:.1f} dBFS", *peak_dbfs);
+  std::string level = fmt::format("{:.1f} dBFS", *peak_dbfs);
   if (std::abs(offset) < 0.05) return level;
   return fmt::format("{} ({:.1f} dB {} the presets' range)", level, std::abs(offset),
                      offset < 0.0 ? "below" : "above");
@@ -240,6 +241,7 @@ int render(const Options& options) {
   addKnobs(options.knobs, channel, settings.start);
   applyRig(options.rig, settings.rig);
   applyCabinet(options.rig, settings.cabinet);
+  if (!settings.cabinet.file.empty()) checkCabinet(settings.cabinet);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);

@@ -88,8 +88,8 @@ void AmpClient::loadChosenCabinet() {
   if (cabinet_.file.empty()) return;
   try {
     loadCabinet(cabinet_, amp_.rate(), amp_.sides(), amp_.cabinet());
-  } catch (const FileError& fault) {
-    cabinetFault_ = fault.what();
+  } catch (const std::exception& fault) {
+    cabinetFault_ = explanation(fault) + "; playing without a cabinet";
   }
 }
 
@@ -99,10 +99,11 @@ void AmpClient::setCabinet(CabinetChoice choice) {
   cabinet_ = std::move(choice);
 }
 
-void AmpClient::followRate() {
-  if (serverIsGone_ || amp_.rate() == static_cast<double>(rate())) return;
+bool AmpClient::followRate() {
+  if (serverIsGone_ || amp_.rate() == static_cast<double>(rate())) return false;
   jack_deactivate(client_.get());
   start(connects_);
+  return true;
 }
 
 bool AmpClient::isHeard() const { return jack_port_connected(outputs_[0]) > 0; }

@@ -34,8 +34,8 @@ class AmpClient {
   void start(bool connect);
 
   // To be polled: PipeWire may change the sample rate while clients play. Then starts again with
-  // the same values; connections that start() did not make are lost.
-  void followRate();
+  // the same values; connections that start() did not make are lost. Whether it did so.
+  bool followRate();
 
   bool isHeard() const;  // whether an output is connected
 

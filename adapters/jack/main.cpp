@@ -76,15 +76,18 @@ SettingsText settingsNow(AmpClient& client) {
   return now;
 }
 
-void lookAfter(AmpClient& client, StateFile& state) {
-  client.followRate();
+// Returns what there is to tell the player, mostly "".
+std::string lookAfter(AmpClient& client, StateFile& state) {
+  const bool restarted = client.followRate();
   state.follow(settingsNow(client));
+  return restarted ? client.cabinetFault() : "";
 }
 
 void runHeadless(AmpClient& client, StateFile& state) {
   while (goesOn(client)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    lookAfter(client, state);
+    const std::string message = lookAfter(client, state);
+    if (!message.empty()) complain(message);
   }
 }
 
@@ -94,7 +97,8 @@ bool runPanel(Panel& panel, AmpClient& client, StateFile& state, std::vector<std
   Panel::Next next = Panel::Next::stay;
   while (goesOn(client) && next == Panel::Next::stay) {
     next = panel.refresh();
-    lookAfter(client, state);
+    std::string message = lookAfter(client, state);
+    if (!message.empty()) panel.say(std::move(message));
   }
   saved = panel.saved();
   return next != Panel::Next::terminalIsClosed;
@@ -157,6 +161,8 @@ int play(const Options& options) {
   settingsFrom(options.settings, defaultValues());
   HostedValues unused = defaultHostedValues();
   applyRig(options.rig, unused);
+  CabinetChoice any{"any"};  // as one may be remembered
+  applyCabinet(options.rig, any);
   const TuningSettings tuning = tuningFrom(options.tuning);
   AmpClient client(options.name, options.stereo ? HostedAmp::kStereo : HostedAmp::kMono);
   std::filesystem::path file = options.state;
@@ -167,7 +173,7 @@ int play(const Options& options) {
   client.start(!options.alone);
   if (!client.cabinetFault().empty()) {
     if (!options.rig.cab.empty()) throw FileError(client.cabinetFault());
-    notice = client.cabinetFault() + "; playing without a cabinet";
+    notice = client.cabinetFault();
     complain(notice);
   }
   if (!options.alone && !client.isHeard()) {

@@ -16,6 +16,7 @@
 
 #include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
+#include "params/words.h"
 #include "rig/tunings.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
@@ -42,7 +43,7 @@ constexpr std::array<std::string_view, 19> kHelp = {
     "< >            turn it by 1",
     "= or Enter     type a number for it: =7.5 and Enter; Escape leaves it as it was",
     "i g o          type the input trim, the gate (or off), the output level in dB",
-    "s              type the file of a speaker cabinet's impulse response, or none",
+    "s l            type the file of a speaker cabinet, or none; its level in dB",
     "p n            the preset before, the next; your own follow the factory's",
     "w              save the settings as a preset of your own",
     "m t            mute the outputs; mute them and tune the guitar; or play again",
@@ -197,7 +198,7 @@ void Panel::draw() {
   }
   put(16, prompt(), A_BOLD);
   put(18, "1 2 3 channel   up down knob   left right < > turn   = number   p n preset");
-  put(19, "w save   m mute   t tune   b bypass   i g o levels   s cabinet   ? keys   q quit");
+  put(19, "w save   m mute   t tune   b bypass   i g o levels   s l cabinet  ? keys   q quit");
 }
 
 void Panel::drawHelp() {
@@ -263,7 +264,9 @@ std::string Panel::cabinetText() const {
   if (cabinet.file.empty()) return "";
   if (!client_.cabinetFault().empty()) return "cabinet missing";
   const std::string name = oneLine(cabinet.file.stem().string());
-  return fmt::format("cabinet {:.14}", name);
+  const double level = cabinet.level_db;
+  return level == 0.0 ? fmt::format("cabinet {:.14}", name)
+                      : fmt::format("cabinet {:.8} {:+.1f} dB", name, level);
 }
 
 // A note is shown a while longer than it is heard, so that it can be read.
@@ -308,6 +311,8 @@ std::string Panel::prompt() const {
                          entry_.text());
     case Mode::cabinet:
       return fmt::format("Cabinet: {}_   Enter, Escape; none removes it", tailOf(entry_.text()));
+    case Mode::cabinetLevel:
+      return fmt::format("Cabinet level = {}_ dB   Enter sets it, Escape cancels", entry_.text());
     case Mode::name:
       return fmt::format("Save as: {}_   Enter saves, Escape cancels", entry_.text());
     case Mode::replace: return fmt::format("Replace '{}'? y or n", entry_.text());
@@ -352,10 +357,19 @@ void Panel::setTyped(const std::string& text) {
 
 void Panel::chooseCabinet(const std::string& file) {
   try {
-    CabinetChoice choice{cabinetNamed(file)};
+    CabinetChoice choice{cabinetNamed(trimmed(file)), client_.cabinet().level_db};
     if (file.starts_with("~/")) choice.file = homeFolder() / file.substr(2);
     if (!choice.file.empty()) choice.file = absolute(choice.file);
     client_.setCabinet(std::move(choice));
+  } catch (const std::exception& error) {
+    say(error.what());
+  }
+}
+
+void Panel::setCabinetLevel(const std::string& text) {
+  if (client_.cabinet().file.empty()) return say("There is no cabinet yet: s");
+  try {
+    client_.setCabinet({client_.cabinet().file, parseCabinetLevel_db("cabinet level", text)});
   } catch (const std::exception& error) {
     say(error.what());
   }
@@ -390,6 +404,7 @@ void Panel::press(int key) {
     case Mode::play: return pressPlaying(key);
     case Mode::number:
     case Mode::cabinet:
+    case Mode::cabinetLevel:
     case Mode::name: return pressTyping(key);
     case Mode::replace: return pressReplacing(key);
     case Mode::help: mode_ = Mode::play; return;
@@ -410,12 +425,15 @@ void Panel::pressTyping(int key) {
   if (state == LineEntry::State::typing) return;
   const Mode typed = std::exchange(mode_, Mode::play);
   if (state == LineEntry::State::cancelled || entry_.text().empty()) return;
-  if (typed == Mode::number) {
-    setTyped(entry_.text());
-  } else if (typed == Mode::cabinet) {
-    chooseCabinet(entry_.text());
-  } else {
-    nameIsTyped();
+  entered(typed);
+}
+
+void Panel::entered(Mode typed) {
+  switch (typed) {
+    case Mode::number: return setTyped(entry_.text());
+    case Mode::cabinet: return chooseCabinet(entry_.text());
+    case Mode::cabinetLevel: return setCabinetLevel(entry_.text());
+    default: return nameIsTyped();
   }
 }
 
@@ -438,6 +456,7 @@ void Panel::pressPlaying(int key) {
     case 'g': beginNumber(kGateParameter); break;
     case 'o': beginNumber(kOutputParameter); break;
     case 's': begin(Mode::cabinet); break;
+    case 'l': begin(Mode::cabinetLevel); break;
     case 'p': stepPreset(-1); break;
     case 'n': stepPreset(1); break;
     case 'w': begin(Mode::name); break;

@@ -38,7 +38,7 @@ class Panel {
 
  private:
   using Clock = std::chrono::steady_clock;
-  enum class Mode { play, number, cabinet, name, replace, help };
+  enum class Mode { play, number, cabinet, cabinetLevel, name, replace, help };
 
   Panel(AmpClient& client, const TuningSettings& tuning, screen* terminal);
 
@@ -49,7 +49,9 @@ class Panel {
   void begin(Mode mode);
   void beginNumber(int parameter);
   void setTyped(const std::string& text);
+  void entered(Mode typed);
   void chooseCabinet(const std::string& file);
+  void setCabinetLevel(const std::string& text);
   void nameIsTyped();
   void save();
   void stepPreset(int by);

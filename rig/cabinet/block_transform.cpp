@@ -175,8 +175,9 @@ BlockTransform::BlockTransform(int n) : n_(n), scratch_(2 * static_cast<std::siz
   for (int stride = 1; stride * 4 <= n; stride *= 4) {
     const int m = n / (4 * stride);
     for (int row = 0; row < kTwiddleRows; ++row) {
+      const int power = row / 2 + 1;
       for (int p = 0; p < m; ++p) {
-        const Phasor w = phasor(-static_cast<long double>((row / 2 + 1) * p) / (4.0L * m));
+        const Phasor w = phasor(-static_cast<long double>(p * power) / (4.0L * m));
         twiddles_.push_back(row % 2 == 0 ? w.re : w.im);
       }
     }

@@ -11,8 +11,8 @@ namespace {
 
 constexpr int kFadeBlock = 64;  // frames
 
-// Rounded to floats, -150 dB from each tap: what resampling, levels and the C library's functions
-// leave to a processor in the last bits is gone, and all of them play the same.
+// Rounded to floats, -150 dB from each tap: resampling, levels and the C library's functions leave
+// the last bits of a double to the processor, which then almost never shows.
 std::shared_ptr<const PartitionedResponse> partitioned(std::vector<double> taps, double gain) {
   for (double& tap : taps) tap = static_cast<double>(static_cast<float>(tap * gain));
   return std::make_shared<const PartitionedResponse>(taps);
@@ -35,10 +35,12 @@ void Cabinet::prepare(double rate) {
 
 void Cabinet::load(const ImpulseResponse& response, double gain, int sides) {
   std::vector<std::shared_ptr<const PartitionedResponse>> responses;
+  responses.reserve(response.sides.size());
   for (const std::vector<double>& side : response.sides) {
     responses.push_back(partitioned(side, gain));
   }
   auto speaker = std::make_unique<Speaker>();
+  speaker->tailFrames = static_cast<int>(response.sides.front().size());
   for (std::size_t i = 0; i < static_cast<std::size_t>(sides); ++i) {
     speaker->convolvers.emplace_back(responses[std::min(i, responses.size() - 1)]);
   }
@@ -57,12 +59,13 @@ void Cabinet::freeRetired() {
   while (speaker != nullptr) speaker.reset(std::exchange(speaker->nextRetired, nullptr));
 }
 
-// [audio thread] The list is emptied by one other thread, so this ends after two attempts.
+// [audio thread] Only the thread that loads changes the list too, by emptying it: a second attempt
+// succeeds.
 void Cabinet::retire(std::unique_ptr<Speaker> speaker) {
   if (speaker == nullptr) return;
   Speaker* const last = speaker.release();
   last->nextRetired = retired_.load();
-  while (!retired_.compare_exchange_weak(last->nextRetired, last)) {
+  while (!retired_.compare_exchange_strong(last->nextRetired, last)) {
   }
 }
 
@@ -104,24 +107,26 @@ void Cabinet::process(std::span<double* const> sides, int frames) {
 void Cabinet::advanceCrossfade(int frames) {
   if (next_ == nullptr) return;
   fadeFrame_ += frames;
-  if (fadeFrame_ >= fadeFrames_) finishCrossfade();
+  const int ringing = speaker_ != nullptr ? speaker_->tailFrames : 0;
+  if (fadeFrame_ >= fadeFrames_ + ringing) finishCrossfade();
 }
 
 void Cabinet::Speaker::process(std::size_t side, double* samples, int frames) {
   if (side < convolvers.size()) convolvers[side].process(samples, frames);
 }
 
-// frames: up to kFadeBlock. Both play all of the block, also where the crossfade ends within it.
+// Of what goes in, not of what comes out: so no response, whatever it begins with, can start with a
+// step, and the one before rings out. frames: up to kFadeBlock.
 void Cabinet::crossfade(std::size_t side, double* samples, int frames) {
-  std::array<double, kFadeBlock> before;
-  std::copy_n(samples, frames, before.data());
-  if (speaker_ != nullptr) speaker_->process(side, before.data(), frames);
-  next_->process(side, samples, frames);
+  std::array<double, kFadeBlock> before{};
   for (int i = 0; i < frames; ++i) {
     const double share = std::min(1.0, static_cast<double>(fadeFrame_ + i + 1) / fadeFrames_);
-    const double from = before[static_cast<std::size_t>(i)];
-    samples[i] = from + share * (samples[i] - from);
+    before[static_cast<std::size_t>(i)] = (1.0 - share) * samples[i];
+    samples[i] *= share;
   }
+  if (speaker_ != nullptr) speaker_->process(side, before.data(), frames);
+  next_->process(side, samples, frames);
+  for (int i = 0; i < frames; ++i) samples[i] += before[static_cast<std::size_t>(i)];
 }
 
 }  // namespace quellard

@@ -27,8 +27,9 @@ class Cabinet {
   void prepare(double rate);
 
   // Plays a response, made by preparedResponse() for the rate of prepare() and this many sides,
-  // from the next block on, with a crossfade of kFadeSeconds. gain: a factor. One call after
-  // another. [not the audio thread] Allocates, and frees what is no longer played.
+  // from the next block on, with a crossfade of kFadeSeconds in which the one before rings out;
+  // what is loaded meanwhile waits for that. gain: a factor. One call after another. [not the audio
+  // thread] Allocates, and frees what is no longer played.
   void load(const ImpulseResponse& response, double gain, int sides);
   // Crossfades to no cabinet.
   void unload();
@@ -46,6 +47,7 @@ class Cabinet {
   // What plays at one time: a convolver for each side, or none without a cabinet.
   struct Speaker {
     std::vector<Convolver> convolvers;
+    int tailFrames = 0;  // how long it sounds after its input
     Speaker* nextRetired = nullptr;
 
     void process(std::size_t side, double* samples, int frames);

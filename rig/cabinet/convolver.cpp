@@ -7,18 +7,24 @@
 namespace quellard {
 namespace {
 
-// The spectra of a response's partitions, from `first` on. They carry the factor that the transform
-// and its inverse bring.
-std::vector<double> spectraOf(std::span<const double> taps, int partition, int first, int count) {
-  BlockTransform transform(partition);
-  const auto length = static_cast<std::size_t>(partition);
+struct Partitions {
+  int first;
+  int count;
+};
+
+// The spectra of a response's partitions of so many frames. They carry the factor that the
+// transform and its inverse bring.
+std::vector<double> spectraOf(std::span<const double> taps, int partitionFrames,
+                              Partitions partitions) {
+  BlockTransform transform(partitionFrames);
+  const auto length = static_cast<std::size_t>(partitionFrames);
   const std::vector<double> silence(length);
-  std::vector<double> spectra(2 * length * static_cast<std::size_t>(count));
-  for (int number = 0; number < count; ++number) {
+  std::vector<double> spectra(2 * length * static_cast<std::size_t>(partitions.count));
+  for (int number = 0; number < partitions.count; ++number) {
     std::vector<double> part(length);
-    const std::size_t begin = static_cast<std::size_t>(first + number) * length;
+    const std::size_t begin = static_cast<std::size_t>(partitions.first + number) * length;
     for (std::size_t i = 0; i < length && begin + i < taps.size(); ++i) {
-      part[i] = taps[begin + i] / partition;
+      part[i] = taps[begin + i] / partitionFrames;
     }
     transform.forward(part.data(), silence.data(),
                       &spectra[2 * length * static_cast<std::size_t>(number)]);
@@ -31,8 +37,8 @@ std::vector<double> spectraOf(std::span<const double> taps, int partition, int f
 PartitionedResponse::PartitionedResponse(std::span<const double> taps)
     : numLongPartitions_(static_cast<int>((taps.size() + kLong - 1) / kLong)) {
   std::ranges::copy(taps.first(std::min(taps.size(), head_.size())), head_.begin());
-  shortSpectra_ = spectraOf(taps, kShort, 1, kShortPartitions);
-  longSpectra_ = spectraOf(taps, kLong, 0, numLongPartitions_);
+  shortSpectra_ = spectraOf(taps, kShort, {1, kShortPartitions});
+  longSpectra_ = spectraOf(taps, kLong, {0, numLongPartitions_});
 }
 
 const double* PartitionedResponse::shortSpectrum(int number) const {
@@ -63,17 +69,17 @@ const double* Convolver::SpectrumHistory::at(int age) const {
 void Convolver::SpectrumHistory::reset() { std::ranges::fill(spectra_, 0.0); }
 
 Convolver::Convolver(std::shared_ptr<const PartitionedResponse> response)
-    : response_(std::move(response)),
-      longInput_(response_->numLongPartitions(), kLong),
-      input_(3 * kLong + kHeadTile) {}
+    : response_(std::move(response)), longInput_(response_->numLongPartitions(), kLong) {}
 
 void Convolver::reset() {
   shortInput_.reset();
   longInput_.reset();
-  std::ranges::fill(input_, 0.0);
+  input_.fill(0.0);
+  shortOutput_.fill(0.0);
+  tail_.fill(0.0);
   longSum_.fill(0.0);
   position_ = 0;
-  inShortSteps_ = false;
+  inShortSteps_ = true;
 }
 
 void Convolver::process(double* samples, int frames) {
@@ -92,7 +98,7 @@ void Convolver::process(double* samples, int frames) {
 
 void Convolver::storeInput(const double* samples, int frames) {
   constexpr double kSilence = 1e-150;
-  std::transform(samples, samples + frames, input_.data() + 2 * kLong + position_,
+  std::transform(samples, samples + frames, input_.data() + kPresent + position_,
                  [](double x) { return std::fabs(x) < kSilence ? 0.0 : x; });
 }
 
@@ -108,11 +114,11 @@ void Convolver::processLong(double* samples) {
 void Convolver::processShort(double* samples, int frames) {
   if (!inShortSteps_) beginShortSteps();
   storeInput(samples, frames);
-  const double* const in = input_.data() + 2 * kLong + position_;
+  const double* const in = input_.data() + kPresent + position_;
   const double* const tail = tail_.data() + position_;
   const double* const body = shortOutput_.data() + position_ % kShort;
   for (int i = 0; i < frames; i += kHeadTile) {
-    std::array<double, kHeadTile> head;
+    std::array<double, kHeadTile> head{};
     convolveHead(response_->headTaps(), in + i, head.data());
     const int count = std::min(kHeadTile, frames - i);
     for (int k = 0; k < count; ++k)
@@ -122,10 +128,10 @@ void Convolver::processShort(double* samples, int frames) {
   if (position_ % kShort == 0) finishShortStep(position_ / kShort);
 }
 
-// Behind a block of kLong that was processed as a whole, or at the beginning: computes what the
-// steps of the block before would have prepared.
+// Behind a block of kLong that was processed as a whole: computes what the steps of the block
+// before would have prepared.
 void Convolver::beginShortSteps() {
-  const double* const now = input_.data() + 2 * kLong;
+  const double* const now = input_.data() + kPresent;
   for (int age = shortInput_.count(); age > 0; --age) {
     const double* const begin = now - static_cast<std::ptrdiff_t>(age) * kShort;
     short_.forward(begin - kShort, begin, shortInput_.next());
@@ -138,8 +144,9 @@ void Convolver::beginShortSteps() {
 
 // step: 1 to kSteps, the number of steps that are complete in the present block.
 void Convolver::finishShortStep(int step) {
-  const double* const end = input_.data() + 2 * kLong + static_cast<std::ptrdiff_t>(step) * kShort;
-  short_.forward(end - 2 * kShort, end - kShort, shortInput_.next());
+  const double* const end = input_.data() + kPresent + static_cast<std::ptrdiff_t>(step) * kShort;
+  const double* const begin = end - kShort;
+  short_.forward(begin - kShort, begin, shortInput_.next());
   sumShort();
   // The tail of the next block: six steps multiply, the seventh transforms back, the last one
   // transforms what came in.
@@ -157,8 +164,8 @@ void Convolver::finishShortStep(int step) {
 }
 
 void Convolver::finishLongBlock() {
-  long_.forward(input_.data() + kLong, input_.data() + 2 * kLong, longInput_.next());
-  std::copy_n(input_.data() + kLong, 2 * kLong, input_.data());
+  long_.forward(input_.data() + kLong, input_.data() + kPresent, longInput_.next());
+  std::copy_n(input_.data() + kLong, kPresent, input_.data());
   position_ = 0;
 }
 

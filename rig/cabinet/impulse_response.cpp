@@ -36,6 +36,10 @@ double pinkWeight(double hz) {
   return power(kHead, hz) * power(kLessBass, hz) / hz;
 }
 
+// Less than this share of the power at its loudest frequency, and that frequency is one that is not
+// heard: brought to the level of the others, it would come with 60 dB of gain or more.
+constexpr double kLeastHeard = 1e-6;
+
 double peakOf(const ImpulseResponse& response) {
   double peak = 0.0;
   for (const std::vector<double>& side : response.sides) {
@@ -66,9 +70,14 @@ void cut(std::vector<double>& side, double rate) {
   }
 }
 
-// The share of the power of weighted pink noise that passes, as a mean of the sides. The windows of
-// the transform are long enough for a step of 1 Hz, so that the octaves of the bass have points.
-double pinkPower(const ImpulseResponse& response) {
+struct PowerGain {
+  double pink;     // of weighted pink noise, as a mean of the sides
+  double highest;  // at any frequency
+};
+
+// The windows of the transform are long enough for a step of 1 Hz, so that the octaves of the bass
+// have points.
+PowerGain powerGain(const ImpulseResponse& response) {
   const std::size_t longest = std::max(response.sides.front().size(),
                                        static_cast<std::size_t>(std::ceil(response.rate / 2.0)));
   const int n = static_cast<int>(std::bit_ceil(longest));
@@ -77,6 +86,7 @@ double pinkPower(const ImpulseResponse& response) {
   std::vector<double> spectrum(2 * static_cast<std::size_t>(n));
   double passed = 0.0;
   double whole = 0.0;
+  double highest = 0.0;
   for (std::vector<double> side : response.sides) {
     side.resize(static_cast<std::size_t>(n));
     transform.forward(side.data(), silence.data(), spectrum.data());
@@ -84,11 +94,12 @@ double pinkPower(const ImpulseResponse& response) {
       const double weight = pinkWeight(transform.frequency(k) * response.rate);
       const std::complex<double> gain(spectrum[static_cast<std::size_t>(k)],
                                       spectrum[static_cast<std::size_t>(n + k)]);
+      highest = std::max(highest, std::norm(gain));
       passed += weight * std::norm(gain);
       whole += weight;
     }
   }
-  return passed / whole;
+  return {passed / whole, highest};
 }
 
 }  // namespace
@@ -106,11 +117,12 @@ ImpulseResponse preparedResponse(ImpulseResponse response, int sides) {
       for (double& x : side) x /= divisor;
     }
   };
-  if (peak == 0.0) throw std::invalid_argument("it is silent");
+  constexpr const char* kSilent = "nothing is heard of it within a second";
+  if (peak == 0.0) throw std::invalid_argument(kSilent);
   scale(peak);
-  const double passed = pinkPower(response);
-  if (!(passed > 1e-12)) throw std::invalid_argument("it is silent");
-  scale(std::sqrt(passed));
+  const PowerGain gain = powerGain(response);
+  if (gain.pink < kLeastHeard * gain.highest) throw std::invalid_argument(kSilent);
+  scale(std::sqrt(gain.pink));
   return response;
 }
 

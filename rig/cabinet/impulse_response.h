@@ -19,8 +19,8 @@ inline constexpr double kLongestResponse_s = 1.0;
 // number plays their mean. Cuts it to kLongestResponse_s, the last tenth of that faded, and brings
 // it to the level at which pink noise is as loud through it as without it: the mean of the sides'
 // power, weighted as for the loudness of ITU-R BS.1770 from 20 Hz to 20 kHz. Throws
-// std::invalid_argument with a reason ("it is silent") for a response without samples, with samples
-// that are not finite, or without anything to hear.
+// std::invalid_argument with a reason ("nothing is heard of it within a second") for a response
+// without samples, with samples that are not finite, or without anything to hear.
 ImpulseResponse preparedResponse(ImpulseResponse response, int sides);
 
 }  // namespace quellard

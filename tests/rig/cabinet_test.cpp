@@ -173,12 +173,14 @@ TEST(Cabinet, IsExchangedWithoutAClick) {
   Random random(23);
   const std::vector<double> in = sine(kRate, 110.0, 0.5, 48000);
   const ImpulseResponse dark = preparedResponse(mono(std::vector<double>(40, 0.1)), 1);
-  const ImpulseResponse bright = preparedResponse(mono({1.0}), 1);
+  std::vector<double> delayed(1440);  // 30 ms, beyond the end of a crossfade
+  delayed.push_back(1.0);
+  const ImpulseResponse bright = preparedResponse(mono(delayed), 1);
   Cabinet cabinet;
   cabinet.prepare(kRate);
   double before = 0.0, step = 0.0, highest = 0.0;
   for (std::size_t at = 0; at < in.size(); at += 64) {
-    const int action = at % 640 == 0 ? random.integer(0, 5) : 3;
+    const int action = at % 640 == 0 ? random.integer(0, 9) : 3;
     if (action == 0) cabinet.load(dark, 1.0, 1);
     if (action == 1) cabinet.load(bright, 0.5, 1);
     if (action == 2) cabinet.unload();

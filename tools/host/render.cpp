@@ -128,7 +128,7 @@ class Rig {
   }
 
   double inputPeak() const { return inputPeak_; }
-  std::int64_t gateClosedFrames() const { return gateClosedFrames_; }
+  std::int64_t gateClosedFrames() const { return chain_.gateClosedFrames(); }
 
  private:
   void processStep(int begin, int frames) {
@@ -136,9 +136,10 @@ class Rig {
     at.reserve(sides_.size());
     for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
     chain_.processInput(at, frames);
-    if (!chain_.gateIsOpen()) gateClosedFrames_ += frames;
     for (const double* samples : at) {
-      for (int i = 0; i < frames; ++i) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
+      for (int i = 0; i < frames; ++i) {
+        if (std::isfinite(samples[i])) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
+      }
     }
     for (std::size_t c = 0; c < at.size(); ++c) amplifiers_[c]->process(at[c], at[c], frames);
     chain_.processOutput(at, frames);
@@ -165,7 +166,6 @@ class Rig {
   RigChain chain_;
   std::vector<std::vector<double>> sides_;
   double inputPeak_ = 0.0;
-  std::int64_t gateClosedFrames_ = 0;
 };
 
 double secondsSince(Clock::time_point start) {

@@ -11,7 +11,7 @@ namespace quellard {
 namespace fs = std::filesystem;
 
 fs::path cabinetNamed(std::string_view text) {
-  return sameWord(trimmed(text), "none") ? fs::path() : fs::path(text);
+  return sameWord(text, "none") ? fs::path() : fs::path(text);
 }
 
 double parseCabinetLevel_db(const char* name, std::string_view text) {

@@ -25,13 +25,17 @@ constexpr int kHighestRate = 768000;
 struct Recording {
   int rate = 0;  // Hz
   std::size_t channels = 0;
-  std::vector<double> interleaved = {};
+  std::vector<double> interleaved;
 };
 
 [[noreturn]] void refuse(const std::string& reason) { throw std::invalid_argument(reason); }
 
 // In pieces, as a header may promise more than memory holds.
 Recording readRecording(const fs::path& file) {
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  // Reading a pipe would wait.
+  if (fs::exists(status) && !fs::is_regular_file(status)) refuse("it is not an ordinary file");
   AudioReader reader(file);
   if (reader.channels() > 2) {
     refuse(fmt::format("it has {} channels, and a cabinet one or two", reader.channels()));
@@ -40,7 +44,9 @@ Recording readRecording(const fs::path& file) {
     refuse(fmt::format("its rate of {} Hz is outside {} to {}", reader.rate(), kLowestRate,
                        kHighestRate));
   }
-  Recording recording{reader.rate(), static_cast<std::size_t>(reader.channels())};
+  Recording recording{.rate = reader.rate(),
+                      .channels = static_cast<std::size_t>(reader.channels()),
+                      .interleaved = {}};
   constexpr std::int64_t kPiece = 16384;  // frames
   std::int64_t left = std::llround(kSecondsToRead * reader.rate());
   std::vector<double> piece(static_cast<std::size_t>(kPiece) * recording.channels);
@@ -92,10 +98,19 @@ void loadCabinet(const CabinetChoice& choice, double rate, int sides, Cabinet& c
     resample(recording, rate);
     cabinet.load(preparedResponse(separated(recording, rate), sides),
                  gainFromDecibels(choice.level_db), sides);
+  } catch (const FileError& reason) {
+    throw FileError(fmt::format("no cabinet: {}", reason.what()));
   } catch (const std::invalid_argument& reason) {
     throw FileError(
         fmt::format("cannot use {} as a cabinet: {}", choice.file.string(), reason.what()));
   }
+}
+
+void checkCabinet(const CabinetChoice& choice) {
+  constexpr double kAnyRate = 48000.0;
+  Cabinet cabinet;
+  cabinet.prepare(kAnyRate);
+  loadCabinet(choice, kAnyRate, 1, cabinet);
 }
 
 }  // namespace quellard

@@ -12,4 +12,7 @@ namespace quellard {
 // audio, has more than two channels or is silent; then the cabinet stays as it was.
 void loadCabinet(const CabinetChoice& choice, double rate, int sides, Cabinet& cabinet);
 
+// Throws FileError for a file that is no cabinet.
+void checkCabinet(const CabinetChoice& choice);
+
 }  // namespace quellard

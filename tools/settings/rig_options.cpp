@@ -50,10 +50,10 @@ void applyRig(const RigOptions& options, HostedValues& values) {
 }
 
 void applyCabinet(const RigOptions& options, CabinetChoice& cabinet) {
-  if (!options.cab.empty()) cabinet = {cabinetNamed(options.cab)};
+  if (!options.cab.empty()) cabinet.file = cabinetNamed(options.cab);
   if (options.cabLevel.empty()) return;
-  if (cabinet.file.empty()) throw UsageError("--cab-level needs a cabinet: --cab FILE");
   cabinet.level_db = parseCabinetLevel_db("--cab-level", options.cabLevel);
+  if (cabinet.file.empty()) throw UsageError("--cab-level needs a cabinet: --cab FILE");
 }
 
 }  // namespace quellard

@@ -132,7 +132,8 @@ bool namesCabinet(std::string_view name) {
 
 void applyCabinetLines(const std::vector<Line>& lines, CabinetChoice& cabinet) {
   for (const Line& line : lines) {
-    if (sameWord(line.name, kCabinet)) cabinet.file = pathFromText(line.value);
+    if (sameWord(line.name, kCabinet))
+      cabinet.file = cabinetNamed(pathFromText(line.value).string());
     if (!sameWord(line.name, kCabinetLevel)) continue;
     complainingAbout(line.where,
                      [&] { cabinet.level_db = parseCabinetLevel_db(kCabinetLevel, line.value); });
