@@ -24,7 +24,7 @@ constexpr int kBankSize = kNumFactoryPresets;
 // Values that keep their bits in formats whose controls read from 0 to 10 and in decibels. The gate
 // stays off: it hears noise as what it is.
 double drawValue(Random& random, int index) {
-  if (index == kGateParameter) return 0.0;
+  if (index == kGateParameter) return random.pick(std::array{0.0, 0.0, 0.4, 0.9});
   if (index > 19) return random.pick(std::array{0.0, 0.25, 0.5, 0.5, 0.625, 0.75});
   return index == 19 ? random.integer(0, 2) / 2.0 : random.integer(0, 1000) / 1000.0;
 }

@@ -15,9 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "params/decibels.h"
-#include "rig/level.h"
 #include "rig/parameter_smoother.h"
+#include "rig/rig_chain.h"
 #include "rig/rig_parameters.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
@@ -172,9 +171,9 @@ std::unique_ptr<HostedPlugin> createPlugin() {
 class Formats : public testing::TestWithParam<Format> {};
 class StatefulFormats : public Formats {};
 
-// The output that a plug-in must give: one effect for each side between two levels, started like a
+// The output that a plug-in must give: one effect for each side within a rig, started like a
 // render, with a preroll that leaves no knob gliding, and moved by the smoother, which
-// tests/rig/moves_test.cpp tests by itself, as tests/rig/rig_chain_test.cpp does the levels.
+// tests/rig/moves_test.cpp tests by itself, as tests/rig/rig_chain_test.cpp does the rig.
 class DirectAmp {
  public:
   explicit DirectAmp(int sides) : effects_(static_cast<std::size_t>(sides)) {}
@@ -186,8 +185,7 @@ class DirectAmp {
     }
     for (const int index : kSetParameters) set(index, plugin.get(index));
     smoother_.prepare(rate);
-    input_.prepare(rate);
-    output_.prepare(rate);
+    chain_.prepare(rate, kLongestStep);
     prerolled_ = false;
   }
   // Takes effect with the next sample; of several values the last counts.
@@ -197,29 +195,29 @@ class DirectAmp {
     if (begin >= end) return;
     if (!std::exchange(prerolled_, true)) preroll();
     for (int index = 1; index <= 19; ++index) smoother_.moveTo(index, wanted_[index]);
-    input_.moveTo(gainOf(kInputParameter));
-    output_.moveTo(gainOf(kOutputParameter));
+    chain_.moveTo(wanted_);
     while (begin < end) {
-      const int frames = smoother_.nextStep(end - begin, [this](int i, float v) { tell(i, v); });
-      for (std::size_t side = 0; side < effects_.size(); ++side) {
-        double* samples = io[side].data() + begin;
-        input_.apply(samples, frames);
-        effects_[side]->process(samples, samples, frames);
-        output_.apply(samples, frames);
-      }
-      input_.advance(frames);
-      output_.advance(frames);
+      const int most = std::min(end - begin, kLongestStep);
+      const int frames = smoother_.nextStep(most, [this](int i, float v) { tell(i, v); });
+      std::vector<double*> sides;
+      for (std::vector<double>& side : io) sides.push_back(side.data() + begin);
+      sides.resize(effects_.size());
+      chain_.processInput(sides, frames);
+      for (std::size_t i = 0; i < sides.size(); ++i)
+        effects_[i]->process(sides[i], sides[i], frames);
+      chain_.processOutput(sides, frames);
       begin += frames;
     }
   }
 
  private:
+  static constexpr int kLongestStep = 8192;
+
   void preroll() {
     ParameterValues own;
     std::copy_n(wanted_.begin(), kNumStoredValues, own.begin());
     smoother_.jumpTo(own);
-    input_.jumpTo(gainOf(kInputParameter));
-    output_.jumpTo(gainOf(kOutputParameter));
+    chain_.jumpTo(wanted_);
     for (int index = 1; index <= 19; ++index) tell(index, wanted_[index]);
     for (auto& effect : effects_) effect->process(nullptr, nullptr, 0);
   }
@@ -229,10 +227,8 @@ class DirectAmp {
 
   std::vector<std::unique_ptr<OpenedEffect>> effects_;
   ParameterSmoother smoother_;
-  double gainOf(int index) const { return gainFromDecibels(levelFromValue_db(wanted_[index])); }
-
   HostedValues wanted_;
-  Level input_, output_;
+  RigChain chain_;
   bool prerolled_ = false;
 };
 

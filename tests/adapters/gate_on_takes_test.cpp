@@ -2,9 +2,11 @@
 // The gate at -60 dBFS between two phrases of each guitar take, behind the preset with the most
 // gain, with the hum and the hiss of a noisy guitar, -75 dBFS RMS.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "params/decibels.h"
 #include "params/factory_bank.h"
 #include "rig/hosted_amp.h"
 #include "tests/adapters/guitar_takes.h"
@@ -91,6 +93,53 @@ TEST(GateOnTakes, SilencesPausesAndLetsThePickThrough) {
     const int end = phrases.pick + rate / 200;
     EXPECT_NEAR(peak_db(gated, phrases.pick, end), peak_db(open, phrases.pick, end), 0.5)
         << "take " << number;
+  }
+}
+
+// The loudest 60 ms of a take, forwards and backwards again and again: a chord with its beats,
+// without its next stroke.
+std::vector<double> sustained(const Take& take, std::size_t frames) {
+  const std::size_t length = static_cast<std::size_t>(take.rate) * 6 / 100;
+  std::size_t loudest = 0;
+  double most = 0.0;
+  for (std::size_t at = 0; at + length < take.samples.size(); at += length) {
+    const double level = rms_db(take.samples, static_cast<int>(at), static_cast<int>(at + length));
+    if (at > 0 && level < most) continue;
+    most = level;
+    loudest = at;
+  }
+  std::vector<double> all;
+  for (std::size_t i = 0; i < frames; ++i) {
+    const std::size_t phase = i % (2 * length);
+    all.push_back(take.samples[loudest + (phase < length ? phase : 2 * length - 1 - phase)]);
+  }
+  return all;
+}
+
+TEST(GateOnTakes, ClosesOnceWhileTheyDie) {
+  for (const Take& take : guitarTakes()) {
+    Random random(47);
+    for (int rate = 0; rate < 20; ++rate) {
+      const double decay_s = 0.05 * std::pow(1.2, rate);
+      auto guitar = sustained(take, static_cast<std::size_t>((1.0 + 9.0 * decay_s) * take.rate));
+      for (std::size_t i = 0; i < guitar.size(); ++i) {
+        guitar[i] *= std::exp(-static_cast<double>(i) / (decay_s * take.rate));
+        guitar[i] += 3e-4 * random.between(-1.0, 1.0);
+      }
+      Gate gate;
+      gate.setThreshold(gainFromDecibels(-60.0));
+      gate.prepare(take.rate, 64);
+      int openings = 0, closings = 0;
+      bool was = false;
+      for (std::size_t at = 0; at + 64 <= guitar.size(); at += 64) {
+        gate.detect(std::array{&guitar[at]}, 64);
+        openings += gate.isOpen() && !was ? 1 : 0;
+        closings += !gate.isOpen() && was ? 1 : 0;
+        was = gate.isOpen();
+      }
+      EXPECT_EQ(openings, 1) << take.rate << " Hz, decay " << decay_s;
+      EXPECT_EQ(closings, 1) << take.rate << " Hz, decay " << decay_s;
+    }
   }
 }
 

@@ -59,6 +59,29 @@ TEST(Memory, SteadyBlocksAllocateNothing) {
   }
 }
 
+// Crossfades, what waits for one, and a reset between: all memory comes from and goes to the thread
+// that loads.
+TEST(Memory, ACabinetThatPlaysAllocatesNothing) {
+  const ImpulseResponse taps = preparedResponse({44100.0, {std::vector<double>(3000, 0.01)}}, 2);
+  HostedAmp amp(HostedAmp::kStereo);
+  amp.setValue(kGateParameter, 0.5F);
+  ASSERT_TRUE(amp.prepare(44100.0, 512));
+  std::vector<double> io(512, 0.1);
+  double* sides[2] = {io.data(), io.data()};
+  const AudioChannels block{.doubles = sides, .count = 2};
+  long released = 0;
+  for (int round = 0; round < 200; ++round) {
+    if (round % 10 == 0) amp.cabinet().load(taps, 1.0, 2);
+    if (round % 30 == 5) amp.cabinet().unload();
+    const long before = allocations, bytes = liveBytes;
+    if (round % 50 == 49) amp.reset();
+    amp.play(block, block, 0, round % 3 == 0 ? 512 : 100);
+    ASSERT_EQ(allocations, before);
+    released += bytes - liveBytes;
+  }
+  EXPECT_EQ(released, 0);
+}
+
 // The kernel's strict mode kills a process at any system call but exit.
 TEST(Memory, SteadyBlocksMakeNoSystemCall) {
 #if defined(__linux__) && defined(__x86_64__)

@@ -104,6 +104,30 @@ class Command : public testing::Test {
   const Scratch folder;
 };
 
+// A click as a cabinet changes nothing but the level, which makes pink noise as loud as before.
+TEST_F(Command, PlaysThroughTheRig) {
+  std::vector<double> click(100);
+  click[0] = 0.25;
+  writeAudio(folder / "click.wav", {48000, 1, click});
+  const auto samples = [&](const std::string& options) {
+    rendered("--format double " + options);
+    return readAudio(folder / "out.wav").samples;
+  };
+  const std::vector<double> plain = samples("");
+  EXPECT_EQ(samples("--input 0 --gate off --output 0 --cab none"), plain);
+  const std::vector<double> through = samples("--cab click.wav --cab-level -6.0206");
+  for (std::size_t i = 0; i < plain.size(); ++i) ASSERT_NEAR(through[i], 0.5 * plain[i], 1e-6);
+  std::vector<double> pause(48000);
+  const std::vector<double> note = pluck(0.5);
+  std::copy(note.begin(), note.end(), pause.begin());
+  writeAudio(folder / "in.wav", {48000, 1, pause});
+  for (const char* block : {"64", "48000"}) {
+    const Ran ran = run(std::string("render in.wav -o out.wav --gate -40 --json --block ") + block);
+    const auto file = nlohmann::json::parse(ran.out)["files"][0];
+    EXPECT_NEAR(file["gate_closed_share"].get<double>(), 0.41, 0.05) << ran.out;
+  }
+}
+
 TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
   const struct {
     int status;  // 2 wrong usage, 1 trouble with files
@@ -118,6 +142,12 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
       {2, "render in.wav -o a.wav --gain 11", "gain: 11 is outside 0 to 10"},
       {2, "render in.wav -o a.wav --program 17", "outside 1 to 16"},
       {2, "render in.wav -o a.wav --preset 'Warm Jaz'", "did you mean 'Warm Jazz'?"},
+      {2, "render in.wav -o a.wav --gate -90", "--gate: -90 is outside -80 to -30"},
+      {2, "render in.wav -o a.wav --cab-level 3", "--cab-level needs a cabinet"},
+      {2, "render in.wav -o a.wav --cab in.wav --cab-level 25", "25 is outside -24 to 24"},
+      {1, "render in.wav -o a.wav --cab gone.wav", "no cabinet: cannot read gone.wav"},
+      {1, "render in.wav -o a.wav --cab pipe", "pipe as a cabinet: it is not an ordinary file"},
+      {1, "render in.wav -o a.wav --cab note.txt", "no cabinet: cannot read note.txt"},
       {2, "render in.wav -o a.wav --block 0", "--block: 0 is outside"},
       {2, "render in.wav -o a.wav -j 0", "--jobs: 0 is outside"},
       {2, "render in.wav -o a.wav --format pcm17", "did you mean 'pcm16'"},
