@@ -12,7 +12,8 @@ inline constexpr char kReferenceNs[] = "reference_ns";
 inline constexpr char kRatio[] = "ratio";       // reference / shipped
 inline constexpr char kFloorNs[] = "floor_ns";  // the recurrence, timed in the same rounds
 inline constexpr char kRealTime[] = "x_real_time";
-// Counters of HostedAmp with and without moving knobs, per input sample.
+// Counters of HostedAmp with and without moving knobs, and of the amplifier in and without a
+// neutral rig, per input sample.
 inline constexpr char kMovingNs[] = "moving_ns";
 inline constexpr char kRestingNs[] = "resting_ns";
 // Counters of the cabinet: kShippedNs, and as kRatio the slowest block against the median one.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The cost of moving knobs in HostedAmp: the six knobs of the channel that plays get a new value in
 // every block of 64 samples, so that they move all the time. Compared with the same amplifier with
-// knobs at rest.
+// knobs at rest. And the cost of what stands around the amplifier while it changes nothing.
 #include <string>
 #include <vector>
 
@@ -69,9 +69,46 @@ void moving(benchmark::State& state, int channel, int frame) {
   state.counters[kRatio] = race.ratio();
 }
 
+// The rig with everything neutral, around an amplifier and without it.
+void neutral(benchmark::State& state, int channel) {
+  test::Random random(1);
+  const std::vector<double> in =
+      test::pluckedNote(random, 44100.0, 110.0, 0.5, static_cast<std::size_t>(kRoundSamples));
+  Quellard effect(nullptr);
+  effect.setSampleRate(44100.0F);
+  effect.setParameter(kTypeParameter, selectFromChannel(channel));
+  RigChain chain;
+  chain.prepare(44100.0, kBlock);
+  const auto play = [&](bool withRig) {
+    std::vector<double> io = in;
+    for (int at = 0; at < kRoundSamples; at += kBlock) {
+      double* samples = &io[static_cast<std::size_t>(at)];
+      if (withRig) chain.processInput({&samples, 1}, kBlock);
+      effect.processDoubleReplacing(&samples, &samples, kBlock);
+      if (withRig) chain.processOutput({&samples, 1}, kBlock);
+    }
+  };
+  Race race;
+  for (auto _ : state) {
+    const double alone = warmNanoseconds([&] { play(false); });
+    race.add(alone / kRoundSamples, warmNanoseconds([&] { play(true); }) / kRoundSamples);
+    state.SetIterationTime(alone * 1e-9);
+  }
+  state.counters[kMovingNs] = race.reference();
+  state.counters[kRestingNs] = race.shipped();
+  state.counters[kRatio] = race.ratio();
+}
+
 }  // namespace
 
 void registerHosted(int rounds) {
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    const std::string rig = std::string("rig/") + channelName(channel) + "/neutral";
+    benchmark::RegisterBenchmark(rig.c_str(),
+                                 [channel](benchmark::State& state) { neutral(state, channel); })
+        ->UseManualTime()
+        ->Iterations(rounds);
+  }
   for (int channel = 0; channel < kNumChannels; ++channel) {
     for (const int frame : {0, kBlock / 2, kBlock - 1}) {
       const std::string name =

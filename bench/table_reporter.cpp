@@ -45,7 +45,7 @@ void TableReporter::report(const Run& run) {
   const std::string table = firstWord(name);
   if (table != table_) beginTable(table);
   if (table == "play") return reportPlaying(run, rest(name));
-  if (table == "hosted") return reportHosted(run, rest(name));
+  if (table == "hosted" || table == "rig") return reportHosted(run, rest(name));
   if (table == "cabinet") return reportCabinet(run, rest(name));
   if (table == "setup") return reportSetup(run, rest(name));
   reportRecurrence(run, rest(name));
@@ -60,6 +60,11 @@ void TableReporter::beginTable(const std::string& table) {
         "%-8s %6s %6s %-8s %10s %10s %7s %12s %9s %8s\n",
         "channel", "Hz", "block", "knobs", "shipped ns", "ref. ns", "ratio", "x real time",
         "floor ns", "x floor");
+  } else if (table == "rig") {
+    std::printf(
+        "\nThe neutral rig around an amplifier, beside the amplifier alone, blocks of 64\n"
+        "%-8s %8s %10s %10s %7s\n",
+        "channel", "", "in it ns", "alone ns", "ratio");
   } else if (table == "hosted") {
     std::printf(
         "\nSix knobs that move in every block of 64, beside knobs at rest, per input sample\n"
