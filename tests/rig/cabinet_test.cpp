@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 #include <thread>
 
@@ -34,7 +35,7 @@ std::vector<double> direct(const std::vector<double>& taps, const std::vector<do
   for (std::size_t n = 0; n < in.size(); ++n) {
     long double sum = 0.0L;
     for (std::size_t k = 0; k < taps.size() && k <= n; ++k) {
-      sum += static_cast<long double>(taps[k]) * in[n - k];
+      sum += static_cast<long double>(taps[k]) * static_cast<long double>(in[n - k]);
     }
     out.push_back(static_cast<double>(sum));
   }
@@ -157,9 +158,9 @@ TEST(ImpulseResponse, IsCutAtASecond) {
 }
 
 TEST(ImpulseResponse, RefusesWhatIsNone) {
-  const double nan = std::nan("");
+  const double nan = std::nan(""), infinity = std::numeric_limits<double>::infinity();
   const std::vector<std::vector<std::vector<double>>> bad = {
-      {}, {{}}, {{0.0, 0.0}}, {{1.0, nan}}, {{INFINITY}}, {{0.5}, {-0.5}}, {{1.0}, {nan}}};
+      {}, {{}}, {{0.0, 0.0}}, {{1.0, nan}}, {{infinity}}, {{0.5}, {-0.5}}, {{1.0}, {nan}}};
   for (const auto& sides : bad) {
     EXPECT_THROW(preparedResponse({kRate, sides}, 1), std::invalid_argument);
   }
