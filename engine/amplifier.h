@@ -88,8 +88,8 @@ class Amplifier {
 
  private:
   void adoptFirstSelector();
-  bool pushMovedControls(int frames);
-  bool pushChannelControls(std::size_t channel, int frames);
+  void pushMovedControls(int frames);
+  void pushChannelControls(std::size_t channel, int frames);
   bool sizeBuffers(int frames);
   bool playChannels(int outgoing, int switchPoint, double* in, int frames);
   void writeOutput(double* out, int frames) const;

@@ -55,7 +55,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (channelSwitch == nullptr) return writeSilence(out, frames);
 
   adoptFirstSelector();
-  const bool controlsMoved = pushMovedControls(frames);
+  pushMovedControls(frames);
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
   const float select = typeValue.load(std::memory_order_relaxed);
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
@@ -66,7 +66,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   } else {
     writeSilence(out, frames);
   }
-  if (controlsMoved) rememberControls();
+  rememberControls();
 }
 
 // The first block of all starts on the selected channel, without a fade.
@@ -78,17 +78,14 @@ void Amplifier::adoptFirstSelector() {
   typePending = false;
 }
 
-// Whether any moved. Inaudible channels follow their knobs too, so that a switch finds them as they
-// are set.
-bool Amplifier::pushMovedControls(int frames) {
-  bool anyMoved = false;
+// Inaudible channels follow their knobs too, so that a switch finds them as they are set.
+void Amplifier::pushMovedControls(int frames) {
   for (std::size_t channel = 0; channel < kNumChannels; ++channel) {
-    if (pushChannelControls(channel, frames)) anyMoved = true;
+    pushChannelControls(channel, frames);
   }
-  return anyMoved;
 }
 
-bool Amplifier::pushChannelControls(std::size_t c, int frames) {
+void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto value = [&](Knob knob) {
     return controlValues[firstControl(c) + knob].load(std::memory_order_relaxed);
   };
@@ -105,11 +102,8 @@ bool Amplifier::pushChannelControls(std::size_t c, int frames) {
   if (toneMoved) {
     amp.setEQ(tapered(treble), tapered(mid), tapered(bass), tapered(presence), frames);
   }
-  const bool gainMoved = moved(gain);
-  if (gainMoved) amp.setGain(tapered(gain), frames);
-  const bool masterMoved = moved(master);
-  if (masterMoved) amp.setMaster(tapered(master), frames);
-  return toneMoved || gainMoved || masterMoved;
+  if (moved(gain)) amp.setGain(tapered(gain), frames);
+  if (moved(master)) amp.setMaster(tapered(master), frames);
 }
 
 // Without reserve() the buffers have the length of the block, with it at least that length. False
@@ -152,13 +146,18 @@ void Amplifier::writeOutput(double* out, int frames) const {
                  [](double fade, double sample) { return fade * sample; });
 }
 
+// Every block does this. Written out, as compilers do not unroll a loop over the indices.
 void Amplifier::rememberControls() {
-  for (std::size_t channel = 0; channel < kNumChannels; ++channel) {
-    const std::size_t first = firstControl(channel);
-    for (std::size_t knob = 0; knob < kKnobsPerChannel; ++knob) {
-      appliedValues[first + kAppliedIndex[knob]] =
-          controlValues[first + knob].load(std::memory_order_relaxed);
-    }
+  for (std::size_t first = 0; first < kNumControls; first += kKnobsPerChannel) {
+    const auto value = [&](Knob knob) {
+      return controlValues[first + knob].load(std::memory_order_relaxed);
+    };
+    appliedValues[first + 0] = value(bass);
+    appliedValues[first + 1] = value(mid);
+    appliedValues[first + 2] = value(treble);
+    appliedValues[first + 3] = value(presence);
+    appliedValues[first + 4] = value(master);
+    appliedValues[first + 5] = value(gain);
   }
 }
 
