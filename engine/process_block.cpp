@@ -135,7 +135,8 @@ bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int fram
   }
 
   const bool beforeIsSound = allFinite(out, switchPoint);
-  const bool afterIsSound = allFinite(out + switchPoint, frames - switchPoint);
+  const bool afterIsSound =
+      switchPoint == frames || allFinite(out + switchPoint, frames - switchPoint);
   if (!beforeIsSound) before.clearMemory();
   if (!afterIsSound) after.clearMemory();
   return beforeIsSound && afterIsSound;
