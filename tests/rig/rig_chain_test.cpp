@@ -188,7 +188,27 @@ TEST(Level, MovesWithoutAStep) {
   }
 }
 
-// Neutral, the rig changes no bit, and trims are factors in front of and behind the amplifier.
+// Beside the effect as its own host plays it.
+TEST(RigChain, ChangesNoBitWhileItIsNeutral) {
+  Random random(3);
+  const std::vector<double> note = pluckedNote(random, kRate, 196.0, 0.5, 8000);
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    HostedValues values = defaultHostedValues();
+    values[kTypeParameter] = selectFromChannel(channel);
+    Quellard effect(nullptr);
+    effect.setSampleRate(static_cast<float>(kRate));
+    for (int i = 1; i <= kNumStoredValues; ++i) effect.setParameter(i, values[i]);
+    std::vector<double> alone = note;
+    double* samples = alone.data();
+    effect.processDoubleReplacing(&samples, &samples, 0);
+    for (; samples < alone.data() + alone.size(); samples += 64) {
+      effect.processDoubleReplacing(&samples, &samples, 64);
+    }
+    EXPECT_TRUE(sameBits(played(values, note), alone)) << channel;
+  }
+}
+
+// Trims are factors in front of and behind the amplifier.
 TEST(RigChain, StandsAroundTheAmplifier) {
   Random random(3);
   const std::vector<double> note = pluckedNote(random, kRate, 196.0, 0.5, 8000);
