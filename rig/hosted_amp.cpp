@@ -66,6 +66,8 @@ bool HostedAmp::prepare(double rate, int maxFrames) {
   maxFrames_ = maxFrames;
   smoother_.prepare(rate);
   bypass_.prepare(rate);
+  inputPeak_.prepare(rate);
+  outputPeak_.prepare(rate);
   prerolled_ = false;
   return true;
 }
@@ -167,7 +169,9 @@ void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int
   const bool engaged = bypassed();
   const bool isOff = bypass_.isOff(engaged);
   const bool isOn = bypass_.isOn(engaged);
+  const bool measures = measuresLevels_.load(kRelaxed);
   readSides(in, begin, frames, !isOff);
+  if (measures) measure(inputPeak_, frames);
   playSides(frames);
   if (!isOff) {
     for (Side& side : built_) {
@@ -175,6 +179,7 @@ void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int
     }
   }
   bypass_.advance(engaged, frames);
+  if (measures) measure(outputPeak_, frames);
   for (int i = 0; i < sides_; ++i) {
     const Side& side = built_[static_cast<std::size_t>(i)];
     writeChannel(side.samples.data(), out, i, begin, frames, isOn ? toSameFloat : toFloat);
@@ -187,6 +192,12 @@ void HostedAmp::readSides(const AudioChannels& in, int begin, int frames, bool k
     readChannel(in, i, begin, frames, side.samples.data());
     if (keepDry) std::copy_n(side.samples.data(), frames, side.dry.data());
   }
+}
+
+void HostedAmp::measure(PeakMeter& meter, int frames) {
+  std::array<const double*, kStereo> all{};
+  std::ranges::transform(built_, all.begin(), [](Side& side) { return side.samples.data(); });
+  meter.process(std::span(all.data(), built_.size()), frames);
 }
 
 void HostedAmp::playSides(int frames) {

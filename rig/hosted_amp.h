@@ -14,6 +14,7 @@
 #include "params/parameter_table.h"
 #include "rig/bypass.h"
 #include "rig/parameter_smoother.h"
+#include "rig/peak_meter.h"
 #include "rig/rig_chain.h"
 #include "shell/quellard.h"
 
@@ -78,6 +79,14 @@ class HostedAmp {
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return chain_.gateIsOpen(); }
 
+  // Whether the levels are measured, which costs a little; not at first. Without it they are 0.
+  // [any thread]
+  void measureLevels(bool measures) { measuresLevels_.store(measures, std::memory_order_relaxed); }
+  // The largest magnitude of the last moment, in front of the input trim and at the output, of both
+  // sides. [any thread]
+  float inputPeak() const { return inputPeak_.peak(); }
+  float outputPeak() const { return outputPeak_.peak(); }
+
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
   // output may be the input, in any order of channels. The first call after prepare() or reset()
   // begins with every knob at its value (preroll), as a render does: the effect alone would glide
@@ -103,6 +112,7 @@ class HostedAmp {
   void playPiece(const AudioChannels& in, const AudioChannels& out, int begin, int frames);
   void readSides(const AudioChannels& in, int begin, int frames, bool keepDry);
   void playSides(int frames);
+  void measure(PeakMeter& meter, int frames);
 
   int sides_;
   bool prerolled_ = false;
@@ -115,6 +125,9 @@ class HostedAmp {
   ParameterSmoother smoother_;
   RigChain chain_;
   Bypass bypass_;
+  std::atomic<bool> measuresLevels_ = false;
+  PeakMeter inputPeak_;
+  PeakMeter outputPeak_;
 };
 
 }  // namespace quellard

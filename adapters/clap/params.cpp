@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "adapters/clap/clap_plugin.h"
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 #include "params/parameter_text.h"
 #include "params/parameter_values.h"
 #include "rig/rig_parameters.h"

@@ -14,7 +14,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 #include "params/factory_bank.h"
 #include "params/words.h"
 #include "rig/tunings.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "adapters/jack/amp_client.h"
-#include "adapters/jack/level_meter.h"
+#include "rig/level_meter.h"
 #include "adapters/jack/line_entry.h"
 #include "tools/settings/tuning_options.h"
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 
 namespace quellard {
 

@@ -9,7 +9,7 @@
 #include <span>
 
 #include "adapters/shared/program_list.h"
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 #include "adapters/vst2/properties.h"
 #include "params/parameter_text.h"
 

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "adapters/shared/program_list.h"
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 #include "adapters/vst3/wide_text.h"
 #include "params/parameter_text.h"
 

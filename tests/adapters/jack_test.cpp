@@ -8,7 +8,7 @@
 #include <ncurses.h>
 #include <vector>
 
-#include "adapters/jack/level_meter.h"
+#include "rig/level_meter.h"
 #include "adapters/jack/line_entry.h"
 #include "adapters/jack/mute.h"
 #include "adapters/jack/state_file.h"

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "adapters/shared/state.h"
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 #include "tests/adapters/stored_state.h"
 #include "tests/support/effort.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-#include "adapters/shared/value_text.h"
+#include "rig/value_text.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,0 +1,393 @@
+// SPDX-License-Identifier: ISC
+#include "face/face.h"
+
+#include <cmath>
+
+#include "params/words.h"
+#include "rig/value_text.h"
+
+namespace quellard {
+namespace {
+
+constexpr float kMoved = 2.0F;  // units of the face; less is a click
+constexpr std::size_t kLongestEntry = 12;
+constexpr float kPageStep = 0.1F;
+
+const Control& controlNumber(int index) { return controls()[static_cast<std::size_t>(index)]; }
+int numControls() { return static_cast<int>(controls().size()); }
+bool isKnobControl(int index) {
+  return index >= 0 && controlNumber(index).kind == ControlKind::knob;
+}
+
+bool startsNumber(char32_t character) {
+  return (character >= U'0' && character <= U'9') || character == U'-' || character == U'+' ||
+         character == U'.';
+}
+
+}  // namespace
+
+Face::Face(FaceTarget& target, std::vector<FacePreset> presets)
+    : target_(target), presets_(std::move(presets)) {
+  update(0.0);
+}
+
+// A host that closes the window while the mouse is down still hears the move end.
+Face::~Face() { endDrag(); }
+
+void Face::setPresets(std::vector<FacePreset> presets, int chosen) {
+  presets_ = std::move(presets);
+  chosen_ = chosen < static_cast<int>(presets_.size()) ? chosen : -1;
+  state_.menu.reset();
+  recognisePreset();
+}
+
+void Face::update(double seconds) {
+  for (int index = 1; index <= kNumHostedValues; ++index) state_.values[index] = target_.value(index);
+  const FaceLevels levels = target_.levels();
+  input_.update(levels.inputPeak, seconds);
+  output_.update(levels.outputPeak, seconds);
+  state_.input = meterView(input_, levelFromValue_db(state_.values[kInputParameter]));
+  state_.output = meterView(output_, 0.0);
+  state_.gateIsOpen = levels.gateIsOpen;
+  state_.cabinet = target_.cabinet();
+  recognisePreset();
+}
+
+// The preset whose values these are, else the last one, which was changed then.
+void Face::recognisePreset() {
+  const ParameterValues now = amplifierValues(state_.values);
+  const auto has = [&](int preset) {
+    return presets_[static_cast<std::size_t>(preset)].values == now;
+  };
+  state_.isChanged = chosen_ < 0 || !has(chosen_);
+  for (int preset = 0; state_.isChanged && preset < static_cast<int>(presets_.size()); ++preset) {
+    if (!has(preset)) continue;
+    chosen_ = preset;
+    state_.isChanged = false;
+  }
+  if (chosen_ < 0) {
+    state_.preset = "Own settings";
+    state_.description = "Choose a preset here";
+    state_.isChanged = false;
+    return;
+  }
+  state_.preset = presets_[static_cast<std::size_t>(chosen_)].name;
+  state_.description = presets_[static_cast<std::size_t>(chosen_)].description;
+}
+
+void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
+  if (state_.menu.has_value()) {
+    const int row = rowAt(at);
+    if (row < 0) {
+      state_.menu.reset();
+    } else if (const int preset = menuRows(presets_)[static_cast<std::size_t>(row)]; preset >= 0) {
+      choosePreset(preset);
+    }
+    return;
+  }
+  if (state_.typed.has_value()) enterTyped();
+  state_.typed.reset();
+  const int control = controlAt(at);
+  const bool isDouble = control >= 0 && control == lastClick_.control &&
+                        time_s - lastClick_.time_s < kDoubleClickSeconds;
+  lastClick_ = {isDouble ? -1 : control, time_s};
+  focus_ = control;
+  state_.focus = -1;
+  if (control < 0) return;
+  if (!isKnobControl(control)) {
+    if (button == MouseButton::left) pressButton(control);
+  } else if (isDouble && !controlNumber(control).value.contains(at)) {
+    setOnce(controlNumber(control).parameter,
+            defaultHostedValues()[controlNumber(control).parameter]);
+  } else {
+    pressKnob(control, at, isFine || button == MouseButton::right);
+  }
+}
+
+void Face::pressKnob(int control, Point at, bool isFine) {
+  const int parameter = controlNumber(control).parameter;
+  endDrag();
+  drag_ = Drag{control, at, static_cast<double>(target_.value(parameter)), false, isFine};
+}
+
+void Face::drag(Point at, bool isFine) {
+  if (state_.menu.has_value()) {
+    const int row = rowAt(at);
+    if (row >= 0) selectRow(row, 0);
+    return;
+  }
+  state_.hover = drag_.has_value() ? drag_->control : controlAt(at);
+  if (!drag_.has_value()) return;
+  const Control& control = controlNumber(drag_->control);
+  const float way = drag_->from.y - at.y;
+  if (!drag_->hasMoved) {
+    if (std::fabs(way) < kMoved) return;
+    drag_->hasMoved = true;
+    state_.moving = drag_->control;
+    target_.beginMove(control.parameter);
+  }
+  drag_->from = at;
+  const float step = way / kDragLength * (isFine || drag_->isFine ? kFine : 1.0F);
+  drag_->value = std::clamp(drag_->value + static_cast<double>(step), 0.0, 1.0);
+  target_.move(control.parameter, static_cast<float>(drag_->value));
+  update(0.0);
+}
+
+void Face::release(Point at) {
+  if (!drag_.has_value()) return;
+  const int control = drag_->control;
+  const bool isClick = !drag_->hasMoved;
+  endDrag();
+  if (isClick && controlNumber(control).value.contains(at)) beginTyping(control, "");
+  state_.hover = controlAt(at);
+}
+
+void Face::endDrag() {
+  if (!drag_.has_value()) return;
+  if (drag_->hasMoved) target_.endMove(controlNumber(drag_->control).parameter);
+  drag_.reset();
+  state_.moving = -1;
+}
+
+void Face::leave() { state_.hover = -1; }
+
+void Face::wheel(Point at, float notches, bool isFine) {
+  if (state_.menu.has_value()) return scrollMenu(static_cast<int>(std::lround(-3.0F * notches)));
+  const int control = controlAt(at);
+  if (drag_.has_value() || !isKnobControl(control)) return;
+  turn(control, notches * kWheelStep * (isFine ? kFine : 1.0F));
+}
+
+void Face::turn(int control, float by) {
+  const int parameter = controlNumber(control).parameter;
+  setOnce(parameter, target_.value(parameter) + by);
+}
+
+void Face::setOnce(int parameter, float value) {
+  endDrag();
+  target_.beginMove(parameter);
+  target_.move(parameter, std::clamp(value, 0.0F, 1.0F));
+  target_.endMove(parameter);
+  update(0.0);
+}
+
+void Face::pressButton(int index) {
+  const Control& control = controlNumber(index);
+  switch (control.kind) {
+    case ControlKind::previousPreset: return stepPreset(-1);
+    case ControlKind::nextPreset: return stepPreset(1);
+    case ControlKind::presetName: return openMenu();
+    case ControlKind::bypass:
+      return setOnce(kBypassParameter,
+                     isBypassed(target_.value(kBypassParameter)) ? 0.0F : 1.0F);
+    case ControlKind::channel: return setOnce(kTypeParameter, selectFromChannel(control.channel));
+    case ControlKind::inputMeter: return input_.clear(), update(0.0);
+    case ControlKind::outputMeter: return output_.clear(), update(0.0);
+    case ControlKind::knob: return;
+  }
+}
+
+bool Face::key(Key key, bool isFine) {
+  if (state_.menu.has_value()) return keyInMenu(key);
+  if (state_.typed.has_value() && keyInField(key)) return true;
+  if (key == Key::tab) return moveFocus(isFine ? -1 : 1), true;
+  if (key == Key::escape) {
+    const bool hadFocus = focus_ >= 0;
+    focus_ = state_.focus = -1;
+    return hadFocus;
+  }
+  if (focus_ < 0) return false;
+  state_.focus = focus_;
+  if (isKnobControl(focus_)) return keyOnKnob(focus_, key, isFine);
+  return keyOnButton(controlNumber(focus_), key);
+}
+
+void Face::moveFocus(int by) {
+  const int last = numControls() - 1;
+  focus_ += by;
+  if (focus_ < 0 || (by < 0 && focus_ > last)) focus_ = by > 0 ? 0 : last;
+  if (focus_ > last) focus_ = 0;
+  state_.focus = focus_;
+}
+
+bool Face::keyOnKnob(int index, Key key, bool isFine) {
+  const int parameter = controlNumber(index).parameter;
+  const float step = kKeyStep * (isFine ? kFine : 1.0F);
+  switch (key) {
+    case Key::up:
+    case Key::right: turn(index, step); break;
+    case Key::down:
+    case Key::left: turn(index, -step); break;
+    case Key::pageUp: turn(index, kPageStep); break;
+    case Key::pageDown: turn(index, -kPageStep); break;
+    case Key::home: setOnce(parameter, 0.0F); break;
+    case Key::end: setOnce(parameter, 1.0F); break;
+    case Key::backspace:
+    case Key::remove: setOnce(parameter, defaultHostedValues()[parameter]); break;
+    case Key::enter: beginTyping(index, ""); break;
+    default: return false;
+  }
+  return true;
+}
+
+bool Face::keyOnButton(const Control& control, Key key) {
+  if (key == Key::enter) return pressButton(focus_), true;
+  const int way = key == Key::up || key == Key::left ? -1 : key == Key::down || key == Key::right;
+  if (way == 0) return false;
+  if (control.kind == ControlKind::presetName) return stepPreset(way), true;
+  if (control.kind != ControlKind::channel) return false;
+  const int now = channelFromSelect(target_.value(kTypeParameter));
+  setOnce(kTypeParameter, selectFromChannel(std::clamp(now + way, 0, kNumChannels - 1)));
+  return true;
+}
+
+bool Face::type(char32_t character) {
+  if (state_.menu.has_value()) {
+    if (character == U' ') return keyInMenu(Key::enter);
+    const std::vector<int> rows = menuRows(presets_);
+    const int count = static_cast<int>(rows.size());
+    for (int i = 1; i <= count; ++i) {
+      const int row = (state_.menu->selectedRow + i) % count;
+      const int preset = rows[static_cast<std::size_t>(row)];
+      if (preset < 0 || character > 0x7F) continue;
+      if (lowerCase(presets_[static_cast<std::size_t>(preset)].name.front()) !=
+          lowerCase(static_cast<char>(character))) {
+        continue;
+      }
+      selectRow(row, 1);
+      break;
+    }
+    return true;
+  }
+  if (state_.typed.has_value()) {
+    if (character < 0x20 || character > 0x7E) return false;
+    if (state_.typed->text.size() < kLongestEntry) {
+      state_.typed->text += static_cast<char>(character);
+    }
+    state_.typed->isWrong = false;
+    return true;
+  }
+  if (isKnobControl(focus_) && startsNumber(character)) {
+    beginTyping(focus_, std::string(1, static_cast<char>(character)));
+    return true;
+  }
+  return character == U' ' && focus_ >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
+}
+
+void Face::beginTyping(int control, std::string text) {
+  endDrag();
+  focus_ = control;
+  state_.focus = control;
+  state_.typed = TextField{control, std::move(text)};
+}
+
+bool Face::keyInField(Key key) {
+  std::string& text = state_.typed->text;
+  switch (key) {
+    case Key::enter: enterTyped(); return true;
+    case Key::escape: state_.typed.reset(); return true;
+    case Key::backspace:
+      if (!text.empty()) text.pop_back();
+      state_.typed->isWrong = false;
+      return true;
+    case Key::remove: text.clear(); return true;
+    case Key::tab:
+      enterTyped();
+      state_.typed.reset();
+      return false;
+    default: return true;
+  }
+}
+
+// Nothing typed leaves the value; what is no value stays to be mended.
+void Face::enterTyped() {
+  const int parameter = controlNumber(state_.typed->control).parameter;
+  const std::string text = state_.typed->text;
+  const std::optional<float> value = valueFromText(parameter, text);
+  if (!value.has_value() && !text.empty()) {
+    state_.typed->isWrong = true;
+    return;
+  }
+  state_.typed.reset();
+  if (value.has_value()) setOnce(parameter, *value);
+}
+
+void Face::loseFocus() {
+  endDrag();
+  state_.typed.reset();
+  state_.menu.reset();
+  state_.focus = -1;
+}
+
+void Face::openMenu() {
+  const std::vector<int> rows = menuRows(presets_);
+  state_.menu = MenuView{.current = chosen_};
+  const auto at = std::find(rows.begin(), rows.end(), chosen_);
+  selectRow(at != rows.end() ? static_cast<int>(at - rows.begin()) : 1, 1);
+}
+
+// way: where to go on from a heading; 0 stays.
+void Face::selectRow(int row, int way) {
+  const std::vector<int> rows = menuRows(presets_);
+  const int last = static_cast<int>(rows.size()) - 1;
+  row = std::clamp(row, 0, last);
+  if (rows[static_cast<std::size_t>(row)] < 0) row = std::clamp(row + way, 0, last);
+  if (rows[static_cast<std::size_t>(row)] < 0) return;
+  MenuView& menu = *state_.menu;
+  menu.selectedRow = row;
+  menu.firstRow = std::clamp(menu.firstRow, row - kMenuRows + 1, row == 1 ? 0 : row);
+}
+
+void Face::scrollMenu(int rows) {
+  const int most = std::max(static_cast<int>(menuRows(presets_).size()) - kMenuRows, 0);
+  state_.menu->firstRow = std::clamp(state_.menu->firstRow + rows, 0, most);
+}
+
+int Face::rowAt(Point at) const {
+  const int rows = static_cast<int>(menuRows(presets_).size());
+  for (int shown = 0; shown < std::min(rows, kMenuRows); ++shown) {
+    if (menuRowArea(shown).contains(at)) return state_.menu->firstRow + shown;
+  }
+  return -1;
+}
+
+bool Face::keyInMenu(Key key) {
+  const std::vector<int> rows = menuRows(presets_);
+  const int selected = state_.menu->selectedRow;
+  switch (key) {
+    case Key::up: selectRow(selected - 1, -1); break;
+    case Key::down: selectRow(selected + 1, 1); break;
+    case Key::pageUp: selectRow(selected - kMenuRows, 1); break;
+    case Key::pageDown: selectRow(selected + kMenuRows, -1); break;
+    case Key::home: selectRow(0, 1); break;
+    case Key::end: selectRow(static_cast<int>(rows.size()) - 1, -1); break;
+    case Key::enter: choosePreset(rows[static_cast<std::size_t>(selected)]); break;
+    case Key::escape:
+    case Key::tab: state_.menu.reset(); break;
+    default: return false;
+  }
+  return true;
+}
+
+void Face::stepPreset(int by) {
+  const int count = static_cast<int>(presets_.size());
+  const int from = chosen_ >= 0 ? chosen_ : (by > 0 ? -1 : 0);
+  choosePreset((from + by + count) % count);
+}
+
+void Face::choosePreset(int preset) {
+  endDrag();
+  state_.menu.reset();
+  const ParameterValues& values = presets_[static_cast<std::size_t>(preset)].values;
+  for (int index = 1; index <= kNumStoredValues; ++index) {
+    if (target_.value(index) == values[index]) continue;
+    target_.beginMove(index);
+    target_.move(index, values[index]);
+    target_.endMove(index);
+  }
+  chosen_ = preset;
+  target_.presetChosen(preset);
+  update(0.0);
+}
+
+}  // namespace quellard

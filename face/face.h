@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: ISC
+// The face and the hands on it: mouse and keys become moves of its target, and what the target does
+// is shown. It knows no window and no format. All on one thread, and none of it is the audio thread.
+//
+//   mouse     drag a knob upwards or downwards, finely with Shift or the right button; wheel;
+//             double-click: default; click on a value: type it
+//   keys      Tab and Shift+Tab move the focus; Up and Down turn, finely with Shift; Page Up and
+//             Page Down turn by one; Home and End: lowest and highest; Delete: default; Enter or a
+//             digit: type a value; Enter or Space presses a button; Escape leaves
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "face/face_state.h"
+#include "face/face_target.h"
+#include "face/layout.h"
+#include "rig/level_meter.h"
+
+namespace quellard {
+
+enum class MouseButton { left, right };
+
+enum class Key {
+  tab,
+  up,
+  down,
+  left,
+  right,
+  pageUp,
+  pageDown,
+  home,
+  end,
+  enter,
+  escape,
+  backspace,
+  remove,
+};
+
+class Face {
+ public:
+  static constexpr double kDoubleClickSeconds = 0.4;
+  static constexpr float kDragLength = 200.0F;  // in units of the face, over a knob's whole range
+  static constexpr float kFine = 0.1F;          // times as much
+  static constexpr float kKeyStep = 0.01F;      // of a knob's range
+  static constexpr float kWheelStep = 0.02F;    // a notch
+
+  // target: outlives the face. presets: the factory's first.
+  Face(FaceTarget& target, std::vector<FacePreset> presets);
+  ~Face();
+  Face(const Face&) = delete;
+  Face& operator=(const Face&) = delete;
+
+  // Reads the target; to be called some 30 times a second. seconds: since the last call.
+  void update(double seconds);
+
+  // The list as it now is, the user's own presets among them. preset: the place of the one that is
+  // chosen, -1 where that is not known.
+  void setPresets(std::vector<FacePreset> presets, int chosen = -1);
+
+  // Points are in units of the face and may lie outside of it. time_s: of the event, from any moment
+  // on.
+  void press(Point at, MouseButton button, bool isFine, double time_s);
+  void drag(Point at, bool isFine);  // the mouse moves, with or without a button
+  void release(Point at);
+  void leave();                                      // the mouse has left the face
+  void wheel(Point at, float notches, bool isFine);  // upwards is positive
+
+  // Whether the key was used. isFine: with Shift.
+  bool key(Key key, bool isFine);
+  bool type(char32_t character);
+
+  // The keyboard now belongs to others: what is typed is dropped.
+  void loseFocus();
+
+  const FaceState& state() const { return state_; }
+  const std::vector<FacePreset>& presets() const { return presets_; }
+
+ private:
+  struct Drag {
+    int control;
+    Point from;
+    double value;
+    bool hasMoved;
+    bool isFine;  // with the right button
+  };
+  struct Click {
+    int control = -1;
+    double time_s = 0.0;
+  };
+
+  void pressKnob(int control, Point at, bool isFine);
+  void pressButton(int control);
+  void endDrag();
+  void setOnce(int parameter, float value);
+  void turn(int control, float by);
+  bool keyOnKnob(int control, Key key, bool isFine);
+  bool keyOnButton(const Control& control, Key key);
+  bool keyInMenu(Key key);
+  bool keyInField(Key key);
+  void moveFocus(int by);
+  void beginTyping(int control, std::string text);
+  void enterTyped();
+
+  void openMenu();
+  void selectRow(int row, int way);
+  void scrollMenu(int rows);
+  int rowAt(Point at) const;
+  void choosePreset(int preset);
+  void stepPreset(int by);
+  void recognisePreset();
+
+  FaceTarget& target_;
+  std::vector<FacePreset> presets_;
+  FaceState state_;
+  int focus_ = -1;   // also while it is not shown
+  int chosen_ = -1;  // the preset that the values come from
+  std::optional<Drag> drag_;
+  Click lastClick_;
+  // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
+  // are floats, which the converter clips above 1.
+  LevelMeter input_{0.999F};
+  LevelMeter output_{1.0F};
+};
+
+}  // namespace quellard

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: ISC
+#include "face/face_state.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "params/factory_bank.h"
+
+namespace quellard {
+namespace {
+
+int segmentsOf(double level_db) {
+  return static_cast<int>(std::clamp(
+      std::ceil(level_db / MeterView::kSegment_db) + MeterView::kSegments, 0.0,
+      static_cast<double>(MeterView::kSegments)));
+}
+
+std::string levelText(double level_db) {
+  if (level_db <= LevelMeter::kFloor_db) return "";
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.1f dBFS", std::round(level_db * 10.0) / 10.0 + 0.0);
+  return text.data();
+}
+
+bool looksTheSame(const Control& control, int index, const FaceState& a, const FaceState& b) {
+  const auto same = [&](int FaceState::*place) { return (a.*place == index) == (b.*place == index); };
+  if (!same(&FaceState::focus) || !same(&FaceState::hover)) return false;
+  if (control.parameter != 0 && a.values[control.parameter] != b.values[control.parameter]) {
+    return false;
+  }
+  if (control.kind != ControlKind::knob) return true;
+  const auto typedIn = [index](const FaceState& state) {
+    return state.typed.has_value() && state.typed->control == index ? state.typed : std::nullopt;
+  };
+  return same(&FaceState::moving) && typedIn(a) == typedIn(b);
+}
+
+}  // namespace
+
+std::vector<FacePreset> factoryFacePresets() {
+  std::vector<FacePreset> all = {{"Init", "Every knob at 5", defaultValues()}};
+  for (const FactoryPreset& preset : kFactoryBank) {
+    all.push_back({preset.name, preset.description, presetValues(preset)});
+  }
+  return all;
+}
+
+MeterView meterView(const LevelMeter& meter, double gain_db) {
+  const double held_db = meter.held_db() + gain_db;
+  const bool isSilent = meter.held_db() <= LevelMeter::kFloor_db;
+  return {.lit = segmentsOf(meter.level_db() + gain_db),
+          .held = isSilent ? 0 : segmentsOf(held_db),
+          .text = isSilent ? "" : levelText(held_db),
+          .clipped = meter.clipped()};
+}
+
+std::vector<int> menuRows(std::span<const FacePreset> presets) {
+  std::vector<int> rows = {kFactoryHeading};
+  bool isFactory = true;
+  int place = 0;
+  for (const FacePreset& preset : presets) {
+    if (isFactory && !preset.isFactory) rows.push_back(kUserHeading);
+    isFactory = preset.isFactory;
+    rows.push_back(place++);
+  }
+  return rows;
+}
+
+Rect menuArea(int rows) {
+  const int shown = std::min(rows, kMenuRows);
+  Rect area = kMenu;
+  area.height = static_cast<float>(shown) * kMenuRowHeight + 2.0F * kMenuMargin;
+  return area;
+}
+
+Rect menuRowArea(int shownRow) {
+  return {kMenu.x, kMenu.y + kMenuMargin + static_cast<float>(shownRow) * kMenuRowHeight,
+          kMenu.width, kMenuRowHeight};
+}
+
+std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
+                               std::span<const FacePreset> presets) {
+  std::vector<Rect> changed;
+  int index = 0;
+  for (const Control& control : controls()) {
+    if (!looksTheSame(control, index++, before, after)) changed.push_back(drawnArea(control));
+  }
+  const auto add = [&](bool differs, const Rect& area) {
+    if (differs) changed.push_back(area);
+  };
+  const auto litIn = [](const FaceState& state) {
+    return channelFromSelect(state.values[kTypeParameter]);
+  };
+  if (litIn(before) != litIn(after)) {
+    for (const int channel : {litIn(before), litIn(after)}) {
+      changed.push_back(kStrips[static_cast<std::size_t>(channel)].grownBy(8.0F));
+    }
+  }
+  add(before.preset != after.preset || before.isChanged != after.isChanged, kPresetBox);
+  add(before.description != after.description, kPresetText);
+  add(before.input != after.input, kInputMeter);
+  add(before.output != after.output, kOutputMeter);
+  const auto gates = [](const FaceState& state) {
+    return gateFromValue_dbfs(state.values[kGateParameter]).has_value();
+  };
+  add(before.gateIsOpen != after.gateIsOpen || gates(before) != gates(after), kGateLamp);
+  add(before.cabinet != after.cabinet, kCabinetBox);
+  add(before.menu != after.menu,
+      menuArea(static_cast<int>(menuRows(presets).size())).grownBy(16.0F));
+  return changed;
+}
+
+}  // namespace quellard

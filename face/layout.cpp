@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: ISC
+#include "face/layout.h"
+
+#include <vector>
+
+namespace quellard {
+namespace {
+
+// From left to right as a guitarist reads an amplifier; the parameters have an order of their own.
+constexpr std::array<int, kKnobsPerChannel> kKnobOrder = {kGainKnob, 1, 2, 3, 0, kMasterKnob};
+
+constexpr float kFirstKnob_x = 250.0F;
+constexpr float kKnobDistance = 127.0F;
+constexpr float kKnobRadius = 25.0F;
+constexpr float kRigKnobRadius = 22.0F;
+
+Control knob(int parameter, int channel, Point center, float radius, const char* label) {
+  Control control = {ControlKind::knob,
+                     parameter,
+                     channel,
+                     center,
+                     radius,
+                     {center.x - 50.0F, center.y - radius - 27.0F, 100.0F, 2.0F * radius + 52.0F},
+                     label};
+  control.value = {center.x - 32.0F, center.y + radius + 7.0F, 64.0F, 18.0F};
+  control.isBipolar = parameter == kInputParameter || parameter == kOutputParameter;
+  return control;
+}
+
+Control button(ControlKind kind, const Rect& area, int parameter = 0, int channel = -1) {
+  return {kind, parameter, channel, area.center(), 0.0F, area, ""};
+}
+
+void addStrip(std::vector<Control>& all, int channel) {
+  const Rect& strip = kStrips[static_cast<std::size_t>(channel)];
+  all.push_back(button(ControlKind::channel, {strip.x + 10.0F, strip.y + 40.0F, 172.0F, 48.0F},
+                       kTypeParameter, channel));
+  float x = kFirstKnob_x;
+  for (const int number : kKnobOrder) {
+    const int parameter = knobIndex(channel, number);
+    all.push_back(knob(parameter, channel, {x, strip.y + 66.0F}, kKnobRadius,
+                       parameterInfo(parameter).name));
+    x += kKnobDistance;
+  }
+}
+
+std::vector<Control> allControls() {
+  std::vector<Control> all;
+  all.push_back(button(ControlKind::previousPreset, {302, 18, 40, 34}));
+  all.push_back(button(ControlKind::presetName, {342, 18, 276, 34}));
+  all.push_back(button(ControlKind::nextPreset, {618, 18, 40, 34}));
+  all.push_back(button(ControlKind::bypass, kBypassButton, kBypassParameter));
+  for (int channel = 0; channel < kNumChannels; ++channel) addStrip(all, channel);
+  all.push_back(knob(kInputParameter, -1, {70, 538}, kRigKnobRadius, "INPUT"));
+  all.push_back(knob(kGateParameter, -1, {372, 538}, kRigKnobRadius, "GATE"));
+  all.push_back(knob(kOutputParameter, -1, {890, 538}, kRigKnobRadius, "OUTPUT"));
+  all.push_back(button(ControlKind::inputMeter, kInputMeter));
+  all.push_back(button(ControlKind::outputMeter, kOutputMeter));
+  return all;
+}
+
+}  // namespace
+
+std::span<const Control> controls() {
+  static const std::vector<Control> kAll = allControls();
+  return kAll;
+}
+
+int controlAt(Point point) {
+  int index = 0;
+  for (const Control& control : controls()) {
+    if (control.area.contains(point)) return index;
+    ++index;
+  }
+  return -1;
+}
+
+int knobControl(int parameter) {
+  int index = 0;
+  for (const Control& control : controls()) {
+    if (control.kind == ControlKind::knob && control.parameter == parameter) return index;
+    ++index;
+  }
+  return -1;
+}
+
+Rect bubbleArea(const Control& control) {
+  return {control.center.x - 38.0F, control.center.y - control.radius - 36.0F, 76.0F, 24.0F};
+}
+
+Rect drawnArea(const Control& control) {
+  if (control.kind != ControlKind::knob) return control.area.grownBy(6.0F);
+  const Rect area = control.area.grownBy(4.0F);
+  const float top = std::min(area.y, bubbleArea(control).y - 6.0F);
+  return {area.x, top, area.width, area.bottom() - top};
+}
+
+}  // namespace quellard

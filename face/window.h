@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: ISC
+// A window that shows a face and hands it mouse and keys; one file for each window system. It has no
+// thread of its own: its owner calls handleEvents() some 30 times a second, or whenever there is
+// something to read. All on one thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "face/face.h"
+
+namespace quellard {
+
+struct PixelSize {
+  int width = 0;
+  int height = 0;
+
+  bool operator==(const PixelSize&) const = default;
+};
+
+class FaceWindow {
+ public:
+  // What a window asks of the program or host that it belongs to.
+  class Owner {
+   public:
+    Owner() = default;
+    virtual ~Owner() = default;
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+
+    // The player drags the corner to this size, which already has the face's proportions. The owner
+    // answers by resize(), now, later or not at all.
+    virtual void sizeIsWanted(PixelSize size) = 0;
+    // Its size was changed from outside: by the player at the frame of a window that stands for
+    // itself, or by the host.
+    virtual void sizeHasChanged(PixelSize size) = 0;
+    // The player has closed a window that stands for itself. It is still there.
+    virtual void closeIsWanted() = 0;
+  };
+
+  // parent: the host's window to live in, 0 for a window that stands for itself. Null without a
+  // display, or without the libraries of the window system, which are not loaded before. face and
+  // owner outlive the window. The window is hidden until show().
+  static std::unique_ptr<FaceWindow> open(Face& face, Owner& owner, std::uintptr_t parent,
+                                          PixelSize size, const std::string& title);
+  // How much larger than 96 dots an inch the desktop shows things: 1 where that is not known.
+  static double desktopScale();
+
+  virtual ~FaceWindow() = default;
+  FaceWindow(const FaceWindow&) = delete;
+  FaceWindow& operator=(const FaceWindow&) = delete;
+
+  virtual void show() = 0;
+  virtual void hide() = 0;
+  virtual void resize(PixelSize size) = 0;
+  virtual PixelSize size() const = 0;
+  // A floating window stays above this one of the host's.
+  virtual void setTransientFor(std::uintptr_t window) = 0;
+  virtual void setTitle(const std::string& title) = 0;
+  // Handles what the window system has sent, and paints what has changed on the face. False once the
+  // window is gone, because its parent or the display is: nothing else has an effect then.
+  virtual bool handleEvents() = 0;
+  // Readable when there is something to handle.
+  virtual int fileDescriptor() const = 0;
+  virtual std::uintptr_t id() const = 0;
+
+ protected:
+  FaceWindow() = default;
+};
+
+}  // namespace quellard
