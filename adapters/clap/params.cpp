@@ -7,10 +7,10 @@
 #include <optional>
 
 #include "adapters/clap/clap_plugin.h"
-#include "rig/value_text.h"
 #include "params/parameter_text.h"
 #include "params/parameter_values.h"
 #include "rig/rig_parameters.h"
+#include "rig/value_text.h"
 
 namespace quellard {
 namespace {

@@ -9,9 +9,9 @@
 #include <span>
 
 #include "adapters/shared/program_list.h"
-#include "rig/value_text.h"
 #include "adapters/vst2/properties.h"
 #include "params/parameter_text.h"
+#include "rig/value_text.h"
 
 namespace quellard {
 namespace {
