@@ -17,6 +17,7 @@
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/common/parsing.h"
+#include "tools/face/face_picture.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
@@ -40,6 +41,8 @@ constexpr int kWrongUsage = 2;
 constexpr int kLongestBlock = 1 << 20;
 constexpr int kMostThreads = 256;
 constexpr double kLongestTail = 24 * 3600;
+constexpr double kSmallestScale = 0.25;
+constexpr double kLargestScale = 8.0;
 
 struct Options {
   std::string plugin;
@@ -63,6 +66,7 @@ struct Options {
   std::string rate = "48000";
   std::string note = "110";
   std::string sine = "220";
+  std::string scale = "1";
   TuningOptions tuning;
 };
 
@@ -133,6 +137,13 @@ void addPlotOptions(CLI::App& command, Options& options) {
   addValue(command, "--rate", options.rate, "HZ", "Sample rate (48000)");
   addValue(command, "--note", options.note, "HZ", "Note of the spectrum (110)");
   addSettingsOptions(command, options.knobs);
+}
+
+void addFaceOptions(CLI::App& command, Options& options) {
+  addValue(command, "-o,--out", options.output, "OUT", "Picture to write, .png")->required();
+  addValue(command, "--scale", options.scale, "N", "Times 960 x 600 pixels (1)");
+  addSettingsOptions(command, options.knobs);
+  addRigOptions(command, options.rig);
 }
 
 void addMeasureOptions(CLI::App& command, Options& options) {
@@ -265,6 +276,16 @@ int plot(const Options& options) {
   return kDone;
 }
 
+// A face without a cabinet has no place for one.
+int face(const Options& options) {
+  const double scale = numberWithin("--scale", options.scale, kSmallestScale, kLargestScale);
+  HostedValues values =
+      withAmplifier(defaultHostedValues(), settingsFrom(options.knobs, defaultValues()));
+  applyRig(options.rig, values);
+  drawFace(values, options.knobs.preset, scale, options.output);
+  return kDone;
+}
+
 int measure(const Options& options) {
   const int rate = integerWithin("--rate", options.rate, 8000, 384000);
   const double note_hz = numberWithin("--note", options.sine, 20.0, 2000.0);
@@ -343,6 +364,8 @@ void buildApp(CLI::App& app, Options& options) {
            options.shown, "NAME", "Print what one sets, in the form of a preset file");
   addCommand(app, options, "info", "Tell what the plug-in says about itself");
   addPlotOptions(addCommand(app, options, "plot", "Draw what the knobs and channels do"), options);
+  addFaceOptions(*app.add_subcommand("face", "Draw the amplifier's face with these settings"),
+                 options);
   addMeasureOptions(addCommand(app, options, "measure", "Measure distortion and level over GAIN"),
                     options);
   addTuneOptions(
@@ -358,6 +381,7 @@ int dispatch(const CLI::App& app, const Options& options) {
   const CLI::App& command = *app.get_subcommands().front();
   if (command.get_name() == "render") return render(options);
   if (command.get_name() == "plot") return plot(options);
+  if (command.get_name() == "face") return face(options);
   if (command.get_name() == "measure") return measure(options);
   if (command.get_name() == "tune") return tune(options);
   if (command.get_name() == "presets") return presets(options);

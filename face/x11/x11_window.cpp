@@ -229,7 +229,7 @@ class X11Window : public FaceWindow {
         return moved(reinterpret_cast<const xcb_motion_notify_event_t&>(event));
       case XCB_LEAVE_NOTIFY: return face_.leave();
       case XCB_KEY_PRESS: return keyDown(reinterpret_cast<const xcb_key_press_event_t&>(event));
-      case XCB_FOCUS_OUT: return face_.loseFocus();
+      case XCB_FOCUS_OUT: return focusOut(reinterpret_cast<const xcb_focus_out_event_t&>(event));
       case XCB_CLIENT_MESSAGE:
         return message(reinterpret_cast<const xcb_client_message_event_t&>(event));
       case XCB_MAPPING_NOTIFY: return keyboard_.read(xcb_, handle_);
@@ -291,6 +291,12 @@ class X11Window : public FaceWindow {
     } else if (press.character != 0) {
       face_.type(press.character);
     }
+  }
+
+  // While a program takes the whole keyboard for a moment, as one that makes a picture of the screen
+  // does, nothing ends.
+  void focusOut(const xcb_focus_out_event_t& event) {
+    if (event.mode == XCB_NOTIFY_MODE_NORMAL) face_.loseFocus();
   }
 
   void message(const xcb_client_message_event_t& event) {
