@@ -87,12 +87,16 @@ std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
   for (const Control& control : controls()) {
     if (!looksTheSame(control, index++, before, after)) changed.push_back(drawnArea(control));
   }
+  // With the edges and glows around it.
   const auto add = [&](bool differs, const Rect& area) {
-    if (differs) changed.push_back(area);
+    if (differs) changed.push_back(area.grownBy(6.0F));
   };
   const auto litIn = [](const FaceState& state) {
     return channelFromSelect(state.values[kTypeParameter]);
   };
+  if (isBypassed(before.values[kBypassParameter]) != isBypassed(after.values[kBypassParameter])) {
+    return {{0.0F, 0.0F, kFaceWidth, kFaceHeight}};
+  }
   if (litIn(before) != litIn(after)) {
     for (const int channel : {litIn(before), litIn(after)}) {
       changed.push_back(kStrips[static_cast<std::size_t>(channel)].grownBy(8.0F));

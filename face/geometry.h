@@ -37,6 +37,13 @@ constexpr Rect rectAround(Point center, float halfWidth, float halfHeight) {
   return {center.x - halfWidth, center.y - halfHeight, 2.0F * halfWidth, 2.0F * halfHeight};
 }
 
+struct PixelSize {
+  int width = 0;
+  int height = 0;
+
+  bool operator==(const PixelSize&) const = default;
+};
+
 // Right and bottom lie just outside.
 struct PixelRect {
   int left = 0;

@@ -12,7 +12,7 @@ constexpr std::array<int, kKnobsPerChannel> kKnobOrder = {kGainKnob, 1, 2, 3, 0,
 constexpr float kFirstKnob_x = 250.0F;
 constexpr float kKnobDistance = 127.0F;
 constexpr float kKnobRadius = 25.0F;
-constexpr float kRigKnobRadius = 22.0F;
+constexpr float kRigKnobRadius = 21.0F;
 
 Control knob(int parameter, int channel, Point center, float radius, const char* label) {
   Control control = {ControlKind::knob,
@@ -20,7 +20,7 @@ Control knob(int parameter, int channel, Point center, float radius, const char*
                      channel,
                      center,
                      radius,
-                     {center.x - 50.0F, center.y - radius - 27.0F, 100.0F, 2.0F * radius + 52.0F},
+                     {center.x - 50.0F, center.y - radius - 31.0F, 100.0F, 2.0F * radius + 57.0F},
                      label};
   control.value = {center.x - 32.0F, center.y + radius + 7.0F, 64.0F, 18.0F};
   control.isBipolar = parameter == kInputParameter || parameter == kOutputParameter;
@@ -51,9 +51,9 @@ std::vector<Control> allControls() {
   all.push_back(button(ControlKind::nextPreset, {618, 18, 40, 34}));
   all.push_back(button(ControlKind::bypass, kBypassButton, kBypassParameter));
   for (int channel = 0; channel < kNumChannels; ++channel) addStrip(all, channel);
-  all.push_back(knob(kInputParameter, -1, {70, 538}, kRigKnobRadius, "INPUT"));
-  all.push_back(knob(kGateParameter, -1, {372, 538}, kRigKnobRadius, "GATE"));
-  all.push_back(knob(kOutputParameter, -1, {890, 538}, kRigKnobRadius, "OUTPUT"));
+  all.push_back(knob(kInputParameter, -1, {70, 540}, kRigKnobRadius, "INPUT"));
+  all.push_back(knob(kGateParameter, -1, {372, 540}, kRigKnobRadius, "GATE"));
+  all.push_back(knob(kOutputParameter, -1, {890, 540}, kRigKnobRadius, "OUTPUT"));
   all.push_back(button(ControlKind::inputMeter, kInputMeter));
   all.push_back(button(ControlKind::outputMeter, kOutputMeter));
   return all;

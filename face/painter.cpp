@@ -74,8 +74,9 @@ class Painter {
     arrow(0, -1.0F);
     arrow(2, 1.0F);
     presetName();
-    canvas_.text({kPresetText.center().x, kPresetText.y + 10.0F}, state_.description,
-                 {.size = 9.5F, .color = theme::kQuietText, .align = Align::center});
+    const TextStyle style = {.size = 9.5F, .color = theme::kQuietText, .align = Align::center};
+    canvas_.text({kPresetText.center().x, kPresetText.y + 10.0F},
+                 cut(state_.description, style, kPresetText.width), style);
     bypass();
   }
 
@@ -243,7 +244,8 @@ class Painter {
     const Color label = lit ? theme::kText : theme::kQuietText;
     const Color arc = control.channel < 0 ? theme::kRigArc : channelColor(control.channel);
     const float value = state_.values[control.parameter];
-    canvas_.text({control.center.x, control.center.y - control.radius - 15.0F}, control.label,
+    const float above = control.radius + (control.channel < 0 ? 14.0F : 17.0F);
+    canvas_.text({control.center.x, control.center.y - above}, control.label,
                  {.size = 10.5F,
                   .color = label,
                   .face = FontFace::bold,

@@ -12,13 +12,6 @@
 
 namespace quellard {
 
-struct PixelSize {
-  int width = 0;
-  int height = 0;
-
-  bool operator==(const PixelSize&) const = default;
-};
-
 class FaceWindow {
  public:
   // What a window asks of the program or host that it belongs to.

@@ -9,6 +9,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "face/face.h"
 #include "face/window.h"
@@ -23,6 +25,11 @@ class Editor : private FaceWindow::Owner {
   // target: outlives the editor.
   explicit Editor(FaceTarget& target);
   ~Editor() override;
+
+  // For a program that has a list of its own; see Face.
+  void setPresets(std::vector<FacePreset> presets, int chosen) {
+    face_.setPresets(std::move(presets), chosen);
+  }
 
   // Asks the host for another size: resizeHost(size) returns whether the host agrees. One that
   // agrees then calls setSize() or resizes the window itself.

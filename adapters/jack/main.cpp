@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: ISC
-// The program quellard-jack: the amplifier as a JACK client, with a panel in a terminal and without
-// one elsewhere.
+// The program quellard-jack: the amplifier as a JACK client, with its face where there is a
+// display, a panel in a terminal, and without either elsewhere.
 #include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <fmt/format.h>
 #include <string>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "adapters/jack/amp_client.h"
+#include "adapters/jack/jack_face.h"
 #include "adapters/jack/manual.h"
 #include "adapters/jack/panel.h"
 #include "adapters/jack/state_file.h"
@@ -40,6 +42,8 @@ struct Options {
   bool forgets = false;
   bool stereo = false;
   bool headless = false;
+  bool terminal = false;
+  bool window = false;
   bool alone = false;
 };
 
@@ -104,11 +108,56 @@ bool runPanel(Panel& panel, AmpClient& client, StateFile& state, std::vector<std
   return next != Panel::Next::terminalIsClosed;
 }
 
+// False when the display is gone and the sound is to go on.
+bool runFace(JackFace& face, AmpClient& client, StateFile& state) {
+  bool isShown = true;
+  while (goesOn(client) && isShown) {
+    isShown = face.refresh();
+    const std::string message = lookAfter(client, state);
+    if (!message.empty()) complain(message);
+  }
+  return !goesOn(client) || face.isClosed();
+}
+
+enum class Show { nothing, window, panel };
+
+// The face where there is a display, else the panel where there is a terminal.
+Show whatToShow(const Options& options) {
+  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  if (options.headless) return Show::nothing;
+  if (options.terminal) return inTerminal ? Show::panel : Show::nothing;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment
+  const char* const display = std::getenv("DISPLAY");
+  if (options.window || (display != nullptr && *display != '\0')) return Show::window;
+  return inTerminal ? Show::panel : Show::nothing;
+}
+
+void runSilently(AmpClient& client, StateFile& state) {
+  print(stdout, fmt::format("{} plays at {} Hz with {} frames", client.name(), client.rate(),
+                            client.period()));
+  runHeadless(client, state);
+}
+
+// Whether the player has ended it there; otherwise the sound goes on without a window.
+bool playInWindow(AmpClient& client, StateFile& state, bool must) {
+  const std::unique_ptr<JackFace> face = JackFace::open(client);
+  if (face == nullptr) {
+    if (must) throw std::runtime_error("no display to open a window on");
+    return false;
+  }
+  print(stdout, fmt::format("{} plays at {} Hz with {} frames; --terminal is the panel",
+                            client.name(), client.rate(), client.period()));
+  return runFace(*face, client, state);
+}
+
 // Returns the names of the presets that were saved on the way.
-std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool inTerminal,
+std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, const Options& options,
                                      const TuningSettings& tuning, const std::string& message) {
   std::vector<std::string> saved;
-  if (inTerminal) {
+  const Show show = whatToShow(options);
+  if (show == Show::window && playInWindow(client, state, options.window)) return saved;
+  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  if (show == Show::panel || (show == Show::window && inTerminal && goesOn(client))) {
     if (const auto panel = Panel::open(client, tuning)) {
       panel->say(message);
       if (runPanel(*panel, client, state, saved)) return saved;
@@ -116,9 +165,7 @@ std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, bool i
       complain("this terminal cannot show the panel; playing without it");
     }
   }
-  print(stdout, fmt::format("{} plays at {} Hz with {} frames", client.name(), client.rate(),
-                            client.period()));
-  runHeadless(client, state);
+  runSilently(client, state);
   return saved;
 }
 
@@ -179,8 +226,7 @@ int play(const Options& options) {
   if (!options.alone && !client.isHeard()) {
     complain("the server has no outputs to play to; connect it by hand");
   }
-  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
-  const auto saved = runUntilEnd(client, state, !options.headless && inTerminal, tuning, notice);
+  const auto saved = runUntilEnd(client, state, options, tuning, notice);
   const bool remembered = remember(client, state);
   for (const std::string& name : saved) {
     print(stdout, fmt::format("saved: quellard-jack {}", presetOption(name)));
@@ -202,7 +248,14 @@ void buildApp(CLI::App& app, Options& options) {
   app.add_flag("--stereo", options.stereo, "One amplifier for each side");
   addValue(app, "--name", options.name, "NAME", "Name of the JACK client (quellard)");
   app.add_flag("--no-connect", options.alone, "Leave the connections to others");
-  app.add_flag("--headless", options.headless, "Show nothing, in a terminal either");
+  CLI::Option* const window = app.add_flag("--window", options.window,
+                                           "Show the face in a window, as it does on a display");
+  CLI::Option* const terminal =
+      app.add_flag("--terminal", options.terminal, "Show the panel in the terminal instead");
+  terminal->excludes(window);
+  app.add_flag("--headless", options.headless, "Show nothing")
+      ->excludes(window)
+      ->excludes(terminal);
   app.footer(
       "It begins with the settings that it ended with. --program and --preset replace them all, "
       "the other knobs change what they name.\nTunings: " +

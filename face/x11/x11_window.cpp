@@ -293,8 +293,8 @@ class X11Window : public FaceWindow {
     }
   }
 
-  // While a program takes the whole keyboard for a moment, as one that makes a picture of the screen
-  // does, nothing ends.
+  // While a program takes the whole keyboard for a moment, as one that makes a picture of the
+  // screen does, nothing ends.
   void focusOut(const xcb_focus_out_event_t& event) {
     if (event.mode == XCB_NOTIFY_MODE_NORMAL) face_.loseFocus();
   }

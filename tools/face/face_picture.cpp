@@ -33,8 +33,8 @@ class StillTarget : public FaceTarget {
 std::vector<FacePreset> allPresets() {
   std::vector<FacePreset> all = {factoryFacePresets().front()};
   for (Preset& preset : listPresetFiles().presets) {
-    all.push_back({std::move(preset.name), std::move(preset.description), preset.values,
-                   preset.isFactory});
+    all.push_back(
+        {std::move(preset.name), std::move(preset.description), preset.values, preset.isFactory});
   }
   return all;
 }

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/jack/jack_face.h"
+
+#include <poll.h>
+
+namespace quellard {
+namespace {
+
+// The client's presets behind the default values, which have no place among them.
+std::vector<FacePreset> facePresetsOf(const AmpClient& client) {
+  std::vector<FacePreset> all = {factoryFacePresets().front()};
+  for (const Preset& preset : client.presets()) {
+    all.push_back({preset.name, preset.description, preset.values, preset.isFactory});
+  }
+  return all;
+}
+
+}  // namespace
+
+std::unique_ptr<JackFace> JackFace::open(AmpClient& client) {
+  std::unique_ptr<JackFace> face(new JackFace(client));
+  if (!face->editor_.open(0, client.name())) return nullptr;
+  face->editor_.show();
+  return face;
+}
+
+JackFace::JackFace(AmpClient& client) : client_(client), editor_(*this) {
+  const Preset* const last = client.lastPreset();
+  editor_.setPresets(facePresetsOf(client),
+                     last != nullptr ? static_cast<int>(last - client.presets().data()) + 1 : -1);
+  editor_.onClose([this] { isClosed_ = true; });
+}
+
+bool JackFace::refresh() {
+  pollfd window = {editor_.fileDescriptor(), POLLIN, 0};
+  poll(&window, 1, Editor::kPeriod_ms);
+  return editor_.idle() && !isClosed_;
+}
+
+FaceLevels JackFace::levels() {
+  return {client_.takeInputPeak(), client_.takeOutputPeak(), client_.amp().gateIsOpen()};
+}
+
+std::optional<std::string> JackFace::cabinet() const {
+  const CabinetChoice& choice = client_.cabinet();
+  if (choice.file.empty()) return "none";
+  return client_.cabinetFault().empty() ? choice.file.stem().string() : "missing";
+}
+
+void JackFace::presetChosen(int preset) {
+  if (preset > 0) client_.loadPreset(static_cast<std::size_t>(preset - 1));
+}
+
+}  // namespace quellard

@@ -1,0 +1,333 @@
+// SPDX-License-Identifier: ISC
+// The hands on the face: what mouse and keys do to the amplifier, and what is shown of it.
+#include "face/face.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+#include "rig/value_text.h"
+#include "tests/face/recording_target.h"
+
+namespace quellard {
+namespace {
+
+constexpr int kCleanGain = 6;
+constexpr int kModernMaster = 17;
+
+class Hands : public testing::Test {
+ protected:
+  static const Control& knob(int parameter) {
+    return controls()[static_cast<std::size_t>(knobControl(parameter))];
+  }
+
+  void click(Point at, MouseButton button = MouseButton::left) {
+    now_s_ += 1.0;
+    face.press(at, button, false, now_s_);
+    face.release(at);
+  }
+
+  void dragKnob(int parameter, float by, MouseButton button, bool isFine) {
+    const Point from = knob(parameter).center;
+    now_s_ += 1.0;
+    face.press(from, button, isFine, now_s_);
+    constexpr int kSteps = 10;
+    for (int step = 1; step <= kSteps; ++step) {
+      face.drag({from.x, from.y - by * static_cast<float>(step) / kSteps}, isFine);
+    }
+    face.release({from.x, from.y - by});
+  }
+
+  void typeText(const std::string& text) {
+    for (const char c : text) face.type(static_cast<char32_t>(c));
+  }
+
+  void focusOn(int control) {
+    for (std::size_t i = 0; i <= controls().size() && face.state().focus != control; ++i) {
+      face.key(Key::tab, false);
+    }
+    ASSERT_EQ(face.state().focus, control);
+  }
+
+  static int place(ControlKind kind, int channel = -1) {
+    int index = 0;
+    for (const Control& control : controls()) {
+      if (control.kind == kind && (channel < 0 || control.channel == channel)) return index;
+      ++index;
+    }
+    return -1;
+  }
+  static Point middleOf(int control) {
+    return controls()[static_cast<std::size_t>(control)].area.center();
+  }
+
+  RecordingTarget target;
+  Face face{target, factoryFacePresets()};
+  double now_s_ = 0.0;
+};
+
+TEST_F(Hands, ADragTurnsUpwardsFinelyAndNoFurtherThanTheEnds) {
+  dragKnob(kCleanGain, Face::kDragLength / 4.0F, MouseButton::left, false);
+  EXPECT_NEAR(target.values[kCleanGain], 0.75F, 1e-5F);
+  dragKnob(kCleanGain, -Face::kDragLength / 4.0F, MouseButton::left, true);
+  EXPECT_NEAR(target.values[kCleanGain], 0.725F, 1e-5F);
+  dragKnob(kCleanGain, -Face::kDragLength / 4.0F, MouseButton::right, false);
+  EXPECT_NEAR(target.values[kCleanGain], 0.7F, 1e-5F);
+  dragKnob(kCleanGain, -1000.0F, MouseButton::left, false);
+  EXPECT_EQ(target.values[kCleanGain], 0.0F);
+  dragKnob(kCleanGain, 1000.0F, MouseButton::left, false);
+  EXPECT_EQ(target.values[kCleanGain], 1.0F);
+  // One move of the host's automation each, and nothing else was touched.
+  EXPECT_EQ(target.begun, 5);
+  EXPECT_TRUE(target.open.empty());
+  for (const auto& [parameter, value] : target.moves) EXPECT_EQ(parameter, kCleanGain);
+}
+
+TEST_F(Hands, ABubbleShowsTheValueWhileItMovesAndADoubleClickTakesItBack) {
+  const Point at = knob(kModernMaster).center;
+  face.press(at, MouseButton::left, false, 1.0);
+  EXPECT_EQ(face.state().moving, -1);
+  face.drag({at.x, at.y - 50.0F}, false);
+  EXPECT_EQ(face.state().moving, knobControl(kModernMaster));
+  EXPECT_EQ(target.open, std::set{kModernMaster});
+  face.release({at.x, at.y - 50.0F});
+  EXPECT_EQ(face.state().moving, -1);
+  EXPECT_NE(target.values[kModernMaster], kKnobDefault);
+
+  face.press(at, MouseButton::left, false, 3.0);
+  face.release(at);
+  face.press(at, MouseButton::left, false, 3.0 + Face::kDoubleClickSeconds / 2.0);
+  face.release(at);
+  EXPECT_EQ(target.values[kModernMaster], kKnobDefault);
+  // Two slow clicks are none.
+  target.values[kModernMaster] = 0.9F;
+  for (const double when_s : {10.0, 10.0 + 2.0 * Face::kDoubleClickSeconds}) {
+    face.press(at, MouseButton::left, false, when_s);
+    face.release(at);
+  }
+  EXPECT_EQ(target.values[kModernMaster], 0.9F);
+}
+
+TEST_F(Hands, TheWheelTurnsWhatIsUnderTheMouse) {
+  const Point at = knob(kGateParameter).center;
+  face.wheel(at, 1.0F, false);
+  EXPECT_FLOAT_EQ(target.values[kGateParameter], Face::kWheelStep);
+  face.wheel(at, 1.0F, true);
+  EXPECT_FLOAT_EQ(target.values[kGateParameter], Face::kWheelStep * (1.0F + Face::kFine));
+  face.wheel(at, -5.0F, false);
+  EXPECT_EQ(target.values[kGateParameter], 0.0F);
+  const std::size_t moves = target.moves.size();
+  face.wheel({5.0F, 5.0F}, 1.0F, false);
+  EXPECT_EQ(target.moves.size(), moves);
+}
+
+// Every control can be reached by the Tab key, both ways, and set by keys alone.
+TEST_F(Hands, EveryControlIsReachedAndSetByTheKeyboard) {
+  const int count = static_cast<int>(controls().size());
+  for (int i = 0; i < count; ++i) {
+    face.key(Key::tab, false);
+    EXPECT_EQ(face.state().focus, i);
+  }
+  face.key(Key::tab, true);
+  EXPECT_EQ(face.state().focus, count - 2);
+
+  for (int index = 1; index <= kNumHostedValues; ++index) {
+    if (!isKnob(index) && index <= kBypassParameter) continue;
+    focusOn(knobControl(index));
+    EXPECT_TRUE(face.key(Key::end, false));
+    EXPECT_EQ(target.values[index], 1.0F);
+    face.key(Key::home, false);
+    EXPECT_EQ(target.values[index], 0.0F);
+    face.key(Key::up, false);
+    EXPECT_FLOAT_EQ(target.values[index], Face::kKeyStep);
+    face.key(Key::up, true);
+    EXPECT_FLOAT_EQ(target.values[index], Face::kKeyStep * (1.0F + Face::kFine));
+    face.key(Key::down, false);
+    face.key(Key::pageUp, false);
+    EXPECT_NEAR(target.values[index], 0.1F + Face::kKeyStep * Face::kFine, 1e-6F);
+    face.key(Key::remove, false);
+    EXPECT_EQ(target.values[index], defaultHostedValues()[index]);
+  }
+  for (int channel = 0; channel < kNumChannels; ++channel) {
+    focusOn(place(ControlKind::channel, channel));
+    EXPECT_TRUE(face.type(U' '));
+    EXPECT_EQ(channelFromSelect(target.values[kTypeParameter]), channel);
+  }
+  face.key(Key::up, false);
+  EXPECT_EQ(channelFromSelect(target.values[kTypeParameter]), 1);
+  focusOn(place(ControlKind::bypass));
+  face.key(Key::enter, false);
+  EXPECT_TRUE(isBypassed(target.values[kBypassParameter]));
+  face.key(Key::enter, false);
+  EXPECT_FALSE(isBypassed(target.values[kBypassParameter]));
+
+  EXPECT_TRUE(face.key(Key::escape, false));
+  EXPECT_EQ(face.state().focus, -1);
+  // What the face has no use for is left to the host, such as the space bar for its transport.
+  EXPECT_FALSE(face.key(Key::escape, false));
+  EXPECT_FALSE(face.key(Key::up, false));
+  EXPECT_FALSE(face.type(U' '));
+}
+
+TEST_F(Hands, ValuesAreTypedAsHostsTypeThem) {
+  struct Entry {
+    int parameter;
+    const char* text;
+    const char* shown;
+  };
+  for (const Entry& entry :
+       {Entry{kCleanGain, "6.25", "6.25"}, Entry{kCleanGain, "12", "10.00"},
+        Entry{kInputParameter, "-6 dB", "-6.0 dB"}, Entry{kGateParameter, "-60", "-60.0 dB"},
+        Entry{kGateParameter, "off", "Off"}}) {
+    const Rect& value = knob(entry.parameter).value;
+    click(value.center());
+    ASSERT_TRUE(face.state().typed.has_value()) << entry.text;
+    typeText(entry.text);
+    EXPECT_TRUE(face.key(Key::enter, false));
+    EXPECT_FALSE(face.state().typed.has_value()) << entry.text;
+    EXPECT_STREQ(valueText(entry.parameter, target.values[entry.parameter]).data(), entry.shown);
+  }
+  EXPECT_EQ(target.begun, 5);
+
+  // What is no value stays, marked, until it is mended; Escape and an empty field leave the knob.
+  const float before = target.values[kCleanGain];
+  click(knob(kCleanGain).value.center());
+  typeText("7x");
+  face.key(Key::enter, false);
+  ASSERT_TRUE(face.state().typed.has_value());
+  EXPECT_TRUE(face.state().typed->isWrong);
+  face.key(Key::backspace, false);
+  EXPECT_FALSE(face.state().typed->isWrong);
+  face.key(Key::escape, false);
+  EXPECT_EQ(target.values[kCleanGain], before);
+  face.key(Key::enter, false);
+  face.key(Key::enter, false);
+  EXPECT_EQ(target.values[kCleanGain], before);
+
+  // A digit on a knob begins a value, and a click elsewhere or the Tab key takes it over.
+  face.type(U'3');
+  click({480.0F, 595.0F});
+  EXPECT_FLOAT_EQ(target.values[kCleanGain], 0.3F);
+  focusOn(knobControl(kCleanGain));
+  typeText("4.5");
+  face.key(Key::tab, false);
+  EXPECT_FLOAT_EQ(target.values[kCleanGain], 0.45F);
+  EXPECT_EQ(face.state().focus, knobControl(kCleanGain) + 1);
+
+  // What holds the keyboard elsewhere drops it.
+  face.type(U'9');
+  face.loseFocus();
+  EXPECT_FALSE(face.state().typed.has_value());
+}
+
+TEST_F(Hands, ThePresetMenuListsChoosesAndMarksWhatWasChanged) {
+  std::vector<FacePreset> presets = factoryFacePresets();
+  const std::size_t factory = presets.size();
+  for (int i = 0; i < 30; ++i) {
+    ParameterValues values = defaultValues();
+    values[1] = static_cast<float>(i) / 100.0F;
+    presets.push_back({"Mine " + std::to_string(i), "", values, false});
+  }
+  face.setPresets(presets);
+  EXPECT_EQ(face.state().preset, "Init");
+  EXPECT_FALSE(face.state().isChanged);
+
+  click(middleOf(place(ControlKind::presetName)));
+  ASSERT_TRUE(face.state().menu.has_value());
+  face.type(U'f');
+  face.key(Key::enter, false);
+  EXPECT_EQ(face.state().preset, "Funk Cut");
+  EXPECT_EQ(amplifierValues(target.values),
+            presets[static_cast<std::size_t>(target.chosen)].values);
+  EXPECT_TRUE(target.open.empty());
+
+  target.values[3] = 0.123F;  // as a host moves it
+  face.update(0.03);
+  EXPECT_EQ(face.state().preset, "Funk Cut");
+  EXPECT_TRUE(face.state().isChanged);
+  click(middleOf(place(ControlKind::nextPreset)));
+  EXPECT_EQ(face.state().preset, "Pedal Platform");
+  EXPECT_FALSE(face.state().isChanged);
+  for (int i = 0; i < 2; ++i) click(middleOf(place(ControlKind::previousPreset)));
+  EXPECT_EQ(face.state().preset, "Warm Jazz");
+
+  // The last one of a long list, by keys, is in view and wraps to the first.
+  focusOn(place(ControlKind::presetName));
+  face.key(Key::enter, false);
+  face.key(Key::end, false);
+  const MenuView end = *face.state().menu;
+  EXPECT_GE(end.selectedRow, end.firstRow);
+  EXPECT_LT(end.selectedRow, end.firstRow + kMenuRows);
+  face.key(Key::enter, false);
+  EXPECT_EQ(face.state().preset, "Mine 29");
+  face.key(Key::down, false);
+  EXPECT_EQ(face.state().preset, "Init");
+  EXPECT_EQ(presets[factory].name, "Mine 0");
+
+  // By the mouse: a row below the heading, and a click beside the list chooses nothing.
+  click(middleOf(place(ControlKind::presetName)));
+  const Point third = menuRowArea(3).center();
+  face.drag(third, false);
+  EXPECT_EQ(face.state().menu->selectedRow, 3);
+  click(third);
+  EXPECT_EQ(face.state().preset, "Warm Jazz");
+  click(middleOf(place(ControlKind::presetName)));
+  const std::size_t moves = target.moves.size();
+  click({10.0F, 300.0F});
+  EXPECT_FALSE(face.state().menu.has_value());
+  EXPECT_EQ(target.moves.size(), moves);
+}
+
+TEST_F(Hands, MetersHoldPeaksAndClipMarksUntilTheyAreCleared) {
+  target.heard = {.inputPeak = 1.0F, .outputPeak = 0.5F, .gateIsOpen = false};
+  face.update(0.03);
+  EXPECT_TRUE(face.state().input.clipped);
+  EXPECT_FALSE(face.state().output.clipped);
+  EXPECT_EQ(face.state().input.lit, MeterView::kSegments);
+  EXPECT_EQ(face.state().output.text, "-6.0 dBFS");
+  EXPECT_FALSE(face.state().gateIsOpen);
+  // With a trim of -12 dB the amplifier hears that much less; the guitar has clipped all the same.
+  target.values[kInputParameter] = valueFromLevel_db(-12.0);
+  face.update(0.03);
+  EXPECT_EQ(face.state().input.text, "-12.0 dBFS");
+  EXPECT_TRUE(face.state().input.clipped);
+  target.heard = {};
+  face.update(0.5);
+  EXPECT_EQ(face.state().output.lit, 0);
+  EXPECT_EQ(face.state().output.text, "-6.0 dBFS");
+  click(middleOf(place(ControlKind::inputMeter)));
+  EXPECT_FALSE(face.state().input.clipped);
+  for (int i = 0; i < 400; ++i) face.update(0.03);
+  EXPECT_EQ(face.state().output.held, 0);
+}
+
+// Whatever comes, in whatever order, moves stay paired and within their range.
+TEST_F(Hands, SurviveAnyEvents) {
+  std::mt19937 random(7);
+  const auto below = [&](int most) {
+    return static_cast<int>(random() % static_cast<unsigned>(most));
+  };
+  for (int event = 0; event < 20000; ++event) {
+    const Point at = {static_cast<float>(below(1100)) - 70.0F,
+                      static_cast<float>(below(700)) - 50.0F};
+    const bool isFine = below(4) == 0;
+    switch (below(9)) {
+      case 0:
+        face.press(at, below(2) ? MouseButton::left : MouseButton::right, isFine, event * 0.1);
+        break;
+      case 1: face.release(at); break;
+      case 2:
+      case 3: face.drag(at, isFine); break;
+      case 4: face.wheel(at, static_cast<float>(below(7) - 3), isFine); break;
+      case 5: face.key(static_cast<Key>(below(13)), isFine); break;
+      case 6: face.type(static_cast<char32_t>(below(0x180))); break;
+      case 7: face.update(0.03); break;
+      default: below(20) == 0 ? face.loseFocus() : face.leave(); break;
+    }
+  }
+  face.loseFocus();
+  EXPECT_TRUE(target.open.empty());
+}
+
+}  // namespace
+}  // namespace quellard
