@@ -78,6 +78,8 @@ struct FaceState {
   int moving = -1;  // shows its bubble
   std::optional<TextField> typed;
   std::optional<MenuView> menu;
+
+  bool operator==(const FaceState&) const = default;
 };
 
 // Where the pictures of two states differ. A menu's rows are those of `presets`.
