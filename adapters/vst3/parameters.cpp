@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include "adapters/shared/program_list.h"
-#include "rig/value_text.h"
 #include "adapters/vst3/wide_text.h"
 #include "params/parameter_text.h"
+#include "rig/value_text.h"
 
 namespace quellard {
 namespace {
