@@ -37,7 +37,8 @@ void blend(std::uint32_t& pixel, const Blend& color, float coverage) {
   const float opacity = color.opacity * coverage;
   if (opacity <= 0.0F) return;
   pixel = 0xFF000000U | mixedChannel(pixel, 16, color.red, opacity) |
-          mixedChannel(pixel, 8, color.green, opacity) | mixedChannel(pixel, 0, color.blue, opacity);
+          mixedChannel(pixel, 8, color.green, opacity) |
+          mixedChannel(pixel, 0, color.blue, opacity);
 }
 
 // The distance to a rectangle with round corners whose middle is at 0, 0.
@@ -145,9 +146,8 @@ void Canvas::outline(const Rect& rect, float cornerRadius, float width, const Pa
   const float margin = width / 2.0F + 1.0F / scale_ + cornerRadius;
   const PixelRect middle = pixelsOf(rect.grownBy(-margin), scale_, origin_);
   const auto distance = [&](Point at) {
-    return std::fabs(distanceToRect({at.x - center.x, at.y - center.y},
-                                    rect.width * scale_ / 2.0F, rect.height * scale_ / 2.0F,
-                                    cornerRadius * scale_)) -
+    return std::fabs(distanceToRect({at.x - center.x, at.y - center.y}, rect.width * scale_ / 2.0F,
+                                    rect.height * scale_ / 2.0F, cornerRadius * scale_)) -
            width * scale_ / 2.0F;
   };
   if (middle.isEmpty()) return shade(outer, paint, 0.0F, distance);
@@ -177,8 +177,8 @@ void Canvas::fillCircle(Point center, float radius, const Paint& paint, float so
 
 void Canvas::line(Point from, Point to, float width, const Paint& paint) {
   const float half = width / 2.0F;
-  const Rect bounds = Rect{std::min(from.x, to.x), std::min(from.y, to.y),
-                           std::fabs(to.x - from.x), std::fabs(to.y - from.y)}
+  const Rect bounds = Rect{std::min(from.x, to.x), std::min(from.y, to.y), std::fabs(to.x - from.x),
+                           std::fabs(to.y - from.y)}
                           .grownBy(half);
   if (!shows(bounds.grownBy(1.0F / scale_))) return;
   const Point begin = pixel(from);
@@ -186,8 +186,7 @@ void Canvas::line(Point from, Point to, float width, const Paint& paint) {
   const float length2 = std::max(way.x * way.x + way.y * way.y, 1e-6F);
   shade(bounds, paint, 0.0F, [&](Point at) {
     const Point there = {at.x - begin.x, at.y - begin.y};
-    const float share =
-        std::clamp((there.x * way.x + there.y * way.y) / length2, 0.0F, 1.0F);
+    const float share = std::clamp((there.x * way.x + there.y * way.y) / length2, 0.0F, 1.0F);
     const float x = there.x - way.x * share;
     const float y = there.y - way.y * share;
     return std::sqrt(x * x + y * y) - half * scale_;

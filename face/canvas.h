@@ -46,8 +46,8 @@ class Canvas {
   void fillCircle(Point center, float radius, const Paint& paint, float softness = 0.0F);
   // Round ends.
   void line(Point from, Point to, float width, const Paint& paint);
-  // Part of a circle, clockwise from `from` to `to`, in turns from 12 o'clock, -0.5..0.5, from < to.
-  // Round ends.
+  // Part of a circle, clockwise from `from` to `to`, in turns from 12 o'clock, -0.5..0.5, from <
+  // to. Round ends.
   void arc(Point center, float radius, float from, float to, float width, const Paint& paint);
   // at: on the baseline, at the text's left end, center or right end.
   void text(Point at, std::string_view utf8, const TextStyle& style);

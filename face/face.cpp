@@ -42,7 +42,8 @@ void Face::setPresets(std::vector<FacePreset> presets, int chosen) {
 }
 
 void Face::update(double seconds) {
-  for (int index = 1; index <= kNumHostedValues; ++index) state_.values[index] = target_.value(index);
+  for (int index = 1; index <= kNumHostedValues; ++index)
+    state_.values[index] = target_.value(index);
   const FaceLevels levels = target_.levels();
   input_.update(levels.inputPeak, seconds);
   output_.update(levels.outputPeak, seconds);
@@ -178,8 +179,7 @@ void Face::pressButton(int index) {
     case ControlKind::nextPreset: return stepPreset(1);
     case ControlKind::presetName: return openMenu();
     case ControlKind::bypass:
-      return setOnce(kBypassParameter,
-                     isBypassed(target_.value(kBypassParameter)) ? 0.0F : 1.0F);
+      return setOnce(kBypassParameter, isBypassed(target_.value(kBypassParameter)) ? 0.0F : 1.0F);
     case ControlKind::channel: return setOnce(kTypeParameter, selectFromChannel(control.channel));
     case ControlKind::inputMeter: return input_.clear(), update(0.0);
     case ControlKind::outputMeter: return output_.clear(), update(0.0);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The face and the hands on it: mouse and keys become moves of its target, and what the target does
-// is shown. It knows no window and no format. All on one thread, and none of it is the audio thread.
+// is shown. It knows no window and no format. All on one thread, and none of it is the audio
+// thread.
 //
 //   mouse     drag a knob upwards or downwards, finely with Shift or the right button; wheel;
 //             double-click: default; click on a value: type it
@@ -59,8 +60,8 @@ class Face {
   // chosen, -1 where that is not known.
   void setPresets(std::vector<FacePreset> presets, int chosen = -1);
 
-  // Points are in units of the face and may lie outside of it. time_s: of the event, from any moment
-  // on.
+  // Points are in units of the face and may lie outside of it. time_s: of the event, from any
+  // moment on.
   void press(Point at, MouseButton button, bool isFine, double time_s);
   void drag(Point at, bool isFine);  // the mouse moves, with or without a button
   void release(Point at);

@@ -10,9 +10,9 @@ namespace quellard {
 namespace {
 
 int segmentsOf(double level_db) {
-  return static_cast<int>(std::clamp(
-      std::ceil(level_db / MeterView::kSegment_db) + MeterView::kSegments, 0.0,
-      static_cast<double>(MeterView::kSegments)));
+  return static_cast<int>(
+      std::clamp(std::ceil(level_db / MeterView::kSegment_db) + MeterView::kSegments, 0.0,
+                 static_cast<double>(MeterView::kSegments)));
 }
 
 std::string levelText(double level_db) {
@@ -23,7 +23,9 @@ std::string levelText(double level_db) {
 }
 
 bool looksTheSame(const Control& control, int index, const FaceState& a, const FaceState& b) {
-  const auto same = [&](int FaceState::*place) { return (a.*place == index) == (b.*place == index); };
+  const auto same = [&](int FaceState::*place) {
+    return (a.*place == index) == (b.*place == index);
+  };
   if (!same(&FaceState::focus) || !same(&FaceState::hover)) return false;
   if (control.parameter != 0 && a.values[control.parameter] != b.values[control.parameter]) {
     return false;

@@ -29,8 +29,8 @@ struct MeterView {
   static constexpr int kSegments = 30;
   static constexpr double kSegment_db = 2.0;
 
-  int lit = 0;    // segments, 0..kSegments
-  int held = 0;   // the segment of the held peak, 0 for none
+  int lit = 0;       // segments, 0..kSegments
+  int held = 0;      // the segment of the held peak, 0 for none
   std::string text;  // the held peak
   bool clipped = false;
 
@@ -60,8 +60,8 @@ struct MenuView {
 inline constexpr int kFactoryHeading = -1;
 inline constexpr int kUserHeading = -2;
 std::vector<int> menuRows(std::span<const FacePreset> presets);
-Rect menuArea(int rows);           // rows: of menuRows()
-Rect menuRowArea(int shownRow);    // 0..kMenuRows-1
+Rect menuArea(int rows);         // rows: of menuRows()
+Rect menuRowArea(int shownRow);  // 0..kMenuRows-1
 
 struct FaceState {
   HostedValues values = defaultHostedValues();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The face's own font, so that it looks the same on every machine: Latin, Greek and Cyrillic letters
-// of DejaVu Sans, put into the program when it is built.
+// The face's own font, so that it looks the same on every machine: Latin, Greek and Cyrillic
+// letters of DejaVu Sans, put into the program when it is built.
 #pragma once
 
 #include <cstddef>

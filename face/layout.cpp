@@ -38,8 +38,8 @@ void addStrip(std::vector<Control>& all, int channel) {
   float x = kFirstKnob_x;
   for (const int number : kKnobOrder) {
     const int parameter = knobIndex(channel, number);
-    all.push_back(knob(parameter, channel, {x, strip.y + 66.0F}, kKnobRadius,
-                       parameterInfo(parameter).name));
+    all.push_back(
+        knob(parameter, channel, {x, strip.y + 66.0F}, kKnobRadius, parameterInfo(parameter).name));
     x += kKnobDistance;
   }
 }

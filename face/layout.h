@@ -15,17 +15,26 @@ inline constexpr float kFaceWidth = 960.0F;
 inline constexpr float kFaceHeight = 600.0F;
 
 // What a player can point at and reach with the Tab key.
-enum class ControlKind { previousPreset, presetName, nextPreset, bypass, channel, knob, inputMeter, outputMeter };
+enum class ControlKind {
+  previousPreset,
+  presetName,
+  nextPreset,
+  bypass,
+  channel,
+  knob,
+  inputMeter,
+  outputMeter
+};
 
 struct Control {
   ControlKind kind;
-  int parameter;       // of a knob, the bypass or the selector; else 0
-  int channel;         // 0..2; -1 for none
-  Point center;        // of a knob
-  float radius;        // of a knob
-  Rect area;           // what reacts, and what a keyboard's focus surrounds
-  const char* label;   // of a knob
-  Rect value = {};     // where a knob's value stands, which can be typed
+  int parameter;      // of a knob, the bypass or the selector; else 0
+  int channel;        // 0..2; -1 for none
+  Point center;       // of a knob
+  float radius;       // of a knob
+  Rect area;          // what reacts, and what a keyboard's focus surrounds
+  const char* label;  // of a knob
+  Rect value = {};    // where a knob's value stands, which can be typed
   bool isBipolar = false;
 };
 

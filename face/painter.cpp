@@ -58,11 +58,12 @@ class Painter {
 
   void background() {
     canvas_.fill({-4000, -4000, 8960, 8600}, 0.0F, theme::kCabinetBottom);
-    canvas_.fill({0, 0, kFaceWidth, kFaceHeight}, 0.0F, {theme::kCabinetTop, theme::kCabinetBottom});
+    canvas_.fill({0, 0, kFaceWidth, kFaceHeight}, 0.0F,
+                 {theme::kCabinetTop, theme::kCabinetBottom});
     // The corner by which the window is resized.
     for (const float inset : {6.0F, 11.0F, 16.0F}) {
-      canvas_.line({kFaceWidth - inset, kFaceHeight - 3.0F}, {kFaceWidth - 3.0F, kFaceHeight - inset},
-                   1.2F, theme::kQuietText.faded(0.5F));
+      canvas_.line({kFaceWidth - inset, kFaceHeight - 3.0F},
+                   {kFaceWidth - 3.0F, kFaceHeight - inset}, 1.2F, theme::kQuietText.faded(0.5F));
     }
   }
 
@@ -187,9 +188,9 @@ class Painter {
     if (view.clipped) {
       const Rect mark = {area.x + 34.0F, area.y + 3.0F, 34.0F, 14.0F};
       canvas_.fill(mark, 3.0F, theme::kRed);
-      canvas_.text({mark.center().x, mark.y + 10.5F}, "CLIP",
-                   {.size = 9, .color = theme::kDarkText, .face = FontFace::bold,
-                    .align = Align::center});
+      canvas_.text(
+          {mark.center().x, mark.y + 10.5F}, "CLIP",
+          {.size = 9, .color = theme::kDarkText, .face = FontFace::bold, .align = Align::center});
     }
     canvas_.text({area.right(), area.y + 14.0F}, view.text,
                  {.size = 10, .color = theme::kText, .align = Align::right});
@@ -228,7 +229,8 @@ class Painter {
     const Rect box = {kCabinetBox.x, kCabinetBox.y + 22.0F, kCabinetBox.width, 23.0F};
     well(box, 5.0F);
     const TextStyle style = {.size = 10.5F, .color = theme::kText};
-    canvas_.text({box.x + 9.0F, box.y + 15.5F}, cut(*state_.cabinet, style, box.width - 18.0F), style);
+    canvas_.text({box.x + 9.0F, box.y + 15.5F}, cut(*state_.cabinet, style, box.width - 18.0F),
+                 style);
   }
 
   // Whether a knob is heard: those of the lit channel, and those of the rig.
@@ -242,7 +244,10 @@ class Painter {
     const Color arc = control.channel < 0 ? theme::kRigArc : channelColor(control.channel);
     const float value = state_.values[control.parameter];
     canvas_.text({control.center.x, control.center.y - control.radius - 15.0F}, control.label,
-                 {.size = 10.5F, .color = label, .face = FontFace::bold, .align = Align::center,
+                 {.size = 10.5F,
+                  .color = label,
+                  .face = FontFace::bold,
+                  .align = Align::center,
                   .spacing = 1.1F});
     marks(control, lit);
     const float radius = control.radius + 5.0F;
@@ -272,7 +277,8 @@ class Painter {
     const Point at = control.center;
     const float radius = control.radius;
     canvas_.fillCircle({at.x, at.y + radius * 0.14F}, radius, Color::hex(0, 0.5F), radius * 0.4F);
-    canvas_.fillCircle(at, radius, {Color::hex(hovered ? 0x5E574E : 0x4F4943), Color::hex(0x1A1816)});
+    canvas_.fillCircle(at, radius,
+                       {Color::hex(hovered ? 0x5E574E : 0x4F4943), Color::hex(0x1A1816)});
     canvas_.fillCircle(at, radius - 1.2F, {Color::hex(0x3D3833), Color::hex(0x221F1C)});
     // The grip: notches around the skirt.
     for (int notch = 0; notch < 24; ++notch) {
@@ -282,15 +288,17 @@ class Painter {
     }
     canvas_.fillCircle(at, radius - 6.0F, {Color::hex(0x26231F), Color::hex(0x3A3530)});
     canvas_.fillCircle(at, radius - 7.0F, {Color::hex(0x37322D), Color::hex(0x2A2622)});
-    canvas_.line(around(at, radius * 0.42F, turnsOf(value)), around(at, radius - 2.0F, turnsOf(value)),
-                 2.6F, lit ? theme::kBrightText : theme::kQuietText);
+    canvas_.line(around(at, radius * 0.42F, turnsOf(value)),
+                 around(at, radius - 2.0F, turnsOf(value)), 2.6F,
+                 lit ? theme::kBrightText : theme::kQuietText);
   }
 
   void valueText(const Control& control, int index, const Color& color) {
     const Point at = {control.center.x, control.value.y + 13.0F};
     if (state_.typed.has_value() && state_.typed->control == index) return field(control, at);
     const Color shown = isHovered(index) ? theme::kBrightText : color;
-    canvas_.text(at, quellard::valueText(control.parameter, state_.values[control.parameter]).data(),
+    canvas_.text(at,
+                 quellard::valueText(control.parameter, state_.values[control.parameter]).data(),
                  {.size = 11, .color = shown, .align = Align::center});
   }
 
@@ -298,9 +306,8 @@ class Painter {
     const bool wrong = state_.typed->isWrong;
     canvas_.fill(control.value.grownBy(1.0F), 4.0F, theme::kWell);
     canvas_.outline(control.value.grownBy(1.0F), 4.0F, 1.4F, wrong ? theme::kWrong : theme::kFocus);
-    const TextStyle style = {.size = 11,
-                             .color = wrong ? theme::kWrong : theme::kBrightText,
-                             .align = Align::center};
+    const TextStyle style = {
+        .size = 11, .color = wrong ? theme::kWrong : theme::kBrightText, .align = Align::center};
     const std::string& text = state_.typed->text;
     canvas_.text(at, text, style);
     const float end = at.x + canvas_.textWidth(text, style) / 2.0F + 1.5F;
@@ -320,17 +327,18 @@ class Painter {
     const Rect area = bubbleArea(control);
     canvas_.fill(area, 6.0F, Color::hex(0, 0.5F), 6.0F);
     canvas_.fill(area, 6.0F, theme::kText);
-    canvas_.text({area.center().x, area.y + 16.5F},
-                 quellard::valueText(control.parameter, state_.values[control.parameter]).data(),
-                 {.size = 12.5F, .color = theme::kDarkText, .face = FontFace::bold,
-                  .align = Align::center});
+    canvas_.text(
+        {area.center().x, area.y + 16.5F},
+        quellard::valueText(control.parameter, state_.values[control.parameter]).data(),
+        {.size = 12.5F, .color = theme::kDarkText, .face = FontFace::bold, .align = Align::center});
   }
 
   void menu(const MenuView& view) {
     const std::vector<int> rows = menuRows(presets_);
     const Rect area = menuArea(static_cast<int>(rows.size()));
     if (!canvas_.shows(area.grownBy(16.0F))) return;
-    canvas_.fill({area.x, area.y + 4.0F, area.width, area.height}, 8.0F, Color::hex(0, 0.6F), 14.0F);
+    canvas_.fill({area.x, area.y + 4.0F, area.width, area.height}, 8.0F, Color::hex(0, 0.6F),
+                 14.0F);
     canvas_.fill(area, 8.0F, Color::hex(0x1B1916));
     canvas_.outline(area, 8.0F, 1.0F, theme::kEdge.faded(1.8F));
     const int shown = std::min(static_cast<int>(rows.size()), kMenuRows);
@@ -345,8 +353,9 @@ class Painter {
   void menuRow(const Rect& area, int preset, bool selected, int current) {
     const float base = area.y + 17.0F;
     if (preset < 0) {
-      canvas_.text({area.x + 16.0F, base}, preset == kFactoryHeading ? "FACTORY" : "YOURS",
-                   {.size = 9, .color = theme::kQuietText, .face = FontFace::bold, .spacing = 1.5F});
+      canvas_.text(
+          {area.x + 16.0F, base}, preset == kFactoryHeading ? "FACTORY" : "YOURS",
+          {.size = 9, .color = theme::kQuietText, .face = FontFace::bold, .spacing = 1.5F});
       return;
     }
     const FacePreset& entry = presets_[static_cast<std::size_t>(preset)];
@@ -403,8 +412,7 @@ std::vector<PixelRect> FacePicture::repaint(const FaceState& state,
     areas.push_back(picture_.bounds());
   } else {
     for (const Rect& area : changedAreas(painted_, state, presets)) {
-      const PixelRect pixels =
-          Canvas::pixelsOf(area, scale_, origin_).cutTo(picture_.bounds());
+      const PixelRect pixels = Canvas::pixelsOf(area, scale_, origin_).cutTo(picture_.bounds());
       if (!pixels.isEmpty()) areas.push_back(pixels);
     }
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The colours of the face. Every text keeps a contrast of at least 4.5 to 1 with what lies behind it,
-// lit or not.
+// The colours of the face. Every text keeps a contrast of at least 4.5 to 1 with what lies behind
+// it, lit or not.
 #pragma once
 
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// A window that shows a face and hands it mouse and keys; one file for each window system. It has no
-// thread of its own: its owner calls handleEvents() some 30 times a second, or whenever there is
+// A window that shows a face and hands it mouse and keys; one file for each window system. It has
+// no thread of its own: its owner calls handleEvents() some 30 times a second, or whenever there is
 // something to read. All on one thread.
 #pragma once
 
@@ -58,8 +58,8 @@ class FaceWindow {
   // A floating window stays above this one of the host's.
   virtual void setTransientFor(std::uintptr_t window) = 0;
   virtual void setTitle(const std::string& title) = 0;
-  // Handles what the window system has sent, and paints what has changed on the face. False once the
-  // window is gone, because its parent or the display is: nothing else has an effect then.
+  // Handles what the window system has sent, and paints what has changed on the face. False once
+  // the window is gone, because its parent or the display is: nothing else has an effect then.
   virtual bool handleEvents() = 0;
   // Readable when there is something to handle.
   virtual int fileDescriptor() const = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The face as a plug-in shows it: its window inside the host's or beside it, its size, and how often
-// it is drawn. What differs between formats is how they reach the amplifier (FaceTarget) and how
-// they ask their host for another size. On the host's main thread.
+// The face as a plug-in shows it: its window inside the host's or beside it, its size, and how
+// often it is drawn. What differs between formats is how they reach the amplifier (FaceTarget) and
+// how they ask their host for another size. On the host's main thread.
 #pragma once
 
 #include <chrono>

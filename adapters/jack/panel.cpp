@@ -14,10 +14,10 @@
 #include <unistd.h>
 #include <utility>
 
-#include "rig/value_text.h"
 #include "params/factory_bank.h"
 #include "params/words.h"
 #include "rig/tunings.h"
+#include "rig/value_text.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
 #include "tools/files/user_folders.h"

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "adapters/jack/amp_client.h"
-#include "rig/level_meter.h"
 #include "adapters/jack/line_entry.h"
+#include "rig/level_meter.h"
 #include "tools/settings/tuning_options.h"
 
 struct screen;  // ncurses' own record of a terminal

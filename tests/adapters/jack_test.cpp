@@ -8,11 +8,11 @@
 #include <ncurses.h>
 #include <vector>
 
-#include "rig/level_meter.h"
 #include "adapters/jack/line_entry.h"
 #include "adapters/jack/mute.h"
 #include "adapters/jack/state_file.h"
 #include "params/parameter_values.h"
+#include "rig/level_meter.h"
 #include "tools/common/errors.h"
 
 namespace quellard::test {

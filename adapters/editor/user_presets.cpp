@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/editor/user_presets.h"
+
+#include <exception>
+#include <fstream>
+
+#include "tools/files/user_folders.h"
+#include "tools/settings/presets.h"
+
+namespace quellard {
+namespace {
+
+// In the user's state folder.
+constexpr char kZoomFile[] = "face-zoom";
+
+}  // namespace
+
+std::vector<FacePreset> facePresets() try {
+  std::vector<FacePreset> all = {factoryFacePresets().front()};
+  for (Preset& preset : listPresetFiles().presets) {
+    all.push_back(
+        {std::move(preset.name), std::move(preset.description), preset.values, preset.isFactory});
+  }
+  return all;
+} catch (const std::exception&) {
+  return factoryFacePresets();
+}
+
+double rememberedZoom() try {
+  std::ifstream file(stateFolder() / kZoomFile);
+  file.imbue(std::locale::classic());
+  double zoom = 0.0;
+  return file >> zoom && zoom > 0.0 ? zoom : 1.0;
+} catch (const std::exception&) {
+  return 1.0;
+}
+
+void rememberZoom(double zoom) try {
+  const std::filesystem::path folder = stateFolder();
+  if (folder.empty()) return;
+  std::filesystem::create_directories(folder);
+  std::ofstream file(folder / kZoomFile);
+  file.imbue(std::locale::classic());
+  file << zoom << '\n';
+} catch (const std::exception&) {
+  return;
+}
+
+}  // namespace quellard

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: ISC
+// What a key of an X11 keyboard means.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "face/face.h"
+#include "face/x11/xcb.h"
+
+namespace quellard {
+
+// One of the two, or none for keys that the face has no use for.
+struct KeyPress {
+  std::optional<Key> key;
+  char32_t character = 0;
+};
+
+class Keyboard {
+ public:
+  // Asks the server for the layout; without an answer no key has a meaning.
+  void read(const Xcb& xcb, xcb_connection_t* connection);
+
+  // state: of the modifiers, as an event has it.
+  KeyPress press(xcb_keycode_t code, std::uint16_t state) const;
+
+ private:
+  xcb_keysym_t symbol(xcb_keycode_t code, std::size_t column) const;
+
+  int first_ = 0;
+  std::size_t columns_ = 0;  // symbols a key
+  std::vector<xcb_keysym_t> symbols_;
+};
+
+// What a symbol of the X11 protocol means.
+KeyPress pressOfSymbol(xcb_keysym_t symbol);
+
+}  // namespace quellard
