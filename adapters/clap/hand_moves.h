@@ -19,22 +19,21 @@ class HandMoves {
   // A hand on a parameter: 1..kNumHostedValues. value: the one that it has. [main thread] No lock,
   // no allocation.
   void begin(int parameter, float value) {
-    values_[parameter].store(value, kRelaxed);
-    state_.fetch_or(newsOf(parameter) | heldOf(parameter), std::memory_order_release);
+    held_.fetch_or(bitOf(parameter), kRelaxed);
+    move(parameter, value);
   }
   void move(int parameter, float value) {
     values_[parameter].store(value, kRelaxed);
-    state_.fetch_or(newsOf(parameter), std::memory_order_release);
+    news_.fetch_or(bitOf(parameter), std::memory_order_release);
   }
-  void end(int parameter) { state_.fetch_and(~heldOf(parameter), std::memory_order_release); }
+  void end(int parameter) { held_.fetch_and(~bitOf(parameter), std::memory_order_release); }
 
   // Calls send(kind, parameter, value) for all that the host does not know, until it returns false
   // because the host takes no more; value is that of Kind::value. [any one thread at a time, that
   // of process() or flush()] No lock, no allocation.
   template <typename Send>
   void sendTo(const Send& send) {
-    const std::uint64_t state = state_.load(kRelaxed);
-    if ((state & kAllNews) == 0 && (open_ & ~(state >> kHeldShift)) == 0) return;
+    if (news_.load(kRelaxed) == 0 && (open_ & ~held_.load(kRelaxed)) == 0) return;
     for (int parameter = 1; parameter <= kNumHostedValues; ++parameter) {
       if (!sendOne(parameter, send)) return;
     }
@@ -42,36 +41,42 @@ class HandMoves {
 
  private:
   static constexpr auto kRelaxed = std::memory_order_relaxed;
-  static constexpr int kHeldShift = 32;
-  static_assert(kNumHostedValues < kHeldShift);
-  static constexpr std::uint64_t kAllNews = (std::uint64_t{1} << kHeldShift) - 1;
+  static_assert(kNumHostedValues < 32);
 
-  static constexpr std::uint64_t newsOf(int parameter) { return std::uint64_t{1} << parameter; }
-  static constexpr std::uint64_t heldOf(int parameter) { return newsOf(parameter) << kHeldShift; }
+  static constexpr std::uint32_t bitOf(int parameter) { return std::uint32_t{1} << parameter; }
 
-  // Takes the news before the value: a move in between is sent now and once more.
+  // Takes the news before the value: a move in between is sent now and once more. A hand that lets
+  // go or grasps in between is not believed before the next time.
   template <typename Send>
   bool sendOne(int parameter, const Send& send) {
-    const std::uint64_t news = newsOf(parameter);
-    const std::uint64_t state = state_.fetch_and(~news, std::memory_order_acquire);
-    if ((state & news) != 0) {
-      bool isSent = (open_ & news) != 0 || send(Kind::begin, parameter, 0.0F);
-      if (isSent) open_ |= news;
-      isSent = isSent && send(Kind::value, parameter, values_[parameter].load(kRelaxed));
-      if (!isSent) {
-        state_.fetch_or(news, kRelaxed);
-        return false;
-      }
+    const std::uint32_t bit = bitOf(parameter);
+    const std::uint32_t before = held_.load(std::memory_order_acquire);
+    const bool hasNews = (news_.fetch_and(~bit, std::memory_order_acquire) & bit) != 0;
+    if (hasNews && !sendValue(parameter, send)) {
+      news_.fetch_or(bit, kRelaxed);
+      return false;
     }
-    if ((open_ & news) == 0 || (state & heldOf(parameter)) != 0) return true;
+    const std::uint32_t held = before | held_.load(kRelaxed);
+    if ((open_ & bit & ~held) == 0) return true;
     if (!send(Kind::end, parameter, 0.0F)) return false;
-    open_ &= ~news;
+    open_ &= ~bit;
     return true;
   }
 
-  std::atomic<std::uint64_t> state_ = 0;  // a bit for news of each parameter, another while held
+  template <typename Send>
+  bool sendValue(int parameter, const Send& send) {
+    if ((open_ & bitOf(parameter)) == 0) {
+      if (!send(Kind::begin, parameter, 0.0F)) return false;
+      open_ |= bitOf(parameter);
+    }
+    return send(Kind::value, parameter, values_[parameter].load(kRelaxed));
+  }
+
+  // A bit for each parameter.
+  std::atomic<std::uint32_t> news_ = 0;
+  std::atomic<std::uint32_t> held_ = 0;
+  std::uint32_t open_ = 0;  // what the host has seen the begin of, but not the end
   PerParameter<std::atomic<float>, kNumHostedValues> values_;
-  std::uint64_t open_ = 0;  // what the host has seen the begin of, but not the end
 };
 
 }  // namespace quellard
