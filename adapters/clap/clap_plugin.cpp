@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 
+#include "adapters/clap/gui.h"
 #include "adapters/clap/presets.h"
 #include "adapters/clap/tail.h"
 #include "adapters/shared/event_split.h"
@@ -45,6 +46,8 @@ const clap_plugin_t* ClapPlugin::create(const clap_host_t* host, const ClapVaria
   return &plugin.release()->plugin_;
 }
 
+ClapPlugin::~ClapPlugin() = default;
+
 ClapPlugin& ClapPlugin::of(const clap_plugin_t* plugin) {
   return *static_cast<ClapPlugin*>(plugin->plugin_data);
 }
@@ -83,6 +86,7 @@ clap_process_status ClapPlugin::process(const clap_plugin_t* plugin, const clap_
   if (!self.active_ || block == nullptr || block->frames_count > kMostFrames) {
     return CLAP_PROCESS_ERROR;
   }
+  sendMoves(self.handMoves, block->out_events);
   playBlock(self.amp, *block);
   if (block->audio_outputs != nullptr && block->audio_outputs_count > 0) {
     block->audio_outputs->constant_mask = 0;
@@ -108,16 +112,19 @@ const void* ClapPlugin::extension(const clap_plugin_t*, const char* id) {
   for (const Offer& offer : kOffers) {
     if (std::strcmp(id, offer.id) == 0) return offer.table;
   }
-  return nullptr;
+  return clapGuiExtension(id);
 }
 
 void ClapPlugin::reportMovedValues() const {
-  if (host == nullptr || host->get_extension == nullptr) return;
-  const auto* params =
-      static_cast<const clap_host_params_t*>(host->get_extension(host, CLAP_EXT_PARAMS));
+  const auto* params = hostExtension<clap_host_params_t>(CLAP_EXT_PARAMS);
   if (params != nullptr && params->rescan != nullptr) {
     params->rescan(host, CLAP_PARAM_RESCAN_VALUES);
   }
+}
+
+void ClapPlugin::askForFlush() const {
+  const auto* params = hostExtension<clap_host_params_t>(CLAP_EXT_PARAMS);
+  if (params != nullptr && params->request_flush != nullptr) params->request_flush(host);
 }
 
 }  // namespace quellard

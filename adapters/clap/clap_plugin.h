@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: ISC
 // The amplifier as a CLAP plug-in, mono or stereo. The C callbacks that a host sees are grouped as
-// CLAP groups them: life cycle and audio (clap_plugin.cpp), parameters, ports, state, presets. They
-// only convert arguments and call the amplifier. Threads are CLAP's: the audio thread calls
-// process, reset, start and stop, and flush while active; the main thread calls the rest.
+// CLAP groups them: life cycle and audio (clap_plugin.cpp), parameters, ports, state, presets, the
+// window (gui.h). They only convert arguments and call the amplifier. Threads are CLAP's: the audio
+// thread calls process, reset, start and stop, and flush while active; the main thread calls the
+// rest.
 #pragma once
 
 #include <clap/entry.h>
@@ -11,7 +12,9 @@
 #include <clap/ext/params.h>
 #include <clap/ext/state.h>
 #include <clap/plugin-factory.h>
+#include <memory>
 
+#include "adapters/clap/hand_moves.h"
 #include "rig/hosted_amp.h"
 
 namespace quellard {
@@ -22,6 +25,8 @@ struct ClapVariant {
   int sides;
 };
 
+class ClapGui;
+
 class ClapPlugin {
  public:
   // Owned by the host until destroy(). May throw std::bad_alloc.
@@ -30,13 +35,23 @@ class ClapPlugin {
 
   ClapPlugin(const ClapPlugin&) = delete;
   ClapPlugin& operator=(const ClapPlugin&) = delete;
-  ~ClapPlugin() = default;
+  ~ClapPlugin();
 
   HostedAmp amp;
+  HandMoves handMoves;
+  std::unique_ptr<ClapGui> gui;  // between the host's create and destroy
   const clap_host_t* const host;
 
+  // The host's part of an extension, null where it has none. [main thread]
+  template <typename Table>
+  const Table* hostExtension(const char* id) const {
+    if (host == nullptr || host->get_extension == nullptr) return nullptr;
+    return static_cast<const Table*>(host->get_extension(host, id));
+  }
   // Tells the host that the plug-in itself has changed values. [main thread]
   void reportMovedValues() const;
+  // Asks the host to take the moves by hand, also while it lets an idle track sleep. [main thread]
+  void askForFlush() const;
 
  private:
   ClapPlugin(const clap_host_t* host, const ClapVariant& variant);
@@ -53,6 +68,9 @@ class ClapPlugin {
 // Whether the event sets a parameter, and the setting of it. Unknown ids and NaN are ignored.
 bool isParameterEvent(const clap_event_header_t* event);
 void applyEvent(HostedAmp& amp, const clap_event_header_t& event);
+// Gives the host what hands have moved since, as events at the beginning of a block. Null: the host
+// takes no events.
+void sendMoves(HandMoves& moves, const clap_output_events_t* to);
 
 // The extensions.
 extern const clap_plugin_params_t kClapParams;

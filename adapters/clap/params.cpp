@@ -92,8 +92,39 @@ bool textToValue(const clap_plugin_t*, clap_id id, const char* display, double* 
   return true;
 }
 
+clap_event_header_t liveEvent(std::size_t size, int type) {
+  return {.size = static_cast<std::uint32_t>(size),
+          .time = 0,
+          .space_id = CLAP_CORE_EVENT_SPACE_ID,
+          .type = static_cast<std::uint16_t>(type),
+          .flags = CLAP_EVENT_IS_LIVE};
+}
+
+bool sendValue(const clap_output_events_t* to, int parameter, float value) {
+  const clap_event_param_value_t event = {.header = liveEvent(sizeof event, CLAP_EVENT_PARAM_VALUE),
+                                          .param_id = static_cast<clap_id>(parameter),
+                                          .cookie = nullptr,
+                                          .note_id = -1,
+                                          .port_index = -1,
+                                          .channel = -1,
+                                          .key = -1,
+                                          .value = plainFromValue(parameter, value)};
+  return to->try_push(to, &event.header);
+}
+
+bool sendGesture(const clap_output_events_t* to, int parameter, bool begins) {
+  const clap_event_param_gesture_t event = {
+      .header = liveEvent(sizeof event,
+                          begins ? CLAP_EVENT_PARAM_GESTURE_BEGIN : CLAP_EVENT_PARAM_GESTURE_END),
+      .param_id = static_cast<clap_id>(parameter)};
+  return to->try_push(to, &event.header);
+}
+
+// Active, the host calls it on the audio thread, else on the main thread, and never while it
+// processes.
 void flush(const clap_plugin_t* plugin, const clap_input_events_t* in,
-           const clap_output_events_t*) {
+           const clap_output_events_t* out) {
+  sendMoves(ClapPlugin::of(plugin).handMoves, out);
   if (in == nullptr) return;
   const std::uint32_t events = in->size(in);
   for (std::uint32_t i = 0; i < events; ++i) {
@@ -114,6 +145,15 @@ void applyEvent(HostedAmp& amp, const clap_event_header_t& event) {
   const int parameter = parameterOf(move.param_id);
   if (parameter == 0 || std::isnan(move.value)) return;
   amp.setValue(parameter, valueFromPlain(parameter, move.value));
+}
+
+void sendMoves(HandMoves& moves, const clap_output_events_t* to) {
+  if (to == nullptr || to->try_push == nullptr) return;
+  moves.sendTo([to](HandMoves::Kind kind, int parameter, float value) {
+    return kind == HandMoves::Kind::value
+               ? sendValue(to, parameter, value)
+               : sendGesture(to, parameter, kind == HandMoves::Kind::begin);
+  });
 }
 
 constexpr clap_plugin_params_t kClapParams = {

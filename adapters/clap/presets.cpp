@@ -13,17 +13,15 @@ namespace {
 
 bool sameText(const char* a, const char* b) { return a != nullptr && std::strcmp(a, b) == 0; }
 
-const ClapHostPresetLoad* hostPresetLoad(const clap_host_t* host) {
-  if (host == nullptr || host->get_extension == nullptr) return nullptr;
-  const void* table = host->get_extension(host, kPresetLoadExtension);
-  if (table == nullptr) table = host->get_extension(host, kPresetLoadDraft);
-  return static_cast<const ClapHostPresetLoad*>(table);
+const ClapHostPresetLoad* hostPresetLoad(const ClapPlugin& plugin) {
+  const auto* table = plugin.hostExtension<ClapHostPresetLoad>(kPresetLoadExtension);
+  return table != nullptr ? table : plugin.hostExtension<ClapHostPresetLoad>(kPresetLoadDraft);
 }
 
 bool loadPreset(const clap_plugin_t* plugin, std::uint32_t kind, const char* location,
                 const char* loadKey) {
   ClapPlugin& self = ClapPlugin::of(plugin);
-  const ClapHostPresetLoad* host = hostPresetLoad(self.host);
+  const ClapHostPresetLoad* host = hostPresetLoad(self);
   const FactoryPreset* preset =
       kind == kPresetInPlugin && loadKey != nullptr ? findFactoryPreset(loadKey) : nullptr;
   if (preset == nullptr) {

@@ -9,6 +9,14 @@
 #include "rig/value_text.h"
 
 namespace quellard {
+namespace {
+
+float decibels(float peak) {
+  const float level = 20.0F * std::log10(peak);  // of 0 it is below every limit
+  return std::clamp(level, kLv2LowestPeak_db, kLv2HighestPeak_db);
+}
+
+}  // namespace
 
 Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
   for (float& seen : seen_) seen = std::numeric_limits<float>::quiet_NaN();
@@ -29,6 +37,10 @@ void Lv2Plugin::connect(std::uint32_t port, void* data) {
     outputs_[audio - sides] = samples;
   } else if (port == lv2EnabledPort(amp_.sides())) {
     enabled_ = samples;
+  } else if (const std::uint32_t report = port - lv2ReportPort(0, amp_.sides());
+             report < kNumLv2Reports) {
+    reports_[report] = samples;
+    amp_.measureLevels(reports_[kLv2InputPeak] != nullptr || reports_[kLv2OutputPeak] != nullptr);
   }
 }
 
@@ -44,12 +56,22 @@ void Lv2Plugin::readControls() {
   amp_.setBypass(enabled_ != nullptr && *enabled_ <= 0.0F);
 }
 
+void Lv2Plugin::writeReports() {
+  const auto write = [&](Lv2ReportIndex report, float value) {
+    if (reports_[report] != nullptr) *reports_[report] = value;
+  };
+  write(kLv2InputPeak, decibels(amp_.inputPeak()));
+  write(kLv2OutputPeak, decibels(amp_.outputPeak()));
+  write(kLv2GateOpen, amp_.gateIsOpen() ? 1.0F : 0.0F);
+}
+
 void Lv2Plugin::run(std::uint32_t frames) {
   readControls();
   const AudioChannels in{inputs_.data(), nullptr, amp_.sides()};
   const AudioChannels out{outputs_.data(), nullptr, amp_.sides()};
   constexpr std::uint32_t kMost = std::numeric_limits<std::int32_t>::max();
   amp_.play(in, out, 0, static_cast<int>(std::min(frames, kMost)));
+  writeReports();
 }
 
 }  // namespace quellard

@@ -22,7 +22,8 @@ class Lv2Plugin {
 
   // port: numbered as in identity.h; others are ignored. data: one float for a control, a block of
   // them for audio. Null is allowed: the parameter then keeps its value, as it does where the float
-  // is NaN, an input reads as silence, and the amplifier is enabled.
+  // is NaN, an input reads as silence, and the amplifier is enabled. Levels are measured while a
+  // port that reports them is connected.
   void connect(std::uint32_t port, void* data);
 
   // Starts from silence and keeps the parameters. [audio thread]
@@ -34,6 +35,7 @@ class Lv2Plugin {
 
  private:
   void readControls();
+  void writeReports();
 
   HostedAmp amp_;
   PerParameter<const float*, kNumHostedValues> controls_;
@@ -41,6 +43,7 @@ class Lv2Plugin {
   const float* enabled_ = nullptr;
   std::array<float*, HostedAmp::kStereo> inputs_{};
   std::array<float*, HostedAmp::kStereo> outputs_{};
+  std::array<float*, kNumLv2Reports> reports_{};
 };
 
 }  // namespace quellard

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// write_ttl FOLDER MODULE: writes the files manifest.ttl, quellard.ttl and presets.ttl, from which
-// LV2 hosts learn about the plug-ins before they load MODULE.
+// write_ttl FOLDER MODULE [UI]: writes the files manifest.ttl, quellard.ttl and presets.ttl, from
+// which LV2 hosts learn about the plug-ins before they load MODULE, and about their window in the
+// module UI.
 #include <cstdio>
 #include <fmt/format.h>
 #include <fstream>
@@ -25,6 +26,7 @@ constexpr const char* kPrefixes = R"(@prefix atom: <http://lv2plug.in/ns/ext/ato
 @prefix pset: <http://lv2plug.in/ns/ext/presets#> .
 @prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .
 @prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .
+@prefix ui: <http://lv2plug.in/ns/extensions/ui#> .
 @prefix units: <http://lv2plug.in/ns/extensions/units#> .
 @prefix urid: <http://lv2plug.in/ns/ext/urid#> .
 
@@ -120,6 +122,27 @@ std::string decibelPort(int parameter, int sides) {
   return text;
 }
 
+std::string reportPort(std::uint32_t report, int sides) {
+  const Lv2Report& about = kLv2Reports.at(report);
+  std::string text = fmt::format(R"(a lv2:OutputPort , lv2:ControlPort ;
+    lv2:index {} ;
+    lv2:symbol "{}" ;
+    lv2:name "{}" ;
+)",
+                                 lv2ReportPort(report, sides), about.symbol, about.name);
+  if (!about.isPeak) {
+    return text + R"(    lv2:portProperty lv2:integer , lv2:toggled ;
+    lv2:default 1 ;
+    lv2:minimum 0 ;
+    lv2:maximum 1)";
+  }
+  return text + fmt::format(R"(    lv2:default {0:.1f} ;
+    lv2:minimum {0:.1f} ;
+    lv2:maximum {1:.1f} ;
+    units:unit units:db)",
+                            kLv2LowestPeak_db, kLv2HighestPeak_db);
+}
+
 std::string audioPort(const Lv2Variant& variant, bool input, int side) {
   const char* const way = input ? "in" : "out";
   const char* const title = input ? "In" : "Out";
@@ -157,22 +180,26 @@ std::string ports(const Lv2Variant& variant) {
   for (const int parameter : {kInputParameter, kGateParameter, kOutputParameter}) {
     text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", decibelPort(parameter, variant.sides));
   }
+  for (std::uint32_t report = 0; report < kNumLv2Reports; ++report) {
+    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", reportPort(report, variant.sides));
+  }
   return text;
 }
 
-std::string plugin(const Lv2Variant& variant) {
+std::string plugin(const Lv2Variant& variant, bool hasUi) {
   std::string text = fmt::format(R"(<{}> a lv2:Plugin , lv2:SimulatorPlugin , doap:Project ;
   doap:name "{}" ;
   doap:license <http://opensource.org/licenses/isc> ;
   doap:maintainer [ foaf:name "Quellard" ] ;
   rdfs:comment "A three-channel guitar amplifier: CLEAN, VINTAGE and MODERN" ;
-  lv2:minorVersion 4 ;
+  lv2:minorVersion 6 ;
   lv2:microVersion 0 ;
   lv2:optionalFeature lv2:hardRTCapable , opts:options , urid:map ;
   opts:supportedOption bufsz:maxBlockLength ;
 )",
                                  variant.uri, variant.name);
   text += ports(variant);
+  if (hasUi) text += fmt::format("  ui:ui <{}> ;\n", kLv2UiUri);
   if (variant.sides == 2) {
     text += fmt::format("  pg:mainInput <{0}in> ;\n  pg:mainOutput <{0}out> ;\n", kGroupUri);
   }
@@ -223,22 +250,47 @@ std::string presetText(const FactoryPreset& preset) {
   return text + " .\n\n";
 }
 
-std::string manifest(const std::string& module) {
+// A host that shows the window must report the levels to it; values of its other ports it reports
+// anyway.
+std::string window(const std::string& module) {
+  std::string text = fmt::format(R"(<{}> a ui:X11UI ;
+  ui:binary <{}> ;
+  lv2:requiredFeature ui:idleInterface ;
+  lv2:optionalFeature ui:parent , ui:resize , ui:touch , opts:options , urid:map ;
+  lv2:extensionData ui:idleInterface , ui:showInterface , ui:resize ;
+  opts:supportedOption ui:scaleFactor , ui:windowTitle)",
+                                 kLv2UiUri, module);
+  for (const Lv2Variant& variant : kLv2Variants) {
+    for (const Lv2Report& report : kLv2Reports) {
+      text += fmt::format(R"( ;
+  ui:portNotification [
+    ui:plugin <{}> ;
+    lv2:symbol "{}" ;
+    ui:protocol ui:floatProtocol
+  ])",
+                          variant.uri, report.symbol);
+    }
+  }
+  return text + " .\n\n";
+}
+
+std::string manifest(const std::string& module, const std::string& ui) {
   std::string text(kPrefixes);
   for (const Lv2Variant& variant : kLv2Variants) {
     text +=
         fmt::format("<{}> a lv2:Plugin ;\n  lv2:binary <{}> ;\n  rdfs:seeAlso <quellard.ttl> .\n\n",
                     variant.uri, module);
   }
+  if (!ui.empty()) text += window(ui);
   for (const FactoryPreset& preset : kFactoryBank) {
     text += presetHead(preset) + "  rdfs:seeAlso <presets.ttl> .\n\n";
   }
   return text;
 }
 
-std::string description() {
+std::string description(bool hasUi) {
   std::string text(kPrefixes);
-  for (const Lv2Variant& variant : kLv2Variants) text += plugin(variant);
+  for (const Lv2Variant& variant : kLv2Variants) text += plugin(variant, hasUi);
   return text + groups();
 }
 
@@ -257,13 +309,14 @@ void writeFile(const std::string& path, const std::string& text) {
 }  // namespace quellard
 
 int main(int argc, char** argv) try {
-  if (argc != 3) {
-    std::fputs("usage: write_ttl FOLDER MODULE\n", stderr);
+  if (argc != 3 && argc != 4) {
+    std::fputs("usage: write_ttl FOLDER MODULE [UI]\n", stderr);
     return 2;
   }
   const std::string folder = argv[1];
-  quellard::writeFile(folder + "/manifest.ttl", quellard::manifest(argv[2]));
-  quellard::writeFile(folder + "/quellard.ttl", quellard::description());
+  const std::string ui = argc == 4 ? argv[3] : "";
+  quellard::writeFile(folder + "/manifest.ttl", quellard::manifest(argv[2], ui));
+  quellard::writeFile(folder + "/quellard.ttl", quellard::description(!ui.empty()));
   quellard::writeFile(folder + "/presets.ttl", quellard::presets());
   return 0;
 } catch (const std::exception& error) {

@@ -19,15 +19,6 @@ namespace {
 constexpr auto kRelaxed = std::memory_order_relaxed;
 constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 
-// Those of the amplifier and the rig, less the bypass, for which this format has a call.
-constexpr int kNumVst2Parameters = kNumHostedValues - 1;
-
-// 0, which is none, for a number that the host should not have.
-int parameterOf(std::int32_t index) {
-  if (index < 0 || index >= kNumVst2Parameters) return 0;
-  return index < kNumStoredValues ? index + 1 : index + 2;
-}
-
 // Writes the text and its terminator and no byte more, since hosts do not say how long their
 // buffers are. The published interface has 8 characters for a parameter's name; today's hosts
 // provide 24 and more, so "Vintage Presence" may take 17 bytes.
@@ -51,28 +42,30 @@ AEffect* Vst2Effect::create(audioMasterCallback host, const Vst2Variant& variant
     return nullptr;
   }
   // The host holds the effect through its record until effClose.
-  std::unique_ptr<Vst2Effect> effect(new Vst2Effect(variant));
+  std::unique_ptr<Vst2Effect> effect(new Vst2Effect(host, variant));
   return &effect.release()->record_;
 } catch (...) {
   return nullptr;
 }
 
-Vst2Effect::Vst2Effect(const Vst2Variant& variant) : variant_(variant), amp_(variant.sides) {
+Vst2Effect::Vst2Effect(audioMasterCallback host, const Vst2Variant& variant)
+    : variant_(variant), amp_(variant.sides), editor_(amp_, record_, host, variant.name) {
   record_.magic = kEffectMagic;
   record_.dispatcher = dispatch;
   // The accumulating call of older interfaces, which VST 2.4 hosts do not make.
   record_.process = [](AEffect*, float**, float**, std::int32_t) {};
   record_.setParameter = [](AEffect* record, std::int32_t index, float value) {
-    if (Vst2Effect* self = of(record)) self->amp_.setValue(parameterOf(index), value);
+    if (Vst2Effect* self = of(record)) self->amp_.setValue(vst2ParameterOf(index), value);
   };
   record_.getParameter = [](AEffect* record, std::int32_t index) {
     Vst2Effect* self = of(record);
-    return self != nullptr ? self->amp_.value(parameterOf(index)) : 0.0F;
+    return self != nullptr ? self->amp_.value(vst2ParameterOf(index)) : 0.0F;
   };
   record_.numPrograms = kNumListedPrograms;
   record_.numParams = kNumVst2Parameters;
   record_.numInputs = record_.numOutputs = variant.sides;
-  record_.flags = effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks;
+  record_.flags = effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks |
+                  Vst2Editor::kFlags;
   record_.ioRatio = 1.0F;
   record_.object = this;
   record_.uniqueID = variant.uniqueId;
@@ -110,7 +103,7 @@ std::intptr_t Vst2Effect::dispatch(AEffect* record, std::int32_t opcode, std::in
 std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                  void* ptr, float opt) {
   auto* text = static_cast<char*>(ptr);
-  const int parameter = parameterOf(index);
+  const int parameter = vst2ParameterOf(index);
   switch (opcode) {
     case effSetProgram: return chooseProgram(value), 0;
     case effGetProgram: return program_.load(kRelaxed);
@@ -138,6 +131,10 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effGetOutputProperties:
       return fillPinProperties(opcode == effGetInputProperties, index, amp_.sides(),
                                static_cast<PinProperties*>(ptr));
+    case effEditGetRect: return editor_.tellSize(static_cast<Vst2Rect**>(ptr));
+    case effEditOpen: return editor_.open(ptr);
+    case effEditClose: return editor_.close(), 1;
+    case effEditIdle: return editor_.idle(), 1;
     case effIdentify: return kEffectIdentity;
     case effGetPlugCategory: return kPlugCategEffect;
     case effGetEffectName:

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "adapters/shared/state.h"
+#include "adapters/vst2/editor.h"
 #include "adapters/vst2/identity.h"
 #include "rig/hosted_amp.h"
 #include "shell/vst2.h"
@@ -26,7 +27,7 @@ class Vst2Effect {
   ~Vst2Effect() = default;
 
  private:
-  explicit Vst2Effect(const Vst2Variant& variant);
+  Vst2Effect(audioMasterCallback host, const Vst2Variant& variant);
 
   static Vst2Effect* of(AEffect* record);
   static std::intptr_t dispatch(AEffect* record, std::int32_t opcode, std::int32_t index,
@@ -49,6 +50,7 @@ class Vst2Effect {
   const Vst2Variant& variant_;
   HostedAmp amp_;
   AEffect record_{};
+  Vst2Editor editor_;
   // Atomic, since some hosts announce them while they play. The block length is the published
   // interface's default until a host announces one.
   std::atomic<float> rate_ = 0.0F;  // Hz

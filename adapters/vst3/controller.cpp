@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "adapters/vst3/parameters.h"
+#include "adapters/vst3/view.h"
 #include "adapters/vst3/vst3_plugin.h"
 #include "adapters/vst3/wide_text.h"
 
@@ -59,7 +60,9 @@ v3_result setHandler(void* self, v3_component_handler** handler) {
   return V3_OK;
 }
 
-v3_plugin_view** noView(void*, const char*) { return nullptr; }
+v3_plugin_view** createView(void* self, const char* name) {
+  return createVst3View(Vst3Plugin::of(self), name);
+}
 
 }  // namespace
 
@@ -68,7 +71,7 @@ constexpr v3_edit_controller_cpp kVst3Controller = {
     kVst3Unknown,
     kVst3Base,
     {loadState, noState, noState, getCount, getInfo, getText, getValueOfText, toPlain, toNormalised,
-     getValue, setValue, setHandler, noView},
+     getValue, setValue, setHandler, createView},
 };
 
 }  // namespace quellard

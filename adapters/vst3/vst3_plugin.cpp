@@ -108,6 +108,26 @@ void Vst3Plugin::moveShown(v3_param_id id, double normalised) {
   if (programChanged) tellHost();
 }
 
+void Vst3Plugin::beginMove(v3_param_id id) {
+  if (handler_ != nullptr) v3_cpp_obj(handler_)->begin_edit(handler_, id);
+}
+
+void Vst3Plugin::moveByHand(v3_param_id id, float value) {
+  const auto normalised = static_cast<double>(value);
+  moveShown(id, normalised);
+  if (handler_ == nullptr) return play(id, keptValue(id, normalised));
+  v3_cpp_obj(handler_)->perform_edit(handler_, id, normalised);
+}
+
+void Vst3Plugin::endMove(v3_param_id id) {
+  if (handler_ != nullptr) v3_cpp_obj(handler_)->end_edit(handler_, id);
+}
+
+void Vst3Plugin::countWindows(int more) {
+  windows_ += more;
+  amp.measureLevels(windows_ > 0);
+}
+
 HostedValues Vst3Plugin::shownValues() const {
   HostedValues values;
   v3_param_id id = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The amplifier as a VST3 plug-in, mono or stereo: component, processor, controller and units in
-// one object. The functions that a host sees are grouped as VST3 groups them, one file each; they
-// only convert arguments and call the amplifier.
+// one object, and a view (view.h) for each of its windows. The functions that a host sees are
+// grouped as VST3 groups them, one file each; they only convert arguments and call the amplifier.
 //
 // Threads are VST3's: process and the processing state belong to the audio thread, everything else
 // to the main thread. A host reports every move twice: to the controller, at some time, for
@@ -50,6 +50,9 @@ class Vst3Plugin {
   static v3_result query(void* face, const v3_tuid interface, void** object);
   static std::uint32_t ref(void* face);
   static std::uint32_t unref(void* face);
+  // The same for a view, which needs the plug-in to its end. [main thread]
+  void keep() { ++references_; }
+  void letGo() { unref(&component_); }
   // The plug-in is ready as soon as it is created, so these may come in any order and number.
   static v3_result initialize(void* face, v3_funknown** context);
   static v3_result terminate(void* face);
@@ -72,6 +75,16 @@ class Vst3Plugin {
   // A move that the controller gets: changes the value that is shown, and while inactive, when no
   // block could bring it, also the one that plays. [main thread]
   void moveShown(v3_param_id id, double normalised);
+  // A move by hand: begin, any number of values, end. It is shown at once, and the host brings it
+  // to the processor; without a handler, it is played from here. These calls reach the host also
+  // where tellHost() must not, since a hand does not move while a state or a program is loaded.
+  // [main thread]
+  void beginMove(v3_param_id id);
+  void moveByHand(v3_param_id id, float value);
+  void endMove(v3_param_id id);
+  // How many windows are open; while there are any, the amplifier measures its levels. [main
+  // thread]
+  void countWindows(int more);
   // Plays and shows a state, and reports it to the host. [main thread]
   void load(const HostedValues& values);
   // The host's object to report to; null for none. [main thread]
@@ -93,6 +106,7 @@ class Vst3Plugin {
   std::atomic<std::uint32_t> references_ = 1;
   v3_component_handler** handler_ = nullptr;
   bool mayCallBack_ = true;
+  int windows_ = 0;
   std::array<std::atomic<float>, kNumVst3Parameters> shown_{};
   std::atomic<int> playedProgram_ = 0;
   std::atomic<bool> hasUnreportedValues_ = false;  // values changed that the host does not know of

@@ -2,8 +2,10 @@
 // The built CLAP module, driven through its C interface.
 #include <clap/entry.h>
 #include <clap/ext/audio-ports.h>
+#include <clap/ext/gui.h>
 #include <clap/ext/params.h>
 #include <clap/ext/state.h>
+#include <clap/ext/timer-support.h>
 #include <clap/plugin-factory.h>
 #include <cstring>
 #include <set>
@@ -69,6 +71,10 @@ class ClapPlugin : public HostedPlugin {
     host_.host_data = this;
     host_.get_extension = [](const clap_host_t* host, const char* name) -> const void* {
       auto* self = static_cast<ClapPlugin*>(host->host_data);
+      static constexpr clap_host_timer_support_t kTimer = {
+          [](const clap_host_t*, std::uint32_t, clap_id*) { return true; },
+          [](const clap_host_t*, clap_id) { return true; }};
+      if (std::strcmp(name, CLAP_EXT_TIMER_SUPPORT) == 0) return &kTimer;
       return std::strcmp(name, CLAP_EXT_PARAMS) == 0 ? &self->hostParams_ : nullptr;
     };
     hostParams_.rescan = [](const clap_host_t* host, clap_param_rescan_flags flags) {
@@ -268,6 +274,23 @@ TEST(Clap, InvalidCallsAreRefused) {
   EXPECT_EQ(hosted.get(20), 0.0) << "steps are truncated";
   EXPECT_EQ(hosted.text(20, 1.0) + hosted.text(20, 0.9), "OnOff");
   EXPECT_EQ(hosted.value(20, "on"), 1.0);
+}
+
+// The module asks for its window's libraries only when one opens. tests/adapters/faces has the
+// rest.
+TEST(Clap, WithoutADisplayNoWindowOpens) {
+  unsetenv("DISPLAY");
+  const ClapPlugin hosted;
+  const clap_plugin_t* p = hosted.plugin;
+  const auto* gui = hosted.extension<clap_plugin_gui_t>(CLAP_EXT_GUI);
+  ASSERT_EQ(gui != nullptr, QUELLARD_HAS_FACE);
+  if (gui == nullptr) return;
+  const clap_window_t parent = {CLAP_WINDOW_API_X11, {.x11 = 7}};
+  ASSERT_TRUE(gui->create(p, CLAP_WINDOW_API_X11, false));
+  EXPECT_FALSE(gui->set_parent(p, &parent));
+  ASSERT_TRUE(gui->create(p, nullptr, true));
+  EXPECT_FALSE(gui->show(p));
+  gui->destroy(p);
 }
 
 // The factory bank as a host's browser sees it; the key to load a preset is its name.

@@ -3,6 +3,7 @@
 // blocks, leaves ports unconnected and sends longer blocks than the plug-in is prepared for.
 #include <array>
 #include <lv2/core/lv2.h>
+#include <lv2/ui/ui.h>
 
 #include "tests/adapters/format_suite.h"
 
@@ -103,6 +104,50 @@ TEST(Lv2, UnconnectedPortsWrongRatesAndLongBlocksAreHandled) {
     EXPECT_EQ(out, wanted) << "NaN moves nothing";
   }
 }
+
+// In the ports behind all others: peaks in decibels and the gate, which a host shows and a window
+// too.
+TEST(Lv2, ReportsLevelsAndTheGate) {
+  Lv2Plugin hosted;
+  ASSERT_TRUE(hosted.activate(48000.0, 64));
+  std::array<float, 3> reports{};
+  const auto reported = [&](float level, int blocks) {
+    for (int i = 0; i < blocks; ++i) {
+      Channels<float> io(1, std::vector<float>(64, level));
+      hosted.play(io, io);
+    }
+    return reports;
+  };
+  EXPECT_EQ(reported(0.25F, 1), (std::array{0.0F, 0.0F, 0.0F})) << "not connected";
+  for (const std::uint32_t i : {0U, 1U, 2U})
+    hosted.plugin->connect_port(hosted.amp, 25 + i, &reports.at(i));
+  EXPECT_NEAR(reported(0.25F, 1)[0], -12.0412F, 1e-3F);
+  EXPECT_EQ(reports[2], 1.0F) << "there is no gate";
+  hosted.bypass(true);
+  hosted.set(kOutputParameter, 1.0);
+  EXPECT_NEAR(reported(0.25F, 100)[1], -12.0412F, 1e-3F) << "what is heard";
+  hosted.set(kGateParameter, 1.0);
+  EXPECT_EQ(reported(0.0F, 2000), (std::array{-100.0F, -100.0F, 0.0F}));
+  EXPECT_EQ(reported(HUGE_VALF, 1)[0], 24.0F);
+}
+
+#if QUELLARD_HAS_FACE
+// Its module asks for its window's libraries only when one opens. tests/adapters/faces has the
+// rest.
+TEST(Lv2, WithoutADisplayNoWindowOpens) {
+  unsetenv("DISPLAY");
+  const auto entry = reinterpret_cast<LV2UI_DescriptorFunction>(
+      symbolOf(QUELLARD_LV2_UI_FILE, "lv2ui_descriptor"));
+  const LV2UI_Descriptor* ui = entry(0);
+  LV2UI_Widget widget = nullptr;
+  const LV2_Feature parent = {LV2_UI__parent, &widget};
+  const std::array<const LV2_Feature*, 2> features = {&parent, nullptr};
+  const auto write = [](auto...) {};
+  for (const auto* offered : {features.data(), features.data() + 1})
+    EXPECT_EQ(ui->instantiate(ui, "urn:quellard:amplifier", "", write, nullptr, &widget, offered),
+              nullptr);
+}
+#endif
 
 }  // namespace
 }  // namespace quellard::test

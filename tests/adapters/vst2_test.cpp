@@ -125,8 +125,8 @@ void expectDescribed(const char* name, const char* identity) {
   EXPECT_EQ(static_cast<std::uint32_t>(record.uniqueID), code);
   EXPECT_EQ((std::array{record.numParams, record.numPrograms, record.numInputs, record.numOutputs}),
             (std::array{22, 13, sides, sides}));
-  EXPECT_EQ(record.flags,
-            effFlagsCanReplacing | effFlagsCanDoubleReplacing | effFlagsProgramChunks);
+  EXPECT_EQ(record.flags, effFlagsCanReplacing | effFlagsCanDoubleReplacing |
+                              effFlagsProgramChunks | (QUELLARD_HAS_FACE ? effFlagsHasEditor : 0));
   EXPECT_EQ(textOf(plugin, effGetEffectName), name);
   EXPECT_EQ(textOf(plugin, effGetProductString), name);
   EXPECT_EQ(textOf(plugin, effGetVendorString), "Quellard");
@@ -220,6 +220,19 @@ TEST(Vst2, AdoptsWhateverIsAnnounced) {
       expectPlayed(io[0], wanted[0]);
     }
   }
+}
+
+// The module asks for its window's libraries only when one opens. tests/adapters/faces has the
+// rest.
+TEST(Vst2, WithoutADisplayNoWindowOpens) {
+  unsetenv("DISPLAY");
+  OpenedEffect plugin(openModule<1>);
+  void* rect = nullptr;
+  EXPECT_EQ(plugin.dispatch(effEditGetRect, 0, 0, &rect), QUELLARD_HAS_FACE);
+  EXPECT_EQ(rect != nullptr, QUELLARD_HAS_FACE);
+  EXPECT_EQ(plugin.dispatch(effEditOpen, 0, 0, &plugin), 0);
+  plugin.dispatch(effEditIdle);
+  plugin.dispatch(effEditClose);
 }
 
 TEST(Vst2, InvalidCallsAreHandled) {

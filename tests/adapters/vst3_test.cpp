@@ -11,6 +11,7 @@
 #include <travesty/host.h>
 #include <travesty/message.h>
 #include <travesty/unit.h>
+#include <travesty/view.h>
 #include <utility>
 
 #include "params/factory_bank.h"
@@ -329,6 +330,19 @@ TEST(Vst3, FactoryDescribesTwoClasses) {
     EXPECT_NE(v3_cpp_obj(factory())->create_instance(factory(), id, interface, &object), V3_OK);
     EXPECT_EQ(object, nullptr);
   }
+}
+
+// The module asks for its window's libraries only when one opens. tests/adapters/faces has the
+// rest.
+TEST(Vst3, WithoutADisplayNoWindowOpens) {
+  unsetenv("DISPLAY");
+  const Vst3Plugin plugin;
+  v3_plugin_view** view = plugin.c().create_view(plugin.controller, "editor");
+  ASSERT_EQ(view != nullptr, QUELLARD_HAS_FACE);
+  if (view == nullptr) return;
+  EXPECT_NE(v3_cpp_obj(view)->attached(view, &view, V3_VIEW_PLATFORM_TYPE_X11), V3_OK);
+  EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
+  EXPECT_EQ(v3_cpp_obj_unref(view), 0U);
 }
 
 // Every interface gives every other, and always the same object for it.

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: ISC
+// CLAP's window: X11, inside the host's window or beside it, kept alive by the host's timer.
+// Without a face in this build, or a timer of the host, there is none. [main thread]
+#pragma once
+
+#ifdef QUELLARD_FACE
+
+#include <clap/ext/gui.h>
+#include <clap/ext/timer-support.h>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "adapters/clap/clap_plugin.h"
+#include "adapters/editor/editor.h"
+#include "adapters/shared/amp_target.h"
+
+namespace quellard {
+
+// Moves by hand are heard at once, and reach the host with the next block or flush.
+class ClapTarget final : public AmpTarget {
+ public:
+  explicit ClapTarget(ClapPlugin& plugin) : AmpTarget(plugin.amp), plugin_(plugin) {}
+
+  void beginMove(int parameter) override;
+  void move(int parameter, float value) override;
+  void endMove(int parameter) override;
+
+ private:
+  ClapPlugin& plugin_;
+};
+
+class ClapGui {
+ public:
+  // Null where the host cannot keep a window alive.
+  static std::unique_ptr<ClapGui> create(ClapPlugin& plugin, bool isFloating);
+  ~ClapGui();
+  ClapGui(const ClapGui&) = delete;
+  ClapGui& operator=(const ClapGui&) = delete;
+
+  bool isFloating() const { return isFloating_; }
+  Editor& editor() { return editor_; }
+  bool setScale(double scale);
+  bool open(std::uintptr_t parent);  // 0: beside the host's window
+  bool show();
+  bool hide();
+  void setTitle(const char* title);
+  void setTransientFor(std::uintptr_t window);
+  // The host may destroy this object meanwhile.
+  void tick(clap_id timer);
+
+ private:
+  ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating);
+
+  bool start();
+  void stop();
+  bool askForSize(PixelSize size) const;
+
+  ClapPlugin& plugin_;
+  const clap_host_timer_support_t& hostTimer_;
+  const clap_host_gui_t* const hostGui_;
+  const bool isFloating_;
+  bool wasClosed_ = false;  // by the player, in this tick
+  std::optional<clap_id> timer_;
+  std::uintptr_t transientFor_ = 0;
+  std::string title_ = "Quellard";
+  ClapTarget target_;
+  Editor editor_;
+};
+
+// The table of the extension with this id, null for others.
+const void* clapGuiExtension(const char* id);
+
+}  // namespace quellard
+
+#else
+
+namespace quellard {
+
+class ClapGui {};
+inline const void* clapGuiExtension(const char* /*id*/) { return nullptr; }
+
+}  // namespace quellard
+
+#endif

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/vst2/editor.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "adapters/vst2/identity.h"
+
+namespace quellard {
+namespace {
+
+std::int16_t shortOf(int pixels) {
+  return static_cast<std::int16_t>(std::min(pixels, int{std::numeric_limits<std::int16_t>::max()}));
+}
+
+}  // namespace
+
+void Vst2Target::beginMove(int parameter) { tell(audioMasterBeginEdit, parameter, 0.0F); }
+
+void Vst2Target::move(int parameter, float value) {
+  amp_.setValue(parameter, value);
+  tell(audioMasterAutomate, parameter, value);
+}
+
+void Vst2Target::endMove(int parameter) { tell(audioMasterEndEdit, parameter, 0.0F); }
+
+void Vst2Target::tell(std::int32_t opcode, int parameter, float value) {
+  const std::optional<std::int32_t> number = vst2NumberOf(parameter);
+  if (number.has_value()) host_(&record_, opcode, *number, 0, nullptr, value);
+}
+
+Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title)
+    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host) {}
+
+Editor& Vst2Editor::editor() {
+  if (editor_ == nullptr) {
+    editor_ = std::make_unique<Editor>(target_);
+    editor_->onResize([this](PixelSize size) { return askForSize(size); });
+  }
+  return *editor_;
+}
+
+bool Vst2Editor::tellSize(Vst2Rect** rect) {
+  if (rect == nullptr) return false;
+  const PixelSize size = asked_.value_or(editor().size());
+  rect_ = {.top = 0, .left = 0, .bottom = shortOf(size.height), .right = shortOf(size.width)};
+  *rect = &rect_;
+  return true;
+}
+
+// Only while it is open, the amplifier measures its levels.
+bool Vst2Editor::open(void* parent) {
+  if (parent == nullptr) return false;
+  if (!editor().open(reinterpret_cast<std::uintptr_t>(parent), title_)) return close(), false;
+  amp_.measureLevels(true);
+  editor_->show();
+  return true;
+}
+
+// A hand that still holds a knob lets go of it.
+void Vst2Editor::close() {
+  editor_.reset();
+  amp_.measureLevels(false);
+}
+
+void Vst2Editor::idle() {
+  if (editor_ != nullptr) editor_->idle();
+}
+
+// Some hosts ask for the size again before they answer.
+bool Vst2Editor::askForSize(PixelSize size) {
+  asked_ = size;
+  const bool agrees =
+      host_(&record_, audioMasterSizeWindow, size.width, size.height, nullptr, 0.0F) != 0;
+  asked_.reset();
+  return agrees;
+}
+
+}  // namespace quellard

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: ISC
+// The window of the VST 2.4 effect, inside the host's, which calls it idle. In builds without a
+// face there is none. [main thread]
+#pragma once
+
+#include <cstdint>
+
+#include "shell/vst2.h"
+
+namespace quellard {
+
+// A window's corners in pixels, in the layout of the published interface.
+struct Vst2Rect {
+  std::int16_t top;
+  std::int16_t left;
+  std::int16_t bottom;
+  std::int16_t right;
+};
+static_assert(sizeof(Vst2Rect) == 8);
+
+}  // namespace quellard
+
+#ifdef QUELLARD_FACE
+
+#include <memory>
+#include <optional>
+
+#include "adapters/editor/editor.h"
+#include "adapters/shared/amp_target.h"
+
+namespace quellard {
+
+// Moves by hand are heard at once; the host is told by the parameter's number, of which the bypass
+// has none.
+class Vst2Target final : public AmpTarget {
+ public:
+  Vst2Target(HostedAmp& amp, AEffect& record, audioMasterCallback host)
+      : AmpTarget(amp), record_(record), host_(host) {}
+
+  void beginMove(int parameter) override;
+  void move(int parameter, float value) override;
+  void endMove(int parameter) override;
+
+ private:
+  void tell(std::int32_t opcode, int parameter, float value);
+
+  AEffect& record_;
+  audioMasterCallback host_;
+};
+
+class Vst2Editor {
+ public:
+  static constexpr std::int32_t kFlags = effFlagsHasEditor;
+
+  // All of them outlive the editor. title: of the plug-in.
+  Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title);
+  ~Vst2Editor() { close(); }
+  Vst2Editor(const Vst2Editor&) = delete;
+  Vst2Editor& operator=(const Vst2Editor&) = delete;
+
+  // The size of the window, also of one that is to be opened. The host may read it until it asks
+  // again. False for null.
+  bool tellSize(Vst2Rect** rect);
+  // parent: the host's window. False for null, and without a display.
+  bool open(void* parent);
+  void close();
+  void idle();
+
+ private:
+  Editor& editor();
+  bool askForSize(PixelSize size);
+
+  HostedAmp& amp_;
+  AEffect& record_;
+  audioMasterCallback host_;
+  const char* title_;
+  Vst2Rect rect_{};
+  std::optional<PixelSize> asked_;  // while the host answers whether it agrees to this size
+  Vst2Target target_;
+  std::unique_ptr<Editor> editor_;  // from the first question for its size until it is closed
+};
+
+}  // namespace quellard
+
+#else
+
+namespace quellard {
+
+class HostedAmp;
+
+class Vst2Editor {
+ public:
+  static constexpr std::int32_t kFlags = 0;
+
+  Vst2Editor(HostedAmp& /*amp*/, AEffect& /*record*/, audioMasterCallback /*host*/,
+             const char* /*title*/) {}
+  bool tellSize(Vst2Rect** /*rect*/) { return false; }
+  bool open(void* /*parent*/) { return false; }
+  void close() {}
+  void idle() {}
+};
+
+}  // namespace quellard
+
+#endif

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: ISC
+#include "adapters/vst3/view.h"
+
+#include <array>
+#include <cstring>
+#include <memory>
+
+namespace quellard {
+namespace {
+
+bool isX11(const char* platform) {
+  return platform != nullptr && std::strcmp(platform, V3_VIEW_PLATFORM_TYPE_X11) == 0;
+}
+
+PixelSize sizeOf(const v3_view_rect& rect) {
+  return {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+v3_view_rect rectOf(PixelSize size, std::int32_t left = 0, std::int32_t top = 0) {
+  return {.left = left, .top = top, .right = left + size.width, .bottom = top + size.height};
+}
+
+// Limits keep a host's corners from running over.
+bool isUsable(const v3_view_rect* rect) {
+  constexpr std::int32_t kMost = 1 << 15;
+  if (rect == nullptr) return false;
+  for (const std::int32_t corner : {rect->left, rect->top, rect->right, rect->bottom}) {
+    if (corner < -kMost || corner > kMost) return false;
+  }
+  return rect->right > rect->left && rect->bottom > rect->top;
+}
+
+v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
+
+v3_result attached(void* self, void* parent, const char* platform) try {
+  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
+  return Vst3View::of(self).attach(reinterpret_cast<std::uintptr_t>(parent));
+} catch (...) {
+  return V3_NOMEM;
+}
+
+v3_result removed(void* self) { return Vst3View::of(self).remove(), V3_OK; }
+
+// Wheel and keys reach the window itself.
+v3_result onWheel(void*, float) { return V3_FALSE; }
+v3_result onKey(void*, std::int16_t, std::int16_t, std::int16_t) { return V3_FALSE; }
+v3_result onFocus(void*, v3_bool) { return V3_OK; }
+
+v3_result getSize(void* self, v3_view_rect* rect) {
+  if (rect == nullptr) return V3_INVALID_ARG;
+  *rect = rectOf(Vst3View::of(self).editor().size());
+  return V3_OK;
+}
+
+v3_result onSize(void* self, v3_view_rect* rect) {
+  if (!isUsable(rect)) return V3_INVALID_ARG;
+  Vst3View::of(self).editor().setSize(sizeOf(*rect));
+  return V3_OK;
+}
+
+v3_result setFrame(void* self, v3_plugin_frame** frame) {
+  Vst3View::of(self).setFrame(frame);
+  return V3_OK;
+}
+
+v3_result canResize(void*) { return V3_TRUE; }
+
+v3_result checkSize(void* self, v3_view_rect* rect) {
+  if (!isUsable(rect)) return V3_INVALID_ARG;
+  *rect = rectOf(Vst3View::of(self).editor().fit(sizeOf(*rect)), rect->left, rect->top);
+  return V3_TRUE;
+}
+
+v3_result setScale(void* self, float factor) {
+  return Vst3View::of(self).setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+}
+
+void onReadable(void* self, int /*descriptor*/) { Vst3View::of(self).tick(); }
+void onTimer(void* self) { Vst3View::of(self).tick(); }
+
+constexpr v3_funknown kUnknown = {
+    .query_interface = Vst3View::query,
+    .ref = Vst3View::ref,
+    .unref = Vst3View::unref,
+};
+// In the order of v3_plugin_view.
+constexpr v3_plugin_view_cpp kView = {
+    kUnknown,
+    {isSupported, attached, removed, onWheel, onKey, onKey, getSize, onSize, onFocus, setFrame,
+     canResize, checkSize},
+};
+constexpr v3_plugin_view_content_scale_cpp kScale = {kUnknown, {setScale}};
+constexpr v3_event_handler_cpp kEvents = {kUnknown, {onReadable}};
+constexpr v3_timer_handler_cpp kTimer = {kUnknown, {onTimer}};
+
+}  // namespace
+
+v3_plugin_view** Vst3View::create(Vst3Plugin& plugin) {
+  std::unique_ptr<Vst3View> view(new Vst3View(plugin));
+  plugin.keep();
+  return static_cast<v3_plugin_view**>(static_cast<void*>(&view.release()->view_));
+}
+
+Vst3View::Vst3View(Vst3Plugin& plugin)
+    : plugin_(plugin),
+      view_{&kView, this},
+      scale_{&kScale, this},
+      events_{&kEvents, this},
+      timer_{&kTimer, this},
+      target_(plugin),
+      editor_(target_) {
+  editor_.onResize([this](PixelSize size) { return askForSize(size); });
+}
+
+Vst3View::~Vst3View() {
+  remove();
+  setFrame(nullptr);
+}
+
+v3_result Vst3View::query(void* face, const v3_tuid interface, void** object) {
+  if (interface == nullptr || object == nullptr) return V3_INVALID_ARG;
+  Vst3View& self = of(face);
+  struct Offer {
+    const std::uint8_t* interface;
+    Face* face;
+  };
+  const std::array offers = {
+      Offer{v3_funknown_iid, &self.view_},
+      Offer{v3_plugin_view_iid, &self.view_},
+      Offer{v3_plugin_view_content_scale_iid, &self.scale_},
+      Offer{v3_event_handler_iid, &self.events_},
+      Offer{v3_timer_handler_iid, &self.timer_},
+  };
+  for (const Offer& offer : offers) {
+    if (!v3_tuid_match(interface, offer.interface)) continue;
+    ref(face);
+    *object = offer.face;
+    return V3_OK;
+  }
+  *object = nullptr;
+  return V3_NO_INTERFACE;
+}
+
+std::uint32_t Vst3View::ref(void* face) { return ++of(face).references_; }
+
+// The plug-in outlives its view's last moment, in which a hand may let go of a knob.
+std::uint32_t Vst3View::unref(void* face) {
+  Vst3View& self = of(face);
+  const std::uint32_t left = --self.references_;
+  if (left > 0) return left;
+  Vst3Plugin& plugin = self.plugin_;
+  { const std::unique_ptr<Vst3View> last(&self); }
+  plugin.letGo();
+  return 0;
+}
+
+v3_result Vst3View::attach(std::uintptr_t parent) {
+  remove();
+  if (!editor_.open(parent, "Quellard")) return V3_FALSE;
+  if (!startLoop()) {
+    editor_.close();
+    return V3_FALSE;
+  }
+  editor_.show();
+  return V3_OK;
+}
+
+void Vst3View::remove() {
+  stopLoop();
+  editor_.close();
+}
+
+void Vst3View::setFrame(v3_plugin_frame** frame) {
+  if (frame != nullptr) v3_cpp_obj_ref(frame);
+  if (frame_ != nullptr) v3_cpp_obj_unref(frame_);
+  frame_ = frame;
+}
+
+bool Vst3View::setScale(double scale) {
+  const PixelSize before = editor_.size();
+  if (!editor_.setScale(scale)) return false;
+  const PixelSize now = editor_.size();
+  if (editor_.isOpen() && !(now == before)) askForSize(now);
+  return true;
+}
+
+// After the window is gone, the host's loop must not wait for its connection.
+void Vst3View::tick() {
+  if (loop_ != nullptr && !editor_.idle()) stopLoop();
+}
+
+bool Vst3View::startLoop() {
+  v3_run_loop** loop = nullptr;
+  if (frame_ == nullptr) return false;
+  if (v3_cpp_obj_query_interface(frame_, v3_run_loop_iid, &loop) != V3_OK || loop == nullptr) {
+    return false;
+  }
+  const v3_run_loop& offered = *v3_cpp_obj(loop);
+  if (offered.register_timer(loop, timerHandler(), Editor::kPeriod_ms) != V3_OK) {
+    v3_cpp_obj_unref(loop);
+    return false;
+  }
+  // Without it, what the window has to say waits for the timer.
+  offered.register_event_handler(loop, eventHandler(), editor_.fileDescriptor());
+  loop_ = loop;
+  plugin_.countWindows(1);
+  return true;
+}
+
+void Vst3View::stopLoop() {
+  if (loop_ == nullptr) return;
+  v3_run_loop** const loop = loop_;
+  loop_ = nullptr;
+  v3_cpp_obj(loop)->unregister_event_handler(loop, eventHandler());
+  v3_cpp_obj(loop)->unregister_timer(loop, timerHandler());
+  v3_cpp_obj_unref(loop);
+  plugin_.countWindows(-1);
+}
+
+bool Vst3View::askForSize(PixelSize size) {
+  if (frame_ == nullptr) return false;
+  v3_view_rect rect = rectOf(size);
+  auto** const view = static_cast<v3_plugin_view**>(static_cast<void*>(&view_));
+  return v3_cpp_obj(frame_)->resize_view(frame_, view, &rect) == V3_OK;
+}
+
+v3_event_handler** Vst3View::eventHandler() {
+  return static_cast<v3_event_handler**>(static_cast<void*>(&events_));
+}
+
+v3_timer_handler** Vst3View::timerHandler() {
+  return static_cast<v3_timer_handler**>(static_cast<void*>(&timer_));
+}
+
+v3_plugin_view** createVst3View(Vst3Plugin& plugin, const char* name) try {
+  if (name == nullptr || std::strcmp(name, "editor") != 0) return nullptr;
+  return Vst3View::create(plugin);
+} catch (...) {
+  return nullptr;
+}
+
+}  // namespace quellard

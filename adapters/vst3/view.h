@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: ISC
+// VST3's view: the face in the host's X11 window, kept alive by the run loop that the host's frame
+// offers. One object with the view, its scale and what the run loop calls; it keeps the plug-in, so
+// that either may be released first. [main thread]
+#pragma once
+
+#include <travesty/view.h>
+
+#include "adapters/vst3/vst3_plugin.h"
+
+#ifdef QUELLARD_FACE
+
+#include "adapters/editor/editor.h"
+#include "adapters/shared/amp_target.h"
+
+namespace quellard {
+
+// Shows what the controller shows, and moves it.
+class Vst3Target final : public AmpTarget {
+ public:
+  explicit Vst3Target(Vst3Plugin& plugin) : AmpTarget(plugin.amp), plugin_(plugin) {}
+
+  float value(int parameter) const override { return plugin_.shown(idOf(parameter)); }
+  void beginMove(int parameter) override { plugin_.beginMove(idOf(parameter)); }
+  void move(int parameter, float value) override { plugin_.moveByHand(idOf(parameter), value); }
+  void endMove(int parameter) override { plugin_.endMove(idOf(parameter)); }
+
+ private:
+  static v3_param_id idOf(int parameter) { return static_cast<v3_param_id>(parameter); }
+
+  Vst3Plugin& plugin_;
+};
+
+class Vst3View {
+ public:
+  // May throw std::bad_alloc. The caller owns the first reference.
+  static v3_plugin_view** create(Vst3Plugin& plugin);
+
+  Vst3View(const Vst3View&) = delete;
+  Vst3View& operator=(const Vst3View&) = delete;
+  ~Vst3View();
+
+  static Vst3View& of(void* face) { return *static_cast<Face*>(face)->view; }
+  static v3_result query(void* face, const v3_tuid interface, void** object);
+  static std::uint32_t ref(void* face);
+  static std::uint32_t unref(void* face);
+
+  Editor& editor() { return editor_; }
+  v3_result attach(std::uintptr_t parent);
+  void remove();
+  void setFrame(v3_plugin_frame** frame);
+  bool setScale(double scale);
+  // Called by the run loop.
+  void tick();
+
+ private:
+  // One of the view's interfaces, as Vst3Face is one of the plug-in's.
+  struct Face {
+    const void* functions;
+    Vst3View* view;
+  };
+
+  explicit Vst3View(Vst3Plugin& plugin);
+
+  bool startLoop();
+  void stopLoop();
+  bool askForSize(PixelSize size);
+  v3_event_handler** eventHandler();
+  v3_timer_handler** timerHandler();
+
+  Vst3Plugin& plugin_;
+  Face view_;
+  Face scale_;
+  Face events_;
+  Face timer_;
+  std::uint32_t references_ = 1;
+  v3_plugin_frame** frame_ = nullptr;
+  v3_run_loop** loop_ = nullptr;  // while it calls this view
+  Vst3Target target_;
+  Editor editor_;
+};
+
+// Null for another name than "editor", and without memory.
+v3_plugin_view** createVst3View(Vst3Plugin& plugin, const char* name);
+
+}  // namespace quellard
+
+#else
+
+namespace quellard {
+
+inline v3_plugin_view** createVst3View(Vst3Plugin& /*plugin*/, const char* /*name*/) {
+  return nullptr;
+}
+
+}  // namespace quellard
+
+#endif

@@ -1,0 +1,425 @@
+// SPDX-License-Identifier: ISC
+// CLAP's window and the moves on it, in a host that keeps what it is told.
+#include <clap/entry.h>
+#include <clap/ext/gui.h>
+#include <clap/ext/timer-support.h>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <map>
+#include <thread>
+
+#include "adapters/clap/clap_plugin.h"
+#include "params/factory_bank.h"
+#include "tests/adapters/faces/fake_window.h"
+
+namespace quellard::test {
+namespace {
+
+using Kind = HandMoves::Kind;
+
+struct Event {
+  Kind kind;
+  clap_id parameter;
+  double value;
+  bool operator==(const Event&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Event& event) {
+  return out << static_cast<int>(event.kind) << ':' << event.parameter << '=' << event.value;
+}
+
+// What the plug-in sends; room: how many events it takes.
+struct Taken {
+  std::vector<Event> events;
+  std::size_t room = SIZE_MAX;
+  clap_output_events_t list = {this, push};
+
+  static bool push(const clap_output_events_t* to, const clap_event_header_t* event) {
+    Taken& self = *static_cast<Taken*>(to->ctx);
+    if (self.events.size() >= self.room) return false;
+    EXPECT_EQ(event->time, 0U);
+    const auto* gesture = reinterpret_cast<const clap_event_param_gesture_t*>(event);
+    const auto* value = reinterpret_cast<const clap_event_param_value_t*>(event);
+    switch (event->type) {
+      case CLAP_EVENT_PARAM_VALUE:
+        self.events.push_back({Kind::value, value->param_id, value->value});
+        break;
+      case CLAP_EVENT_PARAM_GESTURE_BEGIN:
+        self.events.push_back({Kind::begin, gesture->param_id, 0.0});
+        break;
+      default: self.events.push_back({Kind::end, gesture->param_id, 0.0});
+    }
+    return true;
+  }
+};
+
+class ClapHost {
+ public:
+  explicit ClapHost(bool hasTimers = true) : hasTimers_(hasTimers) {
+    const auto* factory =
+        static_cast<const clap_plugin_factory_t*>(clap_entry.get_factory(CLAP_PLUGIN_FACTORY_ID));
+    plugin = factory->create_plugin(factory, &host_, "org.quellard.amplifier");
+    plugin->init(plugin);
+    gui = static_cast<const clap_plugin_gui_t*>(plugin->get_extension(plugin, CLAP_EXT_GUI));
+    params =
+        static_cast<const clap_plugin_params_t*>(plugin->get_extension(plugin, CLAP_EXT_PARAMS));
+  }
+  ~ClapHost() {
+    plugin->destroy(plugin);
+    EXPECT_EQ(timers, 0) << "a timer is left";
+  }
+  ClapHost(const ClapHost&) = delete;
+  ClapHost& operator=(const ClapHost&) = delete;
+
+  HostedAmp& amp() const { return ClapPlugin::of(plugin).amp; }
+  bool embed(clap_xwnd parent = 77) const {
+    clap_window_t window{CLAP_WINDOW_API_X11, {}};
+    window.x11 = parent;
+    return gui->set_parent(plugin, &window);
+  }
+  bool open() const {
+    return gui->create(plugin, CLAP_WINDOW_API_X11, false) && embed() && gui->show(plugin);
+  }
+  PixelSize size() const {
+    std::uint32_t width = 0, height = 0;
+    EXPECT_TRUE(gui->get_size(plugin, &width, &height));
+    return {static_cast<int>(width), static_cast<int>(height)};
+  }
+  void tick(clap_id timer = 5) const {
+    const auto* support = static_cast<const clap_plugin_timer_support_t*>(
+        plugin->get_extension(plugin, CLAP_EXT_TIMER_SUPPORT));
+    support->on_timer(plugin, timer);
+  }
+  std::vector<Event> flushed(std::size_t room = SIZE_MAX) const {
+    Taken taken;
+    taken.room = room;
+    params->flush(plugin, nullptr, &taken.list);
+    return taken.events;
+  }
+  // A block of loud input.
+  std::vector<Event> played() const {
+    std::vector<float> samples(64, 0.5F);
+    float* channel = samples.data();
+    clap_audio_buffer_t port = {&channel, nullptr, 1, 0, 0};
+    Taken taken;
+    const clap_process_t block = {-1, 64, nullptr, &port, &port, 1, 1, nullptr, &taken.list};
+    EXPECT_NE(plugin->process(plugin, &block), CLAP_PROCESS_ERROR);
+    return taken.events;
+  }
+
+  const clap_plugin_t* plugin;
+  const clap_plugin_gui_t* gui;
+  const clap_plugin_params_t* params;
+  int timers = 0, flushes = 0;
+  std::uint32_t period_ms = 0;
+  bool agrees = true;
+  std::vector<PixelSize> asked;
+  std::function<void(bool)> closed = [](bool) {};
+
+ private:
+  static ClapHost& of(const clap_host_t* host) { return *static_cast<ClapHost*>(host->host_data); }
+  static const void* extension(const clap_host_t* host, const char* id) {
+    static constexpr clap_host_timer_support_t kTimer = {
+        [](const clap_host_t* each, std::uint32_t period, clap_id* timer) {
+          of(each).period_ms = period;
+          ++of(each).timers;
+          *timer = 5;
+          return true;
+        },
+        [](const clap_host_t* each, clap_id timer) {
+          EXPECT_EQ(timer, 5U);
+          --of(each).timers;
+          return true;
+        }};
+    static constexpr clap_host_gui_t kGui = {
+        [](const clap_host_t*) {},
+        [](const clap_host_t* each, std::uint32_t width, std::uint32_t height) {
+          of(each).asked.push_back({static_cast<int>(width), static_cast<int>(height)});
+          return of(each).agrees;
+        },
+        [](const clap_host_t*) { return true; }, [](const clap_host_t*) { return true; },
+        [](const clap_host_t* each, bool wasDestroyed) { of(each).closed(wasDestroyed); }};
+    static constexpr clap_host_params_t kParams = {
+        [](const clap_host_t*, clap_param_rescan_flags) {},
+        [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
+        [](const clap_host_t* each) { ++of(each).flushes; }};
+    if (std::strcmp(id, CLAP_EXT_GUI) == 0) return &kGui;
+    if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) return &kParams;
+    const bool isTimer = std::strcmp(id, CLAP_EXT_TIMER_SUPPORT) == 0;
+    return isTimer && of(host).hasTimers_ ? &kTimer : nullptr;
+  }
+
+  bool hasTimers_;
+  clap_host_t host_ = {CLAP_VERSION,
+                       this,
+                       "",
+                       "",
+                       "",
+                       "",
+                       extension,
+                       [](const clap_host_t*) {},
+                       [](const clap_host_t*) {},
+                       [](const clap_host_t*) {}};
+};
+
+class ClapFace : public FaceFormats {};
+
+TEST_F(ClapFace, WithoutTimersOfTheHostThereIsNone) {
+  const ClapHost host(false);
+  EXPECT_FALSE(host.gui->is_api_supported(host.plugin, CLAP_WINDOW_API_X11, false));
+  EXPECT_FALSE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+  EXPECT_FALSE(host.gui->create(host.plugin, nullptr, true));
+  EXPECT_FALSE(host.embed());
+}
+
+// The first size that a host learns holds the scale that it has set, or the desktop's.
+TEST_F(ClapFace, SizesHoldTheScale) {
+  for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0}) {
+    for (const bool isHosts : {true, false}) {
+      fakeScreen().scale = isHosts ? 1.3 : scale;
+      const ClapHost host;
+      ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+      EXPECT_TRUE(!isHosts || host.gui->set_scale(host.plugin, scale));
+      const PixelSize wanted = {static_cast<int>(960 * scale), static_cast<int>(600 * scale)};
+      EXPECT_EQ(host.size(), wanted) << scale;
+      ASSERT_TRUE(host.embed());
+      EXPECT_EQ(window().size(), wanted);
+      std::uint32_t width = 1000, height = 2000;
+      EXPECT_TRUE(host.gui->adjust_size(host.plugin, &width, &height));
+      EXPECT_EQ(std::pair(width, height),
+                scale <= 2.0 ? std::pair(1000U, 625U) : std::pair(1440U, 900U));
+      EXPECT_EQ(host.size(), wanted) << "an adjusted size is not set";
+      for (const double wrong : {0.0, -1.0, std::nan(""), HUGE_VAL})
+        EXPECT_FALSE(host.gui->set_scale(host.plugin, wrong));
+      EXPECT_EQ(host.size(), wanted);
+    }
+  }
+}
+
+TEST_F(ClapFace, TheHostIsAskedForOtherSizes) {
+  ClapHost host;
+  ASSERT_TRUE(host.open());
+  for (const bool agrees : {false, true}) {
+    host.agrees = agrees;
+    window().dragged = {1200, 750};
+    host.tick();
+    EXPECT_EQ(host.asked.back(), (PixelSize{1200, 750}));
+    EXPECT_EQ(host.size(), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
+  }
+  EXPECT_TRUE(host.gui->set_size(host.plugin, 640, 400));
+  EXPECT_EQ(window().size(), (PixelSize{640, 400}));
+  host.gui->destroy(host.plugin);
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(window().size(), (PixelSize{640, 400})) << "remembered";
+  EXPECT_TRUE(host.gui->set_scale(host.plugin, 1.5));
+  EXPECT_EQ(host.asked.back(), (PixelSize{960, 600})) << "also while it is open";
+}
+
+// The window lives while the host's timer calls it, and levels are measured as long.
+TEST_F(ClapFace, ItsTimerRunsWhileItIsShown) {
+  ClapHost host;
+  ASSERT_TRUE(host.plugin->activate(host.plugin, 48000.0, 1, 64));
+  host.played();
+  EXPECT_EQ(host.amp().inputPeak(), 0.0F);
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(std::pair(window().parent, window().isShown), std::pair(std::uintptr_t{77}, true));
+  EXPECT_EQ(std::pair(host.timers, host.period_ms), std::pair(1, 33U));
+  host.played();
+  EXPECT_EQ(host.amp().inputPeak(), 0.5F);
+  window().wantsClose = true;
+  host.tick(6);
+  EXPECT_TRUE(window().wantsClose) << "another's timer";
+  window().wantsClose = false;
+  EXPECT_TRUE(host.gui->hide(host.plugin));
+  EXPECT_EQ(std::pair(window().isShown, host.timers), std::pair(false, 0));
+  EXPECT_TRUE(host.gui->show(host.plugin));
+  EXPECT_EQ(std::pair(window().isShown, host.timers), std::pair(true, 1));
+  std::vector<bool> closed;
+  host.closed = [&](bool wasDestroyed) { closed.push_back(wasDestroyed); };
+  window().isGone = true;
+  host.tick();
+  host.tick();
+  EXPECT_EQ(closed, std::vector<bool>{true});
+  EXPECT_EQ(host.timers, 0);
+  EXPECT_FALSE(host.gui->show(host.plugin)) << "its parent is gone";
+}
+
+TEST_F(ClapFace, FloatsBesideTheHost) {
+  ClapHost host;
+  const clap_window_t above = {CLAP_WINDOW_API_X11, {.x11 = 9}};
+  ASSERT_TRUE(host.gui->create(host.plugin, nullptr, true));
+  EXPECT_FALSE(host.embed());
+  EXPECT_FALSE(host.gui->can_resize(host.plugin));
+  EXPECT_FALSE(host.gui->set_size(host.plugin, 480, 300));
+  host.gui->suggest_title(host.plugin, "Track 1");
+  EXPECT_TRUE(host.gui->set_transient(host.plugin, &above));
+  ASSERT_TRUE(host.gui->show(host.plugin));
+  EXPECT_EQ(std::pair(window().parent, window().above),
+            std::pair(std::uintptr_t{0}, std::uintptr_t{9}));
+  EXPECT_EQ(window().title, "Track 1");
+  window().dragged = {480, 300};
+  host.tick();
+  EXPECT_EQ(window().size(), (PixelSize{480, 300}));
+  EXPECT_TRUE(host.asked.empty());
+  for (const bool destroysAtOnce : {false, true}) {
+    bool wasTold = false;
+    host.closed = [&](bool wasDestroyed) {
+      wasTold = !wasDestroyed;
+      if (destroysAtOnce) host.gui->destroy(host.plugin);
+    };
+    ASSERT_TRUE(host.gui->show(host.plugin));
+    window().wantsClose = true;
+    host.tick();
+    EXPECT_TRUE(wasTold);
+    EXPECT_EQ(host.timers, 0);
+  }
+}
+
+TEST_F(ClapFace, CallsOutOfOrderAreRefused) {
+  ClapHost host;
+  const clap_plugin_gui_t& gui = *host.gui;
+  const clap_plugin_t* p = host.plugin;
+  const char* api = nullptr;
+  bool floats = true;
+  std::uint32_t width = 7, height = 7;
+  clap_gui_resize_hints_t hints{};
+  for (const bool isCreated : {false, true}) {
+    ASSERT_TRUE(!isCreated || gui.create(p, CLAP_WINDOW_API_X11, false));
+    EXPECT_EQ(gui.set_scale(p, 1.0), isCreated);
+    EXPECT_EQ(gui.can_resize(p), isCreated);
+    EXPECT_FALSE(gui.show(p) || gui.hide(p)) << "no parent";
+    EXPECT_FALSE(gui.set_transient(p, nullptr) || gui.set_parent(p, nullptr) || host.embed(0));
+    for (const char* wrong : {"win32", "", static_cast<const char*>(nullptr)}) {
+      const clap_window_t window = {wrong, {.x11 = 7}};
+      EXPECT_FALSE(gui.set_parent(p, &window));
+      EXPECT_FALSE(gui.create(p, wrong, false));
+    }
+    EXPECT_FALSE(gui.get_size(p, nullptr, &height) || gui.adjust_size(p, &width, nullptr));
+    EXPECT_FALSE(gui.get_resize_hints(p, nullptr) || gui.get_preferred_api(p, nullptr, &floats));
+    for (const std::uint32_t wrong : {0U, 32768U, UINT32_MAX})
+      EXPECT_FALSE(gui.set_size(p, wrong, 600) || gui.set_size(p, 960, wrong));
+    gui.suggest_title(p, nullptr);
+    host.tick();
+    if (!isCreated) gui.destroy(p);
+  }
+  EXPECT_TRUE(gui.get_preferred_api(p, &api, &floats));
+  EXPECT_EQ(std::pair(std::string(api), floats), std::pair(std::string("x11"), false));
+  EXPECT_TRUE(gui.get_resize_hints(p, &hints));
+  EXPECT_EQ(hints.aspect_ratio_width * 10, hints.aspect_ratio_height * 16);
+  ASSERT_TRUE(host.open() && host.open() && host.embed(78)) << "twice";
+  EXPECT_EQ(fakeScreen().windows.size(), 1U);
+  fakeScreen().isThere = false;
+  EXPECT_FALSE(host.open()) << "no screen";
+  EXPECT_EQ(host.timers, 0);
+  fakeScreen().isThere = true;
+  ASSERT_TRUE(host.open());
+  window().grasp(5);  // and the host destroys the plug-in
+}
+
+// Active or not, moves are heard at once, and the host gets them in their order.
+TEST_F(ClapFace, MovesReachAmplifierAndHost) {
+  ClapHost host;
+  ASSERT_TRUE(host.open());
+  const auto valueNow = [&](int parameter) {
+    double value = -1.0;
+    host.params->get_value(host.plugin, static_cast<clap_id>(parameter), &value);
+    return value;
+  };
+  for (const bool isActive : {false, true}) {
+    ASSERT_TRUE(!isActive || host.plugin->activate(host.plugin, 48000.0, 1, 64));
+    const auto sent = [&] { return isActive ? host.played() : host.flushed(); };
+    const double before = valueNow(5);
+    window().turn(5);
+    EXPECT_NEAR(valueNow(5), before + 0.01, 1e-6);
+    EXPECT_GT(std::exchange(host.flushes, 0), 0);
+    EXPECT_EQ(sent(),
+              (std::vector<Event>{
+                  {Kind::begin, 5, 0.0}, {Kind::value, 5, valueNow(5)}, {Kind::end, 5, 0.0}}));
+    EXPECT_EQ(sent(), std::vector<Event>{});
+
+    window().grasp(17);
+    EXPECT_EQ(sent(),
+              (std::vector<Event>{{Kind::begin, 17, 0.0}, {Kind::value, 17, valueNow(17)}}));
+    window().letGo();
+    window().grasp(17);  // again before the host asks: still the same hand
+    EXPECT_EQ(sent(), (std::vector<Event>{{Kind::value, 17, valueNow(17)}}));
+    window().letGo();
+    EXPECT_EQ(sent(), (std::vector<Event>{{Kind::end, 17, 0.0}}));
+  }
+  window().pressButton(kBypassParameter);
+  EXPECT_TRUE(host.amp().bypassed());
+  EXPECT_EQ(host.flushed()[1], (Event{Kind::value, 20, 1.0}));
+}
+
+// A preset is as many moves as it changes, of which the host takes a few at a time.
+TEST_F(ClapFace, AFullHostGetsTheRestLater) {
+  ClapHost host;
+  ASSERT_TRUE(host.open());
+  window().face.press({kPresetBox.x + kPresetBox.width - 8.0F, kPresetBox.y + 8.0F},
+                      MouseButton::left, false, 1.0);  // the next one
+  const ParameterValues chosen = host.amp().values();
+  EXPECT_EQ(chosen, presetValues(kFactoryBank[0]));
+  window().grasp(3);
+  std::map<clap_id, std::string> seen;
+  std::map<clap_id, double> values;
+  const auto take = [&](std::size_t room) {
+    const std::vector<Event> events = host.flushed(room);
+    for (const Event& event : events) {
+      seen[event.parameter] += std::array{"(", "v", ")"}[static_cast<std::size_t>(event.kind)];
+      if (event.kind == Kind::value) values[event.parameter] = event.value;
+    }
+    return events.size();
+  };
+  for (std::size_t room = 0; room < 40; ++room) take(room % 4);
+  window().letGo();
+  while (take(1) > 0) {
+  }
+  for (const auto& [parameter, order] : seen) EXPECT_EQ(order, "(v)") << parameter;
+  for (int i = 1; i <= 18; ++i) {
+    if (chosen[i] == kKnobDefault && i != 3) continue;
+    EXPECT_EQ(values[static_cast<clap_id>(i)], static_cast<double>(host.amp().value(i))) << i;
+  }
+  EXPECT_EQ(values.contains(19), chosen[19] != kTypeDefault);
+}
+
+// One thread moves and another sends: the host sees begin, values and end in this order, and the
+// last value of all.
+TEST(HandMoves, ArriveInOrderAtAnotherThread) {
+  HandMoves moves;
+  std::atomic<bool> isDone = false;
+  std::array<bool, kNumHostedValues + 1> isOpen{};
+  std::array<float, kNumHostedValues + 1> last{};
+  std::uint32_t calls = 0;
+  const auto send = [&](Kind kind, int parameter, float value) {
+    if (++calls % 7 == 0) return false;  // the host is full
+    bool& open = isOpen[static_cast<std::size_t>(parameter)];
+    EXPECT_EQ(open, kind != Kind::begin) << parameter;
+    if (kind != Kind::value) open = kind == Kind::begin;
+    if (kind == Kind::value) last[static_cast<std::size_t>(parameter)] = value;
+    return true;
+  };
+  std::thread audio([&] {
+    while (!isDone) moves.sendTo(send);
+    for (int i = 0; i < 200; ++i) moves.sendTo(send);
+  });
+  constexpr int kMoves = 20000;
+  for (int i = 1; i <= kMoves; ++i) {
+    const int parameter = 1 + i % 3;
+    moves.begin(parameter, 0.0F);
+    for (int step = 1; step <= 3; ++step)
+      moves.move(parameter, static_cast<float>(4 * i + step) / (4.0F * kMoves + 4.0F));
+    moves.end(parameter);
+  }
+  isDone = true;
+  audio.join();
+  for (const int i : {kMoves, kMoves - 1, kMoves - 2}) {
+    const auto parameter = static_cast<std::size_t>(1 + i % 3);
+    EXPECT_EQ(last[parameter], static_cast<float>(4 * i + 3) / (4.0F * kMoves + 4.0F));
+    EXPECT_FALSE(isOpen[parameter]);
+  }
+}
+
+}  // namespace
+}  // namespace quellard::test

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: ISC
+#include "tests/adapters/faces/fake_window.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <unistd.h>
+#include <utility>
+
+namespace quellard {
+
+std::unique_ptr<FaceWindow> FaceWindow::open(Face& face, Owner& owner, std::uintptr_t parent,
+                                             PixelSize size, const std::string& title) {
+  if (!test::fakeScreen().isThere) return nullptr;
+  return std::make_unique<test::FakeWindow>(face, owner, parent, size, title);
+}
+
+double FaceWindow::desktopScale() { return test::fakeScreen().scale; }
+
+namespace test {
+namespace {
+
+const Control& knobOf(int parameter) {
+  const auto all = controls();
+  return *std::find_if(all.begin(), all.end(), [&](const Control& control) {
+    return control.kind == ControlKind::knob && control.parameter == parameter;
+  });
+}
+
+}  // namespace
+
+FakeWindow::FakeWindow(Face& shown, Owner& asked, std::uintptr_t host, PixelSize size,
+                       std::string text)
+    : face(shown), owner(asked), parent(host), title(std::move(text)), size_(size) {
+  static std::uintptr_t last = 0;
+  id_ = ++last;
+  fakeScreen().windows.push_back(this);
+}
+
+FakeWindow::~FakeWindow() { std::erase(fakeScreen().windows, this); }
+
+bool FakeWindow::handleEvents() {
+  if (dragged.width > 0) owner.sizeIsWanted(std::exchange(dragged, {}));
+  if (std::exchange(wantsClose, false)) owner.closeIsWanted();
+  return !isGone;
+}
+
+void FakeWindow::focus(int parameter) const {
+  const auto isThere = [&] {
+    const int at = face.state().focus;
+    return at >= 0 && controls()[static_cast<std::size_t>(at)].parameter == parameter;
+  };
+  for (std::size_t i = 0; i <= controls().size() && !isThere(); ++i) face.key(Key::tab, false);
+  EXPECT_TRUE(isThere()) << "no control for " << parameter;
+}
+
+void FakeWindow::turn(int parameter) const {
+  focus(parameter);
+  face.key(Key::up, false);
+}
+
+void FakeWindow::pressButton(int parameter) const {
+  focus(parameter);
+  face.key(Key::enter, false);
+}
+
+void FakeWindow::grasp(int parameter) const {
+  static double time_s = 0.0;
+  const Point center = knobOf(parameter).center;
+  face.press(center, MouseButton::left, false, time_s += 10.0);  // never a double-click
+  face.drag({center.x, center.y - 20.0F}, false);
+}
+
+void FakeWindow::letGo() const { face.release({}); }
+
+FakeScreen& fakeScreen() {
+  static FakeScreen screen;
+  return screen;
+}
+
+FakeWindow& FaceFormats::window() {
+  if (fakeScreen().windows.empty()) throw std::runtime_error("no window is open");
+  return *fakeScreen().windows.back();
+}
+
+FaceFormats::FaceFormats() {
+  fakeScreen() = {};
+  folder_ = std::filesystem::path(testing::TempDir()) / ("faces-" + std::to_string(getpid()));
+  setenv("XDG_STATE_HOME", folder_.c_str(), 1);
+  setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);
+}
+
+FaceFormats::~FaceFormats() {
+  EXPECT_TRUE(fakeScreen().windows.empty()) << "a window is still open";
+  unsetenv("XDG_STATE_HOME");
+  unsetenv("XDG_CONFIG_HOME");
+  std::filesystem::remove_all(folder_);
+}
+
+}  // namespace test
+}  // namespace quellard

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: ISC
+// The VST 2.4 effect's window, in a host that keeps what it is told.
+#include "adapters/vst2/vst2_effect.h"
+#include "tests/adapters/faces/fake_window.h"
+
+namespace quellard::test {
+namespace {
+
+// The last host made is the one that is called back.
+class Vst2Host {
+ public:
+  Vst2Host() {
+    current() = this;
+    record = Vst2Effect::create(callback, kVst2Mono);
+  }
+  ~Vst2Host() { call(effClose); }
+  Vst2Host(const Vst2Host&) = delete;
+  Vst2Host& operator=(const Vst2Host&) = delete;
+
+  std::intptr_t call(std::int32_t opcode, void* ptr = nullptr) const {
+    return record->dispatcher(record, opcode, 0, 0, ptr, 0.0F);
+  }
+  bool open(std::uintptr_t parent = 77) const {
+    return call(effEditOpen, reinterpret_cast<void*>(parent)) != 0;
+  }
+  PixelSize size() const {
+    Vst2Rect* rect = nullptr;
+    EXPECT_EQ(call(effEditGetRect, &rect), 1);
+    EXPECT_EQ(std::pair(rect->top, rect->left), std::pair(std::int16_t{0}, std::int16_t{0}));
+    return {rect->right, rect->bottom};
+  }
+  float played() const {
+    std::vector<float> samples(64, 0.5F);
+    float* channel = samples.data();
+    record->processReplacing(record, &channel, &channel, 64);
+    return samples.back();
+  }
+
+  AEffect* record;
+  bool agrees = true;
+  PixelSize asked, shownWhileAsked;
+  std::string told;  // the moves
+
+ private:
+  static Vst2Host*& current() {
+    static Vst2Host* host = nullptr;
+    return host;
+  }
+  static std::intptr_t callback(AEffect*, std::int32_t opcode, std::int32_t index,
+                                std::intptr_t value, void*, float opt) {
+    Vst2Host& self = *current();
+    const std::string number = std::to_string(index) + " ";
+    switch (opcode) {
+      case audioMasterVersion: return kVstVersion;
+      case audioMasterBeginEdit: return self.told += "begin " + number, 1;
+      case audioMasterEndEdit: return self.told += "end " + number, 1;
+      case audioMasterAutomate:
+        EXPECT_EQ(opt, self.record->getParameter(self.record, index)) << "it is set before";
+        return self.told += "value " + number, 1;
+      case audioMasterSizeWindow:
+        self.asked = {index, static_cast<int>(value)};
+        self.shownWhileAsked = self.size();
+        return self.agrees ? 1 : 0;
+      default: return 0;
+    }
+  }
+};
+
+class Vst2Face : public FaceFormats {};
+
+TEST_F(Vst2Face, OpensInTheHostsWindow) {
+  Vst2Host host;
+  EXPECT_NE(host.record->flags & effFlagsHasEditor, 0);
+  EXPECT_EQ(host.size(), (PixelSize{960, 600}));
+  host.call(effEditIdle);
+  host.call(effEditClose);
+  EXPECT_EQ(host.call(effEditGetRect), 0);
+  EXPECT_FALSE(host.open(0)) << "it does not float";
+  fakeScreen().scale = 1.75;
+  EXPECT_EQ(host.size(), (PixelSize{1680, 1050})) << "the desktop's";
+  for (const std::uintptr_t parent : {77U, 78U}) {
+    ASSERT_TRUE(host.open(parent));
+    EXPECT_EQ(fakeScreen().windows.size(), 1U);
+    EXPECT_EQ(window().parent, parent);
+    EXPECT_TRUE(window().isShown);
+    EXPECT_EQ(window().size(), host.size());
+  }
+  window().isGone = true;
+  host.call(effEditIdle);
+  host.call(effEditClose);
+  EXPECT_TRUE(fakeScreen().windows.empty());
+  fakeScreen().isThere = false;
+  EXPECT_FALSE(host.open());
+  EXPECT_EQ(host.size(), (PixelSize{1680, 1050}));
+  fakeScreen().isThere = true;
+  ASSERT_TRUE(host.open());  // and the host closes the effect
+}
+
+TEST_F(Vst2Face, AsksTheHostForOtherSizes) {
+  Vst2Host host;
+  ASSERT_TRUE(host.open());
+  for (const bool agrees : {false, true}) {
+    host.agrees = agrees;
+    window().dragged = {480, 300};
+    host.call(effEditIdle);
+    EXPECT_EQ(host.asked, (PixelSize{480, 300}));
+    EXPECT_EQ(host.shownWhileAsked, host.asked) << "some hosts read it before they answer";
+    EXPECT_EQ(host.size(), agrees ? (PixelSize{480, 300}) : (PixelSize{960, 600}));
+    EXPECT_EQ(window().size(), host.size());
+  }
+}
+
+// Parameters by this format's numbers. The bypass has none, so it is moved and nothing is told.
+TEST_F(Vst2Face, MovesReachEffectAndHost) {
+  Vst2Host host;
+  ASSERT_TRUE(host.open());
+  window().turn(1);
+  window().turn(kOutputParameter);
+  EXPECT_EQ(host.told, "begin 0 value 0 end 0 begin 21 value 21 end 21 ");
+  host.record->dispatcher(host.record, effSetSampleRate, 0, 0, nullptr, 48000.0F);
+  host.call(effMainsChanged);
+  host.told.clear();
+  window().pressButton(kBypassParameter);
+  EXPECT_EQ(host.told, "");
+  float last = 0.0F;
+  for (int i = 0; i < 20; ++i) last = host.played();
+  EXPECT_EQ(last, 0.5F) << "bypassed";
+  host.record->setParameter(host.record, 4, 0.125F);
+  window().grasp(5);
+  EXPECT_NEAR(host.record->getParameter(host.record, 4), 0.225F, 1e-3F);
+  host.call(effEditClose);
+  EXPECT_EQ(host.told, "begin 4 value 4 end 4 ") << "a closed window lets go";
+}
+
+}  // namespace
+}  // namespace quellard::test

@@ -1,0 +1,344 @@
+// SPDX-License-Identifier: ISC
+// VST3's view, in a host with a run loop that counts what it holds.
+#include <cmath>
+#include <limits>
+#include <travesty/host.h>
+#include <travesty/view.h>
+
+#include "adapters/vst3/vst3_plugin.h"
+#include "tests/adapters/faces/fake_window.h"
+
+namespace quellard::test {
+namespace {
+
+// An object of the host: the address of its functions, then its references.
+template <typename Functions>
+struct Counted {
+  struct Table : v3_funknown {
+    Functions own;
+  };
+  const Table* table;
+  int references = 1;
+
+  explicit Counted(const Table& functions) : table(&functions) {}
+  ~Counted() { EXPECT_EQ(references, 1); }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  template <typename Face = Functions>
+  Face** face() {
+    return static_cast<Face**>(static_cast<void*>(this));
+  }
+  static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
+  static std::uint32_t ref(void* self) {
+    return static_cast<std::uint32_t>(++static_cast<Counted*>(self)->references);
+  }
+  static std::uint32_t unref(void* self) {
+    return static_cast<std::uint32_t>(--static_cast<Counted*>(self)->references);
+  }
+};
+
+struct RunLoop final : Counted<v3_run_loop> {
+  v3_event_handler** events = nullptr;
+  v3_timer_handler** timer = nullptr;
+  int descriptor = 0;
+  bool takesTimers = true;
+  RunLoop() : Counted(kTable) {}
+  ~RunLoop() { EXPECT_TRUE(events == nullptr && timer == nullptr) << "still registered"; }
+
+  static RunLoop& of(void* self) { return *static_cast<RunLoop*>(self); }
+  static v3_result addEvents(void* self, v3_event_handler** handler, int descriptor) {
+    v3_cpp_obj_ref(handler);
+    of(self).events = handler;
+    of(self).descriptor = descriptor;
+    return V3_OK;
+  }
+  static v3_result removeEvents(void* self, v3_event_handler** handler) {
+    EXPECT_EQ(std::exchange(of(self).events, nullptr), handler);
+    v3_cpp_obj_unref(handler);
+    return V3_OK;
+  }
+  static v3_result addTimer(void* self, v3_timer_handler** handler, std::uint64_t period_ms) {
+    EXPECT_EQ(period_ms, 33U);
+    if (!of(self).takesTimers) return V3_INTERNAL_ERR;
+    v3_cpp_obj_ref(handler);
+    of(self).timer = handler;
+    return V3_OK;
+  }
+  static v3_result removeTimer(void* self, v3_timer_handler** handler) {
+    EXPECT_EQ(std::exchange(of(self).timer, nullptr), handler);
+    v3_cpp_obj_unref(handler);
+    return V3_OK;
+  }
+  static constexpr Table kTable = {{query, ref, unref},
+                                   {addEvents, removeEvents, addTimer, removeTimer}};
+};
+
+struct Frame final : Counted<v3_plugin_frame> {
+  RunLoop* loop;
+  bool agrees = true;
+  v3_view_rect asked{};
+  explicit Frame(RunLoop* offered) : Counted(kTable), loop(offered) {}
+
+  static v3_result find(void* self, const v3_tuid id, void** object) {
+    RunLoop* const offered = static_cast<Frame*>(self)->loop;
+    if (offered == nullptr || !v3_tuid_match(id, v3_run_loop_iid)) return V3_NO_INTERFACE;
+    RunLoop::ref(offered);
+    return *object = offered, V3_OK;
+  }
+  // A host that agrees tells the size to the view before it answers.
+  static v3_result resize(void* self, v3_plugin_view** view, v3_view_rect* rect) {
+    auto& frame = *static_cast<Frame*>(self);
+    frame.asked = *rect;
+    if (!frame.agrees) return V3_FALSE;
+    return v3_cpp_obj(view)->on_size(view, rect);
+  }
+  static constexpr Table kTable = {{find, ref, unref}, {resize}};
+};
+
+struct Handler final : Counted<v3_component_handler> {
+  std::string told;
+  double value = -1.0;
+  Handler() : Counted(kTable) {}
+
+  static v3_result note(void* self, const std::string& what, v3_param_id id) {
+    static_cast<Handler*>(self)->told += what + " " + std::to_string(id) + " ";
+    return V3_OK;
+  }
+  static v3_result begin(void* self, v3_param_id id) { return note(self, "begin", id); }
+  static v3_result perform(void* self, v3_param_id id, double value) {
+    static_cast<Handler*>(self)->value = value;
+    return note(self, "value", id);
+  }
+  static v3_result end(void* self, v3_param_id id) { return note(self, "end", id); }
+  static v3_result restart(void* self, std::int32_t) { return note(self, "restart", 0); }
+  static constexpr Table kTable = {{query, ref, unref}, {begin, perform, end, restart}};
+};
+
+// The name of a host that must not be called back while it loads.
+struct Application final : Counted<v3_host_application> {
+  Application() : Counted(kTable) {}
+  static v3_result name(void*, std::int16_t* to) {
+    for (const char* c = "Ardour"; *c != 0; ++c) *to++ = *c;
+    return *to = 0, V3_OK;
+  }
+  static v3_result find(void* self, const v3_tuid id, void** object) {
+    if (!v3_tuid_match(id, v3_host_application_iid)) return V3_NO_INTERFACE;
+    ref(self);
+    return *object = self, V3_OK;
+  }
+  static constexpr Table kTable = {{find, ref, unref}, {name, nullptr}};
+};
+
+class Vst3Face : public FaceFormats {
+ protected:
+  Vst3Face() {
+    void* object = nullptr;
+    Vst3Plugin::create(HostedAmp::kMono, v3_edit_controller_iid, &object);
+    controller = static_cast<v3_edit_controller**>(object);
+    c().set_component_handler(controller, handler.face());
+  }
+  ~Vst3Face() override { EXPECT_EQ(release(controller), 0U); }
+
+  // The references that are left; 0 also for null.
+  template <typename Object>
+  static std::uint32_t release(Object**& object) {
+    auto** const last = std::exchange(object, nullptr);
+    return last != nullptr ? v3_cpp_obj_unref(last) : 0;
+  }
+  const v3_edit_controller& c() const { return *v3_cpp_obj(controller); }
+  HostedAmp& amp() const { return Vst3Plugin::of(controller).amp; }
+  v3_plugin_view** create() const { return c().create_view(controller, "editor"); }
+  v3_plugin_view** opened() {
+    v3_plugin_view** view = create();
+    v3_cpp_obj(view)->set_frame(view, frame.face());
+    EXPECT_EQ(attach(view), V3_OK);
+    return view;
+  }
+  static v3_result attach(v3_plugin_view** view, std::uintptr_t parent = 77) {
+    return v3_cpp_obj(view)->attached(view, reinterpret_cast<void*>(parent),
+                                      V3_VIEW_PLATFORM_TYPE_X11);
+  }
+  // As a host must do it: the run loop holds the view until it is removed.
+  static void close(v3_plugin_view** view) {
+    EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
+    EXPECT_EQ(v3_cpp_obj_unref(view), 0U);
+  }
+  static PixelSize sizeOf(v3_plugin_view** view) {
+    v3_view_rect rect{};
+    EXPECT_EQ(v3_cpp_obj(view)->get_size(view, &rect), V3_OK);
+    return {rect.right - rect.left, rect.bottom - rect.top};
+  }
+  static v3_result setScale(v3_plugin_view** view, float factor) {
+    v3_plugin_view_content_scale** scale = nullptr;
+    EXPECT_EQ(v3_cpp_obj_query_interface(view, v3_plugin_view_content_scale_iid, &scale), V3_OK);
+    const v3_result result = v3_cpp_obj(scale)->set_content_scale_factor(scale, factor);
+    v3_cpp_obj_unref(scale);
+    return result;
+  }
+  void tick() { v3_cpp_obj(loop.timer)->on_timer(loop.timer); }
+
+  Handler handler;
+  RunLoop loop;
+  Frame frame{&loop};
+  v3_edit_controller** controller = nullptr;
+};
+
+TEST_F(Vst3Face, SizesHoldTheScale) {
+  for (const float scale : {1.0F, 1.25F, 1.5F, 1.75F, 2.0F}) {
+    v3_plugin_view** view = create();
+    EXPECT_EQ(setScale(view, scale), V3_OK);
+    const PixelSize wanted = {static_cast<int>(960.0F * scale), static_cast<int>(600.0F * scale)};
+    EXPECT_EQ(sizeOf(view), wanted);
+    v3_cpp_obj(view)->set_frame(view, frame.face());
+    ASSERT_EQ(attach(view), V3_OK);
+    EXPECT_EQ(window().size(), wanted);
+    for (const float wrong : {0.0F, -1.0F, NAN, HUGE_VALF}) EXPECT_NE(setScale(view, wrong), V3_OK);
+    EXPECT_EQ(sizeOf(view), wanted);
+    v3_view_rect rect = {10, 20, 1010, 2020};
+    EXPECT_EQ(v3_cpp_obj(view)->check_size_constraint(view, &rect), V3_TRUE);
+    EXPECT_EQ((std::array{rect.left, rect.top, rect.right, rect.bottom}),
+              (std::array{10, 20, 1010, 645}));
+    close(view);
+  }
+}
+
+TEST_F(Vst3Face, TheFrameIsAskedForOtherSizes) {
+  v3_plugin_view** view = opened();
+  for (const bool agrees : {false, true}) {
+    frame.agrees = agrees;
+    window().dragged = {1200, 750};
+    tick();
+    EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1200, 750));
+    EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
+  }
+  EXPECT_EQ(setScale(view, 1.5F), V3_OK) << "the window is moved to another screen";
+  EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
+  EXPECT_EQ(sizeOf(view), (PixelSize{1800, 1125}));
+  close(view);
+}
+
+// Loop, frame, window and plug-in may go in any order.
+TEST_F(Vst3Face, EndsInAnyOrder) {
+  v3_plugin_view** view = opened();
+  EXPECT_EQ(std::pair(window().parent, window().isShown), std::pair(std::uintptr_t{77}, true));
+  EXPECT_EQ(loop.descriptor, window().fileDescriptor());
+  EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
+  EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
+  EXPECT_TRUE(fakeScreen().windows.empty() && loop.timer == nullptr);
+  EXPECT_EQ(attach(view), V3_OK) << "again";
+  EXPECT_EQ(attach(view, 78), V3_OK) << "in another window";
+  EXPECT_EQ(fakeScreen().windows.size(), 1U);
+  v3_plugin_view** const second = create();  // beside the first
+  window().isGone = true;
+  v3_cpp_obj(loop.events)->on_fd_is_set(loop.events, loop.descriptor);
+  EXPECT_TRUE(loop.timer == nullptr && loop.events == nullptr) << "the host waits for nothing";
+  EXPECT_EQ(v3_cpp_obj_unref(second), 0U);
+  EXPECT_EQ(attach(view), V3_OK);
+  window().grasp(5);
+  const std::uint32_t left = release(controller);
+  EXPECT_EQ(left, 1U) << "the view's";
+  EXPECT_EQ(handler.references, 2);
+  close(view);
+  EXPECT_EQ(handler.told, "begin 5 value 5 end 5 ");
+}
+
+// The handler hears begin, value and end, and what is shown follows at once. What plays follows
+// with the host's blocks; while there are none, at once.
+TEST_F(Vst3Face, MovesReachTheHandler) {
+  Application ardour;
+  for (const bool isArdour : {false, true}) {
+    auto& plugin = Vst3Plugin::of(controller);
+    if (isArdour) Vst3Plugin::initialize(controller, ardour.face<v3_funknown>());
+    v3_plugin_view** view = opened();
+    for (const bool isActive : {false, true}) {
+      plugin.active = isActive;
+      const auto before = static_cast<double>(amp().value(17));
+      window().turn(17);
+      EXPECT_EQ(std::exchange(handler.told, ""), "begin 17 value 17 end 17 ");
+      EXPECT_EQ(handler.value, c().get_parameter_normalised(controller, 17));
+      const double moved = isActive ? before : handler.value;
+      EXPECT_EQ(static_cast<double>(amp().value(17)), moved);
+      if (isActive) amp().setValue(17, plugin.shown(17));
+    }
+    plugin.active = false;
+    c().set_parameter_normalised(controller, 17, 0.25);
+    window().turn(17);
+    EXPECT_NEAR(handler.value, 0.26, 1e-6) << "from what the host shows";
+    handler.told.clear();
+    window().pressButton(kBypassParameter);
+    EXPECT_EQ(std::exchange(handler.told, ""), "begin 20 value 20 end 20 ");
+    EXPECT_EQ(amp().bypassed(), !isArdour);
+    close(view);
+  }
+  c().set_component_handler(controller, nullptr);
+  v3_plugin_view** view = opened();
+  Vst3Plugin::of(controller).active = true;
+  window().turn(17);
+  EXPECT_NEAR(amp().value(17), 0.27, 1e-6) << "nobody else would play it";
+  close(view);
+}
+
+TEST_F(Vst3Face, MeasuresWhileAnyIsOpen) {
+  amp().prepare(48000.0, 64);
+  const auto peakNow = [&] {
+    std::vector<double> samples(64, 0.5);
+    double* channel = samples.data();
+    amp().prepare(48000.0, 64);
+    amp().play({.doubles = &channel, .count = 1}, {}, 0, 64);
+    return amp().inputPeak();
+  };
+  EXPECT_EQ(peakNow(), 0.0F);
+  v3_plugin_view** first = opened();
+  RunLoop otherLoop;
+  Frame otherFrame(&otherLoop);
+  v3_plugin_view** second = create();
+  v3_cpp_obj(second)->set_frame(second, otherFrame.face());
+  EXPECT_EQ(attach(second), V3_OK);
+  close(first);
+  EXPECT_EQ(peakNow(), 0.5F);
+  close(second);
+  EXPECT_EQ(peakNow(), 0.0F);
+}
+
+TEST_F(Vst3Face, InvalidCallsAreRefused) {
+  EXPECT_EQ(c().create_view(controller, nullptr), nullptr);
+  EXPECT_EQ(c().create_view(controller, "other"), nullptr);
+  v3_plugin_view** view = create();
+  const v3_plugin_view& v = *v3_cpp_obj(view);
+  EXPECT_EQ(v.is_platform_type_supported(view, "X11EmbedWindowID"), V3_TRUE);
+  for (const char* wrong : {"HWND", "", static_cast<const char*>(nullptr)}) {
+    EXPECT_NE(v.is_platform_type_supported(view, wrong), V3_TRUE);
+    EXPECT_NE(v.attached(view, this, wrong), V3_OK);
+  }
+  EXPECT_NE(attach(view), V3_OK) << "no frame";
+  Frame without(nullptr);
+  v.set_frame(view, without.face());
+  EXPECT_NE(attach(view), V3_OK) << "no run loop";
+  v.set_frame(view, frame.face());
+  loop.takesTimers = false;
+  EXPECT_NE(attach(view), V3_OK) << "no timer";
+  loop.takesTimers = true;
+  EXPECT_NE(attach(view, 0), V3_OK);
+  fakeScreen().isThere = false;
+  EXPECT_NE(attach(view), V3_OK) << "no screen";
+  fakeScreen().isThere = true;
+  EXPECT_TRUE(fakeScreen().windows.empty());
+  EXPECT_NE(v.get_size(view, nullptr), V3_OK);
+  EXPECT_NE(v.on_size(view, nullptr), V3_OK);
+  EXPECT_NE(v.check_size_constraint(view, nullptr), V3_OK);
+  constexpr std::int32_t kLow = std::numeric_limits<std::int32_t>::min();
+  for (v3_view_rect wrong :
+       {v3_view_rect{0, 0, 0, 600}, {0, 0, 960, 0}, {9, 9, 0, 0}, {kLow, 0, INT32_MAX, 600}}) {
+    EXPECT_NE(v.on_size(view, &wrong), V3_OK);
+    EXPECT_NE(v.check_size_constraint(view, &wrong), V3_OK);
+  }
+  EXPECT_EQ(sizeOf(view), (PixelSize{960, 600}));
+  void* object = &object;
+  auto** const unknown = reinterpret_cast<v3_funknown**>(view);
+  EXPECT_EQ((*unknown)->query_interface(view, v3_edit_controller_iid, &object), V3_NO_INTERFACE);
+  EXPECT_EQ(object, nullptr);
+  close(view);
+}
+
+}  // namespace
+}  // namespace quellard::test
