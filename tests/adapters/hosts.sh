@@ -90,11 +90,12 @@ face_window() {
 
 # point X Y: the mouse at this place of the face, in its own units, whatever the window's size.
 point() {
-  local WIDTH HEIGHT WINDOW SCREEN X Y  # as xdotool prints them
-  eval "$(xdotool getwindowgeometry --shell "$window")"
-  xdotool mousemove --window "$window" $(awk -v w="$WIDTH" -v h="$HEIGHT" -v x="$1" -v y="$2" 'BEGIN {
+  local place WIDTH HEIGHT  # the latter as xdotool prints them
+  eval "$(xdotool getwindowgeometry --shell "$window" | grep -E '^(WIDTH|HEIGHT)=')"
+  read -ra place < <(awk -v w="$WIDTH" -v h="$HEIGHT" -v x="$1" -v y="$2" 'BEGIN {
     scale = w / 960 < h / 600 ? w / 960 : h / 600
-    printf "%d %d", (w - 960 * scale) / 2 + x * scale, (h - 600 * scale) / 2 + y * scale }')
+    print int((w - 960 * scale) / 2 + x * scale), int((h - 600 * scale) / 2 + y * scale) }')
+  xdotool mousemove --window "$window" "${place[@]}"
 }
 
 # enter X Y TEXT: types a value that stands at this place of the face.
@@ -200,9 +201,17 @@ case $1 in
     needs jackd jack_wait jack_lsp "$1" Xvfb xdotool import compare
     serve
     display
+    # jalv.qt5 takes no options.
+    client=amp
+    if [[ $1 == jalv.qt5 ]]; then client=Quellard; fi
     start "$1" -x -n amp -c type=1 -c vintage_bass=3 "$mono"
     window=$(face_window Quellard)
-    # A knob of the channel is dragged, and its value typed; the mouse wheel turns another there and back.
+    if [[ $1 == jalv.qt5 ]]; then
+      point 100 278
+      xdotool click 1
+      enter 377 321 3
+    fi
+    # A knob is dragged, values are typed, and a double-click takes the first back.
     point 631 280
     xdotool mousedown 1
     point 631 240
@@ -214,7 +223,7 @@ case $1 in
     xdotool click --repeat 2 --delay 50 1
     if [[ $1 == jalv.gtk3 ]]; then shows "${knobs[@]}" --bass 3; fi
     "$quellard" render -q -o expected.wav mono.wav "${knobs[@]}" --bass 3
-    hear amp:in amp:out
+    hear $client:in $client:out
     kill "${servers[2]}"
     wait "${servers[2]}"
     ;;
@@ -232,8 +241,7 @@ case $1 in
     "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz"
     hear amp:in amp:out amp:midi $'\xc0\x01'
     shows --preset "Warm Jazz"
-    # Closed as a window manager closes it, it remembers.
-    xdotool windowquit "$window"
+    kill "${servers[2]}"
     wait "${servers[2]}"
     grep -qx '# Warm Jazz' "$XDG_STATE_HOME/quellard/jack/amp.state"
     ;;
