@@ -8,6 +8,7 @@
 #include "engine/amplifier.h"
 #include "engine/flush_to_zero.h"
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -40,7 +41,7 @@ void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
 
 // Null where memory is short.
 std::unique_ptr<double[]> tryAllocate(int frames) {
-  const auto size = static_cast<std::size_t>(frames);
+  const auto size = asSize(frames);
   if (size > PTRDIFF_MAX / sizeof(double))
     return nullptr;  // where some compilers throw all the same
   return std::unique_ptr<double[]>(new (std::nothrow) double[size]);
@@ -127,8 +128,8 @@ bool Amplifier::sizeBuffers(int frames) {
 // plays.
 bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
-  AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
-  AmpChannelBase& after = *channels[static_cast<std::size_t>(activeChannel)];
+  AmpChannelBase& before = *at(channels, outgoing);
+  AmpChannelBase& after = *at(channels, activeChannel);
   before.signalProcess(in, out, switchPoint);
   if (switchPoint < frames) {
     after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "params/parameter_table.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -24,10 +25,8 @@ constexpr bool isKnob(int index) { return index >= 1 && index <= kNumControls; }
 template <typename Entry, std::size_t count = kNumStoredValues>
 class PerParameter {
  public:
-  constexpr Entry& operator[](int index) { return entries_[static_cast<std::size_t>(index - 1)]; }
-  constexpr const Entry& operator[](int index) const {
-    return entries_[static_cast<std::size_t>(index - 1)];
-  }
+  constexpr Entry& operator[](int index) { return at(entries_, index - 1); }
+  constexpr const Entry& operator[](int index) const { return at(entries_, index - 1); }
 
   // In the order of the parameters.
   constexpr auto begin() { return entries_.begin(); }
