@@ -21,10 +21,6 @@ constexpr std::array<std::size_t, kKnobsPerChannel> kTaperIndex = {5, 2, 3, 4, 0
 
 constexpr std::size_t firstControl(std::size_t channel) { return channel * kKnobsPerChannel; }
 
-// Hosts may store anything; the tapers and the polynomials behind them are made for 0..1. NaN gives
-// 0.
-float withinKnobRange(float value) { return value > 0.0f ? std::min(value, 1.0f) : 0.0f; }
-
 // A number minus itself is 0 if it is finite and NaN if not, and one NaN makes a sum NaN. Four sums
 // side by side, as each addition waits for the one before.
 bool allFinite(const double* samples, int count) {
@@ -93,9 +89,10 @@ void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto moved = [&](Knob knob) {
     return value(knob) != appliedValues[firstControl(c) + kAppliedIndex[knob]];
   };
+  // Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
   const auto tapered = [&](Knob knob) {
     const auto& taper = *tapers[firstControl(c) + kTaperIndex[knob]];
-    return static_cast<double>(taper.editProcessing(withinKnobRange(value(knob))));
+    return static_cast<double>(taper.editProcessing(limitToRange(value(knob))));
   };
 
   const bool toneMoved = moved(bass) || moved(mid) || moved(treble) || moved(presence);

@@ -4,10 +4,13 @@
 // nothing here allocates.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 #include "params/parameter_table.h"
 #include "params/sizes.h"
@@ -41,6 +44,12 @@ class PerParameter {
 };
 
 using ParameterValues = PerParameter<float>;
+
+// A number that a host sends, limited to 0..most. NaN gives 0.
+template <std::floating_point Number>
+constexpr Number limitToRange(Number number, std::type_identity_t<Number> most = 1) {
+  return number > 0 ? std::min(number, most) : 0;
+}
 
 constexpr float defaultValue(int index) {
   return index == kTypeParameter ? kTypeDefault : kKnobDefault;

@@ -91,8 +91,7 @@ void HostedAmp::reset() {
 
 void HostedAmp::setValue(int index, float value) {
   if (!isHosted(index) || std::isnan(value)) return;
-  const float limited = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
-  targets_[index].store(limited, kRelaxed);
+  targets_[index].store(limitToRange(value), kRelaxed);
 }
 
 float HostedAmp::value(int index) const {

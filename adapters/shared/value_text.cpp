@@ -113,7 +113,7 @@ ValueText valueText(int index, float value) {
 float valueFromControl(int index, float control) {
   switch (index) {
     case kTypeParameter: {
-      const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
+      const float channel = limitToRange(control, kNumChannels - 1.0F);
       return selectFromChannel(static_cast<int>(std::lround(channel)));
     }
     case kBypassParameter: return isBypassed(control) ? 1.0F : 0.0F;
