@@ -32,6 +32,16 @@ void Vst2Target::tell(std::int32_t opcode, int parameter, float value) {
 Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title)
     : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host) {}
 
+std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
+  switch (opcode) {
+    case effEditGetRect: return tellSize(static_cast<Vst2Rect**>(ptr));
+    case effEditOpen: return open(ptr);
+    case effEditClose: return close(), 1;
+    case effEditIdle: return idle(), 1;
+    default: return 0;
+  }
+}
+
 Editor& Vst2Editor::editor() {
   if (editor_ == nullptr) {
     editor_ = std::make_unique<Editor>(target_);

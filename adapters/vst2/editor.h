@@ -58,6 +58,10 @@ class Vst2Editor {
   Vst2Editor(const Vst2Editor&) = delete;
   Vst2Editor& operator=(const Vst2Editor&) = delete;
 
+  // Answers the opcodes of an editor: 1, or 0 where it cannot, and to all others.
+  std::intptr_t answer(std::int32_t opcode, void* ptr);
+
+ private:
   // The size of the window, also of one that is to be opened. The host may read it until it asks
   // again. False for null.
   bool tellSize(Vst2Rect** rect);
@@ -65,8 +69,6 @@ class Vst2Editor {
   bool open(void* parent);
   void close();
   void idle();
-
- private:
   Editor& editor();
   bool askForSize(PixelSize size);
 
@@ -94,10 +96,7 @@ class Vst2Editor {
 
   Vst2Editor(HostedAmp& /*amp*/, AEffect& /*record*/, audioMasterCallback /*host*/,
              const char* /*title*/) {}
-  bool tellSize(Vst2Rect** /*rect*/) { return false; }
-  bool open(void* /*parent*/) { return false; }
-  void close() {}
-  void idle() {}
+  std::intptr_t answer(std::int32_t /*opcode*/, void* /*ptr*/) { return 0; }
 };
 
 }  // namespace quellard

@@ -131,10 +131,6 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effGetOutputProperties:
       return fillPinProperties(opcode == effGetInputProperties, index, amp_.sides(),
                                static_cast<PinProperties*>(ptr));
-    case effEditGetRect: return editor_.tellSize(static_cast<Vst2Rect**>(ptr));
-    case effEditOpen: return editor_.open(ptr);
-    case effEditClose: return editor_.close(), 1;
-    case effEditIdle: return editor_.idle(), 1;
     case effIdentify: return kEffectIdentity;
     case effGetPlugCategory: return kPlugCategEffect;
     case effGetEffectName:
@@ -143,7 +139,7 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effGetVendorVersion: return QUELLARD_VERSION_NUMBER;
     case effGetVstVersion: return kVstVersion;
     case effCanDo: return canDo(text);
-    default: return 0;
+    default: return editor_.answer(opcode, ptr);
   }
 }
 
