@@ -7,11 +7,9 @@
 
 namespace quellard {
 
-class QuellardCh2 final : public VoicedChannel<QuellardCh2>, public PowerStageSplit {
+class QuellardCh2 final : public MultistageChannel<QuellardCh2> {
  public:
-  // See VoicedChannel.
-  QuellardCh2(double sampleRate, bool rebuildTables)
-      : VoicedChannel(sampleRate, rebuildTables), PowerStageSplit(rateInt == 48000) {}
+  using MultistageChannel::MultistageChannel;
 
   static const ChannelFigures kFigures;
   static DriveClipper clip;  // T0; T1 to T3 are multistageClip

@@ -7,11 +7,9 @@
 
 namespace quellard {
 
-class QuellardCh3 final : public VoicedChannel<QuellardCh3>, public PowerStageSplit {
+class QuellardCh3 final : public MultistageChannel<QuellardCh3> {
  public:
-  // See VoicedChannel.
-  QuellardCh3(double sampleRate, bool rebuildTables)
-      : VoicedChannel(sampleRate, rebuildTables), PowerStageSplit(rateInt == 48000) {}
+  using MultistageChannel::MultistageChannel;
 
   static const ChannelFigures kFigures;
   static DriveClipper clip;  // T0; T1 to T3 are multistageClip

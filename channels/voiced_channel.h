@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What the three models do alike. They differ in their figures, and in whether their power stage
-// has a split.
+// What the three models do alike, and what the two with several waveshapers do beyond it. Each
+// model's own class holds its figures alone.
 #pragma once
 
 #include <type_traits>
@@ -12,7 +12,7 @@
 namespace quellard {
 
 // Model: the class that derives from this one. It has the static members kFigures and clip, its
-// drive curve, and derives from PowerStageSplit, too, where its chain has a split.
+// drive curve, and derives from MultistageChannel where its power stage is split.
 template <class Model>
 class VoicedChannel : public AmpChannelBase {
  public:
@@ -52,6 +52,15 @@ class VoicedChannel : public AmpChannelBase {
     if constexpr (std::is_base_of_v<PowerStageSplit, Model>) return static_cast<Model*>(this);
     return nullptr;
   }
+};
+
+// The same with four waveshapers and a power stage that is split.
+template <class Model>
+class MultistageChannel : public VoicedChannel<Model>, public PowerStageSplit {
+ public:
+  // See VoicedChannel.
+  MultistageChannel(double sampleRate, bool rebuildTables)
+      : VoicedChannel<Model>(sampleRate, rebuildTables), PowerStageSplit(this->rateInt == 48000) {}
 };
 
 }  // namespace quellard

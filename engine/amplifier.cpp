@@ -8,6 +8,7 @@
 #include "channels/quellard_ch2.h"
 #include "channels/quellard_ch3.h"
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -19,9 +20,7 @@ constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5
 // The sections that are run with ipIirProcessing: the input shelf and the tone stack. The last one
 // of the tone stack is never retuned, but its first glide, from zeros to its design, counts as
 // well.
-std::size_t glidingSections(const AmpChannelBase& channel) {
-  return 1 + static_cast<std::size_t>(channel.eqCount);
-}
+std::size_t glidingSections(const AmpChannelBase& channel) { return 1 + asSize(channel.eqCount); }
 
 IIRFilter& glidingSection(AmpChannelBase& channel, std::size_t i) {
   return i == 0 ? *channel.preFilters[0] : *channel.eqFilters[i - 1];
@@ -62,7 +61,7 @@ Amplifier::~Amplifier() {
 }
 
 const std::atomic<float>* Amplifier::liveValue(int index) const {
-  if (isKnob(index)) return &controlValues[static_cast<std::size_t>(index - 1)];
+  if (isKnob(index)) return &at(controlValues, index - 1);
   return index == kTypeParameter ? &typeValue : nullptr;
 }
 
@@ -73,7 +72,7 @@ std::atomic<float>* Amplifier::liveValue(int index) {
 void Amplifier::reserve(int frames) {
   const std::lock_guard lock(processLock);
   if (frames <= reservedFrames) return;
-  const auto size = static_cast<std::size_t>(frames);
+  const auto size = asSize(frames);
   auto channel = std::make_unique<double[]>(size);
   fadeBuffer = std::make_unique<double[]>(size);
   channelBuffer = std::move(channel);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "params/sizes.h"
+
 namespace quellard {
 namespace {
 
@@ -17,7 +19,7 @@ std::int32_t fadeSamples(double sampleRate) {
 }
 
 std::unique_ptr<double[]> makeFade(std::int32_t samples) {
-  return std::make_unique<double[]>(static_cast<std::size_t>(samples));
+  return std::make_unique<double[]>(asSize(samples));
 }
 
 // NaN != NaN; a selector that stays NaN must not start a fade every block.

@@ -8,6 +8,7 @@
 #include "engine/amplifier.h"
 #include "engine/flush_to_zero.h"
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -19,10 +20,6 @@ constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedIndex = {3, 0, 1, 2,
 constexpr std::array<std::size_t, kKnobsPerChannel> kTaperIndex = {5, 2, 3, 4, 0, 1};
 
 constexpr std::size_t firstControl(std::size_t channel) { return channel * kKnobsPerChannel; }
-
-// Hosts may store anything; the tapers and the polynomials behind them are made for 0..1. NaN gives
-// 0.
-float withinKnobRange(float value) { return value > 0.0f ? std::min(value, 1.0f) : 0.0f; }
 
 // A number minus itself is 0 if it is finite and NaN if not, and one NaN makes a sum NaN. Four sums
 // side by side, as each addition waits for the one before.
@@ -40,7 +37,7 @@ void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
 
 // Null where memory is short.
 std::unique_ptr<double[]> tryAllocate(int frames) {
-  const auto size = static_cast<std::size_t>(frames);
+  const auto size = asSize(frames);
   if (size > PTRDIFF_MAX / sizeof(double))
     return nullptr;  // where some compilers throw all the same
   return std::unique_ptr<double[]>(new (std::nothrow) double[size]);
@@ -92,9 +89,10 @@ void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto moved = [&](Knob knob) {
     return value(knob) != appliedValues[firstControl(c) + kAppliedIndex[knob]];
   };
+  // Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
   const auto tapered = [&](Knob knob) {
     const auto& taper = *tapers[firstControl(c) + kTaperIndex[knob]];
-    return static_cast<double>(taper.editProcessing(withinKnobRange(value(knob))));
+    return static_cast<double>(taper.editProcessing(limitToRange(value(knob))));
   };
 
   const bool toneMoved = moved(bass) || moved(mid) || moved(treble) || moved(presence);
@@ -127,8 +125,8 @@ bool Amplifier::sizeBuffers(int frames) {
 // plays.
 bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
-  AmpChannelBase& before = *channels[static_cast<std::size_t>(outgoing)];
-  AmpChannelBase& after = *channels[static_cast<std::size_t>(activeChannel)];
+  AmpChannelBase& before = *at(channels, outgoing);
+  AmpChannelBase& after = *at(channels, activeChannel);
   before.signalProcess(in, out, switchPoint);
   if (switchPoint < frames) {
     after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);

@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -61,7 +62,7 @@ inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{
 constexpr float presetValue(const FactoryPreset& preset, int index) {
   if (index == kTypeParameter) return selectFromChannel(preset.channel);
   if (parameterInfo(index).channel != preset.channel) return kKnobDefault;
-  return knobFromPosition(preset.knobs[static_cast<std::size_t>((index - 1) % kKnobsPerChannel)]);
+  return knobFromPosition(at(preset.knobs, (index - 1) % kKnobsPerChannel));
 }
 
 constexpr ParameterValues presetValues(const FactoryPreset& preset) {

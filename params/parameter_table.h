@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdint>
 
+#include "params/sizes.h"
+
 namespace quellard {
 
 inline constexpr int kNumParameters = 20;  // parameter 0 is an empty slot
@@ -60,9 +62,7 @@ inline constexpr std::array<const char*, kNumChannels> kChannelNames = {"CLEAN",
                                                                         "MODERN"};
 
 // index: 0..19.
-constexpr const ParameterInfo& parameterInfo(int index) {
-  return kParameters[static_cast<std::size_t>(index)];
-}
+constexpr const ParameterInfo& parameterInfo(int index) { return at(kParameters, index); }
 
 // Null for an index outside 0..19.
 constexpr const ParameterInfo* findParameter(int index) {
@@ -73,8 +73,6 @@ constexpr const ParameterInfo* findParameter(int index) {
 constexpr int knobIndex(int channel, int knob) { return channel * kKnobsPerChannel + knob + 1; }
 
 // channel: 0..2.
-constexpr const char* channelName(int channel) {
-  return kChannelNames[static_cast<std::size_t>(channel)];
-}
+constexpr const char* channelName(int channel) { return at(kChannelNames, channel); }
 
 }  // namespace quellard

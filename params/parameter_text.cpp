@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 #include "params/text_lengths.h"
 #include "params/words.h"
 
@@ -58,7 +59,7 @@ constexpr char kSelectorTitle[] = "Channel";
 // "Clean" from "CLEAN".
 Title titled(const char* capitals) {
   Title title{};
-  copyText(title.data(), capitals, static_cast<int>(kTitleSize) - 1);
+  copyText(title.data(), capitals, int{kTitleSize} - 1);
   std::transform(title.begin() + 1, title.end(), title.begin() + 1, lowerCase);
   return title;
 }
@@ -66,7 +67,7 @@ Title titled(const char* capitals) {
 }  // namespace
 
 void copyText(char* to, const char* from, int maxLen) {
-  const auto size = static_cast<std::size_t>(maxLen);
+  const auto size = asSize(maxLen);
   const std::size_t length = strnlen(from, size);
   std::memcpy(to, from, length);
   std::memset(to + length, 0, size + 1 - length);

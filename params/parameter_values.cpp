@@ -42,7 +42,7 @@ double positionFromKnob(float value) {
 
 float knobFromFloatPosition(float position) {
   const auto top = static_cast<float>(kKnobScale);
-  return knobFromPosition(shortestDecimal(position > 0.0f ? std::min(position, top) : 0.0f, 0));
+  return knobFromPosition(shortestDecimal(limitToRange(position, top), 0));
 }
 
 }  // namespace quellard

@@ -4,12 +4,16 @@
 // nothing here allocates.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 #include "params/parameter_table.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -24,10 +28,8 @@ constexpr bool isKnob(int index) { return index >= 1 && index <= kNumControls; }
 template <typename Entry, std::size_t count = kNumStoredValues>
 class PerParameter {
  public:
-  constexpr Entry& operator[](int index) { return entries_[static_cast<std::size_t>(index - 1)]; }
-  constexpr const Entry& operator[](int index) const {
-    return entries_[static_cast<std::size_t>(index - 1)];
-  }
+  constexpr Entry& operator[](int index) { return at(entries_, index - 1); }
+  constexpr const Entry& operator[](int index) const { return at(entries_, index - 1); }
 
   // In the order of the parameters.
   constexpr auto begin() { return entries_.begin(); }
@@ -42,6 +44,12 @@ class PerParameter {
 };
 
 using ParameterValues = PerParameter<float>;
+
+// A number that a host sends, limited to 0..most. NaN gives 0.
+template <std::floating_point Number>
+constexpr Number limitToRange(Number number, std::type_identity_t<Number> most = 1) {
+  return number > 0 ? std::min(number, most) : 0;
+}
 
 constexpr float defaultValue(int index) {
   return index == kTypeParameter ? kTypeDefault : kKnobDefault;

@@ -5,13 +5,12 @@
 #include <cstring>
 
 #include "params/parameter_values.h"
+#include "params/words.h"
 
 namespace quellard {
 namespace {
 
 constexpr char kUnnamed[] = "Init";
-
-bool continuesUtf8Sequence(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "params/parameter_table.h"
+#include "params/sizes.h"
 #include "params/text_lengths.h"
 
 namespace quellard {
@@ -26,9 +27,7 @@ class QuellardProgram {
   char name[kVstMaxProgNameLen];
 
   // Where a parameter is stored. parameter: 1..19.
-  std::atomic<float>& value(int parameter) {
-    return values[static_cast<std::size_t>(parameter - 1)];
-  }
+  std::atomic<float>& value(int parameter) { return at(values, parameter - 1); }
 
   // Cuts a longer name to 23 bytes, never inside a UTF-8 sequence.
   void rename(const char* newName);

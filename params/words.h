@@ -32,6 +32,11 @@ constexpr bool sameWord(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lowerCase(x) == lowerCase(y); });
 }
 
+// Whether a byte is one of a UTF-8 sequence, but not its first.
+constexpr bool continuesUtf8Sequence(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
+}
+
 // "-60" from "-60 dB" and "-60 dBFS".
 constexpr std::string_view withoutDecibels(std::string_view text) {
   for (const std::string_view unit : {"dbfs", "db"}) {

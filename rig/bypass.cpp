@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "rig/durations.h"
+
 namespace quellard {
 
 void Bypass::prepare(double rate) {
   const bool dry = position_ == fadeFrames_;
-  fadeFrames_ = static_cast<int>(std::clamp(std::round(kFadeSeconds * rate), 1.0, 1e9));
+  fadeFrames_ = framesOf(kFadeSeconds, rate);
   jumpTo(dry);
 }
 

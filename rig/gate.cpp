@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "params/decibels.h"
+#include "params/sizes.h"
 #include "rig/samples.h"
 
 namespace quellard {
@@ -24,7 +25,7 @@ constexpr double kNoSquare = 1e-20;
 }  // namespace
 
 void Gate::prepare(double rate, int maxFrames) {
-  gains_.resize(static_cast<std::size_t>(maxFrames));  // first, as it may throw
+  gains_.resize(asSize(maxFrames));  // first, as it may throw
   meanStep_ = 1.0 - std::exp(-1.0 / (kMeanSeconds * rate));
   attackStep_ = std::min(1.0 / (kAttackSeconds * rate), 1.0);
   releaseFactor_ = gainFromDecibels(-kReleaseDecibels / (kReleaseSeconds * rate));
@@ -77,7 +78,7 @@ void Gate::detect(std::span<double* const> sides, int frames) {
       if (std::isfinite(x)) square = std::max(square, x * x);
     }
     gain_ = openSquare_ > 0.0 ? nextGain(square) : std::min(gain_ + attackStep_, 1.0);
-    gains_[static_cast<std::size_t>(i)] = gain_;
+    at(gains_, i) = gain_;
     isNeutral_ = isNeutral_ && gain_ == 1.0;
     closedFrames_ += quietFrames_ < holdFrames_ ? 0 : 1;
   }
@@ -85,7 +86,7 @@ void Gate::detect(std::span<double* const> sides, int frames) {
 }
 
 void Gate::apply(double* samples, int frames) const {
-  for (int i = 0; i < frames; ++i) samples[i] *= gains_[static_cast<std::size_t>(i)];
+  for (int i = 0; i < frames; ++i) samples[i] *= at(gains_, i);
 }
 
 }  // namespace quellard

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "params/sizes.h"
 #include "rig/samples.h"
 
 namespace quellard {
@@ -38,9 +39,10 @@ void writeChannel(const double* from, const AudioChannels& out, int side, int be
 }
 
 void writeSilence(const AudioChannels& out, int begin, int end) {
-  constexpr std::array<double, 64> kSilence{};
+  constexpr int kMost = 64;
+  constexpr std::array<double, kMost> kSilence{};
   while (begin < end) {
-    const int frames = std::min(end - begin, static_cast<int>(kSilence.size()));
+    const int frames = std::min(end - begin, kMost);
     for (int i = 0; i < out.count; ++i) writeChannel(kSilence.data(), out, i, begin, frames);
     begin += frames;
   }
@@ -73,10 +75,10 @@ bool HostedAmp::prepare(double rate, int maxFrames) {
 }
 
 std::vector<HostedAmp::Side> HostedAmp::buildSides(double rate, int maxFrames) const {
-  std::vector<Side> built(static_cast<std::size_t>(sides_));
+  std::vector<Side> built(asSize(sides_));
   for (Side& side : built) {
-    side.samples.resize(static_cast<std::size_t>(maxFrames));
-    side.dry.resize(static_cast<std::size_t>(maxFrames));
+    side.samples.resize(asSize(maxFrames));
+    side.dry.resize(asSize(maxFrames));
     side.effect = std::make_unique<Quellard>(nullptr);
     side.effect->setSampleRate(static_cast<float>(rate));
     side.effect->reserve(maxFrames);
@@ -91,8 +93,7 @@ void HostedAmp::reset() {
 
 void HostedAmp::setValue(int index, float value) {
   if (!isHosted(index) || std::isnan(value)) return;
-  const float limited = value > 0.0F ? std::min(value, 1.0F) : 0.0F;
-  targets_[index].store(limited, kRelaxed);
+  targets_[index].store(limitToRange(value), kRelaxed);
 }
 
 float HostedAmp::value(int index) const {
@@ -181,14 +182,14 @@ void HostedAmp::playPiece(const AudioChannels& in, const AudioChannels& out, int
   bypass_.advance(engaged, frames);
   if (measures) measure(outputPeak_, frames);
   for (int i = 0; i < sides_; ++i) {
-    const Side& side = built_[static_cast<std::size_t>(i)];
+    const Side& side = at(built_, i);
     writeChannel(side.samples.data(), out, i, begin, frames, isOn ? toSameFloat : toFloat);
   }
 }
 
 void HostedAmp::readSides(const AudioChannels& in, int begin, int frames, bool keepDry) {
   for (int i = 0; i < sides_; ++i) {
-    Side& side = built_[static_cast<std::size_t>(i)];
+    Side& side = at(built_, i);
     readChannel(in, i, begin, frames, side.samples.data());
     if (keepDry) std::copy_n(side.samples.data(), frames, side.dry.data());
   }

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "rig/durations.h"
+
 namespace quellard {
 
 void Level::prepare(double rate) {
-  moveFrames_ = static_cast<int>(std::clamp(std::round(kMoveSeconds * rate), 1.0, 1e9));
+  moveFrames_ = framesOf(kMoveSeconds, rate);
   jumpTo(target_);
 }
 

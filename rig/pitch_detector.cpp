@@ -8,6 +8,8 @@
 #include <numbers>
 #include <numeric>
 
+#include "params/sizes.h"
+
 namespace quellard {
 namespace {
 
@@ -56,13 +58,13 @@ PitchDetector::PitchDetector(double rate)
     : rate_(rate),
       stretch_(samplesOf(kStretchSeconds, rate)),
       longest_(samplesOf(1.0 / kLowest_hz, rate)),
-      window_(static_cast<std::size_t>(stretch_ + longest_ + longest_ / 2 + longest_ / 16)),
+      window_(asSize(stretch_ + longest_ + longest_ / 2 + longest_ / 16)),
       smoothed_(window_.size()),
-      hann_(static_cast<std::size_t>(stretch_)),
-      similarities_(static_cast<std::size_t>(longest_) + 2) {
+      hann_(asSize(stretch_)),
+      similarities_(asSize(longest_) + 2) {
   const double phaseStep = 2.0 * std::numbers::pi / (stretch_ + 1);
   for (int i = 0; i < stretch_; ++i) {
-    hann_[static_cast<std::size_t>(i)] = 0.5 - 0.5 * std::cos(phaseStep * (i + 1));
+    at(hann_, i) = 0.5 - 0.5 * std::cos(phaseStep * (i + 1));
   }
 }
 
@@ -84,9 +86,9 @@ PitchReading PitchDetector::analyse(std::span<const double> window) {
 
 // The energy of a stretch that ends `delay` samples before the signal does.
 double PitchDetector::energyBefore(std::span<const double> signal, int delay, double mean) const {
-  const auto begin = signal.size() - static_cast<std::size_t>(stretch_ + delay);
+  const auto begin = signal.size() - asSize(stretch_ + delay);
   double energy = 0.0;
-  for (const double x : signal.subspan(begin, static_cast<std::size_t>(stretch_))) {
+  for (const double x : signal.subspan(begin, asSize(stretch_))) {
     energy += (x - mean) * (x - mean);
   }
   return energy;
@@ -120,7 +122,7 @@ double PitchDetector::similarity(int delay) const {
   const double* const then = now - delay;
   double product = 0.0, energy = 0.0;
   for (int i = 0; i < stretch_; ++i) {
-    const double weight = hann_[static_cast<std::size_t>(i)];
+    const double weight = at(hann_, i);
     product += weight * now[i] * then[i];
     energy += weight * (now[i] * now[i] + then[i] * then[i]);
   }
@@ -146,9 +148,8 @@ void PitchDetector::compareAllDelays() {
     }
     for (int k = 0; k < kAtOnce && delay + k < count; ++k) {
       const double energy = energyNow + energyThen;
-      const double shared = product[static_cast<std::size_t>(kAtOnce - 1 - k)];
-      similarities_[static_cast<std::size_t>(delay + k)] =
-          energy > 0.0 ? 2.0 * shared / energy : 0.0;
+      const double shared = at(product, kAtOnce - 1 - k);
+      at(similarities_, delay + k) = energy > 0.0 ? 2.0 * shared / energy : 0.0;
       const double in = now[-delay - k - 1], out = now[stretch_ - 1 - delay - k];
       energyThen += in * in - out * out;
     }
@@ -159,7 +160,7 @@ void PitchDetector::compareAllDelays() {
 // of these that is nearly the highest of all. Returns 0 where there is none, and sets clarity_.
 double PitchDetector::coarsePeriod() {
   const int end = longest_ + 1;
-  const auto value = [&](int delay) { return similarities_[static_cast<std::size_t>(delay)]; };
+  const auto value = [&](int delay) { return at(similarities_, delay); };
   const auto nextLobe = [&](int delay) {
     while (delay < end && value(delay) > 0.0) ++delay;
     while (delay < end && value(delay) <= 0.0) ++delay;
@@ -192,8 +193,8 @@ void PitchDetector::smoothWindow(int width) {
   std::fill(smoothed_.begin(), smoothed_.end(), 0.0);
   for (int k = 0; k < width; ++k) {
     const double weight = (1.0 - std::cos(phaseStep * (k + 1))) / (width + 1);
-    for (auto i = static_cast<std::size_t>(width); i < window_.size(); ++i) {
-      smoothed_[i] += weight * window_[i - static_cast<std::size_t>(k)];
+    for (auto i = asSize(width); i < window_.size(); ++i) {
+      smoothed_[i] += weight * window_[i - asSize(k)];
     }
   }
 }

@@ -45,6 +45,8 @@ bool Tuner::prepare(double rate) {
   decimation_ = decimation;
   skipped_ = 0;
   written_ = 0;
+  begin_ = 0;
+  clearsFilter_ = false;
   const double w = std::tan(std::numbers::pi * kCutoff_hz / rate);
   for (std::size_t i = 0; i < sections_.size(); ++i) {
     const double norm = 1.0 / (1.0 + w / kQs[i] + w * w);
@@ -62,6 +64,10 @@ double Tuner::lowpass(double x) {
 
 template <typename Sample>
 void Tuner::decimate(const Sample* samples, int frames) {
+  if (clearsFilter_.load(std::memory_order_relaxed)) {
+    clearsFilter_.store(false, std::memory_order_relaxed);
+    for (Section& section : sections_) section.s1 = section.s2 = 0.0;
+  }
   unsigned at = written_.load(std::memory_order_relaxed);
   for (int i = 0; i < frames; ++i) {
     const auto x = static_cast<double>(samples[i]);
@@ -77,10 +83,18 @@ void Tuner::decimate(const Sample* samples, int frames) {
 void Tuner::push(const float* samples, int frames) { decimate(samples, frames); }
 void Tuner::push(const double* samples, int frames) { decimate(samples, frames); }
 
+void Tuner::clear() {
+  begin_ = written_.load(std::memory_order_acquire);
+  clearsFilter_.store(true, std::memory_order_relaxed);
+}
+
 PitchReading Tuner::read() {
   const unsigned end = written_.load(std::memory_order_acquire);
   const auto length = static_cast<unsigned>(window_.size());
-  for (unsigned i = 0; i < length; ++i) {
+  const unsigned heard = std::min(end - begin_, length);
+  begin_ = end - heard;
+  std::fill_n(window_.begin(), length - heard, 0.0);
+  for (unsigned i = length - heard; i < length; ++i) {
     const std::size_t slot = (end - length + i) % ring_.size();
     window_[i] = static_cast<double>(ring_[slot].load(std::memory_order_relaxed));
   }

@@ -33,6 +33,10 @@ class Tuner {
   // time, beside push()]
   PitchReading read();
 
+  // Forgets what was heard before, so that read() takes it for silence. Never allocates. [one
+  // thread at a time with read(), beside push()]
+  void clear();
+
   // How long before the newest sample the middle of what read() judges lies.
   static constexpr double kDelaySeconds = 0.5 * PitchDetector::kStretchSeconds;
 
@@ -57,7 +61,10 @@ class Tuner {
   // written again meanwhile.
   std::vector<std::atomic<float>> ring_;
   std::atomic<unsigned> written_ = 0;  // samples in all; wraps, as the ring's length divides 2^32
-  std::vector<double> window_;         // read() alone
+  std::atomic<bool> clearsFilter_ = false;
+  // The thread of read() alone.
+  unsigned begin_ = 0;  // what is older than this value of written_ counts as silence
+  std::vector<double> window_;
 };
 
 }  // namespace quellard

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "params/sizes.h"
 #include "params/words.h"
 
 namespace quellard {
@@ -55,7 +56,7 @@ double centsAbove(int number, double frequency_hz, double reference_hz) {
 }
 
 double noteFrequency(int number, double reference_hz) {
-  return reference_hz * std::exp2(static_cast<double>(number - kA4) / kSemitones);
+  return reference_hz * std::exp2((number - kA4) / double{kSemitones});
 }
 
 std::string noteName(int number) {
@@ -63,12 +64,11 @@ std::string noteName(int number) {
                                                           "F#", "G",  "G#", "A",  "A#", "B"};
   const int octave = (number >= 0 ? number : number - kSemitones + 1) / kSemitones;
   const int step = number - octave * kSemitones;
-  return kNames[static_cast<std::size_t>(step)] + std::to_string(octave - 1);
+  return at(kNames, step) + std::to_string(octave - 1);
 }
 
 std::span<const int> Tuning::strings() const {
-  return std::span(notes).first(notes.size() -
-                                static_cast<std::size_t>(std::ranges::count(notes, 0)));
+  return std::span(notes).first(notes.size() - asSize(std::ranges::count(notes, 0)));
 }
 
 std::span<const Tuning> tunings() { return kTunings; }

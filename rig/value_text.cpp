@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "params/number_text.h"
 #include "params/parameter_text.h"
 #include "params/parameter_values.h"
 #include "params/words.h"
@@ -17,16 +18,8 @@ namespace {
 constexpr char kOff[] = "Off";
 constexpr char kOn[] = "On";
 
-std::optional<double> numberFromText(std::string_view text) {
-  double number = 0.0;
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
-  if (error != std::errc{} || rest != end || !std::isfinite(number)) return std::nullopt;
-  return number;
-}
-
 std::optional<float> knobFromText(std::string_view text) {
-  const std::optional<double> shown = numberFromText(text);
+  const std::optional<double> shown = numberFromText(text, std::chars_format::fixed);
   if (!shown.has_value()) return std::nullopt;
   return knobFromPosition(std::clamp(*shown, 0.0, kKnobScale));
 }
@@ -69,10 +62,7 @@ ValueText rigText(int index, float value) {
 
 // "-60.0 dB", "-60", "+6 dBFS".
 std::optional<double> decibelsFromText(std::string_view text) {
-  text = withoutDecibels(text);
-  if (text.starts_with("+-")) return std::nullopt;
-  if (text.starts_with('+')) text.remove_prefix(1);
-  return numberFromText(text);
+  return numberFromText(withoutPlus(withoutDecibels(text)), std::chars_format::fixed);
 }
 
 std::optional<float> levelFromText(std::string_view text) {
@@ -123,7 +113,7 @@ ValueText valueText(int index, float value) {
 float valueFromControl(int index, float control) {
   switch (index) {
     case kTypeParameter: {
-      const float channel = control > 0.0F ? std::min(control, kNumChannels - 1.0F) : 0.0F;
+      const float channel = limitToRange(control, kNumChannels - 1.0F);
       return selectFromChannel(static_cast<int>(std::lround(channel)));
     }
     case kBypassParameter: return isBypassed(control) ? 1.0F : 0.0F;

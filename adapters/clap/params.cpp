@@ -33,7 +33,7 @@ double plainFromValue(int parameter, float value) {
 
 // Steps are truncated, not rounded: CLAP demands it. NaN becomes the lowest value.
 float valueFromPlain(int parameter, double plain) {
-  const double held = plain > 0.0 ? std::min(plain, highestPlain(parameter)) : 0.0;
+  const double held = limitToRange(plain, highestPlain(parameter));
   if (parameter == kTypeParameter) return selectFromChannel(static_cast<int>(held));
   if (parameter == kBypassParameter) return static_cast<float>(static_cast<int>(held));
   return static_cast<float>(held);

@@ -65,8 +65,9 @@ class AmpClient {
   }
   bool muted() const { return muted_; }
 
-  // Mutes the outputs and passes the first input to tuner(). [main thread]
+  // Mutes the outputs and passes the first input to tuner(), which begins anew. [main thread]
   void setTuning(bool tunes) {
+    if (tunes) tuner_.clear();
     tunes_ = tunes;
     mute_.set(muted_ || tunes_);
   }

@@ -3,6 +3,8 @@
 
 #include <ncurses.h>
 
+#include "params/words.h"
+
 namespace quellard {
 namespace {
 
@@ -11,10 +13,7 @@ constexpr int kControlU = 21;
 constexpr int kDelete = 127;
 
 void removeLastCharacter(std::string& text) {
-  const auto continues = [](char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-  };
-  while (!text.empty() && continues(text.back())) text.pop_back();
+  while (!text.empty() && continuesUtf8Sequence(text.back())) text.pop_back();
   if (!text.empty()) text.pop_back();
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "adapters/lv2/identity.h"
+#include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
 #include "params/parameter_text.h"
 #include "params/words.h"
@@ -229,9 +230,7 @@ std::string groups() {
 // What a control port holds for a preset. With a point always, as some hosts take no whole numbers
 // for the value of a port.
 std::string presetControl(const FactoryPreset& preset, int index) {
-  const float value = presetValue(preset, index);
-  return fmt::format("{:#}", index == kTypeParameter ? static_cast<double>(channelFromSelect(value))
-                                                     : positionFromKnob(value));
+  return fmt::format("{:#}", controlFromValue(index, presetValue(preset, index)));
 }
 
 std::string presetHead(const FactoryPreset& preset) {

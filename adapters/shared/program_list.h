@@ -8,21 +8,21 @@
 #include <optional>
 
 #include "params/factory_bank.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
-inline constexpr int kNumListedPrograms = 1 + static_cast<int>(kNumFactoryPresets);
+inline constexpr int kNumListedPrograms = 1 + int{kNumFactoryPresets};
 
 constexpr bool isListedProgram(int program) { return program >= 0 && program < kNumListedPrograms; }
 
 // At most kFactoryNameLen characters. program: 0..kNumListedPrograms-1.
 constexpr const char* listedProgramName(int program) {
-  return program == 0 ? "Init" : kFactoryBank[static_cast<std::size_t>(program - 1)].name;
+  return program == 0 ? "Init" : at(kFactoryBank, program - 1).name;
 }
 
 constexpr ParameterValues listedProgramValues(int program) {
-  return program == 0 ? defaultValues()
-                      : presetValues(kFactoryBank[static_cast<std::size_t>(program - 1)]);
+  return program == 0 ? defaultValues() : presetValues(at(kFactoryBank, program - 1));
 }
 
 // The program that has exactly these values, for hosts that show a program's name.

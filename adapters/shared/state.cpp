@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "params/sizes.h"
+
 namespace quellard {
 namespace {
 
@@ -64,7 +66,7 @@ int countToStore(const HostedValues& values) {
 // Without a value of the rig to store, version 1 is written, which all releases can read.
 StateBytes encodeState(const HostedValues& values) {
   const int count = countToStore(values);
-  StateBytes block{.size = stateSize(static_cast<std::size_t>(count))};
+  StateBytes block{.size = stateSize(asSize(count))};
   std::uint8_t* to = std::copy(kMagic.begin(), kMagic.end(), block.buffer.data());
   to = put(to, count > kNumStoredValues ? kFurtherValues : kParametersOnly);
   to = put(to, static_cast<std::uint16_t>(count));

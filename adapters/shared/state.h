@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 
+#include "params/sizes.h"
 #include "rig/rig_parameters.h"
 
 namespace quellard {
@@ -45,7 +46,7 @@ bool writeState(const HostedValues& values, const Write& write) {
   while (done < block.size) {
     const std::int64_t written = write(&block.buffer[done], block.size - done);
     if (written <= 0) return false;
-    done += static_cast<std::size_t>(written);
+    done += asSize(written);
   }
   return true;
 }
@@ -58,7 +59,7 @@ std::optional<HostedValues> readState(const Read& read) {
     const std::int64_t got = read(&bytes[done], bytes.size() - done);
     if (got < 0) return std::nullopt;
     if (got == 0) break;
-    done += static_cast<std::size_t>(got);
+    done += asSize(got);
   }
   return decodeState({bytes.data(), done});
 }

@@ -22,8 +22,6 @@ int lastStep(v3_param_id id) {
   return id == kVst3Bypass ? 1 : kNumChannels - 1;
 }
 
-double held(double value, double most) { return value > 0.0 ? std::min(value, most) : 0.0; }
-
 std::int32_t flagsOf(v3_param_id id) {
   switch (id) {
     case kVst3Program: return V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE;
@@ -55,7 +53,7 @@ float defaultValue(v3_param_id id) {
 
 // VST3 gives each step an equal share of 0..1.
 float keptValue(v3_param_id id, double normalised) {
-  const double value = held(normalised, 1.0);
+  const double value = limitToRange(normalised);
   if (!isList(id)) return static_cast<float>(value);
   const int last = lastStep(id);
   const int step = std::min(static_cast<int>(value * (last + 1)), last);
@@ -79,7 +77,7 @@ double normalisedFromPlain(v3_param_id id, double plain) {
     return static_cast<double>(valueFromControl(indexOf(id), static_cast<float>(plain)));
   }
   const int last = lastStep(id);
-  return std::round(held(plain, last)) / last;
+  return std::round(limitToRange(plain, last)) / last;
 }
 
 void writeValueText(v3_param_id id, float value, v3_str_128 text) {

@@ -387,15 +387,13 @@ inline void runFor(PackedChannel& channel, const double* in, double* out, int n)
   SkewedCore<F, multistage, false>(channel, in, out, n).run();
 }
 
-template <int F>
-inline void runFor(PackedChannel& channel, const double* in, double* out, int n) {
-  if (channel.multistage) return runFor<F, true>(channel, in, out, n);
-  runFor<F, false>(channel, in, out, n);
-}
-
 inline void runSkewed(PackedChannel& channel, const double* in, double* out, int n) {
-  if (channel.overSample == 7) return runFor<7>(channel, in, out, n);
-  runFor<8>(channel, in, out, n);
+  const bool multistage = channel.multistage;
+  if (channel.overSample == 7) {
+    return multistage ? runFor<7, true>(channel, in, out, n)
+                      : runFor<7, false>(channel, in, out, n);
+  }
+  multistage ? runFor<8, true>(channel, in, out, n) : runFor<8, false>(channel, in, out, n);
 }
 
 }  // namespace QUELLARD_FAST_ISA

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "params/sizes.h"
+
 // The loops are compiled once more for wider vectors; the processor's own are chosen when the
 // program is loaded. All of them compute the same bits.
 #ifdef QUELLARD_VECTOR_CLONES
@@ -120,7 +122,7 @@ QUELLARD_WIDEST bool transform(double* fromRe, double* fromIm, double* toRe, dou
     } else {
       radix4(from, to, w, stride & ~15);
     }
-    twiddles += static_cast<std::ptrdiff_t>(kTwiddleRows) * w.m;
+    twiddles += std::ptrdiff_t{kTwiddleRows} * w.m;
   }
   if (stride < n) {
     radix2Last(from, to, n / 2);
@@ -164,7 +166,7 @@ QUELLARD_WIDEST void convolveHead(const double* taps, const double* in, double* 
   for (int i = 0; i < kHeadTile; ++i) out[i] = sums[i];
 }
 
-BlockTransform::BlockTransform(int n) : n_(n), scratch_(2 * static_cast<std::size_t>(n)) {
+BlockTransform::BlockTransform(int n) : n_(n), scratch_(2 * asSize(n)) {
   std::vector<double> sines;
   for (int i = 0; i < n; ++i) {
     const Phasor w = phasor(static_cast<long double>(i) / (4.0L * n));

@@ -6,6 +6,9 @@
 #include <cmath>
 #include <utility>
 
+#include "params/sizes.h"
+#include "rig/durations.h"
+
 namespace quellard {
 namespace {
 
@@ -26,7 +29,7 @@ Cabinet::~Cabinet() {
 }
 
 void Cabinet::prepare(double rate) {
-  fadeFrames_ = static_cast<int>(std::clamp(std::round(kFadeSeconds * rate), 1.0, 1e9));
+  fadeFrames_ = framesOf(kFadeSeconds, rate);
   const std::unique_ptr<Speaker> unplayed(incoming_.exchange(nullptr));
   speaker_.reset();
   next_.reset();
@@ -41,7 +44,7 @@ void Cabinet::load(const ImpulseResponse& response, double gain, int sides) {
   }
   auto speaker = std::make_unique<Speaker>();
   speaker->tailFrames = static_cast<int>(response.sides.front().size());
-  for (std::size_t i = 0; i < static_cast<std::size_t>(sides); ++i) {
+  for (std::size_t i = 0; i < asSize(sides); ++i) {
     speaker->convolvers.emplace_back(responses[std::min(i, responses.size() - 1)]);
   }
   publish(std::move(speaker));
@@ -121,12 +124,12 @@ void Cabinet::crossfade(std::size_t side, double* samples, int frames) {
   std::array<double, kFadeBlock> before{};
   for (int i = 0; i < frames; ++i) {
     const double share = std::min(1.0, static_cast<double>(fadeFrame_ + i + 1) / fadeFrames_);
-    before[static_cast<std::size_t>(i)] = (1.0 - share) * samples[i];
+    at(before, i) = (1.0 - share) * samples[i];
     samples[i] *= share;
   }
   if (speaker_ != nullptr) speaker_->process(side, before.data(), frames);
   next_->process(side, samples, frames);
-  for (int i = 0; i < frames; ++i) samples[i] += before[static_cast<std::size_t>(i)];
+  for (int i = 0; i < frames; ++i) samples[i] += at(before, i);
 }
 
 }  // namespace quellard

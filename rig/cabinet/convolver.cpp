@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "params/sizes.h"
+
 namespace quellard {
 namespace {
 
@@ -17,17 +19,16 @@ struct Partitions {
 std::vector<double> spectraOf(std::span<const double> taps, int partitionFrames,
                               Partitions partitions) {
   BlockTransform transform(partitionFrames);
-  const auto length = static_cast<std::size_t>(partitionFrames);
+  const auto length = asSize(partitionFrames);
   const std::vector<double> silence(length);
-  std::vector<double> spectra(2 * length * static_cast<std::size_t>(partitions.count));
+  std::vector<double> spectra(2 * length * asSize(partitions.count));
   for (int number = 0; number < partitions.count; ++number) {
     std::vector<double> part(length);
-    const std::size_t begin = static_cast<std::size_t>(partitions.first + number) * length;
+    const std::size_t begin = asSize(partitions.first + number) * length;
     for (std::size_t i = 0; i < length && begin + i < taps.size(); ++i) {
       part[i] = taps[begin + i] / partitionFrames;
     }
-    transform.forward(part.data(), silence.data(),
-                      &spectra[2 * length * static_cast<std::size_t>(number)]);
+    transform.forward(part.data(), silence.data(), &spectra[2 * length * asSize(number)]);
   }
   return spectra;
 }
@@ -42,18 +43,18 @@ PartitionedResponse::PartitionedResponse(std::span<const double> taps)
 }
 
 const double* PartitionedResponse::shortSpectrum(int number) const {
-  return shortSpectra_.data() + static_cast<std::ptrdiff_t>(2 * kShort) * number;
+  return shortSpectra_.data() + std::ptrdiff_t{2} * kShort * number;
 }
 
 const double* PartitionedResponse::longSpectrum(int number) const {
-  return longSpectra_.data() + static_cast<std::ptrdiff_t>(2 * kLong) * number;
+  return longSpectra_.data() + std::ptrdiff_t{2} * kLong * number;
 }
 
 Convolver::SpectrumHistory::SpectrumHistory(int count, int bins)
     : count_(count), bins_(bins), spectra_(offsetOf(count)) {}
 
 std::size_t Convolver::SpectrumHistory::offsetOf(int slot) const {
-  return 2 * static_cast<std::size_t>(bins_) * static_cast<std::size_t>(slot);
+  return 2 * asSize(bins_) * asSize(slot);
 }
 
 double* Convolver::SpectrumHistory::next() {
@@ -121,8 +122,7 @@ void Convolver::processShort(double* samples, int frames) {
     std::array<double, kHeadTile> head{};
     convolveHead(response_->headTaps(), in + i, head.data());
     const int count = std::min(kHeadTile, frames - i);
-    for (int k = 0; k < count; ++k)
-      samples[i + k] = head[static_cast<std::size_t>(k)] + body[i + k] + tail[i + k];
+    for (int k = 0; k < count; ++k) samples[i + k] = at(head, k) + body[i + k] + tail[i + k];
   }
   position_ += frames;
   if (position_ % kShort == 0) finishShortStep(position_ / kShort);
@@ -133,7 +133,7 @@ void Convolver::processShort(double* samples, int frames) {
 void Convolver::beginShortSteps() {
   const double* const now = input_.data() + kPresent;
   for (int age = shortInput_.count(); age > 0; --age) {
-    const double* const begin = now - static_cast<std::ptrdiff_t>(age) * kShort;
+    const double* const begin = now - std::ptrdiff_t{age} * kShort;
     short_.forward(begin - kShort, begin, shortInput_.next());
   }
   sumShort();
@@ -144,7 +144,7 @@ void Convolver::beginShortSteps() {
 
 // step: 1 to kSteps, the number of steps that are complete in the present block.
 void Convolver::finishShortStep(int step) {
-  const double* const end = input_.data() + kPresent + static_cast<std::ptrdiff_t>(step) * kShort;
+  const double* const end = input_.data() + kPresent + std::ptrdiff_t{step} * kShort;
   const double* const begin = end - kShort;
   short_.forward(begin - kShort, begin, shortInput_.next());
   sumShort();

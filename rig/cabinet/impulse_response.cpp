@@ -8,6 +8,7 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "params/sizes.h"
 #include "rig/cabinet/block_transform.h"
 
 namespace quellard {
@@ -60,7 +61,7 @@ void mixDown(ImpulseResponse& response) {
 }
 
 void cut(std::vector<double>& side, double rate) {
-  const auto length = static_cast<std::size_t>(std::lround(kLongestResponse_s * rate));
+  const auto length = asSize(std::lround(kLongestResponse_s * rate));
   if (side.size() <= length) return;
   side.resize(length);
   const std::size_t fade = length / 10;
@@ -82,18 +83,17 @@ PowerGain powerGain(const ImpulseResponse& response) {
                                        static_cast<std::size_t>(std::ceil(response.rate / 2.0)));
   const int n = static_cast<int>(std::bit_ceil(longest));
   BlockTransform transform(n);
-  const std::vector<double> silence(static_cast<std::size_t>(n));
-  std::vector<double> spectrum(2 * static_cast<std::size_t>(n));
+  const std::vector<double> silence(asSize(n));
+  std::vector<double> spectrum(2 * asSize(n));
   double passed = 0.0;
   double whole = 0.0;
   double highest = 0.0;
   for (std::vector<double> side : response.sides) {
-    side.resize(static_cast<std::size_t>(n));
+    side.resize(asSize(n));
     transform.forward(side.data(), silence.data(), spectrum.data());
     for (int k = 0; k < n; ++k) {
       const double weight = pinkWeight(transform.frequency(k) * response.rate);
-      const std::complex<double> gain(spectrum[static_cast<std::size_t>(k)],
-                                      spectrum[static_cast<std::size_t>(n + k)]);
+      const std::complex<double> gain(at(spectrum, k), at(spectrum, n + k));
       highest = std::max(highest, std::norm(gain));
       passed += weight * std::norm(gain);
       whole += weight;

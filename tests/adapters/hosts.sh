@@ -39,6 +39,8 @@ cd "$scratch"
 # Keeps the presets and settings of the user who tests out of the tests.
 export XDG_CONFIG_HOME=$scratch/config XDG_STATE_HOME=$scratch/state
 mkdir -p "$XDG_CONFIG_HOME/quellard/presets"
+unset DISPLAY  # that of the user who tests
+mkfifo display.fifo
 sndfile-convert -float32 $takes/guit_harmonics.flac mono.wav
 sndfile-convert -float32 $takes/guit_e_fifths.flac stereo.wav
 
@@ -62,6 +64,63 @@ serve() {
     sleep 0.5
   done
   cat jackd.log
+  return 1
+}
+
+# A display of its own, without a screen.
+display() {
+  exec 4<>display.fifo
+  Xvfb -displayfd 4 -noreset -screen 0 1600x1200x24 >xvfb.log 2>&1 &
+  servers+=($!)
+  local number
+  read -r -t 60 number <&4
+  export DISPLAY=:$number
+}
+
+# Waits for the face's window, and prints its number.
+face_window() {
+  local n
+  for ((n = 0; n < 100; ++n)); do
+    xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | tail -n 1 | grep . && return
+    sleep 0.2
+  done
+  echo "no window is called $1" >&2
+  return 1
+}
+
+# point X Y: the mouse at this place of the face, in its own units, whatever the window's size.
+point() {
+  local place WIDTH HEIGHT  # the latter as xdotool prints them
+  eval "$(xdotool getwindowgeometry --shell "$window" | grep -E '^(WIDTH|HEIGHT)=')"
+  read -ra place < <(awk -v w="$WIDTH" -v h="$HEIGHT" -v x="$1" -v y="$2" 'BEGIN {
+    scale = w / 960 < h / 600 ? w / 960 : h / 600
+    print int((w - 960 * scale) / 2 + x * scale), int((h - 600 * scale) / 2 + y * scale) }')
+  xdotool mousemove --window "$window" "${place[@]}"
+}
+
+# enter X Y TEXT: types a value that stands at this place of the face.
+enter() {
+  point "$1" "$2"
+  xdotool click 1 type --delay 30 "$3"
+  xdotool key Return
+}
+
+# shows RENDER-ARGUMENT...: the strips are those that `quellard face` draws with these settings. The
+# mouse lights what it is over, so it is led away.
+shows() {
+  local n count
+  point 480 595
+  xdotool key Escape Escape
+  "$quellard" face -o face.png "$@"
+  convert face.png -crop 960x400+0+80 +repage expected.png
+  for ((n = 0; n < 30; ++n)); do
+    sleep 0.2
+    import -window "$window" face.png
+    convert face.png -crop "960x400+0+80" +repage shown.png
+    count=$(compare -metric AE -fuzz 3% expected.png shown.png null: 2>&1 || true)
+    if [[ $count == 0 ]]; then return; fi
+  done
+  echo "the face differs from that of $* in $count pixels" >&2
   return 1
 }
 
@@ -137,6 +196,54 @@ case $1 in
     start jalv -x -n amp $(printf -- '-c %s ' "${ports[@]}") "$mono"
     "$quellard" render -q -o expected.wav mono.wav "${knobs[@]}"
     hear amp:in amp:out
+    ;;
+  jalv.gtk3 | jalv.qt5)  # the face in it: shows the host's values, and its moves are heard
+    needs jackd jack_wait jack_lsp "$1" Xvfb xdotool import compare
+    serve
+    display
+    # jalv.qt5 takes no options.
+    client=amp
+    if [[ $1 == jalv.qt5 ]]; then client=Quellard; fi
+    start "$1" -x -n amp -c type=1 -c vintage_bass=3 "$mono"
+    window=$(face_window Quellard)
+    if [[ $1 == jalv.qt5 ]]; then
+      point 100 278
+      xdotool click 1
+      enter 377 321 3
+    fi
+    # A knob is dragged, values are typed, and a double-click takes the first back.
+    point 631 280
+    xdotool mousedown 1
+    point 631 240
+    xdotool mouseup 1
+    if [[ $1 == jalv.gtk3 ]]; then shows --channel vintage --bass 3 --treble 7; fi
+    enter 250 321 7.39
+    enter 885 321 4.39
+    point 631 280
+    xdotool click --repeat 2 --delay 50 1
+    if [[ $1 == jalv.gtk3 ]]; then shows "${knobs[@]}" --bass 3; fi
+    "$quellard" render -q -o expected.wav mono.wav "${knobs[@]}" --bass 3
+    hear $client:in $client:out
+    kill "${servers[2]}"
+    wait "${servers[2]}"
+    ;;
+  face-jack)  # the window of quellard-jack
+    needs jackd jack_wait jack_lsp Xvfb xdotool import compare
+    serve
+    display
+    start "$build/quellard-jack" --name amp --no-connect --preset "Funk Cut"
+    window=$(face_window amp)
+    "$quellard" render -q -o expected.wav mono.wav --preset "Country Snap" --gain 7.39
+    for ((n = 0; n < 3; ++n)); do point 638 35; xdotool click 1; done
+    enter 250 321 7.39
+    hear amp:in amp:out
+    # By MIDI the program moves the knob, and the face shows it at once.
+    "$quellard" render -q -o expected.wav mono.wav --preset "Warm Jazz"
+    hear amp:in amp:out amp:midi $'\xc0\x01'
+    shows --preset "Warm Jazz"
+    kill "${servers[2]}"
+    wait "${servers[2]}"
+    grep -qx '# Warm Jazz' "$XDG_STATE_HOME/quellard/jack/amp.state"
     ;;
   quellard-jack)
     needs jackd jack_wait jack_lsp

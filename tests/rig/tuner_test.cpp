@@ -231,6 +231,28 @@ TEST(Tuner, HearsTheSameInBlocksOfAnyLengthAndType) {
   EXPECT_EQ(whole.read().frequency_hz, pieces.read().frequency_hz);
 }
 
+// As when a player tunes a string, turns the tuner off and comes back later.
+TEST(Tuner, HearsNothingOfTheTimeBeforeItWasCleared) {
+  const auto before = sine(48000.0, 110.0, 0.1, 24000);
+  const auto after = sine(48000.0, 196.0, 0.1, 14400);
+  const std::vector<double> pause(4800);
+  Tuner tuner;
+  tuner.push(before.data(), 24000);
+  tuner.clear();
+  EXPECT_EQ(tuner.read().level_dbfs, PitchReading::kSilence_dbfs);
+  tuner.push(pause.data(), 4800);
+  EXPECT_EQ(tuner.read().level_dbfs, PitchReading::kSilence_dbfs);
+
+  tuner.push(before.data(), 24000);
+  tuner.clear();
+  for (std::size_t at = 0; at < after.size(); at += 480) {
+    tuner.push(&after[at], 480);
+    const PitchReading reading = tuner.read();
+    EXPECT_TRUE(reading.frequency_hz == 0.0 || centsOff(reading, 196.0) < 35.0) << at;
+  }
+  EXPECT_LT(centsOff(tuner.read(), 196.0), 0.1);
+}
+
 // As in a program on JACK: whatever is read in between is the note or none.
 TEST(Tuner, IsReadWhileItListens) {
   const auto signal = sine(48000.0, 110.0, 0.1, 48000);

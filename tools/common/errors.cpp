@@ -10,6 +10,8 @@
 #include <system_error>
 #include <utility>
 
+#include "params/words.h"
+
 namespace quellard {
 namespace {
 
@@ -50,7 +52,7 @@ Character decode(std::string_view text) {
   if (lead < 0xC2 || lead > 0xF4 || text.size() < bytes) return {0, 0};
   std::uint32_t code = lead & (0xFFU >> (bytes + 1));
   for (const char next : text.substr(1, bytes - 1)) {
-    if ((static_cast<unsigned char>(next) & 0xC0U) != 0x80) return {0, 0};
+    if (!continuesUtf8Sequence(next)) return {0, 0};
     code = code << 6U | (static_cast<unsigned char>(next) & 0x3FU);
   }
   constexpr std::array<std::uint32_t, 5> kShortest = {0, 0, 0x80, 0x800, 0x10000};

@@ -2,10 +2,10 @@
 #include "tools/common/parsing.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <fmt/format.h>
 
+#include "params/number_text.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
 
@@ -36,13 +36,7 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::optional<double> parseNumber(std::string_view text) {
-  text = trimmed(text);
-  if (text.starts_with("+-")) return {};
-  if (text.starts_with('+')) text.remove_prefix(1);
-  double value = 0.0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return {};
-  return value;
+  return numberFromText(withoutPlus(trimmed(text)));
 }
 
 double numberWithin(const char* what, std::string_view text, double lowest, double highest) {

@@ -28,27 +28,29 @@ std::string unreadable(int error) {
 
 // The library writes through these callbacks, so that no failed write is missed: several of its
 // encoders ignore the result of their last write.
-sf_count_t outputSize(void* user) { return static_cast<OutputFile*>(user)->size(); }
+OutputFile& outputOf(void* user) { return *static_cast<OutputFile*>(user); }
+sf_count_t outputSize(void* user) { return outputOf(user).size(); }
 sf_count_t seekOutput(sf_count_t offset, int whence, void* user) {
-  return static_cast<OutputFile*>(user)->seek(offset, whence);
+  return outputOf(user).seek(offset, whence);
 }
 sf_count_t readOutput(void* bytes, sf_count_t count, void* user) {
-  return static_cast<OutputFile*>(user)->read(bytes, count);
+  return outputOf(user).read(bytes, count);
 }
 sf_count_t writeOutput(const void* bytes, sf_count_t count, void* user) {
-  return static_cast<OutputFile*>(user)->write(bytes, count);
+  return outputOf(user).write(bytes, count);
 }
-sf_count_t tellOutput(void* user) { return static_cast<OutputFile*>(user)->seek(0, SEEK_CUR); }
+sf_count_t tellOutput(void* user) { return outputOf(user).seek(0, SEEK_CUR); }
 
-sf_count_t inputSize(void* user) { return static_cast<InputFile*>(user)->size(); }
+InputFile& inputOf(void* user) { return *static_cast<InputFile*>(user); }
+sf_count_t inputSize(void* user) { return inputOf(user).size(); }
 sf_count_t seekInput(sf_count_t offset, int whence, void* user) {
-  return static_cast<InputFile*>(user)->seek(offset, whence);
+  return inputOf(user).seek(offset, whence);
 }
 sf_count_t readInput(void* bytes, sf_count_t count, void* user) {
-  return static_cast<InputFile*>(user)->read(bytes, count);
+  return inputOf(user).read(bytes, count);
 }
 sf_count_t noWrite(const void* /*bytes*/, sf_count_t /*count*/, void* /*user*/) { return 0; }
-sf_count_t tellInput(void* user) { return static_cast<InputFile*>(user)->seek(0, SEEK_CUR); }
+sf_count_t tellInput(void* user) { return inputOf(user).seek(0, SEEK_CUR); }
 
 constexpr std::size_t kMagicBytes = 32;
 constexpr std::int64_t kMostFrames = std::int64_t{1} << 48;  // three years at 3 MHz

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 
@@ -30,7 +31,7 @@ int openInput(const fs::path& path) {
 
 void writeAll(int descriptor, const char* bytes, std::int64_t count, const std::string& name) {
   while (count > 0) {
-    const ssize_t written = write(descriptor, bytes, static_cast<std::size_t>(count));
+    const ssize_t written = write(descriptor, bytes, asSize(count));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) {
       throw FileError(fmt::format("cannot keep {} in a temporary file: {}", name,
@@ -62,7 +63,7 @@ std::string InputFile::complaint(int error) const {
 
 void InputFile::spool() {
   FileDescriptor kept = openSpool();
-  writeAll(kept.number(), start_.data(), static_cast<std::int64_t>(start_.size()), name_);
+  writeAll(kept.number(), start_.data(), std::ssize(start_), name_);
   forgetStart();
   std::array<char, 65536> piece = {};
   while (const std::int64_t got = readStream(piece.data(), piece.size())) {
@@ -78,7 +79,7 @@ void InputFile::spool() {
 std::string InputFile::start(std::size_t count) {
   std::string bytes(count, '\0');
   seek(0, SEEK_SET);
-  bytes.resize(static_cast<std::size_t>(read(bytes.data(), static_cast<std::int64_t>(count))));
+  bytes.resize(asSize(read(bytes.data(), std::ssize(bytes))));
   throwIfFailed();
   return bytes;
 }
@@ -86,8 +87,8 @@ std::string InputFile::start(std::size_t count) {
 std::string InputFile::end(std::size_t count) {
   pretendEndless(false);
   std::string bytes(count, '\0');
-  seek(std::max<std::int64_t>(size() - static_cast<std::int64_t>(count), 0), SEEK_SET);
-  bytes.resize(static_cast<std::size_t>(read(bytes.data(), static_cast<std::int64_t>(count))));
+  seek(std::max<std::int64_t>(size() - std::ssize(bytes), 0), SEEK_SET);
+  bytes.resize(asSize(read(bytes.data(), std::ssize(bytes))));
   return bytes;
 }
 
@@ -117,7 +118,7 @@ std::int64_t InputFile::read(void* bytes, std::int64_t count) {
 }
 
 std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
-  const auto kept = static_cast<std::int64_t>(start_.size());
+  const auto kept = std::ssize(start_);
   if (isStream_ && position_ < kept) {
     const std::int64_t length = std::min(count, kept - position_);
     std::copy_n(start_.begin() + position_, length, bytes);
@@ -126,7 +127,7 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
   if (isStream_) return position_ == consumed_ ? readStream(bytes, count) : 0;
   ssize_t got = 0;
   do {
-    got = pread(file_.number(), bytes, static_cast<std::size_t>(count), origin_ + position_);
+    got = pread(file_.number(), bytes, asSize(count), origin_ + position_);
   } while (got < 0 && errno == EINTR);
   if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
   return got;
@@ -137,7 +138,7 @@ std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
   ssize_t got = 0;
   do {
     waitFor(file_.number(), POLLIN);
-    got = ::read(file_.number(), bytes, static_cast<std::size_t>(count));
+    got = ::read(file_.number(), bytes, asSize(count));
   } while (got < 0 && (errno == EINTR || errno == EAGAIN));
   if (got < 0) throw FileError(complaint(errno));
   if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);

@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 
@@ -118,8 +119,7 @@ std::int64_t OutputFile::write(const void* bytes, std::int64_t count) {
   const char* from = static_cast<const char*>(bytes);
   std::int64_t done = 0;
   while (done < count) {
-    const ssize_t written =
-        ::write(file_.number(), from + done, static_cast<std::size_t>(count - done));
+    const ssize_t written = ::write(file_.number(), from + done, asSize(count - done));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) {
       if (firstError_ == 0) firstError_ = written < 0 ? errno : ENOSPC;
@@ -133,7 +133,7 @@ std::int64_t OutputFile::write(const void* bytes, std::int64_t count) {
 std::int64_t OutputFile::read(void* bytes, std::int64_t count) {
   ssize_t got = 0;
   do {
-    got = ::read(file_.number(), bytes, static_cast<std::size_t>(count));
+    got = ::read(file_.number(), bytes, asSize(count));
   } while (got < 0 && errno == EINTR);
   return got < 0 ? 0 : got;
 }
@@ -205,8 +205,7 @@ void OutputFile::copyTo(int descriptor) {
   while (const std::int64_t count = read(piece.data(), piece.size())) {
     for (std::int64_t done = 0; done < count;) {
       waitFor(descriptor, POLLOUT);
-      const ssize_t written =
-          ::write(descriptor, piece.data() + done, static_cast<std::size_t>(count - done));
+      const ssize_t written = ::write(descriptor, piece.data() + done, asSize(count - done));
       if (written < 0 && errno != EINTR && errno != EAGAIN) fail(errno);
       if (written > 0) done += written;
     }

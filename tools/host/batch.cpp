@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "params/sizes.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
@@ -235,7 +236,7 @@ std::vector<Outcome> runJobs(const PluginModule& module, const std::vector<Job>&
   };
   {
     std::vector<std::jthread> helpers;
-    const std::size_t wanted = std::min(static_cast<std::size_t>(threads), jobs.size());
+    const std::size_t wanted = std::min(asSize(threads), jobs.size());
     for (std::size_t i = 1; i < wanted; ++i) helpers.emplace_back(work);
     work();
   }

@@ -6,6 +6,7 @@
 #include <ebur128.h>
 
 #include "params/decibels.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -32,7 +33,7 @@ void Meter::add(const double* interleaved, std::int64_t frames) {
     peak_ = std::max(peak_, std::abs(interleaved[i]));
   }
   if (loudness_->state == nullptr) return;
-  ebur128_add_frames_double(loudness_->state, interleaved, static_cast<std::size_t>(frames));
+  ebur128_add_frames_double(loudness_->state, interleaved, asSize(frames));
 }
 
 std::optional<double> asDecibels(double peak) {

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 #include "rig/parameter_smoother.h"
 #include "rig/rig_chain.h"
 #include "tools/common/errors.h"
@@ -47,7 +48,7 @@ class Source {
   // Reads up to `frames` frames into the block and returns their number, which is less only at the
   // end.
   int read(std::vector<double>& block, int frames) {
-    block.assign(static_cast<std::size_t>(frames) * inputChannels(), 0.0);
+    block.assign(asSize(frames) * inputChannels(), 0.0);
     const std::int64_t played = ended_ ? 0 : reader_.read(block.data(), frames);
     ended_ = played < frames;
     const std::int64_t silent = std::min(frames - played, tail_);
@@ -57,7 +58,7 @@ class Source {
   }
 
  private:
-  std::size_t inputChannels() const { return static_cast<std::size_t>(reader_.channels()); }
+  std::size_t inputChannels() const { return asSize(reader_.channels()); }
 
   void mixDown(std::vector<double>& block) const {
     const std::size_t width = inputChannels();
@@ -84,7 +85,7 @@ void apply(const std::vector<ParameterChange>& values, PluginInstance& amplifier
 class Rig {
  public:
   Rig(const PluginModule& module, int channels, int rate, const RenderSettings& settings)
-      : sides_(static_cast<std::size_t>(channels)) {
+      : sides_(asSize(channels)) {
     for (int c = 0; c < channels; ++c) {
       amplifiers_.push_back(std::make_unique<PluginInstance>(module));
       applyStart(*amplifiers_.back(), settings.start);
@@ -147,7 +148,7 @@ class Rig {
 
   void separate(const std::vector<double>& interleaved, int frames) {
     for (std::size_t c = 0; c < sides_.size(); ++c) {
-      sides_[c].resize(static_cast<std::size_t>(frames));
+      sides_[c].resize(asSize(frames));
       for (std::size_t i = 0; i < sides_[c].size(); ++i) {
         sides_[c][i] = interleaved[i * sides_.size() + c];
       }
@@ -155,7 +156,7 @@ class Rig {
   }
 
   void interleave(std::vector<double>& interleaved, int frames) const {
-    const auto length = static_cast<std::size_t>(frames);
+    const auto length = asSize(frames);
     for (std::size_t c = 0; c < sides_.size(); ++c) {
       for (std::size_t i = 0; i < length; ++i) interleaved[i * sides_.size() + c] = sides_[c][i];
     }

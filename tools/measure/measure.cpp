@@ -10,6 +10,7 @@
 #include <numbers>
 
 #include "params/decibels.h"
+#include "params/sizes.h"
 #include "tools/common/interrupt.h"
 
 namespace quellard {
@@ -53,31 +54,30 @@ double decibels(double gain) {
 double blackmanHarris(double phase) {
   constexpr std::array<double, 4> kTerms = {0.35875, -0.48829, 0.14128, -0.01168};
   double sum = 0.0;
-  for (std::size_t k = 0; k < kTerms.size(); ++k) {
-    sum += kTerms[k] * std::cos(static_cast<double>(k) * phase);
-  }
+  for (int k = 0; k < std::ssize(kTerms); ++k) sum += at(kTerms, k) * std::cos(k * phase);
   return sum;
 }
 
 }  // namespace
 
 Curve measureResponse(const PluginModule& module, const StartingPoint& start, int rate) {
-  constexpr std::size_t kLength = 1 << 14;
+  constexpr int kLength = 1 << 14;
   constexpr double kTiny = 1e-9;  // still linear, although amplified up to about 500,000 times
   std::vector<double> impulse(kLength, 0.0);
   impulse[0] = kTiny;
   std::vector<double> answer = play(module, start, rate, impulse);
   impulse[0] = -kTiny;
   const std::vector<double> opposite = play(module, start, rate, impulse);
-  for (std::size_t i = 0; i < kLength; ++i) answer[i] = (answer[i] - opposite[i]) / (2.0 * kTiny);
+  std::ranges::transform(answer, opposite, answer.begin(), [](double with, double against) {
+    return (with - against) / (2.0 * kTiny);
+  });
 
   const std::vector<double> bins = magnitudes(answer);
-  const double binsPerHz = static_cast<double>(kLength) / rate;
+  const double binsPerHz = double{kLength} / rate;
   Curve curve;
   constexpr int kPoints = 240;
   for (int i = 0; i <= kPoints; ++i) {
-    const double hz =
-        kLowest_hz * std::pow(kHighest_hz / kLowest_hz, static_cast<double>(i) / kPoints);
+    const double hz = kLowest_hz * std::pow(kHighest_hz / kLowest_hz, i / double{kPoints});
     const double at = hz * binsPerHz;
     const auto bin = static_cast<std::size_t>(at);
     if (bin + 1 >= bins.size()) break;
@@ -113,19 +113,19 @@ Curve measureTransfer(const PluginModule& module, const StartingPoint& start, in
 
 Curve measureSpectrum(const PluginModule& module, const StartingPoint& start, int rate,
                       double note_hz, double peak) {
-  constexpr std::size_t kLength = 1 << 15;
-  const std::size_t lead = static_cast<std::size_t>(rate) / 2;  // half a second for the onset
+  constexpr int kLength = 1 << 15;
+  const int lead = rate / 2;  // half a second for the onset
   std::vector<double> signal;
-  signal.reserve(lead + kLength);
-  for (std::size_t i = 0; i < lead + kLength; ++i) {
-    signal.push_back(peak * std::sin(kTwoPi * note_hz * static_cast<double>(i) / rate));
+  signal.reserve(asSize(lead + kLength));
+  for (int i = 0; i < lead + kLength; ++i) {
+    signal.push_back(peak * std::sin(kTwoPi * note_hz * i / rate));
   }
   signal = play(module, start, rate, std::move(signal));
-  signal.erase(signal.begin(), signal.begin() + static_cast<std::ptrdiff_t>(lead));
+  signal.erase(signal.begin(), signal.begin() + lead);
   double weight = 0.0;
-  for (std::size_t i = 0; i < kLength; ++i) {
-    const double window = blackmanHarris(kTwoPi * static_cast<double>(i) / kLength);
-    signal[i] *= window;
+  for (int i = 0; i < kLength; ++i) {
+    const double window = blackmanHarris(kTwoPi * i / kLength);
+    at(signal, i) *= window;
     weight += window / 2.0;
   }
   Curve curve;

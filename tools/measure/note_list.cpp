@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "params/sizes.h"
 #include "rig/tuner.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
@@ -94,9 +95,9 @@ class Listener {
         heard_(heard),
         builder_(settings.reference_hz, heard.notes),
         step_(std::llround(kStepSeconds * reader.rate())) {
-    const auto channels = static_cast<std::size_t>(reader.channels());
-    interleaved_.resize(static_cast<std::size_t>(step_) * channels);
-    mono_.resize(static_cast<std::size_t>(step_));
+    const auto channels = asSize(reader.channels());
+    interleaved_.resize(asSize(step_) * channels);
+    mono_.resize(asSize(step_));
   }
 
   void run() {
@@ -119,8 +120,8 @@ class Listener {
  private:
   void mix(std::int64_t frames) {
     std::fill(mono_.begin(), mono_.end(), 0.0);
-    const auto channels = static_cast<std::size_t>(reader_.channels());
-    for (std::size_t i = 0; i < static_cast<std::size_t>(frames) * channels; ++i) {
+    const auto channels = asSize(reader_.channels());
+    for (std::size_t i = 0; i < asSize(frames) * channels; ++i) {
       mono_[i / channels] += interleaved_[i] / static_cast<double>(channels);
     }
   }

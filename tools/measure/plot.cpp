@@ -9,6 +9,7 @@
 
 #include "params/decibels.h"
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
@@ -43,7 +44,7 @@ constexpr std::array<Shades, kNumChannels> kShades = {{
 constexpr std::array<double, 5> kKnobPositions = {0.0, 2.5, 5.0, 7.5, 10.0};
 
 std::string shade(int channel, double part) {
-  const Shades& shades = kShades[static_cast<std::size_t>(channel)];
+  const Shades& shades = at(kShades, channel);
   const bool upper = part > 0.5;
   const auto& from = upper ? shades.full : shades.pale;
   const auto& to = upper ? shades.dark : shades.full;
@@ -130,8 +131,8 @@ class Page {
   std::string finish() const { return script_ + "unset multiplot\n"; }
 
  private:
-  static double x(int pixels) { return static_cast<double>(pixels) / kWidth; }
-  double y(int pixels) const { return 1.0 - static_cast<double>(pixels) / height_; }
+  static double x(double pixels) { return pixels / kWidth; }
+  double y(double pixels) const { return 1.0 - pixels / height_; }
 
   // The text is drawn with the next panel, since gnuplot draws labels only with a plot.
   void putText(const std::string& text, int left, int down, const char* look) {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/common/parsing.h"
@@ -51,7 +52,7 @@ bool nextLine(std::istream& text, std::string& line, const std::string& name, in
   constexpr std::size_t kLongestLine = 4096;
   std::array<char, kLongestLine + 1> buffer = {};
   text.getline(buffer.data(), buffer.size());
-  const auto taken = static_cast<std::size_t>(text.gcount());
+  const auto taken = asSize(text.gcount());
   if (taken == kLongestLine && text.fail() && !text.bad()) {
     throw UsageError(
         fmt::format("{}:{}: a line of more than {} bytes", name, number, kLongestLine));

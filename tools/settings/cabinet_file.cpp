@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "params/decibels.h"
+#include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/files/audio_file.h"
 
@@ -44,12 +45,11 @@ Recording readRecording(const fs::path& file) {
     refuse(fmt::format("its rate of {} Hz is outside {} to {}", reader.rate(), kLowestRate,
                        kHighestRate));
   }
-  Recording recording{.rate = reader.rate(),
-                      .channels = static_cast<std::size_t>(reader.channels()),
-                      .interleaved = {}};
+  Recording recording{
+      .rate = reader.rate(), .channels = asSize(reader.channels()), .interleaved = {}};
   constexpr std::int64_t kPiece = 16384;  // frames
   std::int64_t left = std::llround(kSecondsToRead * reader.rate());
-  std::vector<double> piece(static_cast<std::size_t>(kPiece) * recording.channels);
+  std::vector<double> piece(asSize(kPiece) * recording.channels);
   for (std::int64_t frames = kPiece; left > 0 && frames == kPiece; left -= frames) {
     frames = reader.read(piece.data(), std::min(left, kPiece));
     const auto end = piece.begin() + frames * static_cast<std::int64_t>(recording.channels);

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <vector>
 
+#include "params/sizes.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
@@ -196,8 +197,8 @@ SettingsText readSettings(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) failReading(file, systemMessage(errno));
   std::string text(kLongestText + 1, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(stream.gcount()));
+  stream.read(text.data(), std::ssize(text));
+  text.resize(asSize(stream.gcount()));
   if (stream.bad()) failReading(file, systemMessage(errno));
   if (text.size() > kLongestText) failReading(file, "too long for a list of settings");
   return parseSettings(text, file.string());
@@ -211,7 +212,7 @@ void saveSettings(const fs::path& file, const SettingsText& settings) {
         fmt::format("cannot write {}: {}", file.string(), systemMessage(error.value())));
   const std::string text = writeSettings(settings);
   OutputFile output(file);
-  output.write(text.data(), static_cast<std::int64_t>(text.size()));
+  output.write(text.data(), std::ssize(text));
   output.commit();
 }
 
