@@ -9,10 +9,10 @@
 #include <string>
 
 #include "adapters/lv2/identity.h"
-#include "adapters/shared/value_text.h"
 #include "params/factory_bank.h"
 #include "params/parameter_text.h"
 #include "params/words.h"
+#include "rig/value_text.h"
 
 namespace quellard {
 namespace {
