@@ -79,13 +79,16 @@ class HostedAmp {
   // Whether the gate lets the signal through. [any thread]
   bool gateIsOpen() const { return chain_.gateIsOpen(); }
 
-  // Whether the levels are measured, which costs a little; not at first. Without it they are 0.
-  // [any thread]
+  // Whether the levels are measured, which costs a little; not at first. Without it they stand
+  // still. [any thread]
   void measureLevels(bool measures) { measuresLevels_.store(measures, std::memory_order_relaxed); }
   // The largest magnitude of the last moment, in front of the input trim and at the output, of both
   // sides. [any thread]
   float inputPeak() const { return inputPeak_.peak(); }
   float outputPeak() const { return outputPeak_.peak(); }
+  // How many blocks were measured: levels are old where this stands still, as in a host that has
+  // stopped. [any thread]
+  unsigned measuredBlocks() const { return outputPeak_.blocks(); }
 
   // Plays frames begin..end-1 of a host's block, and writes silence before the first prepare(). The
   // output may be the input, in any order of channels. The first call after prepare() or reset()

@@ -34,6 +34,7 @@ class PeakMeter {
         highest = magnitude > highest ? magnitude : highest;
       }
     }
+    blocks_.store(blocks_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     const auto heard = static_cast<float>(std::min(highest, 1e30));
     const float now = peak_.load(std::memory_order_relaxed);
     if (heard >= now) {
@@ -50,8 +51,11 @@ class PeakMeter {
 
   // The largest magnitude of the last moment; full scale is 1. [any thread]
   float peak() const { return peak_.load(std::memory_order_relaxed); }
+  // How many blocks were heard: where it stands still, so does the peak. [any thread]
+  unsigned blocks() const { return blocks_.load(std::memory_order_relaxed); }
 
  private:
+  std::atomic<unsigned> blocks_ = 0;
   std::atomic<float> peak_ = 0.0F;
   int age_ = 0;  // of the peak, frames
   int holdFrames_ = 0;

@@ -60,6 +60,7 @@ void Editor::rememberZoom(PixelSize size) {
 
 bool Editor::open(std::uintptr_t parent, const std::string& title) {
   close();
+  isFloating_ = parent == 0;
   window_ = FaceWindow::open(face_, *this, parent, size(), title);
   updatedAt_ = Clock::now();
   return window_ != nullptr;
@@ -104,7 +105,10 @@ void Editor::sizeIsWanted(PixelSize size) {
   setSize(size);
 }
 
-void Editor::sizeHasChanged(PixelSize size) { rememberZoom(size); }
+// A host may squeeze what it embeds, which says nothing of what the player likes.
+void Editor::sizeHasChanged(PixelSize size) {
+  if (isFloating_) rememberZoom(size);
+}
 
 void Editor::closeIsWanted() {
   hide();

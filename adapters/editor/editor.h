@@ -80,6 +80,7 @@ class Editor : private FaceWindow::Owner {
   double hostScale_ = 0.0;  // 0 before the host told one
   double desktopScale_ = 1.0;
   double zoom_;  // of the usual size, as the player likes it
+  bool isFloating_ = false;
   Clock::time_point updatedAt_ = Clock::now();
   // The last member: it is destroyed first.
   std::unique_ptr<FaceWindow> window_;

@@ -3,6 +3,8 @@
 // of moves. [main thread]
 #pragma once
 
+#include <chrono>
+
 #include "face/face_target.h"
 #include "rig/hosted_amp.h"
 
@@ -15,14 +17,27 @@ class AmpTarget : public FaceTarget {
 
   float value(int parameter) const override { return amp_.value(parameter); }
 
+  // Silent once the host has played nothing for longer than any block takes.
   FaceLevels levels() override {
-    return {.inputPeak = amp_.inputPeak(),
-            .outputPeak = amp_.outputPeak(),
+    const unsigned blocks = amp_.measuredBlocks();
+    const Clock::time_point now = Clock::now();
+    if (blocks != blocks_) playedAt_ = now;
+    blocks_ = blocks;
+    const bool plays = now - playedAt_ < kStopped;
+    return {.inputPeak = plays ? amp_.inputPeak() : 0.0F,
+            .outputPeak = plays ? amp_.outputPeak() : 0.0F,
             .gateIsOpen = amp_.gateIsOpen()};
   }
 
  protected:
   HostedAmp& amp_;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::milliseconds kStopped{500};
+
+  unsigned blocks_ = 0;
+  Clock::time_point playedAt_;  // long ago, at first
 };
 
 }  // namespace quellard

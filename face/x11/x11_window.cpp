@@ -195,8 +195,10 @@ class X11Window : public FaceWindow {
   }
 
   // What a window manager needs to know: the proportions and the smallest size, in the words of the
-  // inter-client conventions (WM_NORMAL_HINTS).
+  // inter-client conventions (WM_NORMAL_HINTS). Inside a host's window they would only mislead:
+  // some hosts take the smallest size for the one that is wanted.
   void tellProportions() {
+    if (!isFloating_) return;
     constexpr std::uint32_t kMinimum = 1U << 4;
     constexpr std::uint32_t kAspect = 1U << 7;
     std::array<std::uint32_t, 18> hints{};

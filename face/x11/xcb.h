@@ -7,22 +7,18 @@
 
 namespace quellard {
 
-#define QUELLARD_XCB_FUNCTIONS(X)                                                                \
-  X(change_property)                                                                             \
-  X(change_window_attributes)                                                                    \
-  X(configure_window)                                                                            \
-  X(connect)                                                                                     \
-  X(connection_has_error)                                                                        \
-  X(create_gc)                                                                                   \
-  X(create_window)                                                                               \
-  X(destroy_window)                                                                              \
-  X(disconnect) X(flush) X(free_gc) X(generate_id) X(get_file_descriptor) X(get_geometry)        \
-      X(get_geometry_reply) X(get_keyboard_mapping) X(get_keyboard_mapping_keysyms)              \
-          X(get_keyboard_mapping_keysyms_length) X(get_keyboard_mapping_reply)                   \
-              X(get_maximum_request_length) X(get_property) X(get_property_reply)                \
-                  X(get_property_value) X(get_property_value_length) X(get_setup) X(intern_atom) \
-                      X(intern_atom_reply) X(map_window) X(poll_for_event) X(put_image)          \
-                          X(set_input_focus) X(setup_roots_iterator) X(unmap_window)
+// clang-format off
+#define QUELLARD_XCB_FUNCTIONS(X)                                               \
+  X(change_property) X(configure_window) X(connect) X(connection_has_error)     \
+  X(create_gc) X(create_window) X(destroy_window) X(disconnect) X(flush)        \
+  X(generate_id) X(get_file_descriptor) X(get_geometry) X(get_geometry_reply)   \
+  X(get_keyboard_mapping) X(get_keyboard_mapping_keysyms)                       \
+  X(get_keyboard_mapping_keysyms_length) X(get_keyboard_mapping_reply)          \
+  X(get_maximum_request_length) X(get_property) X(get_property_reply)           \
+  X(get_property_value) X(get_property_value_length) X(get_setup)               \
+  X(intern_atom) X(intern_atom_reply) X(map_window) X(poll_for_event)           \
+  X(put_image) X(set_input_focus) X(setup_roots_iterator) X(unmap_window)
+// clang-format on
 
 // Each function under its name without the prefix.
 struct Xcb {

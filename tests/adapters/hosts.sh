@@ -77,12 +77,19 @@ display() {
   export DISPLAY=:$number
 }
 
-# Waits for the face's window, and prints its number.
+# Waits until the face's window is there and where it stays, and prints its number.
 face_window() {
-  local n
-  for ((n = 0; n < 100; ++n)); do
-    xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | tail -n 1 | grep . && return
+  local n found place=none before
+  for ((n = 0; n < 200; ++n)); do
     sleep 0.2
+    before=$place
+    found=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | tail -n 1)
+    [[ -n $found ]] || continue
+    place=$(xdotool getwindowgeometry "$found" 2>/dev/null)
+    if [[ -n $place && $place == "$before" ]]; then
+      echo "$found"
+      return
+    fi
   done
   echo "no window is called $1" >&2
   return 1
