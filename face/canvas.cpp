@@ -30,6 +30,7 @@ Blend colorAt(const Paint& paint, float y, float top, float bottom) {
 
 std::uint32_t mixedChannel(std::uint32_t under, unsigned shift, float over, float opacity) {
   const auto below = static_cast<float>(under >> shift & 0xFFU);
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround() is a call a pixel
   return static_cast<std::uint32_t>(below + (over - below) * opacity + 0.5F) << shift;
 }
 

@@ -77,16 +77,8 @@ void Face::recognisePreset() {
 }
 
 void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
-  if (state_.menu.has_value()) {
-    const int row = rowAt(at);
-    if (row < 0) {
-      state_.menu.reset();
-    } else if (const int preset = menuRows(presets_)[static_cast<std::size_t>(row)]; preset >= 0) {
-      choosePreset(preset);
-    }
-    return;
-  }
-  if (state_.typed.has_value()) enterTyped();
+  if (state_.menu.has_value()) return pressRow(rowAt(*state_.menu, at));
+  if (state_.typed.has_value()) enterTyped(*state_.typed);
   state_.typed.reset();
   const int control = controlAt(at);
   const bool isDouble = control >= 0 && control == lastClick_.control &&
@@ -105,6 +97,13 @@ void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
   }
 }
 
+// row: -1 beside the menu, which closes it.
+void Face::pressRow(int row) {
+  if (row < 0) return state_.menu.reset();
+  const int preset = menuRows(presets_)[static_cast<std::size_t>(row)];
+  if (preset >= 0) choosePreset(preset);
+}
+
 void Face::pressKnob(int control, Point at, bool isFine) {
   const int parameter = controlNumber(control).parameter;
   endDrag();
@@ -113,8 +112,8 @@ void Face::pressKnob(int control, Point at, bool isFine) {
 
 void Face::drag(Point at, bool isFine) {
   if (state_.menu.has_value()) {
-    const int row = rowAt(at);
-    if (row >= 0) selectRow(row, 0);
+    const int row = rowAt(*state_.menu, at);
+    if (row >= 0) selectRow(*state_.menu, row, 0);
     return;
   }
   state_.hover = drag_.has_value() ? drag_->control : controlAt(at);
@@ -153,7 +152,9 @@ void Face::endDrag() {
 void Face::leave() { state_.hover = -1; }
 
 void Face::wheel(Point at, float notches, bool isFine) {
-  if (state_.menu.has_value()) return scrollMenu(static_cast<int>(std::lround(-3.0F * notches)));
+  if (state_.menu.has_value()) {
+    return scrollMenu(*state_.menu, static_cast<int>(std::lround(-3.0F * notches)));
+  }
   const int control = controlAt(at);
   if (drag_.has_value() || !isKnobControl(control)) return;
   turn(control, notches * kWheelStep * (isFine ? kFine : 1.0F));
@@ -188,8 +189,8 @@ void Face::pressButton(int index) {
 }
 
 bool Face::key(Key key, bool isFine) {
-  if (state_.menu.has_value()) return keyInMenu(key);
-  if (state_.typed.has_value() && keyInField(key)) return true;
+  if (state_.menu.has_value()) return keyInMenu(*state_.menu, key);
+  if (state_.typed.has_value() && keyInField(*state_.typed, key)) return true;
   if (key == Key::tab) return moveFocus(isFine ? -1 : 1), true;
   if (key == Key::escape) {
     const bool hadFocus = focus_ >= 0;
@@ -210,21 +211,21 @@ void Face::moveFocus(int by) {
   state_.focus = focus_;
 }
 
-bool Face::keyOnKnob(int index, Key key, bool isFine) {
-  const int parameter = controlNumber(index).parameter;
+bool Face::keyOnKnob(int control, Key key, bool isFine) {
+  const int parameter = controlNumber(control).parameter;
   const float step = kKeyStep * (isFine ? kFine : 1.0F);
   switch (key) {
     case Key::up:
-    case Key::right: turn(index, step); break;
+    case Key::right: turn(control, step); break;
     case Key::down:
-    case Key::left: turn(index, -step); break;
-    case Key::pageUp: turn(index, kPageStep); break;
-    case Key::pageDown: turn(index, -kPageStep); break;
+    case Key::left: turn(control, -step); break;
+    case Key::pageUp: turn(control, kPageStep); break;
+    case Key::pageDown: turn(control, -kPageStep); break;
     case Key::home: setOnce(parameter, 0.0F); break;
     case Key::end: setOnce(parameter, 1.0F); break;
     case Key::backspace:
     case Key::remove: setOnce(parameter, defaultHostedValues()[parameter]); break;
-    case Key::enter: beginTyping(index, ""); break;
+    case Key::enter: beginTyping(control, ""); break;
     default: return false;
   }
   return true;
@@ -242,36 +243,39 @@ bool Face::keyOnButton(const Control& control, Key key) {
 }
 
 bool Face::type(char32_t character) {
-  if (state_.menu.has_value()) {
-    if (character == U' ') return keyInMenu(Key::enter);
-    const std::vector<int> rows = menuRows(presets_);
-    const int count = static_cast<int>(rows.size());
-    for (int i = 1; i <= count; ++i) {
-      const int row = (state_.menu->selectedRow + i) % count;
-      const int preset = rows[static_cast<std::size_t>(row)];
-      if (preset < 0 || character > 0x7F) continue;
-      if (lowerCase(presets_[static_cast<std::size_t>(preset)].name.front()) !=
-          lowerCase(static_cast<char>(character))) {
-        continue;
-      }
-      selectRow(row, 1);
-      break;
-    }
-    return true;
-  }
-  if (state_.typed.has_value()) {
-    if (character < 0x20 || character > 0x7E) return false;
-    if (state_.typed->text.size() < kLongestEntry) {
-      state_.typed->text += static_cast<char>(character);
-    }
-    state_.typed->isWrong = false;
-    return true;
-  }
+  if (state_.menu.has_value()) return typeInMenu(*state_.menu, character);
+  if (state_.typed.has_value()) return typeInField(*state_.typed, character);
   if (isKnobControl(focus_) && startsNumber(character)) {
     beginTyping(focus_, std::string(1, static_cast<char>(character)));
     return true;
   }
   return character == U' ' && focus_ >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
+}
+
+// To the next preset that begins with this letter.
+bool Face::typeInMenu(MenuView& menu, char32_t character) {
+  if (character == U' ') return keyInMenu(menu, Key::enter);
+  if (character > 0x7F) return true;
+  const std::vector<int> rows = menuRows(presets_);
+  const int count = static_cast<int>(rows.size());
+  for (int i = 1; i <= count; ++i) {
+    const int row = (menu.selectedRow + i) % count;
+    const int preset = rows[static_cast<std::size_t>(row)];
+    if (preset < 0) continue;
+    const std::string& name = presets_[static_cast<std::size_t>(preset)].name;
+    if (name.empty() || lowerCase(name.front()) != lowerCase(static_cast<char>(character)))
+      continue;
+    selectRow(menu, row, 1);
+    break;
+  }
+  return true;
+}
+
+bool Face::typeInField(TextField& field, char32_t character) {
+  if (character < 0x20 || character > 0x7E) return false;
+  if (field.text.size() < kLongestEntry) field.text += static_cast<char>(character);
+  field.isWrong = false;
+  return true;
 }
 
 void Face::beginTyping(int control, std::string text) {
@@ -281,18 +285,17 @@ void Face::beginTyping(int control, std::string text) {
   state_.typed = TextField{control, std::move(text)};
 }
 
-bool Face::keyInField(Key key) {
-  std::string& text = state_.typed->text;
+bool Face::keyInField(TextField& field, Key key) {
   switch (key) {
-    case Key::enter: enterTyped(); return true;
+    case Key::enter: enterTyped(field); return true;
     case Key::escape: state_.typed.reset(); return true;
     case Key::backspace:
-      if (!text.empty()) text.pop_back();
-      state_.typed->isWrong = false;
+      if (!field.text.empty()) field.text.pop_back();
+      field.isWrong = false;
       return true;
-    case Key::remove: text.clear(); return true;
+    case Key::remove: field.text.clear(); return true;
     case Key::tab:
-      enterTyped();
+      enterTyped(field);
       state_.typed.reset();
       return false;
     default: return true;
@@ -300,12 +303,11 @@ bool Face::keyInField(Key key) {
 }
 
 // Nothing typed leaves the value; what is no value stays to be mended.
-void Face::enterTyped() {
-  const int parameter = controlNumber(state_.typed->control).parameter;
-  const std::string text = state_.typed->text;
-  const std::optional<float> value = valueFromText(parameter, text);
-  if (!value.has_value() && !text.empty()) {
-    state_.typed->isWrong = true;
+void Face::enterTyped(TextField& field) {
+  const int parameter = controlNumber(field.control).parameter;
+  const std::optional<float> value = valueFromText(parameter, field.text);
+  if (!value.has_value() && !field.text.empty()) {
+    field.isWrong = true;
     return;
   }
   state_.typed.reset();
@@ -321,46 +323,45 @@ void Face::loseFocus() {
 
 void Face::openMenu() {
   const std::vector<int> rows = menuRows(presets_);
-  state_.menu = MenuView{.current = chosen_};
+  MenuView& menu = state_.menu.emplace(MenuView{.current = chosen_});
   const auto at = std::find(rows.begin(), rows.end(), chosen_);
-  selectRow(at != rows.end() ? static_cast<int>(at - rows.begin()) : 1, 1);
+  selectRow(menu, at != rows.end() ? static_cast<int>(at - rows.begin()) : 1, 1);
 }
 
 // way: where to go on from a heading; 0 stays.
-void Face::selectRow(int row, int way) {
+void Face::selectRow(MenuView& menu, int row, int way) {
   const std::vector<int> rows = menuRows(presets_);
   const int last = static_cast<int>(rows.size()) - 1;
   row = std::clamp(row, 0, last);
   if (rows[static_cast<std::size_t>(row)] < 0) row = std::clamp(row + way, 0, last);
   if (rows[static_cast<std::size_t>(row)] < 0) return;
-  MenuView& menu = *state_.menu;
   menu.selectedRow = row;
   menu.firstRow = std::clamp(menu.firstRow, row - kMenuRows + 1, row == 1 ? 0 : row);
 }
 
-void Face::scrollMenu(int rows) {
+void Face::scrollMenu(MenuView& menu, int rows) {
   const int most = std::max(static_cast<int>(menuRows(presets_).size()) - kMenuRows, 0);
-  state_.menu->firstRow = std::clamp(state_.menu->firstRow + rows, 0, most);
+  menu.firstRow = std::clamp(menu.firstRow + rows, 0, most);
 }
 
-int Face::rowAt(Point at) const {
+int Face::rowAt(const MenuView& menu, Point at) const {
   const int rows = static_cast<int>(menuRows(presets_).size());
   for (int shown = 0; shown < std::min(rows, kMenuRows); ++shown) {
-    if (menuRowArea(shown).contains(at)) return state_.menu->firstRow + shown;
+    if (menuRowArea(shown).contains(at)) return menu.firstRow + shown;
   }
   return -1;
 }
 
-bool Face::keyInMenu(Key key) {
+bool Face::keyInMenu(MenuView& menu, Key key) {
   const std::vector<int> rows = menuRows(presets_);
-  const int selected = state_.menu->selectedRow;
+  const int selected = menu.selectedRow;
   switch (key) {
-    case Key::up: selectRow(selected - 1, -1); break;
-    case Key::down: selectRow(selected + 1, 1); break;
-    case Key::pageUp: selectRow(selected - kMenuRows, 1); break;
-    case Key::pageDown: selectRow(selected + kMenuRows, -1); break;
-    case Key::home: selectRow(0, 1); break;
-    case Key::end: selectRow(static_cast<int>(rows.size()) - 1, -1); break;
+    case Key::up: selectRow(menu, selected - 1, -1); break;
+    case Key::down: selectRow(menu, selected + 1, 1); break;
+    case Key::pageUp: selectRow(menu, selected - kMenuRows, 1); break;
+    case Key::pageDown: selectRow(menu, selected + kMenuRows, -1); break;
+    case Key::home: selectRow(menu, 0, 1); break;
+    case Key::end: selectRow(menu, static_cast<int>(rows.size()) - 1, -1); break;
     case Key::enter: choosePreset(rows[static_cast<std::size_t>(selected)]); break;
     case Key::escape:
     case Key::tab: state_.menu.reset(); break;

@@ -91,23 +91,26 @@ class Face {
     double time_s = 0.0;
   };
 
+  void pressRow(int row);
   void pressKnob(int control, Point at, bool isFine);
-  void pressButton(int control);
+  void pressButton(int index);
   void endDrag();
   void setOnce(int parameter, float value);
   void turn(int control, float by);
   bool keyOnKnob(int control, Key key, bool isFine);
   bool keyOnButton(const Control& control, Key key);
-  bool keyInMenu(Key key);
-  bool keyInField(Key key);
+  bool keyInMenu(MenuView& menu, Key key);
+  bool keyInField(TextField& field, Key key);
+  bool typeInMenu(MenuView& menu, char32_t character);
+  bool typeInField(TextField& field, char32_t character);
   void moveFocus(int by);
   void beginTyping(int control, std::string text);
-  void enterTyped();
+  void enterTyped(TextField& field);
 
   void openMenu();
-  void selectRow(int row, int way);
-  void scrollMenu(int rows);
-  int rowAt(Point at) const;
+  void selectRow(MenuView& menu, int row, int way);
+  void scrollMenu(MenuView& menu, int rows);
+  int rowAt(const MenuView& menu, Point at) const;
   void choosePreset(int preset);
   void stepPreset(int by);
   void recognisePreset();

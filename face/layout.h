@@ -27,14 +27,14 @@ enum class ControlKind {
 };
 
 struct Control {
-  ControlKind kind;
-  int parameter;      // of a knob, the bypass or the selector; else 0
-  int channel;        // 0..2; -1 for none
-  Point center;       // of a knob
-  float radius;       // of a knob
-  Rect area;          // what reacts, and what a keyboard's focus surrounds
-  const char* label;  // of a knob
-  Rect value = {};    // where a knob's value stands, which can be typed
+  ControlKind kind = ControlKind::knob;
+  int parameter = 0;       // of a knob, the bypass or the selector; else 0
+  int channel = -1;        // 0..2; -1 for none
+  Point center;            // of a knob
+  float radius = 0.0F;     // of a knob
+  Rect area;               // what reacts, and what a keyboard's focus surrounds
+  const char* label = "";  // of a knob
+  Rect value = {};         // where a knob's value stands, which can be typed
   bool isBipolar = false;
 };
 

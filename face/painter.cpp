@@ -297,20 +297,22 @@ class Painter {
 
   void valueText(const Control& control, int index, const Color& color) {
     const Point at = {control.center.x, control.value.y + 13.0F};
-    if (state_.typed.has_value() && state_.typed->control == index) return field(control, at);
+    if (state_.typed.has_value() && state_.typed->control == index) {
+      return field(control, *state_.typed, at);
+    }
     const Color shown = isHovered(index) ? theme::kBrightText : color;
     canvas_.text(at,
                  quellard::valueText(control.parameter, state_.values[control.parameter]).data(),
                  {.size = 11, .color = shown, .align = Align::center});
   }
 
-  void field(const Control& control, Point at) {
-    const bool wrong = state_.typed->isWrong;
+  void field(const Control& control, const TextField& typed, Point at) {
+    const bool wrong = typed.isWrong;
     canvas_.fill(control.value.grownBy(1.0F), 4.0F, theme::kWell);
     canvas_.outline(control.value.grownBy(1.0F), 4.0F, 1.4F, wrong ? theme::kWrong : theme::kFocus);
     const TextStyle style = {
         .size = 11, .color = wrong ? theme::kWrong : theme::kBrightText, .align = Align::center};
-    const std::string& text = state_.typed->text;
+    const std::string& text = typed.text;
     canvas_.text(at, text, style);
     const float end = at.x + canvas_.textWidth(text, style) / 2.0F + 1.5F;
     canvas_.line({end, at.y - 9.0F}, {end, at.y + 2.0F}, 1.2F, style.color);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include "face/x11/xcb.h"
 
+#include <algorithm>
 #include <dlfcn.h>
+#include <initializer_list>
 #include <optional>
 
 namespace quellard {
@@ -18,10 +20,10 @@ std::optional<Xcb> lookUp() {
   void* const library = dlopen("libxcb.so.1", RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return std::nullopt;
   Xcb all{};
-  bool complete = true;
-#define QUELLARD_XCB_FIND(name) complete = find(library, "xcb_" #name, all.name) && complete;
-  QUELLARD_XCB_FUNCTIONS(QUELLARD_XCB_FIND)
+#define QUELLARD_XCB_FIND(name) find(library, "xcb_" #name, all.name),
+  const std::initializer_list<bool> found = {QUELLARD_XCB_FUNCTIONS(QUELLARD_XCB_FIND)};
 #undef QUELLARD_XCB_FIND
+  const bool complete = std::ranges::all_of(found, [](bool is) { return is; });
   return complete ? std::optional(all) : std::nullopt;
 }
 

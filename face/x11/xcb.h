@@ -22,6 +22,7 @@ namespace quellard {
 
 // Each function under its name without the prefix.
 struct Xcb {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): the name of a member
 #define QUELLARD_XCB_MEMBER(name) decltype(&xcb_##name) name;
   QUELLARD_XCB_FUNCTIONS(QUELLARD_XCB_MEMBER)
 #undef QUELLARD_XCB_MEMBER
