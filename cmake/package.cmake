@@ -4,6 +4,13 @@ quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quellard
 quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libquellard-dev
   RENAME copyright COMPONENT Development)
 
+# The font that the face carries wants its notice to go with it; stb_truetype wants nothing.
+find_file(QUELLARD_FONT_NOTICE copyright PATHS /usr/share/doc/fonts-dejavu-core NO_DEFAULT_PATH)
+if(TARGET quellard_face AND QUELLARD_FONT_NOTICE)
+  quellard_install(FILES ${QUELLARD_FONT_NOTICE} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quellard
+    RENAME dejavu-fonts.copyright)
+endif()
+
 set(CPACK_PACKAGE_CONTACT "Quellard maintainers <maintainers@quellard.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has one of its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -18,6 +25,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME quellard)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS libxcb1)  # for the window, loaded when one opens
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "gnuplot-nox, jackd")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "three-channel guitar amplifier: plug-ins, command, JACK program

@@ -21,7 +21,7 @@ bool isKnobControl(int index) {
 
 bool startsNumber(char32_t character) {
   return (character >= U'0' && character <= U'9') || character == U'-' || character == U'+' ||
-         character == U'.';
+         character == U'.' || character == U',';
 }
 
 }  // namespace
@@ -42,15 +42,24 @@ void Face::setPresets(std::vector<FacePreset> presets, int chosen) {
 }
 
 void Face::update(double seconds) {
-  for (int index = 1; index <= kNumHostedValues; ++index)
-    state_.values[index] = target_.value(index);
   const FaceLevels levels = target_.levels();
   input_.update(levels.inputPeak, seconds);
   output_.update(levels.outputPeak, seconds);
-  state_.input = meterView(input_, levelFromValue_db(state_.values[kInputParameter]));
-  state_.output = meterView(output_, 0.0);
   state_.gateIsOpen = levels.gateIsOpen;
   state_.cabinet = target_.cabinet();
+  readValues();
+}
+
+// The levels are read with the time alone that they belong to.
+void Face::readValues() {
+  for (int index = 1; index <= kNumHostedValues; ++index) {
+    state_.values[index] = target_.value(index);
+  }
+  // The trim is out of the signal with the amplifier.
+  const bool isOn = !isBypassed(state_.values[kBypassParameter]);
+  const double trim_db = isOn ? levelFromValue_db(state_.values[kInputParameter]) : 0.0;
+  state_.input = meterView(input_, trim_db);
+  state_.output = meterView(output_, 0.0);
   recognisePreset();
 }
 
@@ -67,8 +76,8 @@ void Face::recognisePreset() {
     state_.isChanged = false;
   }
   if (chosen_ < 0) {
-    state_.preset = "Own settings";
-    state_.description = "Choose a preset here";
+    state_.preset = "Custom";
+    state_.description = "";
     state_.isChanged = false;
     return;
   }
@@ -81,7 +90,8 @@ void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
   if (state_.typed.has_value()) enterTyped(*state_.typed);
   state_.typed.reset();
   const int control = controlAt(at);
-  const bool isDouble = control >= 0 && control == lastClick_.control &&
+  const bool isDouble = button == MouseButton::left && control >= 0 &&
+                        control == lastClick_.control &&
                         time_s - lastClick_.time_s < kDoubleClickSeconds;
   lastClick_ = {isDouble ? -1 : control, time_s};
   focus_ = control;
@@ -123,6 +133,7 @@ void Face::drag(Point at, bool isFine) {
   if (!drag_->hasMoved) {
     if (std::fabs(way) < kMoved) return;
     drag_->hasMoved = true;
+    lastClick_ = {};  // what moved was no click
     state_.moving = drag_->control;
     target_.beginMove(control.parameter);
   }
@@ -130,7 +141,7 @@ void Face::drag(Point at, bool isFine) {
   const float step = way / kDragLength * (isFine || drag_->isFine ? kFine : 1.0F);
   drag_->value = std::clamp(drag_->value + static_cast<double>(step), 0.0, 1.0);
   target_.move(control.parameter, static_cast<float>(drag_->value));
-  update(0.0);
+  readValues();
 }
 
 void Face::release(Point at) {
@@ -170,7 +181,7 @@ void Face::setOnce(int parameter, float value) {
   target_.beginMove(parameter);
   target_.move(parameter, std::clamp(value, 0.0F, 1.0F));
   target_.endMove(parameter);
-  update(0.0);
+  readValues();
 }
 
 void Face::pressButton(int index) {
@@ -182,16 +193,16 @@ void Face::pressButton(int index) {
     case ControlKind::bypass:
       return setOnce(kBypassParameter, isBypassed(target_.value(kBypassParameter)) ? 0.0F : 1.0F);
     case ControlKind::channel: return setOnce(kTypeParameter, selectFromChannel(control.channel));
-    case ControlKind::inputMeter: return input_.clear(), update(0.0);
-    case ControlKind::outputMeter: return output_.clear(), update(0.0);
+    case ControlKind::inputMeter: return input_.clear(), readValues();
+    case ControlKind::outputMeter: return output_.clear(), readValues();
     case ControlKind::knob: return;
   }
 }
 
-bool Face::key(Key key, bool isFine) {
+bool Face::key(Key key, bool withShift) {
   if (state_.menu.has_value()) return keyInMenu(*state_.menu, key);
   if (state_.typed.has_value() && keyInField(*state_.typed, key)) return true;
-  if (key == Key::tab) return moveFocus(isFine ? -1 : 1), true;
+  if (key == Key::tab) return moveFocus(withShift ? -1 : 1), true;
   if (key == Key::escape) {
     const bool hadFocus = focus_ >= 0;
     focus_ = state_.focus = -1;
@@ -199,7 +210,7 @@ bool Face::key(Key key, bool isFine) {
   }
   if (focus_ < 0) return false;
   state_.focus = focus_;
-  if (isKnobControl(focus_)) return keyOnKnob(focus_, key, isFine);
+  if (isKnobControl(focus_)) return keyOnKnob(focus_, key, withShift);
   return keyOnButton(controlNumber(focus_), key);
 }
 
@@ -238,7 +249,9 @@ bool Face::keyOnButton(const Control& control, Key key) {
   if (control.kind == ControlKind::presetName) return stepPreset(way), true;
   if (control.kind != ControlKind::channel) return false;
   const int now = channelFromSelect(target_.value(kTypeParameter));
-  setOnce(kTypeParameter, selectFromChannel(std::clamp(now + way, 0, kNumChannels - 1)));
+  const int next = std::clamp(now + way, 0, kNumChannels - 1);
+  setOnce(kTypeParameter, selectFromChannel(next));
+  focus_ = state_.focus = controlOf(ControlKind::channel, next);
   return true;
 }
 
@@ -246,10 +259,11 @@ bool Face::type(char32_t character) {
   if (state_.menu.has_value()) return typeInMenu(*state_.menu, character);
   if (state_.typed.has_value()) return typeInField(*state_.typed, character);
   if (isKnobControl(focus_) && startsNumber(character)) {
-    beginTyping(focus_, std::string(1, static_cast<char>(character)));
-    return true;
+    beginTyping(focus_, "");
+    return typeInField(*state_.typed, character);
   }
-  return character == U' ' && focus_ >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
+  // Only where the focus is seen: elsewhere the space bar is the host's.
+  return character == U' ' && state_.focus >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
 }
 
 // To the next preset that begins with this letter.
@@ -273,6 +287,7 @@ bool Face::typeInMenu(MenuView& menu, char32_t character) {
 
 bool Face::typeInField(TextField& field, char32_t character) {
   if (character < 0x20 || character > 0x7E) return false;
+  if (character == U',') character = U'.';  // as much of Europe writes it
   if (field.text.size() < kLongestEntry) field.text += static_cast<char>(character);
   field.isWrong = false;
   return true;
@@ -293,7 +308,10 @@ bool Face::keyInField(TextField& field, Key key) {
       if (!field.text.empty()) field.text.pop_back();
       field.isWrong = false;
       return true;
-    case Key::remove: field.text.clear(); return true;
+    case Key::remove:
+      field.text.clear();
+      field.isWrong = false;
+      return true;
     case Key::tab:
       enterTyped(field);
       state_.typed.reset();
@@ -302,7 +320,7 @@ bool Face::keyInField(TextField& field, Key key) {
   }
 }
 
-// Nothing typed leaves the value; what is no value stays to be mended.
+// An empty field changes nothing. A text that is no value keeps the field open, marked as wrong.
 void Face::enterTyped(TextField& field) {
   const int parameter = controlNumber(field.control).parameter;
   const std::optional<float> value = valueFromText(parameter, field.text);
@@ -336,6 +354,7 @@ void Face::selectRow(MenuView& menu, int row, int way) {
   if (rows[static_cast<std::size_t>(row)] < 0) row = std::clamp(row + way, 0, last);
   if (rows[static_cast<std::size_t>(row)] < 0) return;
   menu.selectedRow = row;
+  if (way == 0) return;  // under the mouse the list stays where it is
   menu.firstRow = std::clamp(menu.firstRow, row - kMenuRows + 1, row == 1 ? 0 : row);
 }
 
@@ -371,6 +390,7 @@ bool Face::keyInMenu(MenuView& menu, Key key) {
 }
 
 void Face::stepPreset(int by) {
+  if (presets_.empty()) return;
   const int count = static_cast<int>(presets_.size());
   const int from = chosen_ >= 0 ? chosen_ : (by > 0 ? -1 : 0);
   choosePreset((from + by + count) % count);
@@ -379,6 +399,7 @@ void Face::stepPreset(int by) {
 void Face::choosePreset(int preset) {
   endDrag();
   state_.menu.reset();
+  if (preset < 0) return;  // a heading
   const ParameterValues& values = presets_[static_cast<std::size_t>(preset)].values;
   for (int index = 1; index <= kNumStoredValues; ++index) {
     if (target_.value(index) == values[index]) continue;
@@ -388,7 +409,7 @@ void Face::choosePreset(int preset) {
   }
   chosen_ = preset;
   target_.presetChosen(preset);
-  update(0.0);
+  readValues();
 }
 
 }  // namespace quellard

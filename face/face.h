@@ -68,9 +68,15 @@ class Face {
   void leave();                                      // the mouse has left the face
   void wheel(Point at, float notches, bool isFine);  // upwards is positive
 
-  // Whether the key was used. isFine: with Shift.
-  bool key(Key key, bool isFine);
+  // Whether the key was used: what is not belongs to the host, such as the space bar for its
+  // transport.
+  bool key(Key key, bool withShift);
   bool type(char32_t character);
+  // Whether a key that is held down should be repeated now: one that turns or moves, but no button.
+  bool takesRepeated(std::optional<Key> key) const {
+    return state_.typed.has_value() || state_.menu.has_value() ||
+           (key.has_value() && *key != Key::enter);
+  }
 
   // The keyboard now belongs to others: what is typed is dropped.
   void loseFocus();
@@ -91,6 +97,7 @@ class Face {
     double time_s = 0.0;
   };
 
+  void readValues();
   void pressRow(int row);
   void pressKnob(int control, Point at, bool isFine);
   void pressButton(int index);

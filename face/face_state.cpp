@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include "face/face_state.h"
 
+#include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 
 #include "params/factory_bank.h"
 
@@ -15,11 +16,14 @@ int segmentsOf(double level_db) {
                  static_cast<double>(MeterView::kSegments)));
 }
 
+// With a point, whatever the locale that the host has set.
 std::string levelText(double level_db) {
   if (level_db <= LevelMeter::kFloor_db) return "";
   std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.1f dBFS", std::round(level_db * 10.0) / 10.0 + 0.0);
-  return text.data();
+  const auto [end, error] =
+      std::to_chars(text.data(), text.data() + text.size(),
+                    std::round(level_db * 10.0) / 10.0 + 0.0, std::chars_format::fixed, 1);
+  return error == std::errc{} ? std::string(text.data(), end) + " dBFS" : "";
 }
 
 bool looksTheSame(const Control& control, int index, const FaceState& a, const FaceState& b) {

@@ -57,8 +57,8 @@ struct MenuView {
 };
 
 // The menu's rows: places in the list of presets, and the headings between them.
-inline constexpr int kFactoryHeading = -1;
-inline constexpr int kUserHeading = -2;
+inline constexpr int kFactoryHeading = -2;
+inline constexpr int kUserHeading = -3;
 std::vector<int> menuRows(std::span<const FacePreset> presets);
 Rect menuArea(int rows);         // rows: of menuRows()
 Rect menuRowArea(int shownRow);  // 0..kMenuRows-1

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "face/layout.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace quellard {
@@ -14,14 +15,22 @@ constexpr float kKnobDistance = 127.0F;
 constexpr float kKnobRadius = 25.0F;
 constexpr float kRigKnobRadius = 21.0F;
 
+// The rig's knobs have neighbours close by.
+float halfWidthOf(int parameter) {
+  if (parameter <= kNumControls) return 50.0F;
+  return parameter == kGateParameter ? 34.0F : 42.0F;
+}
+
 Control knob(int parameter, int channel, Point center, float radius, const char* label) {
-  Control control = {ControlKind::knob,
-                     parameter,
-                     channel,
-                     center,
-                     radius,
-                     {center.x - 50.0F, center.y - radius - 31.0F, 100.0F, 2.0F * radius + 57.0F},
-                     label};
+  const float half = halfWidthOf(parameter);
+  Control control = {
+      ControlKind::knob,
+      parameter,
+      channel,
+      center,
+      radius,
+      {center.x - half, center.y - radius - 31.0F, 2.0F * half, 2.0F * radius + 57.0F},
+      label};
   control.value = {center.x - 32.0F, center.y + radius + 7.0F, 64.0F, 18.0F};
   control.isBipolar = parameter == kInputParameter || parameter == kOutputParameter;
   return control;
@@ -59,6 +68,13 @@ std::vector<Control> allControls() {
   return all;
 }
 
+// Of the first control that is so; -1 where none is.
+template <typename IsSo>
+int placeOf(const IsSo& isSo) {
+  const auto found = std::ranges::find_if(controls(), isSo);
+  return found != controls().end() ? static_cast<int>(found - controls().begin()) : -1;
+}
+
 }  // namespace
 
 std::span<const Control> controls() {
@@ -67,21 +83,19 @@ std::span<const Control> controls() {
 }
 
 int controlAt(Point point) {
-  int index = 0;
-  for (const Control& control : controls()) {
-    if (control.area.contains(point)) return index;
-    ++index;
-  }
-  return -1;
+  return placeOf([point](const Control& control) { return control.area.contains(point); });
 }
 
 int knobControl(int parameter) {
-  int index = 0;
-  for (const Control& control : controls()) {
-    if (control.kind == ControlKind::knob && control.parameter == parameter) return index;
-    ++index;
-  }
-  return -1;
+  return placeOf([parameter](const Control& control) {
+    return control.kind == ControlKind::knob && control.parameter == parameter;
+  });
+}
+
+int controlOf(ControlKind kind, int channel) {
+  return placeOf([kind, channel](const Control& control) {
+    return control.kind == kind && control.channel == channel;
+  });
 }
 
 Rect bubbleArea(const Control& control) {

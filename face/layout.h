@@ -45,7 +45,7 @@ inline constexpr std::array<Rect, kNumChannels> kStrips = {{
     {20, 350, 920, 128},
 }};
 
-inline constexpr Rect kLogo = {28, 18, 240, 34};
+inline constexpr Rect kHeader = {0, 0, kFaceWidth, 76};
 inline constexpr Rect kPresetBox = {300, 16, 360, 38};
 inline constexpr Rect kPresetText = {280, 56, 400, 16};  // its description
 inline constexpr Rect kBypassButton = {836, 20, 96, 30};
@@ -67,7 +67,8 @@ std::span<const Control> controls();
 
 // Its place in controls(); -1 where there is none.
 int controlAt(Point point);
-int knobControl(int parameter);  // parameter: of a knob or of the rig's three
+int knobControl(int parameter);                     // parameter: of a knob or of the rig's three
+int controlOf(ControlKind kind, int channel = -1);  // channel: of ControlKind::channel
 
 // Everything that a control draws, with its focus, its bubble and its value.
 Rect drawnArea(const Control& control);

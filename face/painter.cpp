@@ -57,9 +57,9 @@ class Painter {
   bool isHovered(int index) const { return state_.hover == index; }
 
   void background() {
-    canvas_.fill({-4000, -4000, 8960, 8600}, 0.0F, theme::kCabinetBottom);
+    canvas_.fill({-4000, -4000, 8960, 8600}, 0.0F, theme::kBackgroundBottom);
     canvas_.fill({0, 0, kFaceWidth, kFaceHeight}, 0.0F,
-                 {theme::kCabinetTop, theme::kCabinetBottom});
+                 {theme::kBackgroundTop, theme::kBackgroundBottom});
     // The corner by which the window is resized.
     for (const float inset : {6.0F, 11.0F, 16.0F}) {
       canvas_.line({kFaceWidth - inset, kFaceHeight - 3.0F},
@@ -68,11 +68,12 @@ class Painter {
   }
 
   void header() {
+    if (!canvas_.shows(kHeader)) return;
     canvas_.text({28, 42}, "QUELLARD",
                  {.size = 24, .color = theme::kText, .face = FontFace::bold, .spacing = 6});
     well(kPresetBox, 8.0F);
-    arrow(0, -1.0F);
-    arrow(2, 1.0F);
+    arrow(ControlKind::previousPreset, -1.0F);
+    arrow(ControlKind::nextPreset, 1.0F);
     presetName();
     const TextStyle style = {.size = 9.5F, .color = theme::kQuietText, .align = Align::center};
     canvas_.text({kPresetText.center().x, kPresetText.y + 10.0F},
@@ -85,8 +86,9 @@ class Painter {
     canvas_.outline(rect, radius, 1.0F, theme::kEdge);
   }
 
-  // index: of its control. way: -1 points to the left, 1 to the right.
-  void arrow(int index, float way) {
+  // way: -1 points to the left, 1 to the right.
+  void arrow(ControlKind kind, float way) {
+    const int index = controlOf(kind);
     const Point at = controls()[static_cast<std::size_t>(index)].area.center();
     const Color color = isHovered(index) ? theme::kBrightText : theme::kText;
     const Point tip = {at.x + 3.0F * way, at.y};
@@ -96,7 +98,8 @@ class Painter {
 
   // The dot says that the values are no longer the preset's.
   void presetName() {
-    const Color color = isHovered(1) ? theme::kBrightText : theme::kText;
+    const Color color =
+        isHovered(controlOf(ControlKind::presetName)) ? theme::kBrightText : theme::kText;
     const Point at = {kPresetBox.center().x, kPresetBox.y + 24.0F};
     const TextStyle style = {
         .size = 14, .color = color, .face = FontFace::bold, .align = Align::center};
@@ -122,7 +125,7 @@ class Painter {
 
   void bypass() {
     well(kBypassButton, 15.0F);
-    const bool hovered = isHovered(3);
+    const bool hovered = isHovered(controlOf(ControlKind::bypass));
     lamp({kBypassButton.x + 18.0F, kBypassButton.center().y}, 5.0F, theme::kGreen, isOn_);
     canvas_.text({kBypassButton.x + 58.0F, kBypassButton.y + 19.0F}, isOn_ ? "ON" : "BYPASS",
                  {.size = isOn_ ? 11.0F : 10.0F,
@@ -155,21 +158,12 @@ class Painter {
     canvas_.fill({area.x, area.y + 10.0F, 5.0F, area.height - 20.0F}, 2.5F,
                  color.faded(isLit && isOn_ ? 1.0F : 0.4F));
     lamp({area.x + 36.0F, area.y + 64.0F}, 7.0F, color, isLit && isOn_);
-    const bool hovered = state_.hover >= 0 && controlOf(channel) == state_.hover;
+    const bool hovered = isHovered(controlOf(ControlKind::channel, channel));
     canvas_.text({area.x + 58.0F, area.y + 70.0F}, channelName(channel),
                  {.size = 16,
                   .color = isLit || hovered ? theme::kBrightText : theme::kQuietText,
                   .face = FontFace::bold,
                   .spacing = 2});
-  }
-
-  static int controlOf(int channel) {
-    int index = 0;
-    for (const Control& control : controls()) {
-      if (control.kind == ControlKind::channel && control.channel == channel) return index;
-      ++index;
-    }
-    return -1;
   }
 
   void rigPanel() {
@@ -218,7 +212,7 @@ class Painter {
     const bool gates = gateFromValue_dbfs(state_.values[kGateParameter]).has_value();
     const float y = kGateLamp.center().y;
     lamp({kGateLamp.x + 8.0F, y}, 5.0F, theme::kGreen, gates && state_.gateIsOpen);
-    const char* const text = !gates ? "NO GATE" : state_.gateIsOpen ? "OPEN" : "CLOSED";
+    const char* const text = !gates ? "OFF" : state_.gateIsOpen ? "OPEN" : "CLOSED";
     canvas_.text({kGateLamp.x + 22.0F, y + 4.0F}, text,
                  {.size = 10, .color = theme::kQuietText, .face = FontFace::bold, .spacing = 1});
   }
@@ -343,7 +337,7 @@ class Painter {
     if (!canvas_.shows(area.grownBy(16.0F))) return;
     canvas_.fill({area.x, area.y + 4.0F, area.width, area.height}, 8.0F, Color::hex(0, 0.6F),
                  14.0F);
-    canvas_.fill(area, 8.0F, Color::hex(0x1B1916));
+    canvas_.fill(area, 8.0F, theme::kMenuBackground);
     canvas_.outline(area, 8.0F, 1.0F, theme::kEdge.faded(1.8F));
     const int shown = std::min(static_cast<int>(rows.size()), kMenuRows);
     for (int i = 0; i < shown; ++i) {
@@ -365,7 +359,7 @@ class Painter {
     const FacePreset& entry = presets_[static_cast<std::size_t>(preset)];
     if (selected) {
       canvas_.fill({area.x + 4.0F, area.y + 1.0F, area.width - 8.0F, area.height - 2.0F}, 5.0F,
-                   Color::hex(0x3A352F));
+                   theme::kMenuSelected);
     }
     canvas_.fillCircle({area.x + 20.0F, area.center().y}, 4.0F,
                        channelColor(channelFromSelect(entry.values[kTypeParameter])));

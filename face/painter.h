@@ -28,6 +28,8 @@ class FacePicture {
   std::vector<PixelRect> repaint(const FaceState& state, std::span<const FacePreset> presets);
 
   const Picture& picture() const { return picture_; }
+  // Whether nothing has been painted since it was resized.
+  bool isStale() const { return isStale_; }
   float scale() const { return scale_; }  // pixels a unit of the face
   // x, y: pixels.
   Point faceFromPixels(float x, float y) const {

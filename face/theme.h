@@ -21,14 +21,16 @@ inline constexpr Color kDarkText = Color::hex(0x14120F);
 inline constexpr Color kWrong = Color::hex(0xFF7A70);
 inline constexpr Color kFocus = Color::hex(0xFFE9B0);
 
-inline constexpr Color kCabinetTop = Color::hex(0x2A2622);  // the window's background
-inline constexpr Color kCabinetBottom = Color::hex(0x171512);
+inline constexpr Color kBackgroundTop = Color::hex(0x2A2622);
+inline constexpr Color kBackgroundBottom = Color::hex(0x171512);
 inline constexpr Color kLitTop = Color::hex(0x3A352F);
 inline constexpr Color kLitBottom = Color::hex(0x262320);
 inline constexpr Color kUnlitTop = Color::hex(0x221F1C);
 inline constexpr Color kUnlitBottom = Color::hex(0x1D1A18);
 inline constexpr Color kPanelTop = Color::hex(0x151311);
 inline constexpr Color kPanelBottom = Color::hex(0x100F0D);
+inline constexpr Color kMenuBackground = Color::hex(0x1B1916);
+inline constexpr Color kMenuSelected = Color::hex(0x38332D);
 inline constexpr Color kWell = Color::hex(0x0F0E0C);  // boxes, fields and meters
 inline constexpr Color kEdge = Color::hex(0xFFFFFF, 0.10F);
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "adapters/editor/user_presets.h"
+#include "face/painter.h"
 
 namespace quellard {
 namespace {
@@ -20,12 +21,16 @@ PixelSize sizeAt(double pixelsPerUnit) {
 
 Editor::Editor(FaceTarget& target)
     : face_(target, facePresets()),
-      desktopScale_(FaceWindow::desktopScale()),
       zoom_(std::clamp(rememberedZoom(), kSmallestZoom, kLargestZoom)) {}
 
-Editor::~Editor() = default;
+Editor::~Editor() { close(); }
 
-double Editor::scale() const { return hostScale_ > 0.0 ? hostScale_ : desktopScale_; }
+// The desktop is asked only where the host says nothing.
+double Editor::scale() const {
+  if (hostScale_ > 0.0) return hostScale_;
+  if (!desktopScale_.has_value()) desktopScale_ = FaceWindow::desktopScale();
+  return *desktopScale_;
+}
 
 bool Editor::setScale(double scale) {
   if (!(scale >= 0.25 && scale <= 8.0)) return false;
@@ -44,18 +49,19 @@ PixelSize Editor::fit(PixelSize size) const {
 }
 
 void Editor::setSize(PixelSize size) {
-  if (size.width < 1 || size.height < 1) return;
-  rememberZoom(size);
+  size.width = std::clamp(size.width, 1, FacePicture::kLargestSide);
+  size.height = std::clamp(size.height, 1, FacePicture::kLargestSide);
+  noteZoom(size);
   if (window_) window_->resize(size);
 }
 
 // Of the face as it fits into this size.
-void Editor::rememberZoom(PixelSize size) {
+void Editor::noteZoom(PixelSize size) {
   const double zoom =
       static_cast<double>(fit(size).width) / (static_cast<double>(kFaceWidth) * scale());
   if (std::fabs(zoom - zoom_) < 0.002) return;
   zoom_ = zoom;
-  quellard::rememberZoom(zoom);
+  zoomHasChanged_ = true;
 }
 
 bool Editor::open(std::uintptr_t parent, const std::string& title) {
@@ -66,9 +72,11 @@ bool Editor::open(std::uintptr_t parent, const std::string& title) {
   return window_ != nullptr;
 }
 
+// The size is written once, and not at every step of a drag.
 void Editor::close() {
   face_.loseFocus();
   window_.reset();
+  if (std::exchange(zoomHasChanged_, false)) rememberZoom(zoom_);
 }
 
 void Editor::show() {
@@ -107,7 +115,7 @@ void Editor::sizeIsWanted(PixelSize size) {
 
 // A host may squeeze what it embeds, which says nothing of what the player likes.
 void Editor::sizeHasChanged(PixelSize size) {
-  if (isFloating_) rememberZoom(size);
+  if (isFloating_) noteZoom(size);
 }
 
 void Editor::closeIsWanted() {

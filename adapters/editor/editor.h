@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,7 +46,8 @@ class Editor : private FaceWindow::Owner {
   PixelSize size() const;
   // The largest size with the face's proportions within this one, 0.5 to 4 times the usual size.
   PixelSize fit(PixelSize size) const;
-  // The host has chosen this size, which the next editor remembers.
+  // The host has chosen this size, which is remembered when the editor is closed. Held within 1 to
+  // FacePicture::kLargestSide pixels a side.
   void setSize(PixelSize size);
 
   // parent: the host's window, 0 for one that stands for itself, with this title. False without a
@@ -72,14 +74,15 @@ class Editor : private FaceWindow::Owner {
   void sizeHasChanged(PixelSize size) override;
   void closeIsWanted() override;
   double scale() const;
-  void rememberZoom(PixelSize size);
+  void noteZoom(PixelSize size);
 
   Face face_;
   std::function<bool(PixelSize)> resizeHost_;
   std::function<void()> closed_;
-  double hostScale_ = 0.0;  // 0 before the host told one
-  double desktopScale_ = 1.0;
-  double zoom_;  // of the usual size, as the player likes it
+  double hostScale_ = 0.0;                      // 0 before the host told one
+  mutable std::optional<double> desktopScale_;  // once it was asked
+  double zoom_;                                 // of the usual size, as the player likes it
+  bool zoomHasChanged_ = false;
   bool isFloating_ = false;
   Clock::time_point updatedAt_ = Clock::now();
   // The last member: it is destroyed first.

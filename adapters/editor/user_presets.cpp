@@ -3,7 +3,10 @@
 
 #include <exception>
 #include <fstream>
+#include <locale>
+#include <sstream>
 
+#include "tools/files/output_file.h"
 #include "tools/files/user_folders.h"
 #include "tools/settings/presets.h"
 
@@ -39,9 +42,12 @@ void rememberZoom(double zoom) try {
   const std::filesystem::path folder = stateFolder();
   if (folder.empty()) return;
   std::filesystem::create_directories(folder);
-  std::ofstream file(folder / kZoomFile);
-  file.imbue(std::locale::classic());
-  file << zoom << '\n';
+  OutputFile file(folder / kZoomFile);
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << zoom << '\n';
+  file.write(text.str().data(), static_cast<std::int64_t>(text.str().size()));
+  file.commit();
 } catch (const std::exception&) {
   return;
 }

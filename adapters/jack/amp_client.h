@@ -56,6 +56,8 @@ class AmpClient {
 
   // [any thread] An index beyond the presets does nothing.
   void loadPreset(std::size_t index);
+  // The values come from none of them. [any thread]
+  void forgetPreset() { lastPreset_ = kNoPreset; }
   const Preset* lastPreset() const;  // one of presets(); null before the first
 
   // Mutes the outputs. [main thread]

@@ -25,13 +25,20 @@ std::unique_ptr<JackFace> JackFace::open(AmpClient& client) {
 }
 
 JackFace::JackFace(AmpClient& client) : client_(client), editor_(*this) {
-  const Preset* const last = client.lastPreset();
-  editor_.setPresets(facePresetsOf(client),
-                     last != nullptr ? static_cast<int>(last - client.presets().data()) + 1 : -1);
+  showPreset();
   editor_.onClose([this] { isClosed_ = true; });
 }
 
+void JackFace::showPreset() {
+  shown_ = client_.lastPreset();
+  const int place =
+      shown_ != nullptr ? static_cast<int>(shown_ - client_.presets().data()) + 1 : -1;
+  editor_.setPresets(facePresetsOf(client_), place);
+}
+
+// A MIDI message may have chosen another preset, and another have changed it since.
 bool JackFace::refresh() {
+  if (client_.lastPreset() != shown_) showPreset();
   pollfd window = {editor_.fileDescriptor(), POLLIN, 0};
   poll(&window, 1, Editor::kPeriod_ms);
   return editor_.idle() && !isClosed_;
@@ -48,7 +55,8 @@ std::optional<std::string> JackFace::cabinet() const {
 }
 
 void JackFace::presetChosen(int preset) {
-  if (preset > 0) client_.loadPreset(static_cast<std::size_t>(preset - 1));
+  if (preset == 0) return client_.forgetPreset();
+  client_.loadPreset(static_cast<std::size_t>(preset - 1));
 }
 
 }  // namespace quellard

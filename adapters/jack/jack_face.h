@@ -30,7 +30,10 @@ class JackFace : private FaceTarget {
   std::optional<std::string> cabinet() const override;
   void presetChosen(int preset) override;
 
+  void showPreset();
+
   AmpClient& client_;
+  const Preset* shown_ = nullptr;  // the one that the face was last told of
   bool isClosed_ = false;
   Editor editor_;
 };

@@ -41,10 +41,6 @@ char32_t characterOf(xcb_keysym_t symbol) {
   return 0;
 }
 
-char32_t lowered(char32_t character) {
-  return character >= U'A' && character <= U'Z' ? character + 0x20 : character;
-}
-
 }  // namespace
 
 KeyPress pressOfSymbol(xcb_keysym_t symbol) {
@@ -77,8 +73,9 @@ xcb_keysym_t Keyboard::symbol(xcb_keycode_t code, std::size_t column) const {
 // A layout's group is in bits 13 and 14; the second begins at the third column. Num Lock is usually
 // the second of the numbered modifiers, and turns Shift around on the keypad.
 KeyPress Keyboard::press(xcb_keycode_t code, std::uint16_t state) const {
-  if ((state & (XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1)) != 0) return {};
-  const std::size_t group = (state >> 13 & 3U) == 1 && columns_ >= 4 ? 2 : 0;
+  // With Control, Alt or the logo key it is a host's or a desktop's.
+  if ((state & (XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4)) != 0) return {};
+  const std::size_t group = (state >> 13 & 3U) == 1 && symbol(code, 2) != 0 ? 2 : 0;
   const bool shift = (state & XCB_MOD_MASK_SHIFT) != 0;
   const xcb_keysym_t plain = symbol(code, group);
   const xcb_keysym_t shifted = symbol(code, group + 1);
@@ -86,9 +83,7 @@ KeyPress Keyboard::press(xcb_keycode_t code, std::uint16_t state) const {
     const bool digits = ((state & XCB_MOD_MASK_2) != 0) != shift;
     return pressOfSymbol(digits ? shifted : plain);
   }
-  KeyPress press = pressOfSymbol(shift && shifted != 0 ? shifted : plain);
-  if (!shift && press.character != 0 && shifted != 0) press.character = lowered(press.character);
-  return press;
+  return pressOfSymbol(shift && shifted != 0 ? shifted : plain);
 }
 
 }  // namespace quellard

@@ -3,6 +3,7 @@
 // Xlib ends the whole process, host and all, when the host has destroyed the window before the
 // plug-in.
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -25,6 +26,12 @@ template <typename Reply>
 Owned<Reply> owned(Reply* reply) {
   return {reply, std::free};
 }
+
+// A key that comes again this soon is held down; a finger takes longer.
+constexpr xcb_timestamp_t kRepeat_ms = 60;
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::milliseconds kFrame{15};  // between two paintings
 
 constexpr std::uint32_t kEvents = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
                                   XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
@@ -91,10 +98,9 @@ class X11Window : public FaceWindow {
         handle_(connection_->handle),
         face_(face),
         owner_(owner),
-        isFloating_(parent == 0) {
-    const xcb_screen_t* const screen = connection_->screen();
-    const auto host = static_cast<xcb_window_t>(parent);
-    create(isFloating_ ? screen->root : host, size);
+        isFloating_(parent == 0),
+        parent_(isFloating_ ? connection_->screen()->root : static_cast<xcb_window_t>(parent)) {
+    create(size);
     readDepth();
     keyboard_.read(xcb_, handle_);
   }
@@ -152,20 +158,22 @@ class X11Window : public FaceWindow {
       if (!event) break;
       handle(*event);
     }
-    if (!isGone_) paint();
-    return !isGone_;
+    if (isGone_) return false;
+    adoptSize();
+    paint();
+    return true;
   }
 
   int fileDescriptor() const override { return xcb_.get_file_descriptor(handle_); }
   std::uintptr_t id() const override { return window_; }
 
  private:
-  void create(xcb_window_t parent, PixelSize size) {
+  void create(PixelSize size) {
     window_ = xcb_.generate_id(handle_);
     // Without a background the server leaves the old pixels until the new ones arrive: no flicker.
     const std::array<std::uint32_t, 2> values = {XCB_BACK_PIXMAP_NONE, kEvents};
     picture_.resize(size.width, size.height);
-    xcb_.create_window(handle_, XCB_COPY_FROM_PARENT, window_, parent, 0, 0,
+    xcb_.create_window(handle_, XCB_COPY_FROM_PARENT, window_, parent_, 0, 0,
                        static_cast<std::uint16_t>(picture_.picture().width()),
                        static_cast<std::uint16_t>(picture_.picture().height()), 0,
                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
@@ -176,7 +184,8 @@ class X11Window : public FaceWindow {
     xcb_.change_property(handle_, XCB_PROP_MODE_REPLACE, window_, embed, embed, 32, 2,
                          embedded.data());
     closes_ = connection_->atom("WM_DELETE_WINDOW");
-    setProperty(connection_->atom("WM_PROTOCOLS"), XCB_ATOM_ATOM, closes_);
+    protocols_ = connection_->atom("WM_PROTOCOLS");
+    setProperty(protocols_, XCB_ATOM_ATOM, closes_);
     tellProportions();
     context_ = xcb_.generate_id(handle_);
     xcb_.create_gc(handle_, context_, window_, 0, nullptr);
@@ -230,6 +239,7 @@ class X11Window : public FaceWindow {
       case XCB_MOTION_NOTIFY:
         return moved(reinterpret_cast<const xcb_motion_notify_event_t&>(event));
       case XCB_LEAVE_NOTIFY: return face_.leave();
+      case XCB_UNMAP_NOTIFY: return face_.loseFocus();
       case XCB_KEY_PRESS: return keyDown(reinterpret_cast<const xcb_key_press_event_t&>(event));
       case XCB_FOCUS_OUT: return focusOut(reinterpret_cast<const xcb_focus_out_event_t&>(event));
       case XCB_CLIENT_MESSAGE:
@@ -240,13 +250,22 @@ class X11Window : public FaceWindow {
     }
   }
 
+  // What is not yet painted is shown by paint().
   void expose(const xcb_expose_event_t& event) {
+    if (picture_.isStale()) return;
     put(PixelRect{event.x, event.y, event.x + event.width, event.y + event.height}.cutTo(
         picture_.picture().bounds()));
   }
 
   void configured(const xcb_configure_notify_event_t& event) {
-    const PixelSize now = {event.width, event.height};
+    configured_ = {event.width, event.height};
+  }
+
+  // The last of the sizes that have come, since a drag at a window's frame sends many.
+  void adoptSize() {
+    if (!configured_.has_value()) return;
+    const PixelSize now = *configured_;
+    configured_.reset();
     if (now == size()) return;
     picture_.resize(now.width, now.height);
     owner_.sizeHasChanged(now);
@@ -263,7 +282,7 @@ class X11Window : public FaceWindow {
     if (event.detail != XCB_BUTTON_INDEX_1 && event.detail != XCB_BUTTON_INDEX_3) return;
     xcb_.set_input_focus(handle_, XCB_INPUT_FOCUS_PARENT, window_, event.time);
     if (kResizeGrip.contains(at) && !face_.state().menu.has_value()) {
-      grip_ = Grip{event.root_x, size().width};
+      grip_ = Grip{event.root_x, event.root_y, size().width};
       return;
     }
     face_.press(at, event.detail == XCB_BUTTON_INDEX_1 ? MouseButton::left : MouseButton::right,
@@ -276,9 +295,16 @@ class X11Window : public FaceWindow {
     face_.release(faceFrom(event.event_x, event.event_y));
   }
 
+  // A host may have taken the release of the button.
   void moved(const xcb_motion_notify_event_t& event) {
+    if ((event.state & (XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_3)) == 0) {
+      grip_.reset();
+      face_.release(faceFrom(event.event_x, event.event_y));
+    }
     if (grip_.has_value()) {
-      const int width = std::max(grip_->width + event.root_x - grip_->from, 1);
+      const int across = event.root_x - grip_->x;
+      const int down = (event.root_y - grip_->y) * 8 / 5;  // as much wider as it gets higher
+      const int width = std::max(grip_->width + std::max(across, down), 1);
       owner_.sizeIsWanted(
           {width, static_cast<int>(static_cast<float>(width) * kFaceHeight / kFaceWidth)});
       return;
@@ -288,27 +314,47 @@ class X11Window : public FaceWindow {
 
   void keyDown(const xcb_key_press_event_t& event) {
     const KeyPress press = keyboard_.press(event.detail, event.state);
-    if (press.key.has_value()) {
-      face_.key(*press.key, (event.state & XCB_MOD_MASK_SHIFT) != 0);
-    } else if (press.character != 0) {
-      face_.type(press.character);
-    }
+    const bool isRepeated = event.detail == downKey_ && event.time - downAt_ < kRepeat_ms;
+    downKey_ = event.detail;
+    downAt_ = event.time;
+    if (isRepeated && !face_.takesRepeated(press.key)) return;
+    const bool isUsed = press.key.has_value()
+                            ? face_.key(*press.key, (event.state & XCB_MOD_MASK_SHIFT) != 0)
+                            : press.character != 0 && face_.type(press.character);
+    if (!isUsed) handOn(event);
+  }
+
+  // To the host, for its transport and shortcuts: a window that asks for keys gets them all.
+  void handOn(xcb_key_press_event_t event) {
+    if (isFloating_) return;
+    event.event = parent_;
+    xcb_.send_event(handle_, 1, parent_, XCB_EVENT_MASK_KEY_PRESS,
+                    reinterpret_cast<const char*>(&event));
+    xcb_.flush(handle_);
   }
 
   // While a program takes the whole keyboard for a moment, as one that makes a picture of the
   // screen does, nothing ends.
   void focusOut(const xcb_focus_out_event_t& event) {
-    if (event.mode == XCB_NOTIFY_MODE_NORMAL) face_.loseFocus();
+    const bool isForAMoment =
+        event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
+    if (!isForAMoment && event.detail != XCB_NOTIFY_DETAIL_POINTER) face_.loseFocus();
   }
 
   void message(const xcb_client_message_event_t& event) {
-    if (event.format == 32 && event.data.data32[0] == closes_) owner_.closeIsWanted();
+    if (!isFloating_ || event.type != protocols_ || event.format != 32) return;
+    if (event.data.data32[0] == closes_) owner_.closeIsWanted();
   }
 
+  // A mouse may report a thousand moves a second. What is left out is painted with the next call.
   void paint() {
+    const Clock::time_point now = Clock::now();
+    if (!picture_.isStale() && now - paintedAt_ < kFrame) return;
     const auto areas = picture_.repaint(face_.state(), face_.presets());
     for (const PixelRect& area : areas) put(area);
-    if (!areas.empty()) xcb_.flush(handle_);
+    if (areas.empty()) return;
+    paintedAt_ = now;
+    xcb_.flush(handle_);
   }
 
   // Sends pixels in as many requests as the server's longest one demands.
@@ -336,7 +382,8 @@ class X11Window : public FaceWindow {
   }
 
   struct Grip {
-    int from;   // the mouse, pixels of the screen
+    int x;  // the mouse, pixels of the screen
+    int y;
     int width;  // the window's
   };
 
@@ -347,14 +394,20 @@ class X11Window : public FaceWindow {
   Face& face_;
   Owner& owner_;
   bool isFloating_;
+  xcb_window_t parent_;
   bool isGone_ = false;
   std::uint8_t depth_ = 0;
   xcb_window_t window_ = 0;
   xcb_gcontext_t context_ = 0;
+  xcb_atom_t protocols_ = 0;
   xcb_atom_t closes_ = 0;
   Keyboard keyboard_;
   FacePicture picture_;
+  Clock::time_point paintedAt_;
+  std::optional<PixelSize> configured_;
   std::optional<Grip> grip_;
+  xcb_keycode_t downKey_ = 0;  // the last one that was pressed, and when
+  xcb_timestamp_t downAt_ = 0;
 };
 
 }  // namespace

@@ -17,7 +17,7 @@ namespace quellard {
   X(get_maximum_request_length) X(get_property) X(get_property_reply)           \
   X(get_property_value) X(get_property_value_length) X(get_setup)               \
   X(intern_atom) X(intern_atom_reply) X(map_window) X(poll_for_event)           \
-  X(put_image) X(set_input_focus) X(setup_roots_iterator) X(unmap_window)
+  X(put_image) X(send_event) X(set_input_focus) X(setup_roots_iterator) X(unmap_window)
 // clang-format on
 
 // Each function under its name without the prefix.

@@ -116,11 +116,11 @@ enter() {
 # mouse lights what it is over, so it is led away.
 shows() {
   local n count
-  point 480 595
   xdotool key Escape Escape
   "$quellard" face -o face.png "$@"
   convert face.png -crop 960x400+0+80 +repage expected.png
   for ((n = 0; n < 30; ++n)); do
+    point 480 $((590 + n % 8))
     sleep 0.2
     import -window "$window" face.png
     convert face.png -crop "960x400+0+80" +repage shown.png

@@ -49,14 +49,6 @@ class Hands : public testing::Test {
     ASSERT_EQ(face.state().focus, control);
   }
 
-  static int place(ControlKind kind, int channel = -1) {
-    int index = 0;
-    for (const Control& control : controls()) {
-      if (control.kind == kind && (channel < 0 || control.channel == channel)) return index;
-      ++index;
-    }
-    return -1;
-  }
   static Point middleOf(int control) {
     return controls()[static_cast<std::size_t>(control)].area.center();
   }
@@ -108,6 +100,17 @@ TEST_F(Hands, ABubbleShowsTheValueWhileItMovesAndADoubleClickTakesItBack) {
   EXPECT_EQ(target.values[kModernMaster], 0.9F);
 }
 
+// A player who flicks a knob twice wants it moved twice.
+TEST_F(Hands, TwoQuickDragsAreNoDoubleClick) {
+  const Point at = knob(kCleanGain).center;
+  for (const double when_s : {1.0, 1.0 + Face::kDoubleClickSeconds / 4.0}) {
+    face.press(at, MouseButton::left, false, when_s);
+    face.drag({at.x, at.y - 20.0F}, false);
+    face.release({at.x, at.y - 20.0F});
+  }
+  EXPECT_NEAR(target.values[kCleanGain], 0.7F, 1e-5F);
+}
+
 TEST_F(Hands, TheWheelTurnsWhatIsUnderTheMouse) {
   const Point at = knob(kGateParameter).center;
   face.wheel(at, 1.0F, false);
@@ -149,13 +152,13 @@ TEST_F(Hands, EveryControlIsReachedAndSetByTheKeyboard) {
     EXPECT_EQ(target.values[index], defaultHostedValues()[index]);
   }
   for (int channel = 0; channel < kNumChannels; ++channel) {
-    focusOn(place(ControlKind::channel, channel));
+    focusOn(controlOf(ControlKind::channel, channel));
     EXPECT_TRUE(face.type(U' '));
     EXPECT_EQ(channelFromSelect(target.values[kTypeParameter]), channel);
   }
   face.key(Key::up, false);
   EXPECT_EQ(channelFromSelect(target.values[kTypeParameter]), 1);
-  focusOn(place(ControlKind::bypass));
+  focusOn(controlOf(ControlKind::bypass));
   face.key(Key::enter, false);
   EXPECT_TRUE(isBypassed(target.values[kBypassParameter]));
   face.key(Key::enter, false);
@@ -176,9 +179,9 @@ TEST_F(Hands, ValuesAreTypedAsHostsTypeThem) {
     const char* shown;
   };
   for (const Entry& entry :
-       {Entry{kCleanGain, "6.25", "6.25"}, Entry{kCleanGain, "12", "10.00"},
-        Entry{kInputParameter, "-6 dB", "-6.0 dB"}, Entry{kGateParameter, "-60", "-60.0 dB"},
-        Entry{kGateParameter, "off", "Off"}}) {
+       {Entry{kCleanGain, "6.25", "6.25"}, Entry{kCleanGain, "7,5", "7.50"},
+        Entry{kCleanGain, "12", "10.00"}, Entry{kInputParameter, "-6 dB", "-6.0 dB"},
+        Entry{kGateParameter, "-60", "-60.0 dB"}, Entry{kGateParameter, "off", "Off"}}) {
     const Rect& value = knob(entry.parameter).value;
     click(value.center());
     ASSERT_TRUE(face.state().typed.has_value()) << entry.text;
@@ -187,7 +190,7 @@ TEST_F(Hands, ValuesAreTypedAsHostsTypeThem) {
     EXPECT_FALSE(face.state().typed.has_value()) << entry.text;
     EXPECT_STREQ(valueText(entry.parameter, target.values[entry.parameter]).data(), entry.shown);
   }
-  EXPECT_EQ(target.begun, 5);
+  EXPECT_EQ(target.begun, 6);
 
   // What is no value stays, marked, until it is mended; Escape and an empty field leave the knob.
   const float before = target.values[kCleanGain];
@@ -232,7 +235,7 @@ TEST_F(Hands, ThePresetMenuListsChoosesAndMarksWhatWasChanged) {
   EXPECT_EQ(face.state().preset, "Init");
   EXPECT_FALSE(face.state().isChanged);
 
-  click(middleOf(place(ControlKind::presetName)));
+  click(middleOf(controlOf(ControlKind::presetName)));
   ASSERT_TRUE(face.state().menu.has_value());
   face.type(U'f');
   face.key(Key::enter, false);
@@ -245,14 +248,14 @@ TEST_F(Hands, ThePresetMenuListsChoosesAndMarksWhatWasChanged) {
   face.update(0.03);
   EXPECT_EQ(face.state().preset, "Funk Cut");
   EXPECT_TRUE(face.state().isChanged);
-  click(middleOf(place(ControlKind::nextPreset)));
+  click(middleOf(controlOf(ControlKind::nextPreset)));
   EXPECT_EQ(face.state().preset, "Pedal Platform");
   EXPECT_FALSE(face.state().isChanged);
-  for (int i = 0; i < 2; ++i) click(middleOf(place(ControlKind::previousPreset)));
+  for (int i = 0; i < 2; ++i) click(middleOf(controlOf(ControlKind::previousPreset)));
   EXPECT_EQ(face.state().preset, "Warm Jazz");
 
   // The last one of a long list, by keys, is in view and wraps to the first.
-  focusOn(place(ControlKind::presetName));
+  focusOn(controlOf(ControlKind::presetName));
   face.key(Key::enter, false);
   face.key(Key::end, false);
   const MenuView end = *face.state().menu;
@@ -265,13 +268,13 @@ TEST_F(Hands, ThePresetMenuListsChoosesAndMarksWhatWasChanged) {
   EXPECT_EQ(presets[factory].name, "Mine 0");
 
   // By the mouse: a row below the heading, and a click beside the list chooses nothing.
-  click(middleOf(place(ControlKind::presetName)));
+  click(middleOf(controlOf(ControlKind::presetName)));
   const Point third = menuRowArea(3).center();
   face.drag(third, false);
   EXPECT_EQ(face.state().menu->selectedRow, 3);
   click(third);
   EXPECT_EQ(face.state().preset, "Warm Jazz");
-  click(middleOf(place(ControlKind::presetName)));
+  click(middleOf(controlOf(ControlKind::presetName)));
   const std::size_t moves = target.moves.size();
   click({10.0F, 300.0F});
   EXPECT_FALSE(face.state().menu.has_value());
@@ -295,7 +298,7 @@ TEST_F(Hands, MetersHoldPeaksAndClipMarksUntilTheyAreCleared) {
   face.update(0.5);
   EXPECT_EQ(face.state().output.lit, 0);
   EXPECT_EQ(face.state().output.text, "-6.0 dBFS");
-  click(middleOf(place(ControlKind::inputMeter)));
+  click(middleOf(controlOf(ControlKind::inputMeter)));
   EXPECT_FALSE(face.state().input.clipped);
   for (int i = 0; i < 400; ++i) face.update(0.03);
   EXPECT_EQ(face.state().output.held, 0);
