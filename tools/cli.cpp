@@ -276,13 +276,14 @@ int plot(const Options& options) {
   return kDone;
 }
 
-// A face without a cabinet has no place for one.
 int face(const Options& options) {
   const double scale = numberWithin("--scale", options.scale, kSmallestScale, kLargestScale);
   HostedValues values =
       withAmplifier(defaultHostedValues(), settingsFrom(options.knobs, defaultValues()));
   applyRig(options.rig, values);
-  drawFace(values, options.knobs.preset, scale, options.output);
+  CabinetChoice cabinet;
+  applyCabinet(options.rig, cabinet);
+  drawFace(values, cabinet, options.knobs.preset, scale, options.output);
   return kDone;
 }
 

@@ -6,6 +6,7 @@
 #include <locale>
 #include <sstream>
 
+#include "tools/face/face_presets.h"
 #include "tools/files/output_file.h"
 #include "tools/files/user_folders.h"
 #include "tools/settings/presets.h"
@@ -19,12 +20,7 @@ constexpr char kZoomFile[] = "face-zoom";
 }  // namespace
 
 std::vector<FacePreset> facePresets() try {
-  std::vector<FacePreset> all = {factoryFacePresets().front()};
-  for (Preset& preset : listPresetFiles().presets) {
-    all.push_back(
-        {std::move(preset.name), std::move(preset.description), preset.values, preset.isFactory});
-  }
-  return all;
+  return facePresetsOf(listPresetFiles().presets);
 } catch (const std::exception&) {
   return factoryFacePresets();
 }

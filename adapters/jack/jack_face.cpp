@@ -3,20 +3,9 @@
 
 #include <poll.h>
 
+#include "tools/face/face_presets.h"
+
 namespace quellard {
-namespace {
-
-// The client's presets behind the default values, which have no place among them.
-std::vector<FacePreset> facePresetsOf(const AmpClient& client) {
-  std::vector<FacePreset> all = {factoryFacePresets().front()};
-  for (const Preset& preset : client.presets()) {
-    all.push_back({preset.name, preset.description, preset.values, preset.isFactory});
-  }
-  return all;
-}
-
-}  // namespace
-
 std::unique_ptr<JackFace> JackFace::open(AmpClient& client) {
   std::unique_ptr<JackFace> face(new JackFace(client));
   if (!face->editor_.open(0, client.name())) return nullptr;
@@ -33,7 +22,7 @@ void JackFace::showPreset() {
   shown_ = client_.lastPreset();
   const int place =
       shown_ != nullptr ? static_cast<int>(shown_ - client_.presets().data()) + 1 : -1;
-  editor_.setPresets(facePresetsOf(client_), place);
+  editor_.setPresets(facePresetsOf(client_.presets()), place);
 }
 
 // A MIDI message may have chosen another preset, and another have changed it since.

@@ -9,6 +9,7 @@
 #include "face/painter.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
+#include "tools/face/face_presets.h"
 #include "tools/files/output_file.h"
 #include "tools/settings/presets.h"
 
@@ -18,26 +19,21 @@ namespace {
 // An amplifier that only has values.
 class StillTarget : public FaceTarget {
  public:
-  explicit StillTarget(const HostedValues& values) : values_(values) {}
+  StillTarget(const HostedValues& values, const CabinetChoice& cabinet) : values_(values) {
+    if (!cabinet.file.empty()) cabinet_ = cabinet.file.stem().string();
+  }
 
   float value(int parameter) const override { return values_[parameter]; }
   void beginMove(int) override {}
   void move(int, float) override {}
   void endMove(int) override {}
   FaceLevels levels() override { return {}; }
+  std::optional<std::string> cabinet() const override { return cabinet_; }
 
  private:
   HostedValues values_;
+  std::optional<std::string> cabinet_;
 };
-
-std::vector<FacePreset> allPresets() {
-  std::vector<FacePreset> all = {factoryFacePresets().front()};
-  for (Preset& preset : listPresetFiles().presets) {
-    all.push_back(
-        {std::move(preset.name), std::move(preset.description), preset.values, preset.isFactory});
-  }
-  return all;
-}
 
 int placeOf(const std::string& name, const std::vector<FacePreset>& presets) {
   const auto at = std::find_if(presets.begin(), presets.end(), [&](const FacePreset& preset) {
@@ -73,13 +69,13 @@ void writePng(const Picture& picture, const std::filesystem::path& path) {
 
 }  // namespace
 
-void drawFace(const HostedValues& values, const std::string& preset, double scale,
-              const std::filesystem::path& picture) {
+void drawFace(const HostedValues& values, const CabinetChoice& cabinet, const std::string& preset,
+              double scale, const std::filesystem::path& picture) {
   if (lowered(picture.extension().string()) != ".png") {
     throw UsageError("the picture's name must end in .png: " + picture.string());
   }
-  StillTarget target(values);
-  std::vector<FacePreset> presets = allPresets();
+  StillTarget target(values, cabinet);
+  std::vector<FacePreset> presets = facePresetsOf(listPresetFiles().presets);
   const int chosen = preset.empty() ? -1 : placeOf(preset, presets);
   Face face(target, {});
   face.setPresets(std::move(presets), chosen);
