@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "face/face.h"
@@ -18,6 +19,11 @@ struct KeyPress {
 
 class Keyboard {
  public:
+  Keyboard() = default;
+  // A layout as the protocol has it: for each key, from `first` on, this many symbols.
+  Keyboard(int first, std::size_t columns, std::vector<xcb_keysym_t> symbols)
+      : first_(first), columns_(columns), symbols_(std::move(symbols)) {}
+
   // Asks the server for the layout; without an answer no key has a meaning.
   void read(const Xcb& xcb, xcb_connection_t* connection);
 
