@@ -149,7 +149,7 @@ void Face::release(Point at) {
   const int control = drag_->control;
   const bool isClick = !drag_->hasMoved;
   endDrag();
-  if (isClick && controlNumber(control).value.contains(at)) beginTyping(control, "");
+  if (isClick && controlNumber(control).value.contains(at)) beginTyping(control);
   state_.hover = controlAt(at);
 }
 
@@ -236,7 +236,7 @@ bool Face::keyOnKnob(int control, Key key, bool isFine) {
     case Key::end: setOnce(parameter, 1.0F); break;
     case Key::backspace:
     case Key::remove: setOnce(parameter, defaultHostedValues()[parameter]); break;
-    case Key::enter: beginTyping(control, ""); break;
+    case Key::enter: beginTyping(control); break;
     default: return false;
   }
   return true;
@@ -259,8 +259,7 @@ bool Face::type(char32_t character) {
   if (state_.menu.has_value()) return typeInMenu(*state_.menu, character);
   if (state_.typed.has_value()) return typeInField(*state_.typed, character);
   if (isKnobControl(focus_) && startsNumber(character)) {
-    beginTyping(focus_, "");
-    return typeInField(*state_.typed, character);
+    return typeInField(beginTyping(focus_), character);
   }
   // Only where the focus is seen: elsewhere the space bar is the host's.
   return character == U' ' && state_.focus >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
@@ -293,11 +292,11 @@ bool Face::typeInField(TextField& field, char32_t character) {
   return true;
 }
 
-void Face::beginTyping(int control, std::string text) {
+TextField& Face::beginTyping(int control) {
   endDrag();
   focus_ = control;
   state_.focus = control;
-  state_.typed = TextField{control, std::move(text)};
+  return state_.typed.emplace(TextField{.control = control});
 }
 
 bool Face::keyInField(TextField& field, Key key) {

@@ -111,7 +111,7 @@ class Face {
   bool typeInMenu(MenuView& menu, char32_t character);
   bool typeInField(TextField& field, char32_t character);
   void moveFocus(int by);
-  void beginTyping(int control, std::string text);
+  TextField& beginTyping(int control);
   void enterTyped(TextField& field);
 
   void openMenu();
