@@ -117,12 +117,12 @@ Vst3View::~Vst3View() {
   setFrame(nullptr);
 }
 
-v3_result Vst3View::query(void* face, const v3_tuid interface, void** object) {
-  if (interface == nullptr || object == nullptr) return V3_INVALID_ARG;
-  Vst3View& self = of(face);
+v3_result Vst3View::query(void* interface, const v3_tuid iid, void** object) {
+  if (iid == nullptr || object == nullptr) return V3_INVALID_ARG;
+  Vst3View& self = of(interface);
   struct Offer {
-    const std::uint8_t* interface;
-    Face* face;
+    const std::uint8_t* iid;
+    Interface* interface;
   };
   const std::array offers = {
       Offer{v3_funknown_iid, &self.view_},
@@ -132,20 +132,20 @@ v3_result Vst3View::query(void* face, const v3_tuid interface, void** object) {
       Offer{v3_timer_handler_iid, &self.timer_},
   };
   for (const Offer& offer : offers) {
-    if (!v3_tuid_match(interface, offer.interface)) continue;
-    ref(face);
-    *object = offer.face;
+    if (!v3_tuid_match(iid, offer.iid)) continue;
+    ref(interface);
+    *object = offer.interface;
     return V3_OK;
   }
   *object = nullptr;
   return V3_NO_INTERFACE;
 }
 
-std::uint32_t Vst3View::ref(void* face) { return ++of(face).references_; }
+std::uint32_t Vst3View::ref(void* interface) { return ++of(interface).references_; }
 
 // The plug-in outlives its view's last moment, in which a hand may let go of a knob.
-std::uint32_t Vst3View::unref(void* face) {
-  Vst3View& self = of(face);
+std::uint32_t Vst3View::unref(void* interface) {
+  Vst3View& self = of(interface);
   const std::uint32_t left = --self.references_;
   if (left > 0) return left;
   Vst3Plugin& plugin = self.plugin_;

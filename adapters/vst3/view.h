@@ -40,10 +40,10 @@ class Vst3View {
   Vst3View& operator=(const Vst3View&) = delete;
   ~Vst3View();
 
-  static Vst3View& of(void* face) { return *static_cast<Face*>(face)->view; }
-  static v3_result query(void* face, const v3_tuid interface, void** object);
-  static std::uint32_t ref(void* face);
-  static std::uint32_t unref(void* face);
+  static Vst3View& of(void* interface) { return *static_cast<Interface*>(interface)->view; }
+  static v3_result query(void* interface, const v3_tuid iid, void** object);
+  static std::uint32_t ref(void* interface);
+  static std::uint32_t unref(void* interface);
 
   Editor& editor() { return editor_; }
   v3_result attach(std::uintptr_t parent);
@@ -54,8 +54,8 @@ class Vst3View {
   void tick();
 
  private:
-  // One of the view's interfaces, as Vst3Face is one of the plug-in's.
-  struct Face {
+  // One of the view's interfaces, as Vst3Interface is one of the plug-in's.
+  struct Interface {
     const void* functions;
     Vst3View* view;
   };
@@ -69,10 +69,10 @@ class Vst3View {
   v3_timer_handler** timerHandler();
 
   Vst3Plugin& plugin_;
-  Face view_;
-  Face scale_;
-  Face events_;
-  Face timer_;
+  Interface view_;
+  Interface scale_;
+  Interface events_;
+  Interface timer_;
   std::uint32_t references_ = 1;
   v3_plugin_frame** frame_ = nullptr;
   v3_run_loop** loop_ = nullptr;  // while it calls this view

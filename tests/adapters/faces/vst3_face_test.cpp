@@ -24,9 +24,9 @@ struct Counted {
   ~Counted() { EXPECT_EQ(references, 1); }
   Counted(const Counted&) = delete;
   Counted& operator=(const Counted&) = delete;
-  template <typename Face = Functions>
-  Face** face() {
-    return static_cast<Face**>(static_cast<void*>(this));
+  template <typename Interface = Functions>
+  Interface** interface() {
+    return static_cast<Interface**>(static_cast<void*>(this));
   }
   static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
   static std::uint32_t ref(void* self) {
@@ -135,7 +135,7 @@ class Vst3Face : public FaceFormats {
     void* object = nullptr;
     Vst3Plugin::create(HostedAmp::kMono, v3_edit_controller_iid, &object);
     controller = static_cast<v3_edit_controller**>(object);
-    c().set_component_handler(controller, handler.face());
+    c().set_component_handler(controller, handler.interface());
   }
   ~Vst3Face() override { EXPECT_EQ(release(controller), 0U); }
 
@@ -150,7 +150,7 @@ class Vst3Face : public FaceFormats {
   v3_plugin_view** create() const { return c().create_view(controller, "editor"); }
   v3_plugin_view** opened() {
     v3_plugin_view** view = create();
-    v3_cpp_obj(view)->set_frame(view, frame.face());
+    v3_cpp_obj(view)->set_frame(view, frame.interface());
     EXPECT_EQ(attach(view), V3_OK);
     return view;
   }
@@ -189,7 +189,7 @@ TEST_F(Vst3Face, SizesHoldTheScale) {
     EXPECT_EQ(setScale(view, scale), V3_OK);
     const PixelSize wanted = {static_cast<int>(960.0F * scale), static_cast<int>(600.0F * scale)};
     EXPECT_EQ(sizeOf(view), wanted);
-    v3_cpp_obj(view)->set_frame(view, frame.face());
+    v3_cpp_obj(view)->set_frame(view, frame.interface());
     ASSERT_EQ(attach(view), V3_OK);
     EXPECT_EQ(window().size(), wanted);
     for (const float wrong : {0.0F, -1.0F, NAN, HUGE_VALF}) EXPECT_NE(setScale(view, wrong), V3_OK);
@@ -248,7 +248,7 @@ TEST_F(Vst3Face, MovesReachTheHandler) {
   Application ardour;
   for (const bool isArdour : {false, true}) {
     auto& plugin = Vst3Plugin::of(controller);
-    if (isArdour) Vst3Plugin::initialize(controller, ardour.face<v3_funknown>());
+    if (isArdour) Vst3Plugin::initialize(controller, ardour.interface<v3_funknown>());
     v3_plugin_view** view = opened();
     for (const bool isActive : {false, true}) {
       plugin.active = isActive;
@@ -292,7 +292,7 @@ TEST_F(Vst3Face, MeasuresWhileAnyIsOpen) {
   RunLoop otherLoop;
   Frame otherFrame(&otherLoop);
   v3_plugin_view** second = create();
-  v3_cpp_obj(second)->set_frame(second, otherFrame.face());
+  v3_cpp_obj(second)->set_frame(second, otherFrame.interface());
   EXPECT_EQ(attach(second), V3_OK);
   close(first);
   EXPECT_EQ(peakNow(), 0.5F);
@@ -312,9 +312,9 @@ TEST_F(Vst3Face, InvalidCallsAreRefused) {
   }
   EXPECT_NE(attach(view), V3_OK) << "no frame";
   Frame without(nullptr);
-  v.set_frame(view, without.face());
+  v.set_frame(view, without.interface());
   EXPECT_NE(attach(view), V3_OK) << "no run loop";
-  v.set_frame(view, frame.face());
+  v.set_frame(view, frame.interface());
   loop.takesTimers = false;
   EXPECT_NE(attach(view), V3_OK) << "no timer";
   loop.takesTimers = true;
