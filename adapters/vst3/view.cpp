@@ -30,16 +30,35 @@ bool isUsable(const v3_view_rect* rect) {
   return rect->right > rect->left && rect->bottom > rect->top;
 }
 
-v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
-
-v3_result attached(void* self, void* parent, const char* platform) try {
-  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
-  return Vst3View::of(self).attach(reinterpret_cast<std::uintptr_t>(parent));
+// Calls call(view) with a reference to it, since the host may release the view meanwhile: a view
+// asks the host for another size and tells it of moves. Hosts may be written in C, so no exception
+// may leave it.
+template <typename Call>
+v3_result withView(void* interface, const Call& call) try {
+  struct Reference {
+    void* interface;
+    explicit Reference(void* kept) : interface(kept) { Vst3View::ref(kept); }
+    ~Reference() { Vst3View::unref(interface); }
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+  };
+  const Reference reference(interface);
+  return call(Vst3View::of(interface));
 } catch (...) {
   return V3_NOMEM;
 }
 
-v3_result removed(void* self) { return Vst3View::of(self).remove(), V3_OK; }
+v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
+
+v3_result attached(void* self, void* parent, const char* platform) {
+  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
+  return withView(
+      self, [&](Vst3View& view) { return view.attach(reinterpret_cast<std::uintptr_t>(parent)); });
+}
+
+v3_result removed(void* self) {
+  return withView(self, [](Vst3View& view) { return view.remove(), V3_OK; });
+}
 
 // Wheel and keys reach the window itself.
 v3_result onWheel(void*, float) { return V3_FALSE; }
@@ -48,35 +67,40 @@ v3_result onFocus(void*, v3_bool) { return V3_OK; }
 
 v3_result getSize(void* self, v3_view_rect* rect) {
   if (rect == nullptr) return V3_INVALID_ARG;
-  *rect = rectOf(Vst3View::of(self).editor().size());
-  return V3_OK;
+  return withView(self,
+                  [&](Vst3View& view) { return *rect = rectOf(view.editor().size()), V3_OK; });
 }
 
 v3_result onSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  Vst3View::of(self).editor().setSize(sizeOf(*rect));
-  return V3_OK;
+  return withView(self,
+                  [&](Vst3View& view) { return view.editor().setSize(sizeOf(*rect)), V3_OK; });
 }
 
 v3_result setFrame(void* self, v3_plugin_frame** frame) {
-  Vst3View::of(self).setFrame(frame);
-  return V3_OK;
+  return withView(self, [&](Vst3View& view) { return view.setFrame(frame), V3_OK; });
 }
 
 v3_result canResize(void*) { return V3_TRUE; }
 
 v3_result checkSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  *rect = rectOf(Vst3View::of(self).editor().fit(sizeOf(*rect)), rect->left, rect->top);
-  return V3_TRUE;
+  return withView(self, [&](Vst3View& view) {
+    *rect = rectOf(view.editor().fit(sizeOf(*rect)), rect->left, rect->top);
+    return V3_TRUE;
+  });
 }
 
 v3_result setScale(void* self, float factor) {
-  return Vst3View::of(self).setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+  return withView(self, [&](Vst3View& view) {
+    return view.setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+  });
 }
 
-void onReadable(void* self, int /*descriptor*/) { Vst3View::of(self).tick(); }
-void onTimer(void* self) { Vst3View::of(self).tick(); }
+void onTimer(void* self) {
+  withView(self, [](Vst3View& view) { return view.tick(), V3_OK; });
+}
+void onReadable(void* self, int /*descriptor*/) { onTimer(self); }
 
 constexpr v3_funknown kUnknown = {
     .query_interface = Vst3View::query,
@@ -143,12 +167,15 @@ v3_result Vst3View::query(void* interface, const v3_tuid iid, void** object) {
 
 std::uint32_t Vst3View::ref(void* interface) { return ++of(interface).references_; }
 
-// The plug-in outlives its view's last moment, in which a hand may let go of a knob.
+// While the view ends, a knob that is held is let go of, which needs the plug-in, and the host's
+// loop may take references to the view and release them again. They are counted from 1, so that
+// none of those releases is another last one.
 std::uint32_t Vst3View::unref(void* interface) {
   Vst3View& self = of(interface);
   const std::uint32_t left = --self.references_;
   if (left > 0) return left;
   Vst3Plugin& plugin = self.plugin_;
+  self.references_ = 1;
   { const std::unique_ptr<Vst3View> last(&self); }
   plugin.letGo();
   return 0;
@@ -200,7 +227,7 @@ bool Vst3View::startLoop() {
     v3_cpp_obj_unref(loop);
     return false;
   }
-  // Without it, what the window has to say waits for the timer.
+  // A loop may refuse it: the timer then reads the window's events too, up to 33 ms later.
   offered.register_event_handler(loop, eventHandler(), editor_.fileDescriptor());
   loop_ = loop;
   plugin_.countWindows(1);

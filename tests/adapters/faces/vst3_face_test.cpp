@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 // VST3's view, in a host with a run loop that counts what it holds.
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <travesty/host.h>
 #include <travesty/view.h>
@@ -42,31 +43,36 @@ struct RunLoop final : Counted<v3_run_loop> {
   v3_timer_handler** timer = nullptr;
   int descriptor = 0;
   bool takesTimers = true;
+  bool keepsReferences = true;  // to the handlers, while they are registered
   RunLoop() : Counted(kTable) {}
   ~RunLoop() { EXPECT_TRUE(events == nullptr && timer == nullptr) << "still registered"; }
 
   static RunLoop& of(void* self) { return *static_cast<RunLoop*>(self); }
   static v3_result addEvents(void* self, v3_event_handler** handler, int descriptor) {
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).events = handler;
     of(self).descriptor = descriptor;
     return V3_OK;
   }
   static v3_result removeEvents(void* self, v3_event_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).events, nullptr), handler);
-    v3_cpp_obj_unref(handler);
-    return V3_OK;
+    return of(self).letGo(handler);
   }
   static v3_result addTimer(void* self, v3_timer_handler** handler, std::uint64_t period_ms) {
     EXPECT_EQ(period_ms, 33U);
     if (!of(self).takesTimers) return V3_INTERNAL_ERR;
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).timer = handler;
     return V3_OK;
   }
   static v3_result removeTimer(void* self, v3_timer_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).timer, nullptr), handler);
-    v3_cpp_obj_unref(handler);
+    return of(self).letGo(handler);
+  }
+  template <typename Interface>
+  v3_result letGo(Interface** handler) const {
+    if (!keepsReferences) v3_cpp_obj_ref(handler);  // for a moment
+    EXPECT_GT(v3_cpp_obj_unref(handler), 0U) << "the one who removes it still needs it";
     return V3_OK;
   }
   static constexpr Table kTable = {{query, ref, unref},
@@ -76,7 +82,9 @@ struct RunLoop final : Counted<v3_run_loop> {
 struct Frame final : Counted<v3_plugin_frame> {
   RunLoop* loop;
   bool agrees = true;
+  bool hasMemory = true;
   v3_view_rect asked{};
+  std::function<void()> whileAsked = [] {};
   explicit Frame(RunLoop* offered) : Counted(kTable), loop(offered) {}
 
   static v3_result find(void* self, const v3_tuid id, void** object) {
@@ -89,6 +97,8 @@ struct Frame final : Counted<v3_plugin_frame> {
   static v3_result resize(void* self, v3_plugin_view** view, v3_view_rect* rect) {
     auto& frame = *static_cast<Frame*>(self);
     frame.asked = *rect;
+    frame.whileAsked();
+    if (!frame.hasMemory) throw std::bad_alloc();
     if (!frame.agrees) return V3_FALSE;
     return v3_cpp_obj(view)->on_size(view, rect);
   }
@@ -240,6 +250,31 @@ TEST_F(Vst3Face, EndsInAnyOrder) {
   EXPECT_EQ(handler.references, 2);
   close(view);
   EXPECT_EQ(handler.told, "begin 5 value 5 end 5 ");
+}
+
+// A loop may hold no reference, or only while it removes what it was given, and the host may
+// release the view while the view is calling it.
+TEST_F(Vst3Face, LivesAsLongAsItIsCalled) {
+  loop.keepsReferences = false;
+  v3_plugin_view** view = opened();
+  EXPECT_EQ(v3_cpp_obj_unref(view), 0U) << "without having been removed";
+  view = opened();
+  window().dragged = {1200, 750};
+  frame.agrees = false;
+  frame.whileAsked = [&] { EXPECT_EQ(v3_cpp_obj_unref(view), 1U) << "the call's own"; };
+  tick();
+  EXPECT_TRUE(fakeScreen().windows.empty() && loop.timer == nullptr);
+}
+
+TEST_F(Vst3Face, NoExceptionReachesTheHost) {
+  v3_plugin_view** view = opened();
+  frame.hasMemory = false;
+  window().dragged = {1200, 750};
+  EXPECT_NO_THROW(tick());
+  EXPECT_NO_THROW(EXPECT_NE(setScale(view, 2.0F), V3_OK));
+  window().dragged = {1200, 750};
+  EXPECT_NO_THROW(v3_cpp_obj(loop.events)->on_fd_is_set(loop.events, loop.descriptor));
+  close(view);
 }
 
 // The handler hears begin, value and end, and what is shown follows at once. What plays follows
