@@ -73,7 +73,7 @@ bool create(const clap_plugin_t* plugin, const char* api, bool isFloating) try {
 void destroy(const clap_plugin_t* plugin) { ClapPlugin::of(plugin).gui.reset(); }
 
 bool setScale(const clap_plugin_t* plugin, double scale) {
-  return withGui(plugin, [&](ClapGui& gui) { return gui.setScale(scale); });
+  return withGui(plugin, [&](ClapGui& gui) { return gui.editor().setScale(scale); });
 }
 
 bool getSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {
@@ -216,14 +216,6 @@ bool ClapGui::askForSize(PixelSize size) const {
   return hostGui_ != nullptr && hostGui_->request_resize != nullptr &&
          hostGui_->request_resize(plugin_.host, static_cast<std::uint32_t>(size.width),
                                   static_cast<std::uint32_t>(size.height));
-}
-
-bool ClapGui::setScale(double scale) {
-  const PixelSize before = editor_.size();
-  if (!editor_.setScale(scale)) return false;
-  const PixelSize now = editor_.size();
-  if (editor_.isOpen() && !isFloating_ && !(now == before)) askForSize(now);
-  return true;
 }
 
 bool ClapGui::open(std::uintptr_t parent) {

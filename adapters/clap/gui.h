@@ -41,7 +41,6 @@ class ClapGui {
 
   bool isFloating() const { return isFloating_; }
   Editor& editor() { return editor_; }
-  bool setScale(double scale);
   bool open(std::uintptr_t parent);  // 0: beside the host's window
   bool show();
   bool hide();

@@ -30,7 +30,7 @@ double Editor::scale() const { return hostScale_ > 0.0 ? hostScale_ : desktopSca
 bool Editor::setScale(double scale) {
   if (!(scale >= 0.25 && scale <= 8.0)) return false;
   hostScale_ = scale;
-  if (window_) window_->resize(sizeAt(zoom_ * scale));
+  sizeIsWanted(sizeAt(zoom_ * scale));
   return true;
 }
 

@@ -93,7 +93,7 @@ v3_result checkSize(void* self, v3_view_rect* rect) {
 
 v3_result setScale(void* self, float factor) {
   return withView(self, [&](Vst3View& view) {
-    return view.setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+    return view.editor().setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
   });
 }
 
@@ -201,14 +201,6 @@ void Vst3View::setFrame(v3_plugin_frame** frame) {
   if (frame != nullptr) v3_cpp_obj_ref(frame);
   if (frame_ != nullptr) v3_cpp_obj_unref(frame_);
   frame_ = frame;
-}
-
-bool Vst3View::setScale(double scale) {
-  const PixelSize before = editor_.size();
-  if (!editor_.setScale(scale)) return false;
-  const PixelSize now = editor_.size();
-  if (editor_.isOpen() && !(now == before)) askForSize(now);
-  return true;
 }
 
 // After the window is gone, the host's loop must not wait for its connection.

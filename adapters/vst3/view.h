@@ -49,7 +49,6 @@ class Vst3View {
   v3_result attach(std::uintptr_t parent);
   void remove();
   void setFrame(v3_plugin_frame** frame);
-  bool setScale(double scale);
   // Called by the run loop.
   void tick();
 

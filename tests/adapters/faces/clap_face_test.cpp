@@ -213,8 +213,12 @@ TEST_F(ClapFace, TheHostIsAskedForOtherSizes) {
   host.gui->destroy(host.plugin);
   ASSERT_TRUE(host.open());
   EXPECT_EQ(window().size(), (PixelSize{640, 400})) << "remembered";
-  EXPECT_TRUE(host.gui->set_scale(host.plugin, 1.5));
-  EXPECT_EQ(host.asked.back(), (PixelSize{960, 600})) << "also while it is open";
+  for (const bool agrees : {false, true}) {
+    host.agrees = agrees;
+    EXPECT_TRUE(host.gui->set_scale(host.plugin, 1.5));
+    EXPECT_EQ(host.asked.back(), (PixelSize{960, 600})) << "also while it is open";
+    EXPECT_EQ(window().size(), agrees ? (PixelSize{960, 600}) : (PixelSize{640, 400}));
+  }
 }
 
 // The window lives while the host's timer calls it, and levels are measured as long.

@@ -221,9 +221,12 @@ TEST_F(Vst3Face, TheFrameIsAskedForOtherSizes) {
     EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1200, 750));
     EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
   }
-  EXPECT_EQ(setScale(view, 1.5F), V3_OK) << "the window is moved to another screen";
-  EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
-  EXPECT_EQ(sizeOf(view), (PixelSize{1800, 1125}));
+  for (const bool agrees : {false, true}) {
+    frame.agrees = agrees;
+    EXPECT_EQ(setScale(view, 1.5F), V3_OK) << "the window is moved to another screen";
+    EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
+    EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1800, 1125}) : (PixelSize{1200, 750}));
+  }
   close(view);
 }
 
@@ -274,6 +277,7 @@ TEST_F(Vst3Face, NoExceptionReachesTheHost) {
   EXPECT_NO_THROW(EXPECT_NE(setScale(view, 2.0F), V3_OK));
   window().dragged = {1200, 750};
   EXPECT_NO_THROW(v3_cpp_obj(loop.events)->on_fd_is_set(loop.events, loop.descriptor));
+  EXPECT_EQ(sizeOf(view), (PixelSize{960, 600}));
   close(view);
 }
 
