@@ -59,7 +59,7 @@ bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloatin
   return isSupported(plugin, *api, *isFloating);
 }
 
-// Of a host that forgot to destroy the last window, that one is closed.
+// A window that the host has not destroyed is closed first.
 bool create(const clap_plugin_t* plugin, const char* api, bool isFloating) try {
   if (!isSupported(plugin, api, isFloating)) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
