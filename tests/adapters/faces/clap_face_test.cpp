@@ -250,6 +250,22 @@ TEST_F(ClapFace, ItsTimerRunsWhileItIsShown) {
   EXPECT_FALSE(host.gui->show(host.plugin)) << "its parent is gone";
 }
 
+TEST_F(ClapFace, ANewWindowShowsNoOldPeak) {
+  ClapHost host;
+  ASSERT_TRUE(host.plugin->activate(host.plugin, 48000.0, 1, 64));
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(host.open());
+    const auto shown = [&] {
+      window().face.update(0.03);
+      return window().face.state().input.text;
+    };
+    EXPECT_EQ(shown(), "");
+    host.played();
+    EXPECT_EQ(shown(), "-6.0 dBFS");
+    host.gui->destroy(host.plugin);
+  }
+}
+
 TEST_F(ClapFace, FloatsBesideTheHost) {
   ClapHost host;
   const clap_window_t above = {CLAP_WINDOW_API_X11, {.x11 = 9}};
