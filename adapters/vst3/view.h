@@ -12,6 +12,7 @@
 
 #include "adapters/editor/editor.h"
 #include "adapters/shared/amp_target.h"
+#include "adapters/shared/program_list.h"
 
 namespace quellard {
 
@@ -24,6 +25,10 @@ class Vst3Target final : public AmpTarget {
   void beginMove(int parameter) override { plugin_.beginMove(idOf(parameter)); }
   void move(int parameter, float value) override { plugin_.moveByHand(idOf(parameter), value); }
   void endMove(int parameter) override { plugin_.endMove(idOf(parameter)); }
+  // The user's own presets, behind the programs, are none.
+  void presetChosen(int preset) override {
+    if (isListedProgram(preset)) plugin_.chooseByHand(preset);
+  }
 
  private:
   static v3_param_id idOf(int parameter) { return static_cast<v3_param_id>(parameter); }

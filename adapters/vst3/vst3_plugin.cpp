@@ -123,6 +123,17 @@ void Vst3Plugin::endMove(v3_param_id id) {
   if (handler_ != nullptr) v3_cpp_obj(handler_)->end_edit(handler_, id);
 }
 
+void Vst3Plugin::chooseByHand(int program) {
+  const double normalised = normalisedFromPlain(kVst3Program, program);
+  const float value = keptValue(kVst3Program, normalised);
+  if (shown_[kVst3Program].exchange(value) == value) return;
+  playedProgram_ = program;
+  if (handler_ == nullptr) return;
+  beginMove(kVst3Program);
+  v3_cpp_obj(handler_)->perform_edit(handler_, kVst3Program, normalised);
+  endMove(kVst3Program);
+}
+
 void Vst3Plugin::countWindows(int more) {
   windows_ += more;
   amp.measureLevels(windows_ > 0);

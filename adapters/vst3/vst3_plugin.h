@@ -82,6 +82,10 @@ class Vst3Plugin {
   void beginMove(v3_param_id id);
   void moveByHand(v3_param_id id, float value);
   void endMove(v3_param_id id);
+  // The program whose values a hand has just moved to: shows and reports it as a move. The host
+  // brings it to the processor behind those moves, where it must not set the knobs again.
+  // program: 0..kNumListedPrograms-1. [main thread]
+  void chooseByHand(int program);
   // How many windows are open; while there are any, the amplifier measures its levels. [main
   // thread]
   void countWindows(int more);

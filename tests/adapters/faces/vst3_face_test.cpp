@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: ISC
 // VST3's view, in a host with a run loop that counts what it holds.
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <travesty/host.h>
 #include <travesty/view.h>
 
 #include "adapters/vst3/vst3_plugin.h"
+#include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
 
 namespace quellard::test {
@@ -138,6 +142,21 @@ struct Application final : Counted<v3_host_application> {
   }
   static constexpr Table kTable = {{find, ref, unref}, {name, nullptr}};
 };
+
+// Steps through the face's list by its arrows: "Init", the factory bank, the user's own.
+void pressArrow(const FakeWindow& window, bool isNext) {
+  static double time_s = 0.0;
+  const float x = isNext ? kPresetBox.x + kPresetBox.width - 8.0F : kPresetBox.x + 8.0F;
+  window.face.press({x, kPresetBox.y + 8.0F}, MouseButton::left, false, time_s += 10.0);
+}
+
+// One preset of the user's own, the last of the face's list.
+void writeOwnPreset() {
+  const std::filesystem::path folder =
+      std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "quellard" / "presets";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "Own.txt") << "modern.gain = 9\n";
+}
 
 class Vst3Face : public FaceFormats {
  protected:
@@ -314,6 +333,41 @@ TEST_F(Vst3Face, MovesReachTheHandler) {
   Vst3Plugin::of(controller).active = true;
   window().turn(17);
   EXPECT_NEAR(amp().value(17), 0.27, 1e-6) << "nobody else would play it";
+  close(view);
+}
+
+// The host's program follows the face, and chooses from there.
+TEST_F(Vst3Face, APresetIsTheHostsProgram) {
+  writeOwnPreset();
+  auto& plugin = Vst3Plugin::of(controller);
+  v3_plugin_view** view = opened();
+  const auto programNow = [&] { return c().get_parameter_normalised(controller, kVst3Program); };
+  pressArrow(window(), true);
+  EXPECT_EQ(programNow(), 1.0F / 12.0F);
+  EXPECT_EQ(handler.value, c().plain_parameter_to_normalised(controller, kVst3Program, 1.0));
+  EXPECT_TRUE(handler.told.ends_with("begin 0 value 0 end 0 ")) << handler.told;
+  EXPECT_EQ(amp().values(), presetValues(kFactoryBank[0]));
+  window().turn(5);
+  const float turned = amp().value(5);
+  plugin.moveInBlock(kVst3Program, 1.0 / 12.0);
+  c().set_parameter_normalised(controller, kVst3Program, 1.0 / 12.0);
+  EXPECT_EQ(std::pair(amp().value(5), plugin.shown(5)), std::pair(turned, turned))
+      << "the host brings it";
+  c().set_parameter_normalised(controller, kVst3Program, 0.0);
+  EXPECT_EQ(amp().values(), defaultValues()) << "the host chooses another";
+  EXPECT_EQ(programNow(), 0.0);
+
+  handler.told.clear();
+  close(view);
+  view = opened();
+  pressArrow(window(), false);
+  EXPECT_EQ(amp().value(18), 0.9F);
+  EXPECT_EQ(handler.told, "begin 18 value 18 end 18 ") << "no program of the host's";
+  EXPECT_EQ(programNow(), 0.0);
+  c().set_component_handler(controller, nullptr);
+  pressArrow(window(), true);
+  pressArrow(window(), true);
+  EXPECT_EQ(programNow(), 1.0F / 12.0F) << "without a handler";
   close(view);
 }
 
