@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "adapters/shared/program_list.h"
 #include "adapters/vst2/identity.h"
 
 namespace quellard {
@@ -29,8 +30,19 @@ void Vst2Target::tell(std::int32_t opcode, int parameter, float value) {
   if (number.has_value()) host_(&record_, opcode, *number, 0, nullptr, value);
 }
 
-Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title)
-    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host) {}
+// The user's own presets, behind the programs, are none.
+void Vst2Target::presetChosen(int preset) {
+  if (!isListedProgram(preset)) return;
+  program_.store(preset, std::memory_order_relaxed);
+  updateHost();
+}
+
+// The host reads again what the plug-in shows: its program, its values.
+void Vst2Target::updateHost() { host_(&record_, audioMasterUpdateDisplay, 0, 0, nullptr, 0.0F); }
+
+Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,
+                       std::atomic<std::int32_t>& program, const char* title)
+    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host, program) {}
 
 std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
   switch (opcode) {
