@@ -23,7 +23,11 @@ void Vst2Target::move(int parameter, float value) {
   tell(audioMasterAutomate, parameter, value);
 }
 
-void Vst2Target::endMove(int parameter) { tell(audioMasterEndEdit, parameter, 0.0F); }
+// The bypass has no number, but the chunk holds it: the host learns that the chunk has changed.
+void Vst2Target::endMove(int parameter) {
+  if (parameter == kBypassParameter) return updateHost();
+  tell(audioMasterEndEdit, parameter, 0.0F);
+}
 
 void Vst2Target::tell(std::int32_t opcode, int parameter, float value) {
   const std::optional<std::int32_t> number = vst2NumberOf(parameter);
@@ -37,7 +41,7 @@ void Vst2Target::presetChosen(int preset) {
   updateHost();
 }
 
-// The host reads again what the plug-in shows: its program, its values.
+// The host reads again what the plug-in shows, and knows that its project has changed.
 void Vst2Target::updateHost() { host_(&record_, audioMasterUpdateDisplay, 0, 0, nullptr, 0.0F); }
 
 Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,

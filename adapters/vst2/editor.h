@@ -31,8 +31,8 @@ static_assert(sizeof(Vst2Rect) == 8);
 
 namespace quellard {
 
-// Moves by hand are heard at once; the host is told by the parameter's number, of which the bypass
-// has none.
+// Moves by hand are heard at once; the host is told by the parameter's number. The bypass has none,
+// so the host is told to look again, as when a program is chosen.
 class Vst2Target final : public AmpTarget {
  public:
   Vst2Target(HostedAmp& amp, AEffect& record, audioMasterCallback host,

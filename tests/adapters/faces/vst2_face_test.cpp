@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "adapters/vst2/vst2_effect.h"
 #include "params/factory_bank.h"
@@ -151,7 +152,7 @@ TEST_F(Vst2Face, APresetIsTheHostsProgram) {
   EXPECT_TRUE(host.told.ends_with("update begin 17 value 17 end 17 ")) << host.told;
 }
 
-// Parameters by this format's numbers. The bypass has none, so it is moved and nothing is told.
+// Parameters by this format's numbers. The bypass has none: the host is told to look again.
 TEST_F(Vst2Face, MovesReachEffectAndHost) {
   Vst2Host host;
   ASSERT_TRUE(host.open());
@@ -162,7 +163,7 @@ TEST_F(Vst2Face, MovesReachEffectAndHost) {
   host.call(effMainsChanged);
   host.told.clear();
   window().pressButton(kBypassParameter);
-  EXPECT_EQ(host.told, "");
+  EXPECT_EQ(std::exchange(host.told, ""), "update ");
   float last = 0.0F;
   for (int i = 0; i < 20; ++i) last = host.played();
   EXPECT_EQ(last, 0.5F) << "bypassed";
