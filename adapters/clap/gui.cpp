@@ -107,7 +107,7 @@ bool adjustSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t
 bool setSize(const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t height) {
   const std::optional<PixelSize> size = sizeOf(width, height);
   if (!size.has_value() || !canResize(plugin)) return false;
-  return withGui(plugin, [&](ClapGui& gui) { return gui.editor().setSize(*size), true; });
+  return withGui(plugin, [&](ClapGui& gui) { return gui.setSize(*size), true; });
 }
 
 bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {

@@ -73,8 +73,7 @@ v3_result getSize(void* self, v3_view_rect* rect) {
 
 v3_result onSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  return withView(self,
-                  [&](Vst3View& view) { return view.editor().setSize(sizeOf(*rect)), V3_OK; });
+  return withView(self, [&](Vst3View& view) { return view.setSize(sizeOf(*rect)), V3_OK; });
 }
 
 v3_result setFrame(void* self, v3_plugin_frame** frame) {

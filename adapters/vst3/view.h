@@ -12,6 +12,7 @@
 
 #include "adapters/editor/editor.h"
 #include "adapters/shared/amp_target.h"
+#include "adapters/shared/host_size.h"
 #include "adapters/shared/program_list.h"
 
 namespace quellard {
@@ -51,6 +52,8 @@ class Vst3View {
   static std::uint32_t unref(void* interface);
 
   Editor& editor() { return editor_; }
+  // The host has chosen this size.
+  void setSize(PixelSize size) { editor_.setSize(limitedToFace(editor_, size)); }
   v3_result attach(std::uintptr_t parent);
   void remove();
   void setFrame(v3_plugin_frame** frame);

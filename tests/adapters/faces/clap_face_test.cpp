@@ -208,8 +208,12 @@ TEST_F(ClapFace, TheHostIsAskedForOtherSizes) {
     EXPECT_EQ(host.asked.back(), (PixelSize{1200, 750}));
     EXPECT_EQ(host.size(), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
   }
-  EXPECT_TRUE(host.gui->set_size(host.plugin, 640, 400));
-  EXPECT_EQ(window().size(), (PixelSize{640, 400}));
+  for (const auto& [wanted, got] :
+       {std::pair{PixelSize{32767, 32767}, PixelSize{3840, 2400}}, {{640, 400}, {640, 400}}}) {
+    EXPECT_TRUE(host.gui->set_size(host.plugin, static_cast<std::uint32_t>(wanted.width),
+                                   static_cast<std::uint32_t>(wanted.height)));
+    EXPECT_EQ(window().size(), got);
+  }
   host.gui->destroy(host.plugin);
   ASSERT_TRUE(host.open());
   EXPECT_EQ(window().size(), (PixelSize{640, 400})) << "remembered";

@@ -246,6 +246,9 @@ TEST_F(Vst3Face, TheFrameIsAskedForOtherSizes) {
     EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
     EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1800, 1125}) : (PixelSize{1200, 750}));
   }
+  v3_view_rect huge = {-32768, -32768, 32768, 32768};
+  EXPECT_EQ(v3_cpp_obj(view)->on_size(view, &huge), V3_OK);
+  EXPECT_EQ(sizeOf(view), (PixelSize{5760, 3600})) << "the largest at this scale";
   close(view);
 }
 
