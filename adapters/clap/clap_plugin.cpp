@@ -46,7 +46,8 @@ const clap_plugin_t* ClapPlugin::create(const clap_host_t* host, const ClapVaria
   return &plugin.release()->plugin_;
 }
 
-ClapPlugin::~ClapPlugin() = default;
+// A window that is still open calls the host, which may call the plug-in: both while it is whole.
+ClapPlugin::~ClapPlugin() { gui.reset(); }
 
 ClapPlugin& ClapPlugin::of(const clap_plugin_t* plugin) {
   return *static_cast<ClapPlugin*>(plugin->plugin_data);

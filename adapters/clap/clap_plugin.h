@@ -39,8 +39,9 @@ class ClapPlugin {
 
   HostedAmp amp;
   HandMoves handMoves;
-  std::unique_ptr<ClapGui> gui;  // between the host's create and destroy
   const clap_host_t* const host;
+  // Between the host's create and destroy. Declared last, since it uses the others to its end.
+  std::unique_ptr<ClapGui> gui;
 
   // The host's part of an extension, null where it has none. [main thread]
   template <typename Table>

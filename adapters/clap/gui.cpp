@@ -59,7 +59,7 @@ bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloatin
   return isSupported(plugin, *api, *isFloating);
 }
 
-// Of a host that forgot to destroy the last window, that one is closed.
+// A window that the host has not destroyed is closed first.
 bool create(const clap_plugin_t* plugin, const char* api, bool isFloating) try {
   if (!isSupported(plugin, api, isFloating)) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
@@ -73,7 +73,7 @@ bool create(const clap_plugin_t* plugin, const char* api, bool isFloating) try {
 void destroy(const clap_plugin_t* plugin) { ClapPlugin::of(plugin).gui.reset(); }
 
 bool setScale(const clap_plugin_t* plugin, double scale) {
-  return withGui(plugin, [&](ClapGui& gui) { return gui.setScale(scale); });
+  return withGui(plugin, [&](ClapGui& gui) { return gui.editor().setScale(scale); });
 }
 
 bool getSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {
@@ -107,7 +107,7 @@ bool adjustSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t
 bool setSize(const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t height) {
   const std::optional<PixelSize> size = sizeOf(width, height);
   if (!size.has_value() || !canResize(plugin)) return false;
-  return withGui(plugin, [&](ClapGui& gui) { return gui.editor().setSize(*size), true; });
+  return withGui(plugin, [&](ClapGui& gui) { return gui.setSize(*size), true; });
 }
 
 bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {
@@ -216,14 +216,6 @@ bool ClapGui::askForSize(PixelSize size) const {
   return hostGui_ != nullptr && hostGui_->request_resize != nullptr &&
          hostGui_->request_resize(plugin_.host, static_cast<std::uint32_t>(size.width),
                                   static_cast<std::uint32_t>(size.height));
-}
-
-bool ClapGui::setScale(double scale) {
-  const PixelSize before = editor_.size();
-  if (!editor_.setScale(scale)) return false;
-  const PixelSize now = editor_.size();
-  if (editor_.isOpen() && !isFloating_ && !(now == before)) askForSize(now);
-  return true;
 }
 
 bool ClapGui::open(std::uintptr_t parent) {

@@ -15,6 +15,7 @@
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/editor/editor.h"
 #include "adapters/shared/amp_target.h"
+#include "adapters/shared/host_size.h"
 
 namespace quellard {
 
@@ -41,7 +42,8 @@ class ClapGui {
 
   bool isFloating() const { return isFloating_; }
   Editor& editor() { return editor_; }
-  bool setScale(double scale);
+  // The host has chosen this size.
+  void setSize(PixelSize size) { editor_.setSize(limitedToFace(editor_, size)); }
   bool open(std::uintptr_t parent);  // 0: beside the host's window
   bool show();
   bool hide();

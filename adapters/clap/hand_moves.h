@@ -45,18 +45,23 @@ class HandMoves {
 
   static constexpr std::uint32_t bitOf(int parameter) { return std::uint32_t{1} << parameter; }
 
-  // Takes the news before the value: a move in between is sent now and once more. A hand that lets
-  // go or grasps in between is not believed before the next time.
+  // The order of the loads keeps begin, value and end in theirs:
+  // 1. held_. Where this acquire sees what end() stored, 2 sees every move() before that end(), so
+  //    that no value comes after Kind::end.
+  // 2. The bit of news_, before the value: one stored in between is sent now and once more. Where
+  //    this acquire sees what a begin() stored, 3 sees the bit in held_ that it stored before.
+  // 3. held_ again, so that a parameter grasped since 1 stays open. Kind::end is sent only where
+  //    both loads find it let go; otherwise the next call sends it.
   template <typename Send>
   bool sendOne(int parameter, const Send& send) {
     const std::uint32_t bit = bitOf(parameter);
-    const std::uint32_t before = held_.load(std::memory_order_acquire);
+    const std::uint32_t heldBefore = held_.load(std::memory_order_acquire);
     const bool hasNews = (news_.fetch_and(~bit, std::memory_order_acquire) & bit) != 0;
     if (hasNews && !sendValue(parameter, send)) {
       news_.fetch_or(bit, kRelaxed);
       return false;
     }
-    const std::uint32_t held = before | held_.load(kRelaxed);
+    const std::uint32_t held = heldBefore | held_.load(kRelaxed);
     if ((open_ & bit & ~held) == 0) return true;
     if (!send(Kind::end, parameter, 0.0F)) return false;
     open_ &= ~bit;

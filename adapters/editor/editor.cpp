@@ -35,7 +35,7 @@ double Editor::scale() const {
 bool Editor::setScale(double scale) {
   if (!(scale >= 0.25 && scale <= 8.0)) return false;
   hostScale_ = scale;
-  if (window_) window_->resize(sizeAt(zoom_ * scale));
+  sizeIsWanted(sizeAt(zoom_ * scale));
   return true;
 }
 

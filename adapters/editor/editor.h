@@ -38,8 +38,9 @@ class Editor : private FaceWindow::Owner {
   // The player has closed a floating window; by then it is hidden.
   void onClose(std::function<void()> closed) { closed_ = std::move(closed); }
 
-  // How much larger than usual the host shows things; without it the desktop's is taken. False, and
-  // nothing changed, for a scale that is not within 0.25..8.
+  // How much larger than usual the host shows things; without it the desktop's is taken. A
+  // window that is open keeps its size where the host does not agree to another. False, and nothing
+  // changed, for a scale that is not within 0.25..8.
   bool setScale(double scale);
 
   // The size for the host's window: the remembered one before the window is opened. Pixels.

@@ -9,14 +9,6 @@
 #include "rig/value_text.h"
 
 namespace quellard {
-namespace {
-
-float decibels(float peak) {
-  const float level = 20.0F * std::log10(peak);  // of 0 it is below every limit
-  return std::clamp(level, kLv2LowestPeak_db, kLv2HighestPeak_db);
-}
-
-}  // namespace
 
 Lv2Plugin::Lv2Plugin(const Lv2Variant& variant, double rate, int maxFrames) : amp_(variant.sides) {
   for (float& seen : seen_) seen = std::numeric_limits<float>::quiet_NaN();
@@ -56,12 +48,20 @@ void Lv2Plugin::readControls() {
   amp_.setBypass(enabled_ != nullptr && *enabled_ <= 0.0F);
 }
 
+float Lv2Plugin::PeakReport::decibels(float peak) {
+  if (peak == peak_) return decibels_;
+  peak_ = peak;
+  const float level = 20.0F * std::log10(peak);  // of 0 it is below every limit
+  decibels_ = std::clamp(level, kLv2LowestPeak_db, kLv2HighestPeak_db);
+  return decibels_;
+}
+
 void Lv2Plugin::writeReports() {
   const auto write = [&](Lv2ReportIndex report, float value) {
     if (reports_[report] != nullptr) *reports_[report] = value;
   };
-  write(kLv2InputPeak, decibels(amp_.inputPeak()));
-  write(kLv2OutputPeak, decibels(amp_.outputPeak()));
+  write(kLv2InputPeak, inputPeak_.decibels(amp_.inputPeak()));
+  write(kLv2OutputPeak, outputPeak_.decibels(amp_.outputPeak()));
   write(kLv2GateOpen, amp_.gateIsOpen() ? 1.0F : 0.0F);
 }
 

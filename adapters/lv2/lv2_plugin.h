@@ -34,6 +34,16 @@ class Lv2Plugin {
   void run(std::uint32_t frames);
 
  private:
+  // In decibels, which cost a logarithm: it is taken only where the peak is another.
+  class PeakReport {
+   public:
+    float decibels(float peak);
+
+   private:
+    float peak_ = 0.0F;
+    float decibels_ = kLv2LowestPeak_db;
+  };
+
   void readControls();
   void writeReports();
 
@@ -44,6 +54,8 @@ class Lv2Plugin {
   std::array<float*, HostedAmp::kStereo> inputs_{};
   std::array<float*, HostedAmp::kStereo> outputs_{};
   std::array<float*, kNumLv2Reports> reports_{};
+  PeakReport inputPeak_;
+  PeakReport outputPeak_;
 };
 
 }  // namespace quellard

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "adapters/shared/host_size.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -79,7 +80,7 @@ bool Lv2Ui::show() {
 
 bool Lv2Ui::setSize(PixelSize size) {
   if (size.width < 1 || size.height < 1) return false;
-  editor_.setSize(size);
+  editor_.setSize(limitedToFace(editor_, size));
   return true;
 }
 

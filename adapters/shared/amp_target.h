@@ -13,11 +13,13 @@ namespace quellard {
 class AmpTarget : public FaceTarget {
  public:
   // amp: outlives the target.
-  explicit AmpTarget(HostedAmp& amp) : amp_(amp) {}
+  explicit AmpTarget(HostedAmp& amp) : amp_(amp), blocks_(amp.measuredBlocks()) {}
 
   float value(int parameter) const override { return amp_.value(parameter); }
 
-  // Silent once the host has played nothing for longer than any block takes.
+  // Silent before the first block since this target was made, whatever peak an earlier window has
+  // left, and once no block has come for kStopped. Blocks of more than that (24000 frames at 48
+  // kHz) are shown as silent towards their ends.
   FaceLevels levels() override {
     const unsigned blocks = amp_.measuredBlocks();
     const Clock::time_point now = Clock::now();
@@ -36,8 +38,8 @@ class AmpTarget : public FaceTarget {
   using Clock = std::chrono::steady_clock;
   static constexpr std::chrono::milliseconds kStopped{500};
 
-  unsigned blocks_ = 0;
-  Clock::time_point playedAt_;  // long ago, at first
+  unsigned blocks_;
+  Clock::time_point playedAt_;  // of the clock's start, at first: longer ago than kStopped
 };
 
 }  // namespace quellard

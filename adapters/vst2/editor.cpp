@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "adapters/shared/program_list.h"
 #include "adapters/vst2/identity.h"
 
 namespace quellard {
@@ -22,15 +23,30 @@ void Vst2Target::move(int parameter, float value) {
   tell(audioMasterAutomate, parameter, value);
 }
 
-void Vst2Target::endMove(int parameter) { tell(audioMasterEndEdit, parameter, 0.0F); }
+// The bypass has no number, but the chunk holds it: the host learns that the chunk has changed.
+void Vst2Target::endMove(int parameter) {
+  if (parameter == kBypassParameter) return updateHost();
+  tell(audioMasterEndEdit, parameter, 0.0F);
+}
 
 void Vst2Target::tell(std::int32_t opcode, int parameter, float value) {
   const std::optional<std::int32_t> number = vst2NumberOf(parameter);
   if (number.has_value()) host_(&record_, opcode, *number, 0, nullptr, value);
 }
 
-Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title)
-    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host) {}
+// The user's own presets, behind the programs, are none.
+void Vst2Target::presetChosen(int preset) {
+  if (!isListedProgram(preset)) return;
+  program_.store(preset, std::memory_order_relaxed);
+  updateHost();
+}
+
+// The host reads again what the plug-in shows, and knows that its project has changed.
+void Vst2Target::updateHost() { host_(&record_, audioMasterUpdateDisplay, 0, 0, nullptr, 0.0F); }
+
+Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,
+                       std::atomic<std::int32_t>& program, const char* title)
+    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host, program) {}
 
 std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
   switch (opcode) {

@@ -3,6 +3,7 @@
 // face there is none. [main thread]
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "shell/vst2.h"
@@ -30,30 +31,35 @@ static_assert(sizeof(Vst2Rect) == 8);
 
 namespace quellard {
 
-// Moves by hand are heard at once; the host is told by the parameter's number, of which the bypass
-// has none.
+// Moves by hand are heard at once; the host is told by the parameter's number. The bypass has none,
+// so the host is told to look again, as when a program is chosen.
 class Vst2Target final : public AmpTarget {
  public:
-  Vst2Target(HostedAmp& amp, AEffect& record, audioMasterCallback host)
-      : AmpTarget(amp), record_(record), host_(host) {}
+  Vst2Target(HostedAmp& amp, AEffect& record, audioMasterCallback host,
+             std::atomic<std::int32_t>& program)
+      : AmpTarget(amp), record_(record), host_(host), program_(program) {}
 
   void beginMove(int parameter) override;
   void move(int parameter, float value) override;
   void endMove(int parameter) override;
+  void presetChosen(int preset) override;
 
  private:
   void tell(std::int32_t opcode, int parameter, float value);
+  void updateHost();
 
   AEffect& record_;
   audioMasterCallback host_;
+  std::atomic<std::int32_t>& program_;
 };
 
 class Vst2Editor {
  public:
   static constexpr std::int32_t kFlags = effFlagsHasEditor;
 
-  // All of them outlive the editor. title: of the plug-in.
-  Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host, const char* title);
+  // All of them outlive the editor. program: the one that the host is shown. title: of the plug-in.
+  Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,
+             std::atomic<std::int32_t>& program, const char* title);
   ~Vst2Editor() { close(); }
   Vst2Editor(const Vst2Editor&) = delete;
   Vst2Editor& operator=(const Vst2Editor&) = delete;
@@ -95,7 +101,7 @@ class Vst2Editor {
   static constexpr std::int32_t kFlags = 0;
 
   Vst2Editor(HostedAmp& /*amp*/, AEffect& /*record*/, audioMasterCallback /*host*/,
-             const char* /*title*/) {}
+             std::atomic<std::int32_t>& /*program*/, const char* /*title*/) {}
   std::intptr_t answer(std::int32_t /*opcode*/, void* /*ptr*/) { return 0; }
 };
 

@@ -49,7 +49,7 @@ AEffect* Vst2Effect::create(audioMasterCallback host, const Vst2Variant& variant
 }
 
 Vst2Effect::Vst2Effect(audioMasterCallback host, const Vst2Variant& variant)
-    : variant_(variant), amp_(variant.sides), editor_(amp_, record_, host, variant.name) {
+    : variant_(variant), amp_(variant.sides), editor_(amp_, record_, host, program_, variant.name) {
   record_.magic = kEffectMagic;
   record_.dispatcher = dispatch;
   // The accumulating call of older interfaces, which VST 2.4 hosts do not make.

@@ -50,6 +50,7 @@ class Vst2Effect {
   const Vst2Variant& variant_;
   HostedAmp amp_;
   AEffect record_{};
+  std::atomic<std::int32_t> program_ = 0;
   Vst2Editor editor_;
   // Atomic, since some hosts announce them while they play. The block length is the published
   // interface's default until a host announces one.
@@ -57,7 +58,6 @@ class Vst2Effect {
   std::atomic<std::int32_t> longestBlock_ = 1024;
   std::int32_t preparedBlock_ = 0;
   bool on_ = false;
-  std::atomic<std::int32_t> program_ = 0;
   StateBytes chunk_;  // the host may read it until it asks for the next chunk
 };
 

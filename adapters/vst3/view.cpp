@@ -30,16 +30,35 @@ bool isUsable(const v3_view_rect* rect) {
   return rect->right > rect->left && rect->bottom > rect->top;
 }
 
-v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
-
-v3_result attached(void* self, void* parent, const char* platform) try {
-  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
-  return Vst3View::of(self).attach(reinterpret_cast<std::uintptr_t>(parent));
+// Calls call(view) with a reference to it, since the host may release the view meanwhile: a view
+// asks the host for another size and tells it of moves. Hosts may be written in C, so no exception
+// may leave it.
+template <typename Call>
+v3_result withView(void* interface, const Call& call) try {
+  struct Reference {
+    void* interface;
+    explicit Reference(void* kept) : interface(kept) { Vst3View::ref(kept); }
+    ~Reference() { Vst3View::unref(interface); }
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+  };
+  const Reference reference(interface);
+  return call(Vst3View::of(interface));
 } catch (...) {
   return V3_NOMEM;
 }
 
-v3_result removed(void* self) { return Vst3View::of(self).remove(), V3_OK; }
+v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
+
+v3_result attached(void* self, void* parent, const char* platform) {
+  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
+  return withView(
+      self, [&](Vst3View& view) { return view.attach(reinterpret_cast<std::uintptr_t>(parent)); });
+}
+
+v3_result removed(void* self) {
+  return withView(self, [](Vst3View& view) { return view.remove(), V3_OK; });
+}
 
 // Wheel and keys reach the window itself.
 v3_result onWheel(void*, float) { return V3_FALSE; }
@@ -48,35 +67,39 @@ v3_result onFocus(void*, v3_bool) { return V3_OK; }
 
 v3_result getSize(void* self, v3_view_rect* rect) {
   if (rect == nullptr) return V3_INVALID_ARG;
-  *rect = rectOf(Vst3View::of(self).editor().size());
-  return V3_OK;
+  return withView(self,
+                  [&](Vst3View& view) { return *rect = rectOf(view.editor().size()), V3_OK; });
 }
 
 v3_result onSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  Vst3View::of(self).editor().setSize(sizeOf(*rect));
-  return V3_OK;
+  return withView(self, [&](Vst3View& view) { return view.setSize(sizeOf(*rect)), V3_OK; });
 }
 
 v3_result setFrame(void* self, v3_plugin_frame** frame) {
-  Vst3View::of(self).setFrame(frame);
-  return V3_OK;
+  return withView(self, [&](Vst3View& view) { return view.setFrame(frame), V3_OK; });
 }
 
 v3_result canResize(void*) { return V3_TRUE; }
 
 v3_result checkSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  *rect = rectOf(Vst3View::of(self).editor().fit(sizeOf(*rect)), rect->left, rect->top);
-  return V3_TRUE;
+  return withView(self, [&](Vst3View& view) {
+    *rect = rectOf(view.editor().fit(sizeOf(*rect)), rect->left, rect->top);
+    return V3_TRUE;
+  });
 }
 
 v3_result setScale(void* self, float factor) {
-  return Vst3View::of(self).setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+  return withView(self, [&](Vst3View& view) {
+    return view.editor().setScale(static_cast<double>(factor)) ? V3_OK : V3_INVALID_ARG;
+  });
 }
 
-void onReadable(void* self, int /*descriptor*/) { Vst3View::of(self).tick(); }
-void onTimer(void* self) { Vst3View::of(self).tick(); }
+void onTimer(void* self) {
+  withView(self, [](Vst3View& view) { return view.tick(), V3_OK; });
+}
+void onReadable(void* self, int /*descriptor*/) { onTimer(self); }
 
 constexpr v3_funknown kUnknown = {
     .query_interface = Vst3View::query,
@@ -117,12 +140,12 @@ Vst3View::~Vst3View() {
   setFrame(nullptr);
 }
 
-v3_result Vst3View::query(void* face, const v3_tuid interface, void** object) {
-  if (interface == nullptr || object == nullptr) return V3_INVALID_ARG;
-  Vst3View& self = of(face);
+v3_result Vst3View::query(void* interface, const v3_tuid iid, void** object) {
+  if (iid == nullptr || object == nullptr) return V3_INVALID_ARG;
+  Vst3View& self = of(interface);
   struct Offer {
-    const std::uint8_t* interface;
-    Face* face;
+    const std::uint8_t* iid;
+    Interface* interface;
   };
   const std::array offers = {
       Offer{v3_funknown_iid, &self.view_},
@@ -132,23 +155,26 @@ v3_result Vst3View::query(void* face, const v3_tuid interface, void** object) {
       Offer{v3_timer_handler_iid, &self.timer_},
   };
   for (const Offer& offer : offers) {
-    if (!v3_tuid_match(interface, offer.interface)) continue;
-    ref(face);
-    *object = offer.face;
+    if (!v3_tuid_match(iid, offer.iid)) continue;
+    ref(interface);
+    *object = offer.interface;
     return V3_OK;
   }
   *object = nullptr;
   return V3_NO_INTERFACE;
 }
 
-std::uint32_t Vst3View::ref(void* face) { return ++of(face).references_; }
+std::uint32_t Vst3View::ref(void* interface) { return ++of(interface).references_; }
 
-// The plug-in outlives its view's last moment, in which a hand may let go of a knob.
-std::uint32_t Vst3View::unref(void* face) {
-  Vst3View& self = of(face);
+// While the view ends, a knob that is held is let go of, which needs the plug-in, and the host's
+// loop may take references to the view and release them again. They are counted from 1, so that
+// none of those releases is another last one.
+std::uint32_t Vst3View::unref(void* interface) {
+  Vst3View& self = of(interface);
   const std::uint32_t left = --self.references_;
   if (left > 0) return left;
   Vst3Plugin& plugin = self.plugin_;
+  self.references_ = 1;
   { const std::unique_ptr<Vst3View> last(&self); }
   plugin.letGo();
   return 0;
@@ -176,14 +202,6 @@ void Vst3View::setFrame(v3_plugin_frame** frame) {
   frame_ = frame;
 }
 
-bool Vst3View::setScale(double scale) {
-  const PixelSize before = editor_.size();
-  if (!editor_.setScale(scale)) return false;
-  const PixelSize now = editor_.size();
-  if (editor_.isOpen() && !(now == before)) askForSize(now);
-  return true;
-}
-
 // After the window is gone, the host's loop must not wait for its connection.
 void Vst3View::tick() {
   if (loop_ != nullptr && !editor_.idle()) stopLoop();
@@ -200,7 +218,7 @@ bool Vst3View::startLoop() {
     v3_cpp_obj_unref(loop);
     return false;
   }
-  // Without it, what the window has to say waits for the timer.
+  // A loop may refuse it: the timer then reads the window's events too, up to 33 ms later.
   offered.register_event_handler(loop, eventHandler(), editor_.fileDescriptor());
   loop_ = loop;
   plugin_.countWindows(1);

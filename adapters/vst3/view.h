@@ -12,6 +12,8 @@
 
 #include "adapters/editor/editor.h"
 #include "adapters/shared/amp_target.h"
+#include "adapters/shared/host_size.h"
+#include "adapters/shared/program_list.h"
 
 namespace quellard {
 
@@ -24,6 +26,10 @@ class Vst3Target final : public AmpTarget {
   void beginMove(int parameter) override { plugin_.beginMove(idOf(parameter)); }
   void move(int parameter, float value) override { plugin_.moveByHand(idOf(parameter), value); }
   void endMove(int parameter) override { plugin_.endMove(idOf(parameter)); }
+  // The user's own presets, behind the programs, are none.
+  void presetChosen(int preset) override {
+    if (isListedProgram(preset)) plugin_.chooseByHand(preset);
+  }
 
  private:
   static v3_param_id idOf(int parameter) { return static_cast<v3_param_id>(parameter); }
@@ -40,22 +46,23 @@ class Vst3View {
   Vst3View& operator=(const Vst3View&) = delete;
   ~Vst3View();
 
-  static Vst3View& of(void* face) { return *static_cast<Face*>(face)->view; }
-  static v3_result query(void* face, const v3_tuid interface, void** object);
-  static std::uint32_t ref(void* face);
-  static std::uint32_t unref(void* face);
+  static Vst3View& of(void* interface) { return *static_cast<Interface*>(interface)->view; }
+  static v3_result query(void* interface, const v3_tuid iid, void** object);
+  static std::uint32_t ref(void* interface);
+  static std::uint32_t unref(void* interface);
 
   Editor& editor() { return editor_; }
+  // The host has chosen this size.
+  void setSize(PixelSize size) { editor_.setSize(limitedToFace(editor_, size)); }
   v3_result attach(std::uintptr_t parent);
   void remove();
   void setFrame(v3_plugin_frame** frame);
-  bool setScale(double scale);
   // Called by the run loop.
   void tick();
 
  private:
-  // One of the view's interfaces, as Vst3Face is one of the plug-in's.
-  struct Face {
+  // One of the view's interfaces, as Vst3Interface is one of the plug-in's.
+  struct Interface {
     const void* functions;
     Vst3View* view;
   };
@@ -69,10 +76,10 @@ class Vst3View {
   v3_timer_handler** timerHandler();
 
   Vst3Plugin& plugin_;
-  Face view_;
-  Face scale_;
-  Face events_;
-  Face timer_;
+  Interface view_;
+  Interface scale_;
+  Interface events_;
+  Interface timer_;
   std::uint32_t references_ = 1;
   v3_plugin_frame** frame_ = nullptr;
   v3_run_loop** loop_ = nullptr;  // while it calls this view

@@ -28,11 +28,11 @@ bool deadlocksWhenCalledBack(v3_funknown** context) {
 
 }  // namespace
 
-v3_result Vst3Plugin::create(int sides, const v3_tuid interface, void** object) {
+v3_result Vst3Plugin::create(int sides, const v3_tuid iid, void** object) {
   std::unique_ptr<Vst3Plugin> plugin(new Vst3Plugin(sides));
-  Vst3Face* const face = &plugin.release()->component_;
-  const v3_result result = query(face, interface, object);
-  unref(face);
+  Vst3Interface* const interface = &plugin.release()->component_;
+  const v3_result result = query(interface, iid, object);
+  unref(interface);
   return result;  // NOLINT(*NewDeleteLeaks): the object's references own it, not a pointer here
 }
 
@@ -48,12 +48,12 @@ Vst3Plugin::Vst3Plugin(int sides)
 
 Vst3Plugin::~Vst3Plugin() { setHandler(nullptr); }
 
-v3_result Vst3Plugin::query(void* face, const v3_tuid interface, void** object) {
-  if (interface == nullptr || object == nullptr) return V3_INVALID_ARG;
-  Vst3Plugin& self = of(face);
+v3_result Vst3Plugin::query(void* interface, const v3_tuid iid, void** object) {
+  if (iid == nullptr || object == nullptr) return V3_INVALID_ARG;
+  Vst3Plugin& self = of(interface);
   struct Offer {
-    const std::uint8_t* interface;
-    Vst3Face* face;
+    const std::uint8_t* iid;
+    Vst3Interface* interface;
   };
   const std::array offers = {
       Offer{v3_funknown_iid, &self.component_},
@@ -65,31 +65,31 @@ v3_result Vst3Plugin::query(void* face, const v3_tuid interface, void** object) 
       Offer{v3_process_context_requirements_iid, &self.contextNeeds_},
   };
   for (const Offer& offer : offers) {
-    if (!v3_tuid_match(interface, offer.interface)) continue;
-    ref(face);
-    *object = offer.face;
+    if (!v3_tuid_match(iid, offer.iid)) continue;
+    ref(interface);
+    *object = offer.interface;
     return V3_OK;
   }
   *object = nullptr;
   return V3_NO_INTERFACE;
 }
 
-std::uint32_t Vst3Plugin::ref(void* face) { return ++of(face).references_; }
+std::uint32_t Vst3Plugin::ref(void* interface) { return ++of(interface).references_; }
 
-std::uint32_t Vst3Plugin::unref(void* face) {
-  Vst3Plugin& self = of(face);
+std::uint32_t Vst3Plugin::unref(void* interface) {
+  Vst3Plugin& self = of(interface);
   const std::uint32_t left = --self.references_;
   if (left == 0) const std::unique_ptr<Vst3Plugin> last(&self);
   return left;
 }
 
-v3_result Vst3Plugin::initialize(void* face, v3_funknown** context) {
-  of(face).mayCallBack_ = !deadlocksWhenCalledBack(context);
+v3_result Vst3Plugin::initialize(void* interface, v3_funknown** context) {
+  of(interface).mayCallBack_ = !deadlocksWhenCalledBack(context);
   return V3_OK;
 }
 
-v3_result Vst3Plugin::terminate(void* face) {
-  Vst3Plugin& self = of(face);
+v3_result Vst3Plugin::terminate(void* interface) {
+  Vst3Plugin& self = of(interface);
   self.active = false;
   self.setHandler(nullptr);
   return V3_OK;
@@ -121,6 +121,17 @@ void Vst3Plugin::moveByHand(v3_param_id id, float value) {
 
 void Vst3Plugin::endMove(v3_param_id id) {
   if (handler_ != nullptr) v3_cpp_obj(handler_)->end_edit(handler_, id);
+}
+
+void Vst3Plugin::chooseByHand(int program) {
+  const double normalised = normalisedFromPlain(kVst3Program, program);
+  const float value = keptValue(kVst3Program, normalised);
+  if (shown_[kVst3Program].exchange(value) == value) return;
+  playedProgram_ = program;
+  if (handler_ == nullptr) return;
+  beginMove(kVst3Program);
+  v3_cpp_obj(handler_)->perform_edit(handler_, kVst3Program, normalised);
+  endMove(kVst3Program);
 }
 
 void Vst3Plugin::countWindows(int more) {

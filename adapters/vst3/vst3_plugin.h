@@ -29,7 +29,7 @@ class Vst3Plugin;
 
 // One of the plug-in's interfaces. Hosts hold its address, find the functions through its first
 // member and pass the address to each of them; the second member leads to the plug-in.
-struct Vst3Face {
+struct Vst3Interface {
   const void* functions;
   Vst3Plugin* plugin;
 };
@@ -38,24 +38,24 @@ class Vst3Plugin {
  public:
   // A new plug-in, as this interface of it. It is reference-counted; the caller owns the first
   // reference. May throw std::bad_alloc.
-  static v3_result create(int sides, const v3_tuid interface, void** object);
+  static v3_result create(int sides, const v3_tuid iid, void** object);
   // The plug-in that this interface belongs to.
-  static Vst3Plugin& of(void* face) { return *static_cast<Vst3Face*>(face)->plugin; }
+  static Vst3Plugin& of(void* interface) { return *static_cast<Vst3Interface*>(interface)->plugin; }
 
   Vst3Plugin(const Vst3Plugin&) = delete;
   Vst3Plugin& operator=(const Vst3Plugin&) = delete;
   ~Vst3Plugin();
 
   // The first functions of every interface. [any thread]
-  static v3_result query(void* face, const v3_tuid interface, void** object);
-  static std::uint32_t ref(void* face);
-  static std::uint32_t unref(void* face);
+  static v3_result query(void* interface, const v3_tuid iid, void** object);
+  static std::uint32_t ref(void* interface);
+  static std::uint32_t unref(void* interface);
   // The same for a view, which needs the plug-in to its end. [main thread]
   void keep() { ++references_; }
   void letGo() { unref(&component_); }
   // The plug-in is ready as soon as it is created, so these may come in any order and number.
-  static v3_result initialize(void* face, v3_funknown** context);
-  static v3_result terminate(void* face);
+  static v3_result initialize(void* interface, v3_funknown** context);
+  static v3_result terminate(void* interface);
 
   HostedAmp amp;
   v3_process_setup setup{};              // the last that was accepted; a rate of 0 before the first
@@ -82,6 +82,10 @@ class Vst3Plugin {
   void beginMove(v3_param_id id);
   void moveByHand(v3_param_id id, float value);
   void endMove(v3_param_id id);
+  // The program whose values a hand has just moved to: shows and reports it as a move. The host
+  // brings it to the processor behind those moves, where it must not set the knobs again.
+  // program: 0..kNumListedPrograms-1. [main thread]
+  void chooseByHand(int program);
   // How many windows are open; while there are any, the amplifier measures its levels. [main
   // thread]
   void countWindows(int more);
@@ -98,11 +102,11 @@ class Vst3Plugin {
   void showValues(const ParameterValues& values);
   void tellHost();
 
-  Vst3Face component_;
-  Vst3Face processor_;
-  Vst3Face controller_;
-  Vst3Face units_;
-  Vst3Face contextNeeds_;
+  Vst3Interface component_;
+  Vst3Interface processor_;
+  Vst3Interface controller_;
+  Vst3Interface units_;
+  Vst3Interface contextNeeds_;
   std::atomic<std::uint32_t> references_ = 1;
   v3_component_handler** handler_ = nullptr;
   bool mayCallBack_ = true;

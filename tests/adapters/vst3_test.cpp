@@ -46,9 +46,9 @@ struct HostObject {
   int references = 1;
 
   explicit HostObject(const Table& functions) : table(&functions) {}
-  template <typename Face = Functions>
-  Face** face() {
-    return static_cast<Face**>(static_cast<void*>(this));
+  template <typename Interface = Functions>
+  Interface** interface() {
+    return static_cast<Interface**>(static_cast<void*>(this));
   }
   static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
   static std::uint32_t ref(void* self) { return count(self, 1); }
@@ -102,7 +102,7 @@ struct Moves final : HostObject<v3_param_changes> {
   static v3_param_value_queue** queue(void* self, std::int32_t i) {
     auto& queues = static_cast<Moves*>(self)->queues;
     const auto at = static_cast<std::size_t>(i);
-    return at < queues.size() ? queues[at].face() : nullptr;
+    return at < queues.size() ? queues[at].interface() : nullptr;
   }
   static constexpr Table kTable = {{query, ref, unref}, {queueCount, queue, nullptr}};
 };
@@ -124,7 +124,7 @@ struct Outputs final : HostObject<v3_param_changes> {
   static v3_param_value_queue** add(void* self, v3_param_id* id, std::int32_t*) {
     auto& outputs = *static_cast<Outputs*>(self);
     outputs.point.value = &outputs.values.at(*id);
-    return outputs.point.face();
+    return outputs.point.interface();
   }
   static constexpr Table kTable = {{query, ref, unref}, {nullptr, nullptr, add}};
 };
@@ -163,7 +163,7 @@ class Vst3Plugin : public HostedPlugin {
     v3_cpp_obj_query_interface(component, v3_audio_processor_iid, &processor);
     v3_cpp_obj_query_interface(component, v3_edit_controller_iid, &controller);
     v3_cpp_obj_query_interface(component, v3_unit_information_iid, &units);
-    c().set_component_handler(controller, handler.face());
+    c().set_component_handler(controller, handler.interface());
   }
   ~Vst3Plugin() override {
     v3_cpp_obj(component)->set_active(component, false);
@@ -227,8 +227,8 @@ class Vst3Plugin : public HostedPlugin {
     return values;
   }
   v3_result process(v3_process_data& data) {
-    data.input_params = moves.face();
-    data.output_params = outputs.face();
+    data.input_params = moves.interface();
+    data.output_params = outputs.interface();
     v3_result result = V3_OK;
     counted([&] { result = p().process(processor, &data); });
     moves.queues.clear();
@@ -256,10 +256,10 @@ class Vst3Plugin : public HostedPlugin {
   void play(Channels<double>& in, Channels<double>& out) override { playBuses(in, out); }
 
   bool save(ByteStream& to) override {
-    return v3_cpp_obj(component)->get_state(component, Stream(to).face()) == V3_OK;
+    return v3_cpp_obj(component)->get_state(component, Stream(to).interface()) == V3_OK;
   }
   bool load(ByteStream& from) override {
-    return v3_cpp_obj(component)->set_state(component, Stream(from).face()) == V3_OK;
+    return v3_cpp_obj(component)->set_state(component, Stream(from).interface()) == V3_OK;
   }
   int timesToldOfNewValues() override { return handler.restarts; }
   std::string text(int index, double value) override {
@@ -348,8 +348,8 @@ TEST(Vst3, WithoutADisplayNoWindowOpens) {
 // Every interface gives every other, and always the same object for it.
 TEST(Vst3, EveryInterfaceLeadsToEveryOther) {
   Vst3Plugin plugin;
-  const std::array<void*, 4> faces = {plugin.component, plugin.processor, plugin.controller,
-                                      plugin.units};
+  const std::array<void*, 4> interfaces = {plugin.component, plugin.processor, plugin.controller,
+                                           plugin.units};
   const std::array offered = {v3_funknown_iid,
                               v3_plugin_base_iid,
                               v3_component_iid,
@@ -359,16 +359,16 @@ TEST(Vst3, EveryInterfaceLeadsToEveryOther) {
                               v3_process_context_requirements_iid};
   for (const std::uint8_t* id : offered) {
     std::set<void*> found;
-    for (void* face : faces) {
-      const auto& unknown = **static_cast<v3_funknown**>(face);
+    for (void* interface : interfaces) {
+      const auto& unknown = **static_cast<v3_funknown**>(interface);
       void* object = nullptr;
-      ASSERT_EQ(unknown.query_interface(face, id, &object), V3_OK);
+      ASSERT_EQ(unknown.query_interface(interface, id, &object), V3_OK);
       EXPECT_EQ((*static_cast<v3_funknown**>(object))->unref(object), 4U);
       found.insert(object);
-      EXPECT_EQ(unknown.query_interface(face, v3_message_iid, &object), V3_NO_INTERFACE);
+      EXPECT_EQ(unknown.query_interface(interface, v3_message_iid, &object), V3_NO_INTERFACE);
       EXPECT_EQ(object, nullptr);
-      EXPECT_NE(unknown.query_interface(face, nullptr, &object), V3_OK);
-      EXPECT_NE(unknown.query_interface(face, id, nullptr), V3_OK);
+      EXPECT_NE(unknown.query_interface(interface, nullptr, &object), V3_OK);
+      EXPECT_NE(unknown.query_interface(interface, id, nullptr), V3_OK);
     }
     EXPECT_EQ(found.size(), 1U);
   }
@@ -546,11 +546,11 @@ TEST(Vst3, ProgramsSetTheKnobsOnce) {
 
   Application ardour;
   v3_cpp_obj_terminate(plugin.component);
-  v3_cpp_obj_initialize(plugin.component, ardour.face<v3_funknown>());
-  plugin.c().set_component_handler(plugin.controller, plugin.handler.face());
+  v3_cpp_obj_initialize(plugin.component, ardour.interface<v3_funknown>());
+  plugin.c().set_component_handler(plugin.controller, plugin.handler.interface());
   plugin.handler.restarts = 0;
   plugin.show(kProgram, 0.0);
-  EXPECT_EQ(plugin.c().set_component_state(plugin.controller, Stream(again).face()), V3_OK);
+  EXPECT_EQ(plugin.c().set_component_state(plugin.controller, Stream(again).interface()), V3_OK);
   EXPECT_EQ(plugin.get(5), 0.25);
   plugin.outputs.values.fill(-1.0);
   v3_process_data none{};

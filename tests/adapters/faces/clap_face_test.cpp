@@ -117,6 +117,7 @@ class ClapHost {
   bool agrees = true;
   std::vector<PixelSize> asked;
   std::function<void(bool)> closed = [](bool) {};
+  std::function<void()> whileAsked = [] {};  // for a flush
 
  private:
   static ClapHost& of(const clap_host_t* host) { return *static_cast<ClapHost*>(host->host_data); }
@@ -144,7 +145,10 @@ class ClapHost {
     static constexpr clap_host_params_t kParams = {
         [](const clap_host_t*, clap_param_rescan_flags) {},
         [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
-        [](const clap_host_t* each) { ++of(each).flushes; }};
+        [](const clap_host_t* each) {
+          ++of(each).flushes;
+          of(each).whileAsked();
+        }};
     if (std::strcmp(id, CLAP_EXT_GUI) == 0) return &kGui;
     if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) return &kParams;
     const bool isTimer = std::strcmp(id, CLAP_EXT_TIMER_SUPPORT) == 0;
@@ -163,6 +167,12 @@ class ClapHost {
                        [](const clap_host_t*) {},
                        [](const clap_host_t*) {}};
 };
+
+// The one behind "Init", by the arrow.
+void choosePreset(const FakeWindow& window) {
+  window.face.press({kPresetBox.x + kPresetBox.width - 8.0F, kPresetBox.y + 8.0F},
+                    MouseButton::left, false, 1.0);
+}
 
 class ClapFace : public FaceFormats {};
 
@@ -208,13 +218,21 @@ TEST_F(ClapFace, TheHostIsAskedForOtherSizes) {
     EXPECT_EQ(host.asked.back(), (PixelSize{1200, 750}));
     EXPECT_EQ(host.size(), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
   }
-  EXPECT_TRUE(host.gui->set_size(host.plugin, 640, 400));
-  EXPECT_EQ(window().size(), (PixelSize{640, 400}));
+  for (const auto& [wanted, got] :
+       {std::pair{PixelSize{32767, 32767}, PixelSize{3840, 2400}}, {{640, 400}, {640, 400}}}) {
+    EXPECT_TRUE(host.gui->set_size(host.plugin, static_cast<std::uint32_t>(wanted.width),
+                                   static_cast<std::uint32_t>(wanted.height)));
+    EXPECT_EQ(window().size(), got);
+  }
   host.gui->destroy(host.plugin);
   ASSERT_TRUE(host.open());
   EXPECT_EQ(window().size(), (PixelSize{640, 400})) << "remembered";
-  EXPECT_TRUE(host.gui->set_scale(host.plugin, 1.5));
-  EXPECT_EQ(host.asked.back(), (PixelSize{960, 600})) << "also while it is open";
+  for (const bool agrees : {false, true}) {
+    host.agrees = agrees;
+    EXPECT_TRUE(host.gui->set_scale(host.plugin, 1.5));
+    EXPECT_EQ(host.asked.back(), (PixelSize{960, 600})) << "also while it is open";
+    EXPECT_EQ(window().size(), agrees ? (PixelSize{960, 600}) : (PixelSize{640, 400}));
+  }
 }
 
 // The window lives while the host's timer calls it, and levels are measured as long.
@@ -244,6 +262,22 @@ TEST_F(ClapFace, ItsTimerRunsWhileItIsShown) {
   EXPECT_EQ(closed, std::vector<bool>{true});
   EXPECT_EQ(host.timers, 0);
   EXPECT_FALSE(host.gui->show(host.plugin)) << "its parent is gone";
+}
+
+TEST_F(ClapFace, ANewWindowShowsNoOldPeak) {
+  ClapHost host;
+  ASSERT_TRUE(host.plugin->activate(host.plugin, 48000.0, 1, 64));
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(host.open());
+    const auto shown = [&] {
+      window().face.update(0.03);
+      return window().face.state().input.text;
+    };
+    EXPECT_EQ(shown(), "");
+    host.played();
+    EXPECT_EQ(shown(), "-6.0 dBFS");
+    host.gui->destroy(host.plugin);
+  }
 }
 
 TEST_F(ClapFace, FloatsBesideTheHost) {
@@ -353,12 +387,46 @@ TEST_F(ClapFace, MovesReachAmplifierAndHost) {
   EXPECT_EQ(host.flushed()[1], (Event{Kind::value, 20, 1.0}));
 }
 
+// All gestures of a preset are whole within the next block, and where the host flushes as soon as
+// it is asked.
+TEST_F(ClapFace, APresetIsAGestureOfEachParameter) {
+  for (const bool flushesAtOnce : {false, true}) {
+    ClapHost host;
+    ASSERT_TRUE(host.open());
+    ASSERT_TRUE(host.plugin->activate(host.plugin, 48000.0, 1, 64));
+    std::vector<Event> events;
+    const auto append = [&](const std::vector<Event>& more) {
+      events.insert(events.end(), more.begin(), more.end());
+    };
+    if (flushesAtOnce) host.whileAsked = [&] { append(host.flushed()); };
+    choosePreset(window());
+    if (!flushesAtOnce) append(host.played());
+    EXPECT_EQ(host.played(), std::vector<Event>{}) << "nothing is left";
+    std::map<clap_id, std::string> order;
+    std::map<clap_id, double> values;
+    for (const Event& event : events) {
+      order[event.parameter] += std::array{"(", "v", ")"}[static_cast<std::size_t>(event.kind)];
+      if (event.kind == Kind::value) values[event.parameter] = event.value;
+    }
+    for (const auto& [id, text] : order) EXPECT_EQ(text, flushesAtOnce ? "(vv)" : "(v)") << id;
+    const ParameterValues preset = presetValues(kFactoryBank[0]), before = defaultValues();
+    for (int i = 1; i <= kNumStoredValues; ++i) {
+      const auto id = static_cast<clap_id>(i);
+      double now = -1.0;
+      EXPECT_TRUE(host.params->get_value(host.plugin, id, &now));
+      EXPECT_EQ(values.contains(id), preset[i] != before[i]) << i;
+      if (!values.contains(id)) continue;
+      EXPECT_EQ(values[id], now) << i;
+    }
+    EXPECT_EQ(host.amp().values(), preset);
+  }
+}
+
 // A preset is as many moves as it changes, of which the host takes a few at a time.
 TEST_F(ClapFace, AFullHostGetsTheRestLater) {
   ClapHost host;
   ASSERT_TRUE(host.open());
-  window().face.press({kPresetBox.x + kPresetBox.width - 8.0F, kPresetBox.y + 8.0F},
-                      MouseButton::left, false, 1.0);  // the next one
+  choosePreset(window());
   const ParameterValues chosen = host.amp().values();
   EXPECT_EQ(chosen, presetValues(kFactoryBank[0]));
   window().grasp(3);

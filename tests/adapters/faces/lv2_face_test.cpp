@@ -141,6 +141,9 @@ TEST_F(Lv2Face, AsksTheHostForOtherSizes) {
   }
   EXPECT_TRUE(host.resize(480, 300));
   EXPECT_EQ(window().size(), (PixelSize{480, 300}));
+  EXPECT_TRUE(host.resize(INT32_MAX, 601));
+  EXPECT_EQ(window().size(), (PixelSize{3840, 601}));
+  EXPECT_TRUE(host.resize(480, 300));
   for (const int wrong : {0, -1}) EXPECT_FALSE(host.resize(wrong, 300) || host.resize(480, wrong));
   const Lv2Host other(kLv2Variants[0].uri, {.hasResize = false});
   window().dragged = {960, 600};

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: ISC
 // The VST 2.4 effect's window, in a host that keeps what it is told.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
 #include "adapters/vst2/vst2_effect.h"
+#include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
 
 namespace quellard::test {
@@ -39,7 +45,8 @@ class Vst2Host {
   AEffect* record;
   bool agrees = true;
   PixelSize asked, shownWhileAsked;
-  std::string told;  // the moves
+  std::string told;  // the moves, and that the host should look again
+  int programWhenUpdated = -1;
 
  private:
   static Vst2Host*& current() {
@@ -57,6 +64,9 @@ class Vst2Host {
       case audioMasterAutomate:
         EXPECT_EQ(opt, self.record->getParameter(self.record, index)) << "it is set before";
         return self.told += "value " + number, 1;
+      case audioMasterUpdateDisplay:
+        self.programWhenUpdated = static_cast<int>(self.call(effGetProgram));
+        return self.told += "update ", 1;
       case audioMasterSizeWindow:
         self.asked = {index, static_cast<int>(value)};
         self.shownWhileAsked = self.size();
@@ -65,6 +75,21 @@ class Vst2Host {
     }
   }
 };
+
+// Steps through the face's list by its arrows: "Init", the factory bank, the user's own.
+void pressArrow(const FakeWindow& window, bool isNext) {
+  static double time_s = 0.0;
+  const float x = isNext ? kPresetBox.x + kPresetBox.width - 8.0F : kPresetBox.x + 8.0F;
+  window.face.press({x, kPresetBox.y + 8.0F}, MouseButton::left, false, time_s += 10.0);
+}
+
+// One preset of the user's own, the last of the face's list.
+void writeOwnPreset() {
+  const std::filesystem::path folder =
+      std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "quellard" / "presets";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "Own.txt") << "modern.gain = 9\n";
+}
 
 class Vst2Face : public FaceFormats {};
 
@@ -110,7 +135,24 @@ TEST_F(Vst2Face, AsksTheHostForOtherSizes) {
   }
 }
 
-// Parameters by this format's numbers. The bypass has none, so it is moved and nothing is told.
+// The host's program follows the face, and the user's own presets are none.
+TEST_F(Vst2Face, APresetIsTheHostsProgram) {
+  writeOwnPreset();
+  Vst2Host host;
+  ASSERT_TRUE(host.open());
+  pressArrow(window(), true);
+  EXPECT_TRUE(host.told.ends_with("update ")) << host.told;
+  EXPECT_EQ(host.programWhenUpdated, 1);
+  char name[kVstMaxProgNameLen] = "";
+  host.call(effGetProgramName, name);
+  EXPECT_STREQ(name, kFactoryBank[0].name);
+  for (int i = 0; i < 2; ++i) pressArrow(window(), false);  // over "Init" to the last
+  EXPECT_NEAR(host.record->getParameter(host.record, 17), 0.9F, 1e-6F);
+  EXPECT_EQ(host.call(effGetProgram), 0);
+  EXPECT_TRUE(host.told.ends_with("update begin 17 value 17 end 17 ")) << host.told;
+}
+
+// Parameters by this format's numbers. The bypass has none: the host is told to look again.
 TEST_F(Vst2Face, MovesReachEffectAndHost) {
   Vst2Host host;
   ASSERT_TRUE(host.open());
@@ -121,7 +163,7 @@ TEST_F(Vst2Face, MovesReachEffectAndHost) {
   host.call(effMainsChanged);
   host.told.clear();
   window().pressButton(kBypassParameter);
-  EXPECT_EQ(host.told, "");
+  EXPECT_EQ(std::exchange(host.told, ""), "update ");
   float last = 0.0F;
   for (int i = 0; i < 20; ++i) last = host.played();
   EXPECT_EQ(last, 0.5F) << "bypassed";

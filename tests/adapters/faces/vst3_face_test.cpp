@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: ISC
 // VST3's view, in a host with a run loop that counts what it holds.
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <limits>
 #include <travesty/host.h>
 #include <travesty/view.h>
 
 #include "adapters/vst3/vst3_plugin.h"
+#include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
 
 namespace quellard::test {
@@ -24,9 +29,9 @@ struct Counted {
   ~Counted() { EXPECT_EQ(references, 1); }
   Counted(const Counted&) = delete;
   Counted& operator=(const Counted&) = delete;
-  template <typename Face = Functions>
-  Face** face() {
-    return static_cast<Face**>(static_cast<void*>(this));
+  template <typename Interface = Functions>
+  Interface** interface() {
+    return static_cast<Interface**>(static_cast<void*>(this));
   }
   static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
   static std::uint32_t ref(void* self) {
@@ -42,31 +47,36 @@ struct RunLoop final : Counted<v3_run_loop> {
   v3_timer_handler** timer = nullptr;
   int descriptor = 0;
   bool takesTimers = true;
+  bool keepsReferences = true;  // to the handlers, while they are registered
   RunLoop() : Counted(kTable) {}
   ~RunLoop() { EXPECT_TRUE(events == nullptr && timer == nullptr) << "still registered"; }
 
   static RunLoop& of(void* self) { return *static_cast<RunLoop*>(self); }
   static v3_result addEvents(void* self, v3_event_handler** handler, int descriptor) {
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).events = handler;
     of(self).descriptor = descriptor;
     return V3_OK;
   }
   static v3_result removeEvents(void* self, v3_event_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).events, nullptr), handler);
-    v3_cpp_obj_unref(handler);
-    return V3_OK;
+    return of(self).letGo(handler);
   }
   static v3_result addTimer(void* self, v3_timer_handler** handler, std::uint64_t period_ms) {
     EXPECT_EQ(period_ms, 33U);
     if (!of(self).takesTimers) return V3_INTERNAL_ERR;
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).timer = handler;
     return V3_OK;
   }
   static v3_result removeTimer(void* self, v3_timer_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).timer, nullptr), handler);
-    v3_cpp_obj_unref(handler);
+    return of(self).letGo(handler);
+  }
+  template <typename Interface>
+  v3_result letGo(Interface** handler) const {
+    if (!keepsReferences) v3_cpp_obj_ref(handler);  // for a moment
+    EXPECT_GT(v3_cpp_obj_unref(handler), 0U) << "the one who removes it still needs it";
     return V3_OK;
   }
   static constexpr Table kTable = {{query, ref, unref},
@@ -76,7 +86,9 @@ struct RunLoop final : Counted<v3_run_loop> {
 struct Frame final : Counted<v3_plugin_frame> {
   RunLoop* loop;
   bool agrees = true;
+  bool hasMemory = true;
   v3_view_rect asked{};
+  std::function<void()> whileAsked = [] {};
   explicit Frame(RunLoop* offered) : Counted(kTable), loop(offered) {}
 
   static v3_result find(void* self, const v3_tuid id, void** object) {
@@ -89,6 +101,8 @@ struct Frame final : Counted<v3_plugin_frame> {
   static v3_result resize(void* self, v3_plugin_view** view, v3_view_rect* rect) {
     auto& frame = *static_cast<Frame*>(self);
     frame.asked = *rect;
+    frame.whileAsked();
+    if (!frame.hasMemory) throw std::bad_alloc();
     if (!frame.agrees) return V3_FALSE;
     return v3_cpp_obj(view)->on_size(view, rect);
   }
@@ -129,13 +143,28 @@ struct Application final : Counted<v3_host_application> {
   static constexpr Table kTable = {{find, ref, unref}, {name, nullptr}};
 };
 
+// Steps through the face's list by its arrows: "Init", the factory bank, the user's own.
+void pressArrow(const FakeWindow& window, bool isNext) {
+  static double time_s = 0.0;
+  const float x = isNext ? kPresetBox.x + kPresetBox.width - 8.0F : kPresetBox.x + 8.0F;
+  window.face.press({x, kPresetBox.y + 8.0F}, MouseButton::left, false, time_s += 10.0);
+}
+
+// One preset of the user's own, the last of the face's list.
+void writeOwnPreset() {
+  const std::filesystem::path folder =
+      std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "quellard" / "presets";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "Own.txt") << "modern.gain = 9\n";
+}
+
 class Vst3Face : public FaceFormats {
  protected:
   Vst3Face() {
     void* object = nullptr;
     Vst3Plugin::create(HostedAmp::kMono, v3_edit_controller_iid, &object);
     controller = static_cast<v3_edit_controller**>(object);
-    c().set_component_handler(controller, handler.face());
+    c().set_component_handler(controller, handler.interface());
   }
   ~Vst3Face() override { EXPECT_EQ(release(controller), 0U); }
 
@@ -150,7 +179,7 @@ class Vst3Face : public FaceFormats {
   v3_plugin_view** create() const { return c().create_view(controller, "editor"); }
   v3_plugin_view** opened() {
     v3_plugin_view** view = create();
-    v3_cpp_obj(view)->set_frame(view, frame.face());
+    v3_cpp_obj(view)->set_frame(view, frame.interface());
     EXPECT_EQ(attach(view), V3_OK);
     return view;
   }
@@ -189,7 +218,7 @@ TEST_F(Vst3Face, SizesHoldTheScale) {
     EXPECT_EQ(setScale(view, scale), V3_OK);
     const PixelSize wanted = {static_cast<int>(960.0F * scale), static_cast<int>(600.0F * scale)};
     EXPECT_EQ(sizeOf(view), wanted);
-    v3_cpp_obj(view)->set_frame(view, frame.face());
+    v3_cpp_obj(view)->set_frame(view, frame.interface());
     ASSERT_EQ(attach(view), V3_OK);
     EXPECT_EQ(window().size(), wanted);
     for (const float wrong : {0.0F, -1.0F, NAN, HUGE_VALF}) EXPECT_NE(setScale(view, wrong), V3_OK);
@@ -211,9 +240,15 @@ TEST_F(Vst3Face, TheFrameIsAskedForOtherSizes) {
     EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1200, 750));
     EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1200, 750}) : (PixelSize{960, 600}));
   }
-  EXPECT_EQ(setScale(view, 1.5F), V3_OK) << "the window is moved to another screen";
-  EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
-  EXPECT_EQ(sizeOf(view), (PixelSize{1800, 1125}));
+  for (const bool agrees : {false, true}) {
+    frame.agrees = agrees;
+    EXPECT_EQ(setScale(view, 1.5F), V3_OK) << "the window is moved to another screen";
+    EXPECT_EQ(std::pair(frame.asked.right, frame.asked.bottom), std::pair(1800, 1125));
+    EXPECT_EQ(sizeOf(view), agrees ? (PixelSize{1800, 1125}) : (PixelSize{1200, 750}));
+  }
+  v3_view_rect huge = {-32768, -32768, 32768, 32768};
+  EXPECT_EQ(v3_cpp_obj(view)->on_size(view, &huge), V3_OK);
+  EXPECT_EQ(sizeOf(view), (PixelSize{5760, 3600})) << "the largest at this scale";
   close(view);
 }
 
@@ -242,13 +277,39 @@ TEST_F(Vst3Face, EndsInAnyOrder) {
   EXPECT_EQ(handler.told, "begin 5 value 5 end 5 ");
 }
 
+// A loop may hold no reference, or only while it removes what it was given, and the host may
+// release the view while the view is calling it.
+TEST_F(Vst3Face, LivesAsLongAsItIsCalled) {
+  loop.keepsReferences = false;
+  v3_plugin_view** view = opened();
+  EXPECT_EQ(v3_cpp_obj_unref(view), 0U) << "without having been removed";
+  view = opened();
+  window().dragged = {1200, 750};
+  frame.agrees = false;
+  frame.whileAsked = [&] { EXPECT_EQ(v3_cpp_obj_unref(view), 1U) << "the call's own"; };
+  tick();
+  EXPECT_TRUE(fakeScreen().windows.empty() && loop.timer == nullptr);
+}
+
+TEST_F(Vst3Face, NoExceptionReachesTheHost) {
+  v3_plugin_view** view = opened();
+  frame.hasMemory = false;
+  window().dragged = {1200, 750};
+  EXPECT_NO_THROW(tick());
+  EXPECT_NO_THROW(EXPECT_NE(setScale(view, 2.0F), V3_OK));
+  window().dragged = {1200, 750};
+  EXPECT_NO_THROW(v3_cpp_obj(loop.events)->on_fd_is_set(loop.events, loop.descriptor));
+  EXPECT_EQ(sizeOf(view), (PixelSize{960, 600}));
+  close(view);
+}
+
 // The handler hears begin, value and end, and what is shown follows at once. What plays follows
 // with the host's blocks; while there are none, at once.
 TEST_F(Vst3Face, MovesReachTheHandler) {
   Application ardour;
   for (const bool isArdour : {false, true}) {
     auto& plugin = Vst3Plugin::of(controller);
-    if (isArdour) Vst3Plugin::initialize(controller, ardour.face<v3_funknown>());
+    if (isArdour) Vst3Plugin::initialize(controller, ardour.interface<v3_funknown>());
     v3_plugin_view** view = opened();
     for (const bool isActive : {false, true}) {
       plugin.active = isActive;
@@ -278,6 +339,41 @@ TEST_F(Vst3Face, MovesReachTheHandler) {
   close(view);
 }
 
+// The host's program follows the face, and chooses from there.
+TEST_F(Vst3Face, APresetIsTheHostsProgram) {
+  writeOwnPreset();
+  auto& plugin = Vst3Plugin::of(controller);
+  v3_plugin_view** view = opened();
+  const auto programNow = [&] { return c().get_parameter_normalised(controller, kVst3Program); };
+  pressArrow(window(), true);
+  EXPECT_EQ(programNow(), 1.0F / 12.0F);
+  EXPECT_EQ(handler.value, c().plain_parameter_to_normalised(controller, kVst3Program, 1.0));
+  EXPECT_TRUE(handler.told.ends_with("begin 0 value 0 end 0 ")) << handler.told;
+  EXPECT_EQ(amp().values(), presetValues(kFactoryBank[0]));
+  window().turn(5);
+  const float turned = amp().value(5);
+  plugin.moveInBlock(kVst3Program, 1.0 / 12.0);
+  c().set_parameter_normalised(controller, kVst3Program, 1.0 / 12.0);
+  EXPECT_EQ(std::pair(amp().value(5), plugin.shown(5)), std::pair(turned, turned))
+      << "the host brings it";
+  c().set_parameter_normalised(controller, kVst3Program, 0.0);
+  EXPECT_EQ(amp().values(), defaultValues()) << "the host chooses another";
+  EXPECT_EQ(programNow(), 0.0);
+
+  handler.told.clear();
+  close(view);
+  view = opened();
+  pressArrow(window(), false);
+  EXPECT_EQ(amp().value(18), 0.9F);
+  EXPECT_EQ(handler.told, "begin 18 value 18 end 18 ") << "no program of the host's";
+  EXPECT_EQ(programNow(), 0.0);
+  c().set_component_handler(controller, nullptr);
+  pressArrow(window(), true);
+  pressArrow(window(), true);
+  EXPECT_EQ(programNow(), 1.0F / 12.0F) << "without a handler";
+  close(view);
+}
+
 TEST_F(Vst3Face, MeasuresWhileAnyIsOpen) {
   amp().prepare(48000.0, 64);
   const auto peakNow = [&] {
@@ -292,7 +388,7 @@ TEST_F(Vst3Face, MeasuresWhileAnyIsOpen) {
   RunLoop otherLoop;
   Frame otherFrame(&otherLoop);
   v3_plugin_view** second = create();
-  v3_cpp_obj(second)->set_frame(second, otherFrame.face());
+  v3_cpp_obj(second)->set_frame(second, otherFrame.interface());
   EXPECT_EQ(attach(second), V3_OK);
   close(first);
   EXPECT_EQ(peakNow(), 0.5F);
@@ -312,9 +408,9 @@ TEST_F(Vst3Face, InvalidCallsAreRefused) {
   }
   EXPECT_NE(attach(view), V3_OK) << "no frame";
   Frame without(nullptr);
-  v.set_frame(view, without.face());
+  v.set_frame(view, without.interface());
   EXPECT_NE(attach(view), V3_OK) << "no run loop";
-  v.set_frame(view, frame.face());
+  v.set_frame(view, frame.interface());
   loop.takesTimers = false;
   EXPECT_NE(attach(view), V3_OK) << "no timer";
   loop.takesTimers = true;
