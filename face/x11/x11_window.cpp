@@ -294,9 +294,12 @@ class X11Window : public FaceWindow {
   }
 
   // While a program takes the whole keyboard for a moment, as one that makes a picture of the
-  // screen does, nothing ends.
+  // screen does, nothing ends. Nor where keys went to whatever is under the mouse: the window
+  // itself hears of the end of that when it takes the keyboard.
   void focusOut(const xcb_focus_out_event_t& event) {
-    if (event.mode == XCB_NOTIFY_MODE_NORMAL) face_.loseFocus();
+    if (event.mode == XCB_NOTIFY_MODE_NORMAL && event.detail != XCB_NOTIFY_DETAIL_POINTER) {
+      face_.loseFocus();
+    }
   }
 
   void message(const xcb_client_message_event_t& event) {
