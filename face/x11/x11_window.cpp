@@ -238,7 +238,10 @@ class X11Window : public FaceWindow {
     }
   }
 
+  // Of another size than before, everything is sent as soon as it is painted. Until then the old
+  // pixels stay, rather than a picture that is still black.
   void expose(const xcb_expose_event_t& event) {
+    if (picture_.isStale()) return;
     put(PixelRect{event.x, event.y, event.x + event.width, event.y + event.height}.cutTo(
         picture_.picture().bounds()));
   }
