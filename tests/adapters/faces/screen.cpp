@@ -29,6 +29,14 @@ Reply& whole(const std::unique_ptr<Reply, void (*)(void*)>& reply) {
 
 std::uint16_t shortOf(int pixels) { return static_cast<std::uint16_t>(pixels); }
 
+auto imageOf(xcb_connection_t* connection, xcb_window_t window, int x, int y, PixelSize size) {
+  return owned(xcb_get_image_reply(
+      connection,
+      xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, static_cast<std::int16_t>(x),
+                    static_cast<std::int16_t>(y), shortOf(size.width), shortOf(size.height), ~0U),
+      nullptr));
+}
+
 // Until the end of the line.
 std::string readLine(int descriptor) {
   std::string line;
@@ -138,11 +146,7 @@ bool Screen::isSeen(xcb_window_t window) {
 
 Picture Screen::pixels(xcb_window_t window) {
   const PixelSize size = sizeOf(window);
-  const auto image =
-      owned(xcb_get_image_reply(connection_,
-                                xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 0, 0,
-                                              shortOf(size.width), shortOf(size.height), ~0U),
-                                nullptr));
+  const auto image = imageOf(connection_, window, 0, 0, size);
   const std::uint8_t* from = xcb_get_image_data(&whole(image));
   Picture picture(size.width, size.height);
   for (int y = 0; y < size.height; ++y) {
@@ -152,6 +156,13 @@ Picture Screen::pixels(xcb_window_t window) {
     for (int x = 0; x < size.width; ++x) row[x] |= 0xFF000000U;
   }
   return picture;
+}
+
+std::uint32_t Screen::pixel(xcb_window_t window, int x, int y) {
+  const auto image = imageOf(connection_, window, x, y, {1, 1});
+  std::uint32_t pixel = 0xFFFFFF;
+  if (image) std::memcpy(&pixel, xcb_get_image_data(image.get()), sizeof pixel);
+  return pixel & 0xFFFFFFU;
 }
 
 void Screen::paintOver(xcb_window_t window, std::uint32_t color) {

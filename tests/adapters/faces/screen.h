@@ -13,7 +13,7 @@
 
 namespace quellard::test {
 
-// One thread. What a call has sent, the server has done when it returns; what the server tells
+// Any thread. What a call has sent, the server has done when it returns; what the server tells
 // others may still be on its way.
 class Screen {
  public:
@@ -41,6 +41,8 @@ class Screen {
   bool isSeen(xcb_window_t window);
   // Of a window that lies on the screen as a whole.
   Picture pixels(xcb_window_t window);
+  // 0xRRGGBB. Of a window that is not there: white.
+  std::uint32_t pixel(xcb_window_t window, int x, int y);
   // Paints over a window without its knowledge.
   void paintOver(xcb_window_t window, std::uint32_t color);
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // The formats' windows as built, in hosts of our own on a real display.
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -69,8 +70,8 @@ class Track : private FaceTarget {
   // What the plug-in and the display have to say to each other is said.
   void live() const {
     for (int n = 0; n < 5; ++n) {
-      host->idle();
       std::this_thread::sleep_for(5ms);
+      host->idle();
     }
   }
   bool comesTrue(const std::function<bool()>& condition) const {
@@ -356,6 +357,27 @@ TEST_P(Windows, IsResizedByBothSides) {
     track.expectFace(size);
     EXPECT_EQ(track.host->size(), size);
   }
+}
+
+// What is seen meanwhile are the old pixels or the new ones.
+TEST_P(Windows, IsResizedWithoutFlicker) {
+  Track track(*screen, GetParam());
+  track.expectFace(kUsual);
+  ASSERT_NE(screen->pixel(track.window, 400, 150), 0U);
+  std::atomic<bool> isDone = false;
+  int looks = 0, black = 0;
+  std::thread eyes([&] {
+    for (; !isDone; ++looks) black += screen->pixel(track.window, 400, 150) == 0U;
+  });
+  for (int n = 1; n <= 20; ++n) {
+    const PixelSize size = times(kUsual, 1.0 + 0.02 * (n % 10));
+    screen->resize(track.parent, size);
+    if (!track.host->resize(size)) screen->resize(track.window, size);
+    track.live();
+  }
+  isDone = true;
+  eyes.join();
+  EXPECT_EQ(black, 0) << "of " << looks;
 }
 
 TEST_P(Windows, CostsLittle) {
