@@ -27,9 +27,9 @@ class FacePicture {
   // nothing changed.
   std::vector<PixelRect> repaint(const FaceState& state, std::span<const FacePreset> presets);
 
-  const Picture& picture() const { return picture_; }
-  // Whether nothing has been painted since it was resized.
+  // Whether the next repaint() paints everything. Until then the picture is black.
   bool isStale() const { return isStale_; }
+  const Picture& picture() const { return picture_; }
   float scale() const { return scale_; }  // pixels a unit of the face
   // x, y: pixels.
   Point faceFromPixels(float x, float y) const {

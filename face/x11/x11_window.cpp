@@ -250,7 +250,8 @@ class X11Window : public FaceWindow {
     }
   }
 
-  // What is not yet painted is shown by paint().
+  // Of another size than before, everything is sent as soon as it is painted. Until then the old
+  // pixels stay, rather than a picture that is still black.
   void expose(const xcb_expose_event_t& event) {
     if (picture_.isStale()) return;
     put(PixelRect{event.x, event.y, event.x + event.width, event.y + event.height}.cutTo(
@@ -334,7 +335,8 @@ class X11Window : public FaceWindow {
   }
 
   // While a program takes the whole keyboard for a moment, as one that makes a picture of the
-  // screen does, nothing ends.
+  // screen does, nothing ends. Nor where keys went to whatever is under the mouse: the window
+  // itself hears of the end of that when it takes the keyboard.
   void focusOut(const xcb_focus_out_event_t& event) {
     const bool isForAMoment =
         event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;

@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: ISC
+#include <algorithm>
+#include <array>
+#include <poll.h>
+#include <sstream>
+#include <stdexcept>
+#include <travesty/audio_processor.h>
+#include <travesty/component.h>
+#include <travesty/factory.h>
+#include <utility>
+
+#include "rig/rig_parameters.h"
+#include "tests/adapters/faces/clap_host.h"
+#include "tests/adapters/faces/vst2_host.h"
+#include "tests/adapters/faces/vst3_host.h"
+#include "tests/adapters/faces/window_host.h"
+#include "tests/adapters/format_suite.h"
+
+namespace quellard::test {
+namespace {
+
+constexpr double kRate = 48000.0;
+
+const clap_plugin_entry_t& clapEntry() {
+  static const auto& found =
+      *static_cast<const clap_plugin_entry_t*>(symbolOf(QUELLARD_CLAP_FILE, "clap_entry"));
+  static const bool ready = found.init(QUELLARD_CLAP_FILE);
+  return ready ? found : throw std::runtime_error("no entry");
+}
+
+class ClapWindowHost final : public WindowHost {
+ public:
+  ClapWindowHost() {
+    host_.closed = [this](bool wasDestroyed) {
+      EXPECT_TRUE(wasDestroyed) << "it does not float";
+      host_.gui->destroy(host_.plugin);
+      isCreated_ = false;
+    };
+    create();
+  }
+  bool setScale(double scale) override { return host_.gui->set_scale(host_.plugin, scale); }
+  PixelSize size() override {
+    create();
+    return host_.size();
+  }
+  bool open(std::uintptr_t parent) override {
+    create();
+    return host_.embed(parent) && host_.gui->show(host_.plugin);
+  }
+  void close() override {
+    if (std::exchange(isCreated_, false)) host_.gui->destroy(host_.plugin);
+  }
+  void idle() override {
+    if (host_.timers > 0) host_.tick();
+  }
+  bool isCalled() override { return host_.timers > 0; }
+  bool resize(PixelSize size) override {
+    return host_.gui->set_size(host_.plugin, static_cast<std::uint32_t>(size.width),
+                               static_cast<std::uint32_t>(size.height));
+  }
+  PixelSize asked() override { return host_.asked.empty() ? PixelSize{} : host_.asked.back(); }
+  void set(int parameter, double value) override {
+    clap_event_param_value_t move{};
+    move.header = {sizeof move, 0, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    move.param_id = static_cast<clap_id>(parameter);
+    move.value = parameter == kTypeParameter ? 2.0 * value : value;
+    const clap_input_events_t one = {&move, [](const clap_input_events_t*) { return 1U; },
+                                     [](const clap_input_events_t* list, std::uint32_t) {
+                                       return static_cast<const clap_event_header_t*>(list->ctx);
+                                     }};
+    host_.params->flush(host_.plugin, &one, nullptr);
+  }
+  double get(int parameter) override {
+    double value = -1.0;
+    host_.params->get_value(host_.plugin, static_cast<clap_id>(parameter), &value);
+    return parameter == kTypeParameter ? value / 2.0 : value;
+  }
+  std::string told() override {
+    note(host_.flushed());
+    return std::exchange(told_, "");
+  }
+  void play(std::vector<float>& samples) override {
+    if (!std::exchange(isActive_, true)) {
+      EXPECT_TRUE(host_.plugin->activate(host_.plugin, kRate, 1, kMostFrames));
+    }
+    note(host_.play(samples));
+  }
+
+ private:
+  void create() {
+    if (!std::exchange(isCreated_, true)) {
+      EXPECT_TRUE(host_.gui->create(host_.plugin, CLAP_WINDOW_API_X11, false));
+    }
+  }
+  void note(const std::vector<Event>& events) {
+    static constexpr std::array kWords = {"begin ", "value ", "end "};
+    for (const Event& event : events)
+      told_ += kWords[static_cast<std::size_t>(event.kind)] + std::to_string(event.parameter) + " ";
+  }
+
+  ClapFaceHost host_{clapEntry()};
+  bool isCreated_ = false, isActive_ = false;
+  std::string told_;
+};
+
+class Vst2WindowHost final : public WindowHost {
+ public:
+  Vst2WindowHost()
+      : host_([](audioMasterCallback host) {
+          void* const entry = symbolOf(QUELLARD_VST2_FILE, "VSTPluginMain");
+          return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(entry)(host);
+        }) {}
+  PixelSize size() override { return host_.size(); }
+  bool open(std::uintptr_t parent) override { return isOpen_ = host_.open(parent); }
+  void close() override {
+    isOpen_ = false;
+    host_.call(effEditClose);
+  }
+  void idle() override { host_.call(effEditIdle); }
+  bool isCalled() override { return isOpen_; }
+  PixelSize asked() override { return host_.asked; }
+  void set(int parameter, double value) override {
+    host_.record->setParameter(host_.record, numberOf(parameter), static_cast<float>(value));
+  }
+  double get(int parameter) override {
+    if (parameter == kBypassParameter) return 0.0;
+    return static_cast<double>(host_.record->getParameter(host_.record, numberOf(parameter)));
+  }
+  // The host counts parameters from 0.
+  std::string told() override {
+    std::istringstream words(std::exchange(host_.told, ""));
+    std::string all, word;
+    for (int number = 0; words >> word >> number;)
+      all += word + " " + std::to_string(parameterOf(number)) + " ";
+    return all;
+  }
+  void play(std::vector<float>& samples) override {
+    if (!std::exchange(isActive_, true)) {
+      const AEffect& record = *host_.record;
+      record.dispatcher(host_.record, effSetSampleRate, 0, 0, nullptr, static_cast<float>(kRate));
+      record.dispatcher(host_.record, effSetBlockSize, 0, kMostFrames, nullptr, 0.0F);
+      record.dispatcher(host_.record, effMainsChanged, 0, 1, nullptr, 0.0F);
+    }
+    host_.play(samples);
+  }
+
+ private:
+  // The bypass has no number.
+  static int numberOf(int parameter) { return parameter - (parameter > kBypassParameter ? 2 : 1); }
+  static int parameterOf(int number) { return number + (number < kBypassParameter - 1 ? 1 : 2); }
+
+  Vst2FaceHost host_;
+  bool isOpen_ = false, isActive_ = false;
+};
+
+// One parameter's move at the start of a block, and a block's list of just this move.
+struct OneMove final : Counted<v3_param_value_queue> {
+  v3_param_id id = 0;
+  double value = 0.0;
+  OneMove() : Counted(kTable) {}
+  static OneMove& of(void* self) { return *static_cast<OneMove*>(self); }
+  static v3_param_id idOf(void* self) { return of(self).id; }
+  static std::int32_t count(void*) { return 1; }
+  static v3_result point(void* self, std::int32_t, std::int32_t* frame, double* value) {
+    *frame = 0;
+    *value = of(self).value;
+    return V3_OK;
+  }
+  static constexpr Table kTable = {{query, ref, unref}, {idOf, count, point, nullptr}};
+};
+
+struct OneMoveList final : Counted<v3_param_changes> {
+  OneMove move;
+  OneMoveList() : Counted(kTable) {}
+  static std::int32_t count(void*) { return 1; }
+  static v3_param_value_queue** moveOf(void* self, std::int32_t) {
+    return static_cast<OneMoveList*>(self)->move.face();
+  }
+  static constexpr Table kTable = {{query, ref, unref}, {count, moveOf, nullptr}};
+};
+
+class Vst3WindowHost final : public WindowHost {
+ public:
+  Vst3WindowHost() {
+    static void* const entry = symbolOf(QUELLARD_VST3_FILE, "ModuleEntry");
+    static const bool ready = reinterpret_cast<bool (*)(void*)>(entry)(nullptr);
+    void* const get = symbolOf(QUELLARD_VST3_FILE, "GetPluginFactory");
+    auto** const factory = reinterpret_cast<v3_plugin_factory** (*)()>(get)();
+    v3_class_info info{};
+    EXPECT_TRUE(ready);
+    v3_cpp_obj(factory)->get_class_info(factory, 0, &info);
+    v3_cpp_obj(factory)->create_instance(factory, info.class_id, v3_component_iid,
+                                         reinterpret_cast<void**>(&component_));
+    v3_cpp_obj_initialize(component_, nullptr);
+    v3_cpp_obj_query_interface(component_, v3_audio_processor_iid, &processor_);
+    v3_cpp_obj_query_interface(component_, v3_edit_controller_iid, &controller_);
+    v3_cpp_obj(controller_)->set_component_handler(controller_, handler_.face());
+    create();
+  }
+  // A view may outlive everything else of its plug-in.
+  ~Vst3WindowHost() override {
+    v3_cpp_obj(component_)->set_active(component_, false);
+    v3_cpp_obj_terminate(component_);
+    v3_cpp_obj_unref(processor_);
+    v3_cpp_obj_unref(controller_);
+    v3_cpp_obj_unref(component_);
+    close();
+  }
+  bool setScale(double scale) override {
+    v3_plugin_view_content_scale** content = nullptr;
+    v3_cpp_obj_query_interface(view_, v3_plugin_view_content_scale_iid, &content);
+    const v3_result result =
+        v3_cpp_obj(content)->set_content_scale_factor(content, static_cast<float>(scale));
+    v3_cpp_obj_unref(content);
+    return result == V3_OK;
+  }
+  PixelSize size() override {
+    create();
+    v3_view_rect rect{};
+    EXPECT_EQ(v3_cpp_obj(view_)->get_size(view_, &rect), V3_OK);
+    return {rect.right - rect.left, rect.bottom - rect.top};
+  }
+  bool open(std::uintptr_t parent) override {
+    create();
+    return v3_cpp_obj(view_)->attached(view_, reinterpret_cast<void*>(parent),
+                                       V3_VIEW_PLATFORM_TYPE_X11) == V3_OK;
+  }
+  void close() override {
+    if (view_ == nullptr) return;
+    v3_cpp_obj(view_)->removed(view_);
+    v3_cpp_obj(view_)->set_frame(view_, nullptr);
+    EXPECT_EQ(v3_cpp_obj_unref(std::exchange(view_, nullptr)), 0U);
+  }
+  // The loop waits for the descriptor, too.
+  void idle() override {
+    if (loop_.timer != nullptr) v3_cpp_obj(loop_.timer)->on_timer(loop_.timer);
+    if (loop_.events != nullptr && isReadable(loop_.descriptor))
+      v3_cpp_obj(loop_.events)->on_fd_is_set(loop_.events, loop_.descriptor);
+  }
+  bool isCalled() override { return loop_.timer != nullptr || loop_.events != nullptr; }
+  bool resize(PixelSize size) override {
+    v3_view_rect rect = {0, 0, size.width, size.height};
+    return v3_cpp_obj(view_)->on_size(view_, &rect) == V3_OK;
+  }
+  PixelSize asked() override { return {frame_.asked.right, frame_.asked.bottom}; }
+  void set(int parameter, double value) override {
+    const auto id = static_cast<v3_param_id>(parameter);
+    v3_cpp_obj(controller_)->set_parameter_normalised(controller_, id, value);
+  }
+  double get(int parameter) override {
+    const auto id = static_cast<v3_param_id>(parameter);
+    return v3_cpp_obj(controller_)->get_parameter_normalised(controller_, id);
+  }
+  // The next block brings the last of these moves.
+  std::string told() override {
+    std::istringstream words(handler_.told);
+    std::string word;
+    while (words >> word >> moves_.move.id) moves_.move.value = handler_.value;
+    return std::exchange(handler_.told, "");
+  }
+  void play(std::vector<float>& samples) override {
+    if (!std::exchange(isActive_, true)) {
+      v3_process_setup setup{V3_REALTIME, V3_SAMPLE_32, kMostFrames, kRate};
+      EXPECT_EQ(v3_cpp_obj(processor_)->setup_processing(processor_, &setup), V3_OK);
+      EXPECT_EQ(v3_cpp_obj(component_)->set_active(component_, true), V3_OK);
+      EXPECT_EQ(v3_cpp_obj(processor_)->set_processing(processor_, true), V3_OK);
+    }
+    float* channel = samples.data();
+    v3_audio_bus_buffers bus{1, 0, {&channel}};
+    v3_process_data data{};
+    data.symbolic_sample_size = V3_SAMPLE_32;
+    data.nframes = static_cast<std::int32_t>(samples.size());
+    data.num_input_buses = data.num_output_buses = 1;
+    data.inputs = data.outputs = &bus;
+    if (moves_.move.id != 0) data.input_params = moves_.face();
+    EXPECT_EQ(v3_cpp_obj(processor_)->process(processor_, &data), V3_OK);
+    moves_.move.id = 0;
+  }
+
+ private:
+  void create() {
+    if (view_ != nullptr) return;
+    view_ = v3_cpp_obj(controller_)->create_view(controller_, "editor");
+    EXPECT_EQ(v3_cpp_obj(view_)->set_frame(view_, frame_.face()), V3_OK);
+  }
+  static bool isReadable(int descriptor) {
+    pollfd one = {descriptor, POLLIN, 0};
+    return poll(&one, 1, 0) > 0;
+  }
+
+  Handler handler_;
+  RunLoop loop_;
+  Frame frame_{&loop_};
+  OneMoveList moves_;
+  v3_component** component_ = nullptr;
+  v3_audio_processor** processor_ = nullptr;
+  v3_edit_controller** controller_ = nullptr;
+  v3_plugin_view** view_ = nullptr;
+  bool isActive_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<WindowHost> createClapHost() { return std::make_unique<ClapWindowHost>(); }
+std::unique_ptr<WindowHost> createVst2Host() { return std::make_unique<Vst2WindowHost>(); }
+std::unique_ptr<WindowHost> createVst3Host() { return std::make_unique<Vst3WindowHost>(); }
+
+}  // namespace quellard::test
