@@ -296,7 +296,9 @@ TextField& Face::beginTyping(int control) {
   endDrag();
   focus_ = control;
   state_.focus = control;
-  return state_.typed.emplace(TextField{.control = control});
+  TextField& field = state_.typed.emplace();
+  field.control = control;
+  return field;
 }
 
 bool Face::keyInField(TextField& field, Key key) {

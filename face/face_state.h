@@ -42,7 +42,7 @@ MeterView meterView(const LevelMeter& meter, double gain_db);
 
 struct TextField {
   int control = 0;  // a knob
-  std::string text = {};
+  std::string text;
   bool isWrong = false;  // it was entered and is no value
 
   bool operator==(const TextField&) const = default;
