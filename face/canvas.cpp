@@ -93,6 +93,23 @@ void Canvas::shade(const Rect& bounds, const Paint& paint, float softness,
   }
 }
 
+template <typename Distance>
+void Canvas::shadeAround(const PixelRect& middle, const Rect& bounds, const Paint& paint,
+                         const Distance& distance) {
+  const PixelRect whole = clip_;
+  const std::array<PixelRect, 4> frame = {{
+      {whole.left, whole.top, whole.right, middle.top},
+      {whole.left, middle.top, middle.left, middle.bottom},
+      {middle.right, middle.top, whole.right, middle.bottom},
+      {whole.left, middle.bottom, whole.right, whole.bottom},
+  }};
+  for (const PixelRect& part : frame) {
+    clip_ = part.cutTo(whole);
+    shade(bounds, paint, 0.0F, distance);
+  }
+  clip_ = whole;
+}
+
 void Canvas::fillInside(const PixelRect& area, const Rect& bounds, const Paint& paint) {
   const float top = pixel({bounds.x, bounds.y}).y;
   const float bottom = pixel({bounds.x, bounds.bottom()}).y;
@@ -120,22 +137,11 @@ void Canvas::fill(const Rect& rect, float cornerRadius, const Paint& paint, floa
   };
   // The middle of a large area needs no distances: all of it is covered.
   const float margin = std::max(cornerRadius, softness / 2.0F) + 1.0F / scale_;
-  const PixelRect whole = clip_;
   const PixelRect middle = pixelsOf(rect.grownBy(-margin), scale_, origin_);
   if (softness > 0.0F || middle.cutTo(clip_).isEmpty()) {
     return shade(rect, paint, softness, distance);
   }
-  const std::array<PixelRect, 4> frame = {{
-      {whole.left, whole.top, whole.right, middle.top},
-      {whole.left, middle.top, middle.left, middle.bottom},
-      {middle.right, middle.top, whole.right, middle.bottom},
-      {whole.left, middle.bottom, whole.right, whole.bottom},
-  }};
-  for (const PixelRect& part : frame) {
-    clip_ = part.cutTo(whole);
-    shade(rect, paint, 0.0F, distance);
-  }
-  clip_ = whole;
+  shadeAround(middle, rect, paint, distance);
   fillInside(middle.cutTo(clip_), rect, paint);
 }
 
@@ -143,7 +149,6 @@ void Canvas::outline(const Rect& rect, float cornerRadius, float width, const Pa
   const Rect outer = rect.grownBy(width / 2.0F);
   if (!shows(outer)) return;
   const Point center = pixel(rect.center());
-  const PixelRect whole = clip_;
   const float margin = width / 2.0F + 1.0F / scale_ + cornerRadius;
   const PixelRect middle = pixelsOf(rect.grownBy(-margin), scale_, origin_);
   const auto distance = [&](Point at) {
@@ -152,17 +157,7 @@ void Canvas::outline(const Rect& rect, float cornerRadius, float width, const Pa
            width * scale_ / 2.0F;
   };
   if (middle.isEmpty()) return shade(outer, paint, 0.0F, distance);
-  const std::array<PixelRect, 4> frame = {{
-      {whole.left, whole.top, whole.right, middle.top},
-      {whole.left, middle.top, middle.left, middle.bottom},
-      {middle.right, middle.top, whole.right, middle.bottom},
-      {whole.left, middle.bottom, whole.right, whole.bottom},
-  }};
-  for (const PixelRect& part : frame) {
-    clip_ = part.cutTo(whole);
-    shade(outer, paint, 0.0F, distance);
-  }
-  clip_ = whole;
+  shadeAround(middle, outer, paint, distance);
 }
 
 void Canvas::fillCircle(Point center, float radius, const Paint& paint, float softness) {

@@ -64,6 +64,10 @@ class Canvas {
  private:
   template <typename Distance>
   void shade(const Rect& bounds, const Paint& paint, float softness, const Distance& distance);
+  // Without the pixels of the middle, which is not empty.
+  template <typename Distance>
+  void shadeAround(const PixelRect& middle, const Rect& bounds, const Paint& paint,
+                   const Distance& distance);
   void fillInside(const PixelRect& area, const Rect& bounds, const Paint& paint);
   Point pixel(Point point) const {
     return {point.x * scale_ + origin_.x, point.y * scale_ + origin_.y};

@@ -1,178 +1,29 @@
 // SPDX-License-Identifier: ISC
 // CLAP's window and the moves on it, in a host that keeps what it is told.
-#include <clap/entry.h>
-#include <clap/ext/gui.h>
-#include <clap/ext/timer-support.h>
 #include <cmath>
-#include <cstring>
-#include <functional>
 #include <limits>
 #include <map>
 #include <thread>
 
 #include "adapters/clap/clap_plugin.h"
 #include "params/factory_bank.h"
+#include "tests/adapters/faces/clap_host.h"
 #include "tests/adapters/faces/fake_window.h"
 
 namespace quellard::test {
 namespace {
 
-using Kind = HandMoves::Kind;
-
-struct Event {
-  Kind kind;
-  clap_id parameter;
-  double value;
-  bool operator==(const Event&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Event& event) {
-  return out << static_cast<int>(event.kind) << ':' << event.parameter << '=' << event.value;
-}
-
-// What the plug-in sends; room: how many events it takes.
-struct Taken {
-  std::vector<Event> events;
-  std::size_t room = SIZE_MAX;
-  clap_output_events_t list = {this, push};
-
-  static bool push(const clap_output_events_t* to, const clap_event_header_t* event) {
-    Taken& self = *static_cast<Taken*>(to->ctx);
-    if (self.events.size() >= self.room) return false;
-    EXPECT_EQ(event->time, 0U);
-    const auto* gesture = reinterpret_cast<const clap_event_param_gesture_t*>(event);
-    const auto* value = reinterpret_cast<const clap_event_param_value_t*>(event);
-    switch (event->type) {
-      case CLAP_EVENT_PARAM_VALUE:
-        self.events.push_back({Kind::value, value->param_id, value->value});
-        break;
-      case CLAP_EVENT_PARAM_GESTURE_BEGIN:
-        self.events.push_back({Kind::begin, gesture->param_id, 0.0});
-        break;
-      default: self.events.push_back({Kind::end, gesture->param_id, 0.0});
-    }
-    return true;
-  }
-};
-
-class ClapHost {
+class ClapHost : public ClapFaceHost {
  public:
-  explicit ClapHost(bool hasTimers = true) : hasTimers_(hasTimers) {
-    const auto* factory =
-        static_cast<const clap_plugin_factory_t*>(clap_entry.get_factory(CLAP_PLUGIN_FACTORY_ID));
-    plugin = factory->create_plugin(factory, &host_, "org.quellard.amplifier");
-    plugin->init(plugin);
-    gui = static_cast<const clap_plugin_gui_t*>(plugin->get_extension(plugin, CLAP_EXT_GUI));
-    params =
-        static_cast<const clap_plugin_params_t*>(plugin->get_extension(plugin, CLAP_EXT_PARAMS));
-  }
-  ~ClapHost() {
-    plugin->destroy(plugin);
-    EXPECT_EQ(timers, 0) << "a timer is left";
-  }
-  ClapHost(const ClapHost&) = delete;
-  ClapHost& operator=(const ClapHost&) = delete;
+  explicit ClapHost(bool hasTimers = true) : ClapFaceHost(clap_entry, hasTimers) {}
 
   HostedAmp& amp() const { return ClapPlugin::of(plugin).amp; }
-  bool embed(clap_xwnd parent = 77) const {
-    clap_window_t window{CLAP_WINDOW_API_X11, {}};
-    window.x11 = parent;
-    return gui->set_parent(plugin, &window);
-  }
-  bool open() const {
-    return gui->create(plugin, CLAP_WINDOW_API_X11, false) && embed() && gui->show(plugin);
-  }
-  PixelSize size() const {
-    std::uint32_t width = 0, height = 0;
-    EXPECT_TRUE(gui->get_size(plugin, &width, &height));
-    return {static_cast<int>(width), static_cast<int>(height)};
-  }
-  void tick(clap_id timer = 5) const {
-    const auto* support = static_cast<const clap_plugin_timer_support_t*>(
-        plugin->get_extension(plugin, CLAP_EXT_TIMER_SUPPORT));
-    support->on_timer(plugin, timer);
-  }
-  std::vector<Event> flushed(std::size_t room = SIZE_MAX) const {
-    Taken taken;
-    taken.room = room;
-    params->flush(plugin, nullptr, &taken.list);
-    return taken.events;
-  }
   // A block of loud input.
   std::vector<Event> played() const {
     std::vector<float> samples(64, 0.5F);
-    float* channel = samples.data();
-    clap_audio_buffer_t port = {&channel, nullptr, 1, 0, 0};
-    Taken taken;
-    const clap_process_t block = {-1, 64, nullptr, &port, &port, 1, 1, nullptr, &taken.list};
-    EXPECT_NE(plugin->process(plugin, &block), CLAP_PROCESS_ERROR);
-    return taken.events;
+    return play(samples);
   }
-
-  const clap_plugin_t* plugin;
-  const clap_plugin_gui_t* gui;
-  const clap_plugin_params_t* params;
-  int timers = 0, flushes = 0;
-  std::uint32_t period_ms = 0;
-  bool agrees = true;
-  std::vector<PixelSize> asked;
-  std::function<void(bool)> closed = [](bool) {};
-  std::function<void()> whileAsked = [] {};  // for a flush
-
- private:
-  static ClapHost& of(const clap_host_t* host) { return *static_cast<ClapHost*>(host->host_data); }
-  static const void* extension(const clap_host_t* host, const char* id) {
-    static constexpr clap_host_timer_support_t kTimer = {
-        [](const clap_host_t* each, std::uint32_t period, clap_id* timer) {
-          of(each).period_ms = period;
-          ++of(each).timers;
-          *timer = 5;
-          return true;
-        },
-        [](const clap_host_t* each, clap_id timer) {
-          EXPECT_EQ(timer, 5U);
-          --of(each).timers;
-          return true;
-        }};
-    static constexpr clap_host_gui_t kGui = {
-        [](const clap_host_t*) {},
-        [](const clap_host_t* each, std::uint32_t width, std::uint32_t height) {
-          of(each).asked.push_back({static_cast<int>(width), static_cast<int>(height)});
-          return of(each).agrees;
-        },
-        [](const clap_host_t*) { return true; }, [](const clap_host_t*) { return true; },
-        [](const clap_host_t* each, bool wasDestroyed) { of(each).closed(wasDestroyed); }};
-    static constexpr clap_host_params_t kParams = {
-        [](const clap_host_t*, clap_param_rescan_flags) {},
-        [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
-        [](const clap_host_t* each) {
-          ++of(each).flushes;
-          of(each).whileAsked();
-        }};
-    if (std::strcmp(id, CLAP_EXT_GUI) == 0) return &kGui;
-    if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) return &kParams;
-    const bool isTimer = std::strcmp(id, CLAP_EXT_TIMER_SUPPORT) == 0;
-    return isTimer && of(host).hasTimers_ ? &kTimer : nullptr;
-  }
-
-  bool hasTimers_;
-  clap_host_t host_ = {CLAP_VERSION,
-                       this,
-                       "",
-                       "",
-                       "",
-                       "",
-                       extension,
-                       [](const clap_host_t*) {},
-                       [](const clap_host_t*) {},
-                       [](const clap_host_t*) {}};
 };
-
-// The one behind "Init", by the arrow.
-void choosePreset(const FakeWindow& window) {
-  window.face.press({kPresetBox.x + kPresetBox.width - 8.0F, kPresetBox.y + 8.0F},
-                    MouseButton::left, false, 1.0);
-}
 
 class ClapFace : public FaceFormats {};
 
@@ -399,7 +250,7 @@ TEST_F(ClapFace, APresetIsAGestureOfEachParameter) {
       events.insert(events.end(), more.begin(), more.end());
     };
     if (flushesAtOnce) host.whileAsked = [&] { append(host.flushed()); };
-    choosePreset(window());
+    window().pressArrow(true);
     if (!flushesAtOnce) append(host.played());
     EXPECT_EQ(host.played(), std::vector<Event>{}) << "nothing is left";
     std::map<clap_id, std::string> order;
@@ -426,7 +277,7 @@ TEST_F(ClapFace, APresetIsAGestureOfEachParameter) {
 TEST_F(ClapFace, AFullHostGetsTheRestLater) {
   ClapHost host;
   ASSERT_TRUE(host.open());
-  choosePreset(window());
+  window().pressArrow(true);
   const ParameterValues chosen = host.amp().values();
   EXPECT_EQ(chosen, presetValues(kFactoryBank[0]));
   window().grasp(3);

@@ -121,6 +121,7 @@ class ClapFaceHost {
   bool agrees = true;
   std::vector<PixelSize> asked;
   std::function<void(bool)> closed = [](bool) {};
+  std::function<void()> whileAsked = [] {};  // for a flush
 
  private:
   static ClapFaceHost& of(const clap_host_t* host) {
@@ -150,7 +151,10 @@ class ClapFaceHost {
     static constexpr clap_host_params_t kParams = {
         [](const clap_host_t*, clap_param_rescan_flags) {},
         [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
-        [](const clap_host_t* each) { ++of(each).flushes; }};
+        [](const clap_host_t* each) {
+          ++of(each).flushes;
+          of(each).whileAsked();
+        }};
     if (std::strcmp(id, CLAP_EXT_GUI) == 0) return &kGui;
     if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) return &kParams;
     const bool isTimer = std::strcmp(id, CLAP_EXT_TIMER_SUPPORT) == 0;

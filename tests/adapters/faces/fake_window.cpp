@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include "tests/adapters/faces/fake_window.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <unistd.h>
 #include <utility>
 
@@ -20,11 +20,12 @@ double FaceWindow::desktopScale() { return test::fakeScreen().scale; }
 namespace test {
 namespace {
 
-const Control& knobOf(int parameter) {
-  const auto all = controls();
-  return *std::find_if(all.begin(), all.end(), [&](const Control& control) {
-    return control.kind == ControlKind::knob && control.parameter == parameter;
-  });
+const Control& controlNumber(int place) { return controls()[static_cast<std::size_t>(place)]; }
+
+// Long after the event before: two presses are never a double-click.
+double laterTime_s() {
+  static double now_s = 0.0;
+  return now_s += 10.0;
 }
 
 }  // namespace
@@ -48,7 +49,7 @@ bool FakeWindow::handleEvents() {
 void FakeWindow::focus(int parameter) const {
   const auto isThere = [&] {
     const int at = face.state().focus;
-    return at >= 0 && controls()[static_cast<std::size_t>(at)].parameter == parameter;
+    return at >= 0 && controlNumber(at).parameter == parameter;
   };
   for (std::size_t i = 0; i <= controls().size() && !isThere(); ++i) face.key(Key::tab, false);
   EXPECT_TRUE(isThere()) << "no control for " << parameter;
@@ -64,10 +65,14 @@ void FakeWindow::pressButton(int parameter) const {
   face.key(Key::enter, false);
 }
 
+void FakeWindow::pressArrow(bool isNext) const {
+  const ControlKind kind = isNext ? ControlKind::nextPreset : ControlKind::previousPreset;
+  face.press(controlNumber(controlOf(kind)).area.center(), MouseButton::left, false, laterTime_s());
+}
+
 void FakeWindow::grasp(int parameter) const {
-  static double time_s = 0.0;
-  const Point center = knobOf(parameter).center;
-  face.press(center, MouseButton::left, false, time_s += 10.0);  // never a double-click
+  const Point center = controlNumber(knobControl(parameter)).center;
+  face.press(center, MouseButton::left, false, laterTime_s());
   face.drag({center.x, center.y - 20.0F}, false);
 }
 
@@ -88,6 +93,12 @@ FaceFormats::FaceFormats() {
   folder_ = std::filesystem::path(testing::TempDir()) / ("faces-" + std::to_string(getpid()));
   setenv("XDG_STATE_HOME", folder_.c_str(), 1);
   setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);
+}
+
+void FaceFormats::writeOwnPreset() const {
+  const std::filesystem::path presets = folder_ / "quellard" / "presets";
+  std::filesystem::create_directories(presets);
+  std::ofstream(presets / "Own.txt") << "modern.gain = 9\n";
 }
 
 FaceFormats::~FaceFormats() {

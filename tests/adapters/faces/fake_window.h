@@ -29,6 +29,8 @@ class FakeWindow final : public FaceWindow {
   // By keys: turns a knob a step up, or presses a button, as one whole move.
   void turn(int parameter) const;
   void pressButton(int parameter) const;
+  // Steps through the list of presets: "Init", the factory bank, the user's own.
+  void pressArrow(bool isNext) const;
   // Grasps a knob with the mouse and moves it upwards; it is held until let go.
   void grasp(int parameter) const;
   void letGo() const;
@@ -65,6 +67,8 @@ class FaceFormats : public testing::Test {
   ~FaceFormats() override;
 
   static FakeWindow& window();  // the latest
+  // One preset of the user's own, the last of the face's list: MODERN with GAIN at 9.
+  void writeOwnPreset() const;
 
  private:
   std::filesystem::path folder_;

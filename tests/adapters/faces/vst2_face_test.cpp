@@ -1,95 +1,24 @@
 // SPDX-License-Identifier: ISC
 // The VST 2.4 effect's window, in a host that keeps what it is told.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <utility>
-
 #include "adapters/vst2/vst2_effect.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
+#include "tests/adapters/faces/vst2_host.h"
 
 namespace quellard::test {
 namespace {
 
-// The last host made is the one that is called back.
-class Vst2Host {
+class Vst2Host : public Vst2FaceHost {
  public:
-  Vst2Host() {
-    current() = this;
-    record = Vst2Effect::create(callback, kVst2Mono);
-  }
-  ~Vst2Host() { call(effClose); }
-  Vst2Host(const Vst2Host&) = delete;
-  Vst2Host& operator=(const Vst2Host&) = delete;
-
-  std::intptr_t call(std::int32_t opcode, void* ptr = nullptr) const {
-    return record->dispatcher(record, opcode, 0, 0, ptr, 0.0F);
-  }
-  bool open(std::uintptr_t parent = 77) const {
-    return call(effEditOpen, reinterpret_cast<void*>(parent)) != 0;
-  }
-  PixelSize size() const {
-    Vst2Rect* rect = nullptr;
-    EXPECT_EQ(call(effEditGetRect, &rect), 1);
-    EXPECT_EQ(std::pair(rect->top, rect->left), std::pair(std::int16_t{0}, std::int16_t{0}));
-    return {rect->right, rect->bottom};
+  Vst2Host()
+      : Vst2FaceHost([](audioMasterCallback host) { return Vst2Effect::create(host, kVst2Mono); }) {
   }
   float played() const {
     std::vector<float> samples(64, 0.5F);
-    float* channel = samples.data();
-    record->processReplacing(record, &channel, &channel, 64);
+    play(samples);
     return samples.back();
   }
-
-  AEffect* record;
-  bool agrees = true;
-  PixelSize asked, shownWhileAsked;
-  std::string told;  // the moves, and that the host should look again
-  int programWhenUpdated = -1;
-
- private:
-  static Vst2Host*& current() {
-    static Vst2Host* host = nullptr;
-    return host;
-  }
-  static std::intptr_t callback(AEffect*, std::int32_t opcode, std::int32_t index,
-                                std::intptr_t value, void*, float opt) {
-    Vst2Host& self = *current();
-    const std::string number = std::to_string(index) + " ";
-    switch (opcode) {
-      case audioMasterVersion: return kVstVersion;
-      case audioMasterBeginEdit: return self.told += "begin " + number, 1;
-      case audioMasterEndEdit: return self.told += "end " + number, 1;
-      case audioMasterAutomate:
-        EXPECT_EQ(opt, self.record->getParameter(self.record, index)) << "it is set before";
-        return self.told += "value " + number, 1;
-      case audioMasterUpdateDisplay:
-        self.programWhenUpdated = static_cast<int>(self.call(effGetProgram));
-        return self.told += "update ", 1;
-      case audioMasterSizeWindow:
-        self.asked = {index, static_cast<int>(value)};
-        self.shownWhileAsked = self.size();
-        return self.agrees ? 1 : 0;
-      default: return 0;
-    }
-  }
 };
-
-// Steps through the face's list by its arrows: "Init", the factory bank, the user's own.
-void pressArrow(const FakeWindow& window, bool isNext) {
-  static double time_s = 0.0;
-  const float x = isNext ? kPresetBox.x + kPresetBox.width - 8.0F : kPresetBox.x + 8.0F;
-  window.face.press({x, kPresetBox.y + 8.0F}, MouseButton::left, false, time_s += 10.0);
-}
-
-// One preset of the user's own, the last of the face's list.
-void writeOwnPreset() {
-  const std::filesystem::path folder =
-      std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "quellard" / "presets";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "Own.txt") << "modern.gain = 9\n";
-}
 
 class Vst2Face : public FaceFormats {};
 
@@ -140,13 +69,13 @@ TEST_F(Vst2Face, APresetIsTheHostsProgram) {
   writeOwnPreset();
   Vst2Host host;
   ASSERT_TRUE(host.open());
-  pressArrow(window(), true);
+  window().pressArrow(true);
   EXPECT_TRUE(host.told.ends_with("update ")) << host.told;
   EXPECT_EQ(host.programWhenUpdated, 1);
   char name[kVstMaxProgNameLen] = "";
   host.call(effGetProgramName, name);
   EXPECT_STREQ(name, kFactoryBank[0].name);
-  for (int i = 0; i < 2; ++i) pressArrow(window(), false);  // over "Init" to the last
+  for (int i = 0; i < 2; ++i) window().pressArrow(false);  // over "Init" to the last
   EXPECT_NEAR(host.record->getParameter(host.record, 17), 0.9F, 1e-6F);
   EXPECT_EQ(host.call(effGetProgram), 0);
   EXPECT_TRUE(host.told.ends_with("update begin 17 value 17 end 17 ")) << host.told;

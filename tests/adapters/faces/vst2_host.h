@@ -42,7 +42,8 @@ class Vst2FaceHost {
   AEffect* record;
   bool agrees = true;
   PixelSize asked, shownWhileAsked;
-  std::string told;  // the moves
+  std::string told;  // the moves, and that the host should look again
+  int programWhenUpdated = -1;
 
  private:
   // The effect asks for the version before there is a record.
@@ -57,6 +58,9 @@ class Vst2FaceHost {
       case audioMasterAutomate:
         EXPECT_EQ(opt, self.record->getParameter(self.record, index)) << "it is set before";
         return self.told += "value " + number, 1;
+      case audioMasterUpdateDisplay:
+        self.programWhenUpdated = static_cast<int>(self.call(effGetProgram));
+        return self.told += "update ", 1;
       case audioMasterSizeWindow:
         self.asked = {index, static_cast<int>(value)};
         self.shownWhileAsked = self.size();

@@ -1,162 +1,15 @@
 // SPDX-License-Identifier: ISC
 // VST3's view, in a host with a run loop that counts what it holds.
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <limits>
-#include <travesty/host.h>
-#include <travesty/view.h>
 
 #include "adapters/vst3/vst3_plugin.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
+#include "tests/adapters/faces/vst3_host.h"
 
 namespace quellard::test {
 namespace {
-
-// An object of the host: the address of its functions, then its references.
-template <typename Functions>
-struct Counted {
-  struct Table : v3_funknown {
-    Functions own;
-  };
-  const Table* table;
-  int references = 1;
-
-  explicit Counted(const Table& functions) : table(&functions) {}
-  ~Counted() { EXPECT_EQ(references, 1); }
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-  template <typename Interface = Functions>
-  Interface** interface() {
-    return static_cast<Interface**>(static_cast<void*>(this));
-  }
-  static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
-  static std::uint32_t ref(void* self) {
-    return static_cast<std::uint32_t>(++static_cast<Counted*>(self)->references);
-  }
-  static std::uint32_t unref(void* self) {
-    return static_cast<std::uint32_t>(--static_cast<Counted*>(self)->references);
-  }
-};
-
-struct RunLoop final : Counted<v3_run_loop> {
-  v3_event_handler** events = nullptr;
-  v3_timer_handler** timer = nullptr;
-  int descriptor = 0;
-  bool takesTimers = true;
-  bool keepsReferences = true;  // to the handlers, while they are registered
-  RunLoop() : Counted(kTable) {}
-  ~RunLoop() { EXPECT_TRUE(events == nullptr && timer == nullptr) << "still registered"; }
-
-  static RunLoop& of(void* self) { return *static_cast<RunLoop*>(self); }
-  static v3_result addEvents(void* self, v3_event_handler** handler, int descriptor) {
-    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
-    of(self).events = handler;
-    of(self).descriptor = descriptor;
-    return V3_OK;
-  }
-  static v3_result removeEvents(void* self, v3_event_handler** handler) {
-    EXPECT_EQ(std::exchange(of(self).events, nullptr), handler);
-    return of(self).letGo(handler);
-  }
-  static v3_result addTimer(void* self, v3_timer_handler** handler, std::uint64_t period_ms) {
-    EXPECT_EQ(period_ms, 33U);
-    if (!of(self).takesTimers) return V3_INTERNAL_ERR;
-    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
-    of(self).timer = handler;
-    return V3_OK;
-  }
-  static v3_result removeTimer(void* self, v3_timer_handler** handler) {
-    EXPECT_EQ(std::exchange(of(self).timer, nullptr), handler);
-    return of(self).letGo(handler);
-  }
-  template <typename Interface>
-  v3_result letGo(Interface** handler) const {
-    if (!keepsReferences) v3_cpp_obj_ref(handler);  // for a moment
-    EXPECT_GT(v3_cpp_obj_unref(handler), 0U) << "the one who removes it still needs it";
-    return V3_OK;
-  }
-  static constexpr Table kTable = {{query, ref, unref},
-                                   {addEvents, removeEvents, addTimer, removeTimer}};
-};
-
-struct Frame final : Counted<v3_plugin_frame> {
-  RunLoop* loop;
-  bool agrees = true;
-  bool hasMemory = true;
-  v3_view_rect asked{};
-  std::function<void()> whileAsked = [] {};
-  explicit Frame(RunLoop* offered) : Counted(kTable), loop(offered) {}
-
-  static v3_result find(void* self, const v3_tuid id, void** object) {
-    RunLoop* const offered = static_cast<Frame*>(self)->loop;
-    if (offered == nullptr || !v3_tuid_match(id, v3_run_loop_iid)) return V3_NO_INTERFACE;
-    RunLoop::ref(offered);
-    return *object = offered, V3_OK;
-  }
-  // A host that agrees tells the size to the view before it answers.
-  static v3_result resize(void* self, v3_plugin_view** view, v3_view_rect* rect) {
-    auto& frame = *static_cast<Frame*>(self);
-    frame.asked = *rect;
-    frame.whileAsked();
-    if (!frame.hasMemory) throw std::bad_alloc();
-    if (!frame.agrees) return V3_FALSE;
-    return v3_cpp_obj(view)->on_size(view, rect);
-  }
-  static constexpr Table kTable = {{find, ref, unref}, {resize}};
-};
-
-struct Handler final : Counted<v3_component_handler> {
-  std::string told;
-  double value = -1.0;
-  Handler() : Counted(kTable) {}
-
-  static v3_result note(void* self, const std::string& what, v3_param_id id) {
-    static_cast<Handler*>(self)->told += what + " " + std::to_string(id) + " ";
-    return V3_OK;
-  }
-  static v3_result begin(void* self, v3_param_id id) { return note(self, "begin", id); }
-  static v3_result perform(void* self, v3_param_id id, double value) {
-    static_cast<Handler*>(self)->value = value;
-    return note(self, "value", id);
-  }
-  static v3_result end(void* self, v3_param_id id) { return note(self, "end", id); }
-  static v3_result restart(void* self, std::int32_t) { return note(self, "restart", 0); }
-  static constexpr Table kTable = {{query, ref, unref}, {begin, perform, end, restart}};
-};
-
-// The name of a host that must not be called back while it loads.
-struct Application final : Counted<v3_host_application> {
-  Application() : Counted(kTable) {}
-  static v3_result name(void*, std::int16_t* to) {
-    for (const char* c = "Ardour"; *c != 0; ++c) *to++ = *c;
-    return *to = 0, V3_OK;
-  }
-  static v3_result find(void* self, const v3_tuid id, void** object) {
-    if (!v3_tuid_match(id, v3_host_application_iid)) return V3_NO_INTERFACE;
-    ref(self);
-    return *object = self, V3_OK;
-  }
-  static constexpr Table kTable = {{find, ref, unref}, {name, nullptr}};
-};
-
-// Steps through the face's list by its arrows: "Init", the factory bank, the user's own.
-void pressArrow(const FakeWindow& window, bool isNext) {
-  static double time_s = 0.0;
-  const float x = isNext ? kPresetBox.x + kPresetBox.width - 8.0F : kPresetBox.x + 8.0F;
-  window.face.press({x, kPresetBox.y + 8.0F}, MouseButton::left, false, time_s += 10.0);
-}
-
-// One preset of the user's own, the last of the face's list.
-void writeOwnPreset() {
-  const std::filesystem::path folder =
-      std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "quellard" / "presets";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "Own.txt") << "modern.gain = 9\n";
-}
 
 class Vst3Face : public FaceFormats {
  protected:
@@ -345,7 +198,7 @@ TEST_F(Vst3Face, APresetIsTheHostsProgram) {
   auto& plugin = Vst3Plugin::of(controller);
   v3_plugin_view** view = opened();
   const auto programNow = [&] { return c().get_parameter_normalised(controller, kVst3Program); };
-  pressArrow(window(), true);
+  window().pressArrow(true);
   EXPECT_EQ(programNow(), 1.0F / 12.0F);
   EXPECT_EQ(handler.value, c().plain_parameter_to_normalised(controller, kVst3Program, 1.0));
   EXPECT_TRUE(handler.told.ends_with("begin 0 value 0 end 0 ")) << handler.told;
@@ -363,13 +216,13 @@ TEST_F(Vst3Face, APresetIsTheHostsProgram) {
   handler.told.clear();
   close(view);
   view = opened();
-  pressArrow(window(), false);
+  window().pressArrow(false);
   EXPECT_EQ(amp().value(18), 0.9F);
   EXPECT_EQ(handler.told, "begin 18 value 18 end 18 ") << "no program of the host's";
   EXPECT_EQ(programNow(), 0.0);
   c().set_component_handler(controller, nullptr);
-  pressArrow(window(), true);
-  pressArrow(window(), true);
+  window().pressArrow(true);
+  window().pressArrow(true);
   EXPECT_EQ(programNow(), 1.0F / 12.0F) << "without a handler";
   close(view);
 }

@@ -3,39 +3,25 @@
 // is told. Each object counts its references.
 #pragma once
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <new>
 #include <string>
 #include <travesty/edit_controller.h>
-#include <travesty/host.h>
 #include <travesty/view.h>
 #include <utility>
 
+#include "tests/adapters/vst3_objects.h"
+
 namespace quellard::test {
 
-// An object of the host: the address of its functions, then its references.
+// Whose references are all given back in the end.
 template <typename Functions>
-struct Counted {
-  struct Table : v3_funknown {
-    Functions own;
-  };
-  const Table* table;
-  int references = 1;
-
-  explicit Counted(const Table& functions) : table(&functions) {}
-  ~Counted() { EXPECT_EQ(references, 1); }
+struct Counted : HostObject<Functions> {
+  using HostObject<Functions>::HostObject;
+  ~Counted() { EXPECT_EQ(this->references, 1); }
   Counted(const Counted&) = delete;
   Counted& operator=(const Counted&) = delete;
-  template <typename Face = Functions>
-  Face** face() {
-    return static_cast<Face**>(static_cast<void*>(this));
-  }
-  static v3_result query(void*, const v3_tuid, void**) { return V3_NO_INTERFACE; }
-  static std::uint32_t ref(void* self) {
-    return static_cast<std::uint32_t>(++static_cast<Counted*>(self)->references);
-  }
-  static std::uint32_t unref(void* self) {
-    return static_cast<std::uint32_t>(--static_cast<Counted*>(self)->references);
-  }
 };
 
 struct RunLoop final : Counted<v3_run_loop> {
@@ -43,31 +29,36 @@ struct RunLoop final : Counted<v3_run_loop> {
   v3_timer_handler** timer = nullptr;
   int descriptor = 0;
   bool takesTimers = true;
+  bool keepsReferences = true;  // to the handlers, while they are registered
   RunLoop() : Counted(kTable) {}
   ~RunLoop() { EXPECT_TRUE(events == nullptr && timer == nullptr) << "still registered"; }
 
   static RunLoop& of(void* self) { return *static_cast<RunLoop*>(self); }
   static v3_result addEvents(void* self, v3_event_handler** handler, int descriptor) {
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).events = handler;
     of(self).descriptor = descriptor;
     return V3_OK;
   }
   static v3_result removeEvents(void* self, v3_event_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).events, nullptr), handler);
-    v3_cpp_obj_unref(handler);
-    return V3_OK;
+    return of(self).letGo(handler);
   }
   static v3_result addTimer(void* self, v3_timer_handler** handler, std::uint64_t period_ms) {
     EXPECT_EQ(period_ms, 33U);
     if (!of(self).takesTimers) return V3_INTERNAL_ERR;
-    v3_cpp_obj_ref(handler);
+    if (of(self).keepsReferences) v3_cpp_obj_ref(handler);
     of(self).timer = handler;
     return V3_OK;
   }
   static v3_result removeTimer(void* self, v3_timer_handler** handler) {
     EXPECT_EQ(std::exchange(of(self).timer, nullptr), handler);
-    v3_cpp_obj_unref(handler);
+    return of(self).letGo(handler);
+  }
+  template <typename Interface>
+  v3_result letGo(Interface** handler) const {
+    if (!keepsReferences) v3_cpp_obj_ref(handler);  // for a moment
+    EXPECT_GT(v3_cpp_obj_unref(handler), 0U) << "the one who removes it still needs it";
     return V3_OK;
   }
   static constexpr Table kTable = {{query, ref, unref},
@@ -77,7 +68,9 @@ struct RunLoop final : Counted<v3_run_loop> {
 struct Frame final : Counted<v3_plugin_frame> {
   RunLoop* loop;
   bool agrees = true;
+  bool hasMemory = true;
   v3_view_rect asked{};
+  std::function<void()> whileAsked = [] {};
   explicit Frame(RunLoop* offered) : Counted(kTable), loop(offered) {}
 
   static v3_result find(void* self, const v3_tuid id, void** object) {
@@ -90,6 +83,8 @@ struct Frame final : Counted<v3_plugin_frame> {
   static v3_result resize(void* self, v3_plugin_view** view, v3_view_rect* rect) {
     auto& frame = *static_cast<Frame*>(self);
     frame.asked = *rect;
+    frame.whileAsked();
+    if (!frame.hasMemory) throw std::bad_alloc();
     if (!frame.agrees) return V3_FALSE;
     return v3_cpp_obj(view)->on_size(view, rect);
   }

@@ -174,7 +174,7 @@ struct OneMoveList final : Counted<v3_param_changes> {
   OneMoveList() : Counted(kTable) {}
   static std::int32_t count(void*) { return 1; }
   static v3_param_value_queue** moveOf(void* self, std::int32_t) {
-    return static_cast<OneMoveList*>(self)->move.face();
+    return static_cast<OneMoveList*>(self)->move.interface();
   }
   static constexpr Table kTable = {{query, ref, unref}, {count, moveOf, nullptr}};
 };
@@ -194,7 +194,7 @@ class Vst3WindowHost final : public WindowHost {
     v3_cpp_obj_initialize(component_, nullptr);
     v3_cpp_obj_query_interface(component_, v3_audio_processor_iid, &processor_);
     v3_cpp_obj_query_interface(component_, v3_edit_controller_iid, &controller_);
-    v3_cpp_obj(controller_)->set_component_handler(controller_, handler_.face());
+    v3_cpp_obj(controller_)->set_component_handler(controller_, handler_.interface());
     create();
   }
   // A view may outlive everything else of its plug-in.
@@ -272,7 +272,7 @@ class Vst3WindowHost final : public WindowHost {
     data.nframes = static_cast<std::int32_t>(samples.size());
     data.num_input_buses = data.num_output_buses = 1;
     data.inputs = data.outputs = &bus;
-    if (moves_.move.id != 0) data.input_params = moves_.face();
+    if (moves_.move.id != 0) data.input_params = moves_.interface();
     EXPECT_EQ(v3_cpp_obj(processor_)->process(processor_, &data), V3_OK);
     moves_.move.id = 0;
   }
@@ -281,7 +281,7 @@ class Vst3WindowHost final : public WindowHost {
   void create() {
     if (view_ != nullptr) return;
     view_ = v3_cpp_obj(controller_)->create_view(controller_, "editor");
-    EXPECT_EQ(v3_cpp_obj(view_)->set_frame(view_, frame_.face()), V3_OK);
+    EXPECT_EQ(v3_cpp_obj(view_)->set_frame(view_, frame_.interface()), V3_OK);
   }
   static bool isReadable(int descriptor) {
     pollfd one = {descriptor, POLLIN, 0};
