@@ -405,7 +405,7 @@ void FacePicture::resize(int width, int height) {
 
 std::vector<PixelRect> FacePicture::repaint(const FaceState& state,
                                             std::span<const FacePreset> presets) {
-  if (!isStale_ && state == painted_) return {};
+  if (isUpToDate(state)) return {};
   std::vector<PixelRect> areas;
   if (isStale_) {
     areas.push_back(picture_.bounds());

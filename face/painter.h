@@ -27,6 +27,8 @@ class FacePicture {
   // nothing changed.
   std::vector<PixelRect> repaint(const FaceState& state, std::span<const FacePreset> presets);
 
+  // Whether repaint() would paint nothing.
+  bool isUpToDate(const FaceState& state) const { return !isStale_ && state == painted_; }
   // Whether the next repaint() paints everything. Until then the picture is black.
   bool isStale() const { return isStale_; }
   const Picture& picture() const { return picture_; }

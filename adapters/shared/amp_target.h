@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <utility>
 
 #include "face/face_target.h"
 #include "rig/hosted_amp.h"
@@ -22,12 +23,14 @@ class AmpTarget : public FaceTarget {
   // kHz) are shown as silent towards their ends.
   FaceLevels levels() override {
     const unsigned blocks = amp_.measuredBlocks();
-    const Clock::time_point now = Clock::now();
-    if (blocks != blocks_) playedAt_ = now;
-    blocks_ = blocks;
-    const bool plays = now - playedAt_ < kStopped;
-    return {.inputPeak = plays ? amp_.inputPeak() : 0.0F,
-            .outputPeak = plays ? amp_.outputPeak() : 0.0F,
+    if (std::exchange(blocks_, blocks) != blocks) {
+      playedAt_ = Clock::now();
+      plays_ = true;
+    } else if (plays_) {
+      plays_ = Clock::now() - playedAt_ < kStopped;
+    }
+    return {.inputPeak = plays_ ? amp_.inputPeak() : 0.0F,
+            .outputPeak = plays_ ? amp_.outputPeak() : 0.0F,
             .gateIsOpen = amp_.gateIsOpen()};
   }
 
@@ -39,7 +42,8 @@ class AmpTarget : public FaceTarget {
   static constexpr std::chrono::milliseconds kStopped{500};
 
   unsigned blocks_;
-  Clock::time_point playedAt_;  // of the clock's start, at first: longer ago than kStopped
+  bool plays_ = false;
+  Clock::time_point playedAt_;
 };
 
 }  // namespace quellard

@@ -350,13 +350,12 @@ class X11Window : public FaceWindow {
 
   // A mouse may report a thousand moves a second. What is left out is painted with the next call.
   void paint() {
+    if (picture_.isUpToDate(face_.state())) return;
     const Clock::time_point now = Clock::now();
     if (!picture_.isStale() && now - paintedAt_ < kFrame) return;
     const auto areas = picture_.repaint(face_.state(), face_.presets());
     for (const PixelRect& area : areas) put(area);
-    if (areas.empty()) return;
     paintedAt_ = now;
-    xcb_.flush(handle_);
   }
 
   // Sends pixels in as many requests as the server's longest one demands.

@@ -252,6 +252,16 @@ case $1 in
     wait "${servers[2]}"
     grep -qx '# Warm Jazz' "$XDG_STATE_HOME/quellard/jack/amp.state"
     ;;
+  without-x11)  # modules and programs on a machine whose libxcb cannot be loaded
+    mkdir broken
+    touch broken/libxcb.so.1
+    export DISPLAY=:0 LD_LIBRARY_PATH=$PWD/broken
+    for tests in clap vst2 vst3 lv2; do
+      if [[ -x $build/${tests}_tests ]]; then "$build/${tests}_tests" --gtest_brief=1; fi
+    done
+    "$quellard" render -q -o heard.wav mono.wav "${knobs[@]}"
+    if [[ -x $build/quellard-jack ]]; then "$build/quellard-jack" --version; fi
+    ;;
   quellard-jack)
     needs jackd jack_wait jack_lsp
     if "$build/quellard-jack" --chanel clean 2>said; then exit 1; fi
