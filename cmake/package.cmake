@@ -3,6 +3,12 @@
 quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quellard RENAME copyright)
 quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libquellard-dev
   RENAME copyright COMPONENT Development)
+set(CPACK_COMPONENTS_ALL Runtime Development)
+if(TARGET quellard_python)
+  list(APPEND CPACK_COMPONENTS_ALL Python)
+  quellard_install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/python3-quellard
+    RENAME copyright COMPONENT Python)
+endif()
 
 # The font that the face carries wants its notice to go with it; stb_truetype wants nothing.
 find_file(QUELLARD_FONT_NOTICE copyright PATHS /usr/share/doc/fonts-dejavu-core NO_DEFAULT_PATH)
@@ -19,7 +25,6 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/finish.cmake)
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL Runtime Development)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 
@@ -38,4 +43,18 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "three-channel guitar amplifier: its engine for other programs
 The static libraries and headers of the guitar amplifier Quellard, to play
 buffers of samples through it. CMake finds them by find_package(Quellard).")
+
+# The module is made for one version of the interpreter.
+if(TARGET quellard_python)
+  math(EXPR next "${Python_VERSION_MINOR} + 1" OUTPUT_FORMAT DECIMAL)
+  set(python3 "python3 (>= 3.${Python_VERSION_MINOR}~), python3 (<< 3.${next})")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${python3}, python3-numpy")
+endif()
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-quellard)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-distributed)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "three-channel guitar amplifier: package for Python
+Plays NumPy arrays through the guitar amplifier Quellard, as recordings or
+as streams, and sweeps of its settings over many recordings.")
 include(CPack)

@@ -22,25 +22,21 @@
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
 #include "tools/host/batch.h"
+#include "tools/host/render_limits.h"
 #include "tools/listing.h"
 #include "tools/measure/gain_table.h"
 #include "tools/measure/note_list.h"
 #include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
+#include "tools/report.h"
 #include "tools/settings/cabinet_file.h"
+#include "tools/settings/chosen_settings.h"
 #include "tools/settings/presets.h"
-#include "tools/settings/rig_options.h"
-#include "tools/settings/settings_options.h"
+#include "tools/sweep_command.h"
 
 namespace quellard {
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFileTrouble = 1;
-constexpr int kWrongUsage = 2;
-constexpr int kLongestBlock = 1 << 20;
-constexpr int kMostThreads = 256;
-constexpr double kLongestTail = 24 * 3600;
 constexpr double kSmallestScale = 0.25;
 constexpr double kLargestScale = 8.0;
 
@@ -68,33 +64,28 @@ struct Options {
   std::string sine = "220";
   std::string scale = "1";
   TuningOptions tuning;
+  SweepOptions sweep;
 };
 
-// One line on stderr, whatever the message holds.
-int report(const std::string& message, int status = kDone) {
-  const std::string line = fmt::format("quellard: {}\n", oneLine(message));
-  std::fwrite(line.data(), 1, line.size(), stderr);
-  return status;
-}
-
-// Throws FileError for standard output; errors on standard error are ignored, since they could not
-// be reported.
-void print(const std::string& text, std::FILE* to = stdout) {
-  if (to == stdout) return printOut(text);
-  std::fwrite(text.data(), 1, text.size(), to);
-}
-
-// The channel that plays from the starting point on.
-int channelOf(const StartingPoint& start, const PluginModule& module) {
+// The selector in one of the plug-in's programs, by the option for it.
+float programSelector(const SettingsOptions& options, const PluginModule& module) {
   PluginInstance instance(module);
-  instance.setProgram(start.program);
-  return channelAt(start, instance.parameter(kTypeParameter));
+  instance.setProgram(startFrom(options).program);
+  return instance.parameter(kTypeParameter);
+}
+
+// automation: a file; none for "".
+ChosenSettings chooseFor(const PluginModule& module, const NamedSettings& settings,
+                         const std::string& automation = {}) {
+  ReadMoves readMoves;
+  if (!automation.empty()) {
+    readMoves = [&](int channel) { return readAutomation(automation, channel); };
+  }
+  return choose(settings, readMoves, programSelector(settings.knobs, module));
 }
 
 StartingPoint resolveKnobs(const SettingsOptions& options, const PluginModule& module) {
-  StartingPoint start = startFrom(options);
-  addKnobs(options, channelOf(start, module), start);
-  return start;
+  return chooseFor(module, {options, {}}).start;
 }
 
 void addInputs(CLI::App& command, Options& options) {
@@ -234,8 +225,8 @@ int reportAll(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes
 
 int render(const Options& options) {
   RenderSettings settings;
-  settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
-  settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail);
+  settings.rig.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
+  settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail_s);
   settings.mono = options.mono;
   settings.preroll = !options.noPreroll;
   settings.sampleFormat = options.sampleFormat;
@@ -243,16 +234,12 @@ int render(const Options& options) {
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
 
   const PluginModule module(PluginModule::find(options.plugin));
-  settings.start = startFrom(options.knobs);
-  int channel = channelOf(settings.start, module);
-  if (!options.automation.empty()) {
-    settings.moves = readAutomation(options.automation, channel);
-    channel = channelAtStart(settings.moves, channel);
-  }
-  addKnobs(options.knobs, channel, settings.start);
-  applyRig(options.rig, settings.rig);
-  applyCabinet(options.rig, settings.cabinet);
-  if (!settings.cabinet.file.empty()) checkCabinet(settings.cabinet);
+  ChosenSettings chosen = chooseFor(module, {options.knobs, options.rig}, options.automation);
+  settings.rig.start = std::move(chosen.start);
+  settings.rig.values = chosen.rig;
+  settings.rig.cabinet = chosen.cabinet;
+  settings.moves = std::move(chosen.moves);
+  if (!settings.rig.cabinet.file.empty()) checkCabinet(settings.rig.cabinet);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
@@ -359,6 +346,10 @@ void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard " QUELLARD_VERSION);
   addRenderOptions(addCommand(app, options, "render", "Play audio files through the amplifier"),
                    options);
+  CLI::App& sweeping =
+      *app.add_subcommand("sweep", "Play takes with many settings, and list what came of it");
+  addValue(sweeping, "--plugin", options.sweep.plugin, "FILE", "The plug-in, if not the one found");
+  addSweepOptions(sweeping, options.sweep);
   addSettingsOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
   addValue(*app.add_subcommand("presets", "List the presets, the factory's and your own"), "--show",
@@ -381,6 +372,7 @@ void buildApp(CLI::App& app, Options& options) {
 int dispatch(const CLI::App& app, const Options& options) {
   const CLI::App& command = *app.get_subcommands().front();
   if (command.get_name() == "render") return render(options);
+  if (command.get_name() == "sweep") return sweep(options.sweep);
   if (command.get_name() == "plot") return plot(options);
   if (command.get_name() == "face") return face(options);
   if (command.get_name() == "measure") return measure(options);

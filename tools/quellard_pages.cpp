@@ -64,6 +64,8 @@ ManualTexts texts() {
                     "A preset as a start."},
                    {"quellard render takes/ -o amped/ --type flac --format pcm24 -j 2",
                     "A whole folder, two files at a time."},
+                   {"quellard sweep takes/ -o swept/ --grid gain=0:10:2.5 -j 2",
+                    "Each take with five settings of GAIN, and a list of what came of it."},
                    {"quellard measure --preset \"Blues Lead\"",
                     "How far it distorts, over GAIN and level."},
                    {"quellard tune strings.wav --tuning \"drop d\"",

@@ -52,7 +52,7 @@ case $1/$program in
   completion/quellard)
     settings render in.wav
     settings plot
-    expect 'render|params|programs|presets|info|plot|face|measure|tune|-h|--help|--version' ''
+    expect 'render|sweep|params|programs|presets|info|plot|face|measure|tune|-h|--help|--version' ''
     expect 'presets' prese
     expect 'My\ Lead' presets --show my
     expect '--preset|--presence' render --pres

@@ -57,6 +57,16 @@ fs::path withLinksFollowed(fs::path path) {
   return error ? path : target;
 }
 
+void makeFolder(const fs::path& folder) {
+  std::error_code error;
+  std::error_code unreached;
+  fs::create_directories(withLinksFollowed(folder), error);
+  if (error && !fs::is_directory(folder, unreached)) {
+    throw FileError(fmt::format("cannot make the folder {}: {}", folder.string(),
+                                systemMessage(error.value())));
+  }
+}
+
 OutputFile::OutputFile(const fs::path& path)
     : shown_(isStandardOutput(path) ? "standard output" : path),
       target_(isStream(path) ? path : withLinksFollowed(path)),

@@ -21,6 +21,10 @@ bool isStream(const std::filesystem::path& path);
 // The path at the end of a chain of symbolic links, also where no file exists there.
 std::filesystem::path withLinksFollowed(std::filesystem::path path);
 
+// Makes a folder and those above it, where missing; a symbolic link to one is followed. Throws
+// FileError.
+void makeFolder(const std::filesystem::path& folder);
+
 class OutputFile {
  public:
   // path: of the file or stream; a symbolic link is followed, so that its target is replaced, not

@@ -165,16 +165,6 @@ void refuseOneForMany(const fs::path& output) {
                   output.string()));
 }
 
-void makeFolder(const fs::path& folder) {
-  std::error_code error;
-  std::error_code unreached;
-  fs::create_directories(withLinksFollowed(folder), error);
-  if (error && !fs::is_directory(folder, unreached)) {
-    throw FileError(fmt::format("cannot make the folder {}: {}", folder.string(),
-                                systemMessage(error.value())));
-  }
-}
-
 Outcome runJob(const PluginModule& module, const Job& job, const RenderSettings& settings,
                Progress& progress) {
   try {

@@ -20,8 +20,6 @@ namespace quellard {
 namespace fs = std::filesystem;
 namespace {
 
-using Entry = Orv_TypeIF* (*)(audioMasterCallback);
-
 // Instances are set up one at a time, as in most hosts.
 std::mutex setupMutex;
 
@@ -79,7 +77,7 @@ PluginModule::PluginModule(const fs::path& file) : file_(file) {
     throw FileError(fmt::format("cannot load the plug-in {}: {}", file.string(),
                                 there ? "not a library for this machine" : systemMessage(errno)));
   }
-  entry_ = dlsym(handle_.get(), "getinterface");
+  entry_ = reinterpret_cast<Entry>(dlsym(handle_.get(), "getinterface"));
   if (entry_ == nullptr) {
     throw FileError(fmt::format("{} is not the plug-in: it has no getinterface", file.string()));
   }
@@ -88,7 +86,7 @@ PluginModule::PluginModule(const fs::path& file) : file_(file) {
 AEffect* PluginModule::createEffect() const {
   const std::lock_guard lock(setupMutex);
   // The interface object is only needed for the record that it carries.
-  const std::unique_ptr<Orv_TypeIF> interface(reinterpret_cast<Entry>(entry_)(hostCallback));
+  const std::unique_ptr<Orv_TypeIF> interface(entry_(hostCallback));
   AEffect* effect = interface != nullptr ? interface->effect : nullptr;
   if (effect == nullptr || effect->magic != kEffectMagic) {
     throw FileError(fmt::format("{} creates no effect", file_.string()));

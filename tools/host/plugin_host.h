@@ -69,6 +69,10 @@ class PluginModule {
   // Throws FileError when the file is missing, is no module, or has no entry.
   explicit PluginModule(const std::filesystem::path& file);
 
+  // A plug-in that is linked into this program. entry: its getinterface.
+  using Entry = Orv_TypeIF* (*)(audioMasterCallback);
+  explicit PluginModule(Entry entry) : file_("the amplifier"), entry_(entry) {}
+
   // The plug-in's file: `chosen`, if not empty; else $QUELLARD_PLUGIN; else the one beside the
   // command, as in a build tree; else the one in the library folder of an installed command. Throws
   // FileError when there is none.
@@ -85,7 +89,7 @@ class PluginModule {
   };
   std::filesystem::path file_;
   std::unique_ptr<void, Unload> handle_;
-  void* entry_ = nullptr;
+  Entry entry_ = nullptr;
 };
 
 }  // namespace quellard

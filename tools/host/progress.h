@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <string>
 
 namespace quellard {
 
@@ -24,6 +25,9 @@ class Progress {
   // small, the bar stays full. [any thread]
   void expect(std::int64_t frames);
 
+  // Instead of expect(), for a file that needs no work. [any thread]
+  void skipFile() { ++skipped_; }
+
   // Adds frames that are done. Draws at most ten times a second. [any thread]
   void advance(std::int64_t frames);
 
@@ -34,14 +38,17 @@ class Progress {
   using Clock = std::chrono::steady_clock;
   void draw(std::int64_t done);
   double part(double done) const;
+  std::string timeLeft(double part) const;
 
   bool visible_;
   double files_ = 1.0;
   std::atomic<int> opened_{0};
+  std::atomic<int> skipped_{0};
   std::atomic<bool> unknown_{false};
   std::atomic<std::int64_t> expected_{0};
   std::atomic<std::int64_t> done_{0};
   std::mutex drawing_;
+  Clock::time_point begin_;
   Clock::time_point nextDraw_;
   bool drawn_ = false;
 };

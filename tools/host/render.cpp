@@ -5,18 +5,13 @@
 #include <chrono>
 #include <cmath>
 #include <fmt/format.h>
-#include <memory>
 
-#include "params/parameter_values.h"
 #include "params/sizes.h"
-#include "rig/parameter_smoother.h"
-#include "rig/rig_chain.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/host/meter.h"
-#include "tools/settings/cabinet_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -77,96 +72,31 @@ class Source {
   std::int64_t expectedFrames_ = 0;
 };
 
-void apply(const std::vector<ParameterChange>& values, PluginInstance& amplifier) {
-  for (const auto& [parameter, value] : values) amplifier.setParameter(parameter, value);
-}
-
-// One amplifier for each channel of the audio, all with the same values, and the rig around them.
-class Rig {
+// Splits and joins the channels of blocks around the rig, which plays one array each.
+class Channels {
  public:
-  Rig(const PluginModule& module, int channels, int rate, const RenderSettings& settings)
-      : sides_(asSize(channels)) {
-    for (int c = 0; c < channels; ++c) {
-      amplifiers_.push_back(std::make_unique<PluginInstance>(module));
-      applyStart(*amplifiers_.back(), settings.start);
-      amplifiers_.back()->start(rate, settings.blockLength);
-    }
-    smoother_.prepare(rate);
-    chain_.prepare(rate, settings.blockLength);
-    loadCabinet(settings.cabinet, rate, channels, chain_.cabinet());
-    chain_.jumpTo(settings.rig);
-  }
-
-  // Sets values without a glide, before the first block.
-  void begin(const std::vector<ParameterChange>& start, bool withPreroll) {
-    for (auto& amplifier : amplifiers_) {
-      apply(start, *amplifier);
-      if (withPreroll) preroll(*amplifier);
-    }
-    ParameterValues values;
-    for (int index = 1; index <= kNumStoredValues; ++index) {
-      values[index] = amplifiers_.front()->parameter(index);
-    }
-    smoother_.jumpTo(values);
-  }
-
-  void move(const std::vector<ParameterChange>& changes) {
-    for (const auto& [parameter, value] : changes) smoother_.moveTo(parameter, value);
-  }
+  explicit Channels(int count) : sides_(asSize(count)), at_(asSize(count)) {}
 
   // Plays in place.
-  void process(std::vector<double>& interleaved, int frames) {
-    const auto tell = [this](int index, float value) {
-      for (auto& amplifier : amplifiers_) amplifier->setParameter(index, value);
-    };
-    separate(interleaved, frames);
-    for (int begin = 0; begin < frames;) {
-      const int step = smoother_.nextStep(frames - begin, tell);
-      processStep(begin, step);
-      begin += step;
-    }
-    interleave(interleaved, frames);
-  }
-
-  double inputPeak() const { return inputPeak_; }
-  std::int64_t gateClosedFrames() const { return chain_.gateClosedFrames(); }
-
- private:
-  void processStep(int begin, int frames) {
-    std::vector<double*> at;
-    at.reserve(sides_.size());
-    for (std::vector<double>& side : sides_) at.push_back(side.data() + begin);
-    chain_.processInput(at, frames);
-    for (const double* samples : at) {
-      for (int i = 0; i < frames; ++i) {
-        if (std::isfinite(samples[i])) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
-      }
-    }
-    for (std::size_t c = 0; c < at.size(); ++c) amplifiers_[c]->process(at[c], at[c], frames);
-    chain_.processOutput(at, frames);
-  }
-
-  void separate(const std::vector<double>& interleaved, int frames) {
+  void play(RenderRig& rig, std::vector<double>& interleaved, int frames) {
     for (std::size_t c = 0; c < sides_.size(); ++c) {
       sides_[c].resize(asSize(frames));
       for (std::size_t i = 0; i < sides_[c].size(); ++i) {
         sides_[c][i] = interleaved[i * sides_.size() + c];
       }
+      at_[c] = sides_[c].data();
     }
-  }
-
-  void interleave(std::vector<double>& interleaved, int frames) const {
-    const auto length = asSize(frames);
+    rig.process(at_, frames);
     for (std::size_t c = 0; c < sides_.size(); ++c) {
-      for (std::size_t i = 0; i < length; ++i) interleaved[i * sides_.size() + c] = sides_[c][i];
+      for (std::size_t i = 0; i < sides_[c].size(); ++i) {
+        interleaved[i * sides_.size() + c] = sides_[c][i];
+      }
     }
   }
 
-  std::vector<std::unique_ptr<PluginInstance>> amplifiers_;
-  ParameterSmoother smoother_;
-  RigChain chain_;
+ private:
   std::vector<std::vector<double>> sides_;
-  double inputPeak_ = 0.0;
+  std::vector<double*> at_;
 };
 
 double secondsSince(Clock::time_point start) {
@@ -174,16 +104,6 @@ double secondsSince(Clock::time_point start) {
 }
 
 }  // namespace
-
-void applyStart(PluginInstance& amplifier, const StartingPoint& start) {
-  amplifier.setProgram(start.program);
-  apply(start.changes, amplifier);
-}
-
-void preroll(PluginInstance& amplifier) {
-  double nothing = 0.0;
-  amplifier.process(&nothing, &nothing, 0);
-}
 
 BlockPlan::BlockPlan(const std::vector<Move>& moves, double rate, int blockLength)
     : moves_(moves), blockLength_(blockLength) {
@@ -218,9 +138,10 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   const int format = formatFor(output, settings.sampleFormat,
                                isStream(output) ? settings.streamType : std::string());
   AudioWriter writer(output, format, rate, source.channels(), source.expectedFrames());
-  Rig rig(module, source.channels(), rate, settings);
+  RenderRig rig(module, source.channels(), rate, settings.rig);
+  Channels channels(source.channels());
   Meter meter(rate, source.channels());
-  BlockPlan plan(settings.moves, rate, settings.blockLength);
+  BlockPlan plan(settings.moves, rate, settings.rig.blockLength);
 
   // Moves at time 0 belong to the starting point and do not glide.
   rig.begin(plan.due(), settings.preroll);
@@ -229,14 +150,17 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   while (const int length = source.read(block, plan.next())) {
     throwIfInterrupted();
     rig.move(plan.due());
-    rig.process(block, length);
+    channels.play(rig, block, length);
     meter.add(block.data(), length);
     writer.write(block.data(), length);
     progress.advance(length);
     frames += length;
   }
   writer.finish();
-  return {.seconds = static_cast<double>(frames) / rate,
+  return {.rate = rate,
+          .channels = source.channels(),
+          .frames = frames,
+          .seconds = static_cast<double>(frames) / rate,
           .elapsed = secondsSince(begin),
           .inputPeak_dbfs = asDecibels(rig.inputPeak()),
           .gateClosed = frames == 0 ? 0.0

@@ -8,21 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "rig/rig_parameters.h"
 #include "tools/host/plugin_host.h"
 #include "tools/host/progress.h"
+#include "tools/host/render_rig.h"
 #include "tools/settings/automation.h"
-#include "tools/settings/cabinet_choice.h"
-#include "tools/settings/settings_options.h"
 
 namespace quellard {
 
 struct RenderSettings {
-  StartingPoint start;
-  HostedValues rig = defaultHostedValues();  // only those behind the bypass count
-  CabinetChoice cabinet = {};
+  RigSettings rig;
   std::vector<Move> moves;   // in the order of time
-  int blockLength = 512;     // frames, > 0
   double tailSeconds = 0.0;  // silence played after the end of the input, >= 0
   bool mono = false;         // the mean of the input's channels through one amplifier
   bool preroll = true;       // see preroll()
@@ -31,7 +26,10 @@ struct RenderSettings {
 };
 
 struct RenderResult {
-  double seconds = 0.0;                  // length of the output
+  int rate = 0;                          // Hz
+  int channels = 0;                      // of the output
+  std::int64_t frames = 0;               // length of the output
+  double seconds = 0.0;                  // the same
   double elapsed = 0.0;                  // seconds that rendering took
   std::optional<double> inputPeak_dbfs;  // of the guitar behind the input trim
   double gateClosed = 0.0;               // share of the time, 0..1; 0 where it is off
@@ -41,15 +39,6 @@ struct RenderResult {
   std::size_t lateMoves = 0;  // moves at or after the end of the audio
   bool truncated = false;     // the input is shorter than its header says, or damaged
 };
-
-void applyStart(PluginInstance& amplifier, const StartingPoint& start);
-
-// Plays a block of no frames, after which the filters of all three channels and the drive and level
-// of the one that plays have the knobs' values; it has no other effect. Without it the amplifier
-// would glide there from silence over its first block, and fade in the beginning of every file, the
-// slower the longer the block. A channel that a move selects later still fades in its drive and
-// level over its first block, as in every host.
-void preroll(PluginInstance& amplifier);
 
 // Divides the time of a render into blocks of at most blockLength, so that a block begins at every
 // move. The moves themselves take a fixed time (rig/parameter_smoother.h).

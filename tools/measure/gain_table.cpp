@@ -8,7 +8,7 @@
 
 #include "params/decibels.h"
 #include "params/parameter_values.h"
-#include "tools/host/render.h"
+#include "tools/host/render_rig.h"
 #include "tools/measure/measure.h"
 
 namespace quellard {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: ISC
 // Measurements of the amplifier with test signals. Each uses its own instance of the plug-in, after
-// a preroll (render.h), so that no knob moves.
+// a preroll (render_rig.h), so that no knob moves.
 #pragma once
 
 #include <vector>
 
 #include "tools/host/plugin_host.h"
-#include "tools/host/render.h"
+#include "tools/host/render_rig.h"
 
 namespace quellard {
 

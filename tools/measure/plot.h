@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tools/host/render.h"
+#include "tools/host/render_rig.h"
 
 namespace quellard {
 

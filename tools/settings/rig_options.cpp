@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/rig_options.h"
 
+#include <algorithm>
+#include <fmt/format.h>
+#include <optional>
+
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
@@ -38,6 +42,21 @@ float parseRigValue(int parameter, const char* name, std::string_view text) {
     return valueFromLevel_db(numberWithin(name, number, -kMostLevel_db, kMostLevel_db));
   }
   return valueFromGate_dbfs(numberWithin(name, number, kLowestGate_dbfs, kHighestGate_dbfs));
+}
+
+std::string rigValueText(int parameter, float value) {
+  double exact = levelFromValue_db(value);
+  if (parameter == kGateParameter) {
+    const std::optional<double> threshold = gateFromValue_dbfs(value);
+    if (!threshold.has_value()) return "off";
+    exact = std::max(*threshold, kLowestGate_dbfs);
+  }
+  for (int digits = 1; digits <= 17; ++digits) {
+    const auto shorter = parseNumber(fmt::format("{:.{}g}", exact, digits));
+    std::string candidate = fmt::format("{}", shorter.value_or(exact));
+    if (parseRigValue(parameter, "level", candidate) == value) return candidate;
+  }
+  return fmt::format("{}", exact);
 }
 
 void applyRig(const RigOptions& options, HostedValues& values) {

@@ -28,6 +28,9 @@ void addRigOptions(CLI::App& command, RigOptions& options);
 // for messages. Throws UsageError.
 float parseRigValue(int parameter, const char* name, std::string_view text);
 
+// "off", or the shortest decimal that parseRigValue() reads as this value.
+std::string rigValueText(int parameter, float value);
+
 // Sets the values that the options name. Throws UsageError.
 void applyRig(const RigOptions& options, HostedValues& values);
 

@@ -43,28 +43,12 @@ std::string knobLine(const ParameterInfo& knob, float value) {
                      positionFromKnob(value));
 }
 
-// "off", or the shortest decimal that is read as this value.
-std::string rigText(const RigParameterInfo& rig, float value) {
-  double exact = levelFromValue_db(value);
-  if (rig.index == kGateParameter) {
-    const std::optional<double> threshold = gateFromValue_dbfs(value);
-    if (!threshold.has_value()) return "off";
-    exact = std::max(*threshold, kLowestGate_dbfs);
-  }
-  for (int digits = 1; digits <= 17; ++digits) {
-    const auto shorter = parseNumber(fmt::format("{:.{}g}", exact, digits));
-    std::string candidate = fmt::format("{}", shorter.value_or(exact));
-    if (parseRigValue(rig.index, rig.word, candidate) == value) return candidate;
-  }
-  return fmt::format("{}", exact);
-}
-
 std::string rigLines(const HostedValues& values) {
   std::string text;
   for (const RigParameterInfo& rig : kRigParameters) {
     const float value = values[rig.index];
     if (rig.index == kBypassParameter || value == rig.neutral) continue;
-    text += fmt::format("{} = {}\n", rig.word, rigText(rig, value));
+    text += fmt::format("{} = {}\n", rig.word, rigValueText(rig.index, value));
   }
   return text;
 }

@@ -60,7 +60,7 @@ TEST(Render, PlaysMovesAtTheirTimeAndTheTail) {
   const Scratch folder;
   Audio input = {48000, 1, test::pluck(0.5)};
   RenderSettings settings;
-  settings.start.changes = {{19, 0.5f}, {12, 0.8f}};
+  settings.rig.start.changes = {{19, 0.5f}, {12, 0.8f}};
   settings.moves = {
       {0.0, {11, 0.7f}},        // part of the starting point
       {0.1, {12, 0.2f}},        // frame 4800, inside a block
@@ -88,7 +88,7 @@ TEST(Render, PlaysMovesAtTheirTimeAndTheTail) {
   input.samples[3000] = 1e300;
   for (int blockLength : {512, 64, 1, 30000}) {
     SCOPED_TRACE(testing::Message() << "block " << blockLength);
-    settings.blockLength = blockLength;
+    settings.rig.blockLength = blockLength;
     RenderResult result;
     const Audio output = render(folder, input, settings, &result);
     expectSameBits(output.samples, playHosted(played, steps, blockLength));
@@ -147,7 +147,7 @@ TEST(Render, MeasuresWhatItWrote) {
 
   // Twice the power is 3 dB. MASTER acts by its square, so that takes 5 times 2^(1/4).
   const double before = *result.loudness_lufs;
-  settings.start.changes = {{17, 0.5f * std::pow(2.0f, 0.25f)}};
+  settings.rig.start.changes = {{17, 0.5f * std::pow(2.0f, 0.25f)}};
   render(folder, input, settings, &result);
   EXPECT_NEAR(*result.loudness_lufs - before, 3.01, 0.01);
 

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: ISC
+#include "python/arrays.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <fmt/format.h>
+#include <optional>
+#include <string>
+
+namespace quellard {
+namespace py = pybind11;
+namespace {
+
+template <typename Sample>
+struct Bits;
+template <>
+struct Bits<float> {
+  using Word = std::uint32_t;
+  static constexpr Word kExponent = 0x7F800000U;
+};
+template <>
+struct Bits<double> {
+  using Word = std::uint64_t;
+  static constexpr Word kExponent = 0x7FF0000000000000U;
+};
+
+// Strided samples, which need not be aligned.
+template <typename Sample>
+class Samples {
+ public:
+  Samples(char* first, std::ptrdiff_t stride) : first_(first), stride_(stride) {}
+
+  Sample operator[](std::int64_t i) const {
+    Sample sample;
+    std::memcpy(&sample, first_ + i * stride_, sizeof sample);
+    return sample;
+  }
+  void set(std::int64_t i, Sample sample) {
+    std::memcpy(first_ + i * stride_, &sample, sizeof sample);
+  }
+  // By the bits, since that is a loop without branches.
+  bool areFinite(std::int64_t begin, std::int64_t end) const {
+    using Word = typename Bits<Sample>::Word;
+    constexpr Word kExponent = Bits<Sample>::kExponent;
+    bool all = true;
+    for (std::int64_t i = begin; i < end; ++i) {
+      all &= (std::bit_cast<Word>((*this)[i]) & kExponent) != kExponent;
+    }
+    return all;
+  }
+
+ private:
+  char* first_;
+  std::ptrdiff_t stride_;
+};
+
+std::string shapeText(const py::array& array) { return py::str(array.attr("shape")); }
+
+bool isNativeKind(const py::array& array, py::ssize_t size) {
+  const py::dtype kind = array.dtype();
+  return kind.kind() == 'f' && kind.itemsize() == size && kind.attr("isnative").cast<bool>();
+}
+
+py::array asArray(const py::object& object, const char* name) {
+  if (py::isinstance<py::array>(object)) return py::reinterpret_borrow<py::array>(object);
+  throw py::type_error(fmt::format("{} is {}: a NumPy array of float32 or float64 is needed", name,
+                                   std::string(py::str(py::type::of(object).attr("__name__")))));
+}
+
+bool isDoubleArray(const py::array& array, const char* name) {
+  if (isNativeKind(array, sizeof(double))) return true;
+  if (isNativeKind(array, sizeof(float))) return false;
+  const bool integer = array.dtype().kind() == 'i' || array.dtype().kind() == 'u';
+  throw py::type_error(fmt::format(
+      "{} has samples of {}: float32 or float64 is needed{}", name,
+      std::string(py::str(array.dtype())),
+      integer ? fmt::format(", with full scale at 1: {0} / np.iinfo({0}.dtype).max", name) : ""));
+}
+
+}  // namespace
+
+AudioArray::AudioArray(const py::object& object, const char* name)
+    : array_(asArray(object, name)),
+      data_(static_cast<char*>(const_cast<void*>(array_.data()))),
+      isDouble_(isDoubleArray(array_, name)) {
+  const py::ssize_t dimensions = array_.ndim();
+  if (dimensions < 1 || dimensions > 2) {
+    throw py::value_error(
+        fmt::format("{} has the shape {}: (samples,) or (channels, samples) is needed", name,
+                    shapeText(array_)));
+  }
+  frames_ = array_.shape(dimensions - 1);
+  frameStride_ = array_.strides(dimensions - 1);
+  if (dimensions == 1) return;
+  const py::ssize_t rows = array_.shape(0);
+  if (rows > 2 && rows > frames_) {
+    throw py::value_error(fmt::format(
+        "{0} has the shape {1}, which looks like (samples, channels): transpose it, {0}.T is "
+        "(channels, samples)",
+        name, shapeText(array_)));
+  }
+  constexpr py::ssize_t kMostChannels = 1024;
+  if (rows < 1 || rows > kMostChannels) {
+    throw py::value_error(
+        fmt::format("{} has {} channels: 1 to {} can be played", name, rows, kMostChannels));
+  }
+  channels_ = static_cast<int>(rows);
+  channelStride_ = array_.strides(0);
+}
+
+AudioArray AudioArray::withFrames(std::int64_t frames) const {
+  const bool flat = array_.ndim() == 1;
+  const std::vector<py::ssize_t> shape =
+      flat ? std::vector<py::ssize_t>{frames} : std::vector<py::ssize_t>{channels_, frames};
+  return {py::array(array_.dtype(), shape), "the result"};
+}
+
+void AudioArray::requireOutputFor(const AudioArray& like, std::int64_t frames) const {
+  const bool sameShape =
+      array_.ndim() == like.array_.ndim() && channels_ == like.channels_ && frames_ == frames;
+  if (!sameShape || isDouble_ != like.isDouble_) {
+    const std::string samples = fmt::format("{}", frames);
+    throw py::value_error(fmt::format("out has the shape {} and {}: {} and {} are needed",
+                                      shapeText(array_), std::string(py::str(array_.dtype())),
+                                      like.array_.ndim() == 1
+                                          ? fmt::format("({},)", samples)
+                                          : fmt::format("({}, {})", like.channels_, samples),
+                                      std::string(py::str(like.array_.dtype()))));
+  }
+  if (!array_.writeable()) throw py::value_error("out is read-only");
+}
+
+bool AudioArray::disturbs(const AudioArray& read) const {
+  const bool samePlaces = data_ == read.data_ && channelStride_ == read.channelStride_ &&
+                          frameStride_ == read.frameStride_;
+  if (samePlaces) return false;
+  return py::module_::import("numpy").attr("may_share_memory")(array_, read.array_).cast<bool>();
+}
+
+template <typename Visit>
+auto AudioArray::visit(Visit&& visit) const {
+  return isDouble_ ? visit(double{}) : visit(float{});
+}
+
+void AudioArray::requireFinite(const char* name) const {
+  const auto firstBad = [this](auto kind) -> std::optional<std::pair<int, std::int64_t>> {
+    for (int c = 0; c < channels_; ++c) {
+      const Samples<decltype(kind)> samples(data_ + c * channelStride_, frameStride_);
+      if (samples.areFinite(0, frames_)) continue;
+      for (std::int64_t i = 0; i < frames_; ++i) {
+        if (!samples.areFinite(i, i + 1)) return std::pair(c, i);
+      }
+    }
+    return std::nullopt;
+  };
+  if (const auto bad = visit(firstBad)) {
+    const auto [channel, frame] = *bad;
+    throw py::value_error(fmt::format(
+        "{0} holds NaN or infinity, first at sample {1}{2}: np.nan_to_num({0}) makes it silent",
+        name, frame, channels_ > 1 ? fmt::format(" of channel {}", channel) : ""));
+  }
+}
+
+void AudioArray::read(int channel, std::int64_t begin, int frames, double* to) const {
+  visit([&](auto kind) {
+    const Samples<decltype(kind)> samples(data_ + channel * channelStride_ + begin * frameStride_,
+                                          frameStride_);
+    for (int i = 0; i < frames; ++i) to[i] = static_cast<double>(samples[i]);
+  });
+}
+
+void AudioArray::write(int channel, std::int64_t begin, int frames, const double* from) {
+  visit([&](auto kind) {
+    using Sample = decltype(kind);
+    Samples<Sample> samples(data_ + channel * channelStride_ + begin * frameStride_, frameStride_);
+    for (int i = 0; i < frames; ++i) samples.set(i, static_cast<Sample>(from[i]));
+  });
+}
+
+}  // namespace quellard

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: ISC
+// quellard._core: what the package's Python files build on.
+#include <fmt/format.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
+
+#include "params/parameter_values.h"
+#include "params/words.h"
+#include "python/player.h"
+#include "python/sweeps.h"
+#include "rig/value_text.h"
+#include "tools/common/errors.h"
+#include "tools/settings/presets.h"
+
+namespace quellard {
+namespace py = pybind11;
+namespace {
+
+std::string channelWord(int channel) { return lowered(channelName(channel)); }
+
+// By the names that settings are given with.
+py::dict settingsDict(const HostedValues& values, const CabinetChoice& cabinet) {
+  py::dict settings;
+  settings["channel"] = channelWord(channelFromSelect(values[kTypeParameter]));
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind != ParameterKind::knob) continue;
+    settings[info.symbol] = positionFromKnob(values[info.index]);
+  }
+  for (const RigParameterInfo& info : kRigParameters) {
+    if (info.index == kBypassParameter) continue;
+    const std::string text = rigValueText(info.index, values[info.index]);
+    settings[info.word] = text == "off" ? py::object(py::str(text)) : py::float_(py::str(text));
+  }
+  settings["cab"] = cabinet.file.empty() ? py::object(py::none()) : py::str(cabinet.file.string());
+  settings["cab_level"] = cabinet.level_db;
+  return settings;
+}
+
+py::dict textsDict(const HostedValues& values) {
+  py::dict texts;
+  for (int index = 1; index <= kNumHostedValues; ++index) {
+    if (index == kBypassParameter) continue;
+    const RigParameterInfo* const rig = rigParameterInfo(index);
+    const char* const symbol = index == kTypeParameter ? "channel"
+                               : rig != nullptr        ? rig->word
+                                                       : parameterInfo(index).symbol;
+    texts[symbol] = valueText(index, values[index]).data();
+  }
+  return texts;
+}
+
+py::list parameterRows() {
+  py::list rows;
+  for (int index = 1; index <= kNumHostedValues; ++index) {
+    if (index == kBypassParameter) continue;
+    const RigParameterInfo* const rig = rigParameterInfo(index);
+    py::dict row;
+    row["title"] = hostedTitle(index).data();
+    if (index == kTypeParameter) {
+      row["name"] = "channel";
+      row["default"] = channelWord(channelFromSelect(kTypeDefault));
+      py::list choices;
+      for (int channel = 0; channel < kNumChannels; ++channel) choices.append(channelWord(channel));
+      row["choices"] = choices;
+    } else if (rig == nullptr) {
+      row["name"] = parameterInfo(index).symbol;
+      row["default"] = positionFromKnob(kKnobDefault);
+      row["minimum"] = 0.0;
+      row["maximum"] = kKnobScale;
+    } else {
+      const bool gate = index == kGateParameter;
+      row["name"] = rig->word;
+      row["default"] = gate ? py::object(py::str("off")) : py::float_(0.0);
+      row["minimum"] = gate ? kLowestGate_dbfs : -kMostLevel_db;
+      row["maximum"] = gate ? kHighestGate_dbfs : kMostLevel_db;
+      row["unit"] = gate ? "dBFS" : "dB";
+    }
+    rows.append(row);
+  }
+  return rows;
+}
+
+py::dict presetRow(const Preset& preset) {
+  py::dict row;
+  row["name"] = preset.name;
+  row["description"] = preset.description;
+  row["own"] = !preset.isFactory;
+  py::dict settings;
+  settings["channel"] = channelWord(channelFromSelect(preset.values[kTypeParameter]));
+  for (const ParameterInfo& info : kParameters) {
+    if (info.kind != ParameterKind::knob) continue;
+    settings[info.symbol] = positionFromKnob(preset.values[info.index]);
+  }
+  row["settings"] = settings;
+  return row;
+}
+
+py::list presetRows() {
+  py::list rows;
+  for (const Preset& preset : listPresetFiles().presets) rows.append(presetRow(preset));
+  return rows;
+}
+
+void defineErrors(py::module_& module) {
+  py::register_exception<UsageError>(module, "UsageError", PyExc_ValueError);
+  py::register_exception<FileError>(module, "FileError", PyExc_OSError);
+  py::register_exception_translator([](std::exception_ptr error) {
+    try {
+      if (error) std::rethrow_exception(error);
+    } catch (const Interrupted&) {
+      PyErr_SetNone(PyExc_KeyboardInterrupt);
+    }
+  });
+}
+
+void defineAmplifier(py::module_& module) {
+  py::class_<Automation>(module, "Automation")
+      .def(py::init([](std::string text, std::string name, bool isFile) {
+             return Automation{std::move(text), std::move(name), isFile};
+           }),
+           py::arg("text"), py::arg("name"), py::arg("is_file"));
+  module.def("render", &render, py::arg("x"), py::arg("rate"), py::arg("settings"),
+             py::arg("automation").none(true), py::arg("block"), py::arg("tail"), py::arg("out"));
+  py::class_<StreamingAmp>(module, "StreamingAmp")
+      .def(py::init<double, int, int>(), py::arg("rate"), py::arg("channels"), py::arg("block"))
+      .def("set", &StreamingAmp::set)
+      .def("process", &StreamingAmp::process)
+      .def("reset", &StreamingAmp::reset)
+      .def_property_readonly("rate", &StreamingAmp::rate)
+      .def_property_readonly("channels", &StreamingAmp::channels)
+      .def_property_readonly("block", &StreamingAmp::blockLength)
+      .def("settings",
+           [](const StreamingAmp& amp) { return settingsDict(amp.values(), amp.cabinet()); })
+      .def("texts", [](const StreamingAmp& amp) { return textsDict(amp.values()); });
+}
+
+void defineLists(py::module_& module) {
+  module.def("parameters", &parameterRows);
+  module.def("presets", &presetRows);
+  module.attr("version") = QUELLARD_VERSION;
+}
+
+}  // namespace
+
+PYBIND11_MODULE(_core, module) {
+  defineErrors(module);
+  defineAmplifier(module);
+  defineLists(module);
+  defineSweeps(module);
+}
+
+}  // namespace quellard

@@ -1,0 +1,60 @@
+# SPDX-License-Identifier: ISC
+"""What surrounds the code: types, documentation, the versions."""
+
+import inspect
+import os
+import pydoc
+import subprocess
+import sys
+
+import numpy as np
+import pytest
+import quellard
+from conftest import command
+
+
+def test_every_public_name_is_documented():
+    assert set(quellard.__all__) <= set(dir(quellard))
+    for name in quellard.__all__:
+        item = getattr(quellard, name)
+        assert inspect.getdoc(item), name
+        members = inspect.getmembers(item) if inspect.isclass(item) else []
+        for member, value in members:
+            if not member.startswith("_") and "quellard" in getattr(value, "__module__", "quellard"):
+                assert inspect.getdoc(value), f"{name}.{member}"
+    page = pydoc.render_doc(quellard, renderer=pydoc.plaintext)
+    assert "channel: 'str | None' = None" in page
+    assert not [line for line in page.splitlines() if "pybind11" in line and "_core" not in line]
+
+
+@pytest.mark.skipif("QUELLARD_SANITIZED" in os.environ, reason="checks no code that runs")
+def test_the_types_hold(tmp_path):
+    mypy = ["--cache-dir", str(tmp_path), "--python-executable", sys.executable]
+    checked = subprocess.run(
+        [sys.executable, "-m", "mypy", "--strict", *mypy, "-p", "quellard"],
+        capture_output=True, text=True, cwd=os.environ["PYTHONPATH"],
+    )  # fmt: skip
+    assert checked.returncode == 0, checked.stdout + checked.stderr
+    stubs = subprocess.run(
+        [sys.executable, "-m", "mypy.stubtest", "quellard._core", "--ignore-missing-stub"],
+        capture_output=True, text=True, cwd=os.environ["PYTHONPATH"],
+    )  # fmt: skip
+    assert stubs.returncode == 0, stubs.stdout + stubs.stderr
+
+
+def test_the_versions_are_one():
+    assert command("--version").split() == ["quellard", quellard.__version__]
+
+
+def test_no_thread_or_library_of_the_command_comes_with_it():
+    code = "import quellard, threading; print(threading.active_count(), open('/proc/self/maps').read())"
+    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    assert done.stdout.startswith("1 ")
+    assert "libpng" not in done.stdout and "libX11" not in done.stdout
+
+
+def test_importing_needs_nothing_but_numpy():
+    assert np.__version__
+    code = "import sys, quellard; print([m for m in ('dask', 'distributed', 'pandas') if m in sys.modules])"
+    done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    assert done.stdout.strip() == "[]"
