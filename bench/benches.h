@@ -23,6 +23,7 @@ inline constexpr char kReferenceUs[] = "reference_us";
 
 // rounds: how often each measurement is repeated.
 void registerPlaying(int rounds);
+void registerMinute(int rounds);  // at most three: each takes a fifth of a second
 void registerHosted(int rounds);
 void registerCabinet(int rounds);
 void registerRecurrence(int rounds);

@@ -86,6 +86,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, forLibrary.data())) return 2;
   quellard::bench::registerRecurrence(options.rounds);
   quellard::bench::registerPlaying(options.rounds);
+  quellard::bench::registerMinute(options.rounds);
   quellard::bench::registerHosted(options.rounds);
   quellard::bench::registerCabinet(options.rounds);
   quellard::bench::registerSetup(options.rounds);

@@ -48,7 +48,7 @@ void TableReporter::report(const Run& run) {
   if (table == "hosted" || table == "rig") return reportHosted(run, rest(name));
   if (table == "cabinet") return reportCabinet(run, rest(name));
   if (table == "setup") return reportSetup(run, rest(name));
-  reportRecurrence(run, rest(name));
+  reportTime(run, rest(name));
 }
 
 void TableReporter::beginTable(const std::string& table) {
@@ -60,6 +60,8 @@ void TableReporter::beginTable(const std::string& table) {
         "%-8s %6s %6s %-8s %10s %10s %7s %12s %9s %8s\n",
         "channel", "Hz", "block", "knobs", "shipped ns", "ref. ns", "ratio", "x real time",
         "floor ns", "x floor");
+  } else if (table == "minute") {
+    std::printf("\nA minute at 48000 Hz from memory, per sample\n%-8s %10s\n", "channel", "ns");
   } else if (table == "rig") {
     std::printf(
         "\nThe neutral rig around an amplifier, beside the amplifier alone, blocks of 64\n"
@@ -112,8 +114,8 @@ void TableReporter::reportSetup(const Run& run, const std::string& title) {
               counter(run, kReferenceUs), counter(run, kRatio));
 }
 
-void TableReporter::reportRecurrence(const Run& run, const std::string& rate) {
-  std::printf("%-8s %10.1f\n", rate.c_str(), counter(run, kShippedNs));
+void TableReporter::reportTime(const Run& run, const std::string& title) {
+  std::printf("%-8s %10.1f\n", title.c_str(), counter(run, kShippedNs));
 }
 
 }  // namespace quellard::bench

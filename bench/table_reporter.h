@@ -18,7 +18,7 @@ class TableReporter : public benchmark::BenchmarkReporter {
   void reportHosted(const Run& run, const std::string& title);
   void reportCabinet(const Run& run, const std::string& block);
   void reportSetup(const Run& run, const std::string& title);
-  void reportRecurrence(const Run& run, const std::string& rate);
+  void reportTime(const Run& run, const std::string& title);
   void beginTable(const std::string& table);
 
   std::string table_;

@@ -2,28 +2,22 @@
 #include "python/arrays.h"
 
 #include <algorithm>
-#include <bit>
+#include <array>
+#include <cfloat>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
-#include <optional>
 #include <string>
+#include <vector>
+
+#include "params/sizes.h"
+#include "rig/samples.h"
+#include "tools/common/errors.h"
 
 namespace quellard {
 namespace py = pybind11;
 namespace {
-
-template <typename Sample>
-struct Bits;
-template <>
-struct Bits<float> {
-  using Word = std::uint32_t;
-  static constexpr Word kExponent = 0x7F800000U;
-};
-template <>
-struct Bits<double> {
-  using Word = std::uint64_t;
-  static constexpr Word kExponent = 0x7FF0000000000000U;
-};
 
 // Strided samples, which need not be aligned.
 template <typename Sample>
@@ -38,16 +32,6 @@ class Samples {
   }
   void set(std::int64_t i, Sample sample) {
     std::memcpy(first_ + i * stride_, &sample, sizeof sample);
-  }
-  // By the bits, since that is a loop without branches.
-  bool areFinite(std::int64_t begin, std::int64_t end) const {
-    using Word = typename Bits<Sample>::Word;
-    constexpr Word kExponent = Bits<Sample>::kExponent;
-    bool all = true;
-    for (std::int64_t i = begin; i < end; ++i) {
-      all &= (std::bit_cast<Word>((*this)[i]) & kExponent) != kExponent;
-    }
-    return all;
   }
 
  private:
@@ -79,6 +63,16 @@ bool isDoubleArray(const py::array& array, const char* name) {
 }
 
 }  // namespace
+
+void throwUnlessFinite(std::span<const double> samples, const char* name, int channel,
+                       std::int64_t begin) {
+  if (!anyBeyond(samples, DBL_MAX)) return;
+  const auto bad = std::ranges::find_if_not(samples, [](double x) { return std::isfinite(x); });
+  throw UsageError(fmt::format(
+      "{0} holds NaN or infinity, first at sample {1} of channel {2}: np.nan_to_num({0}) makes it "
+      "silent",
+      name, begin + (bad - samples.begin()), channel));
+}
 
 AudioArray::AudioArray(const py::object& object, const char* name)
     : array_(asArray(object, name)),
@@ -144,36 +138,58 @@ auto AudioArray::visit(Visit&& visit) const {
 }
 
 void AudioArray::requireFinite(const char* name) const {
-  const auto firstBad = [this](auto kind) -> std::optional<std::pair<int, std::int64_t>> {
-    for (int c = 0; c < channels_; ++c) {
-      const Samples<decltype(kind)> samples(data_ + c * channelStride_, frameStride_);
-      if (samples.areFinite(0, frames_)) continue;
-      for (std::int64_t i = 0; i < frames_; ++i) {
-        if (!samples.areFinite(i, i + 1)) return std::pair(c, i);
-      }
+  constexpr int kPiece = 512;
+  std::array<double, kPiece> samples{};
+  for (int c = 0; c < channels_; ++c) {
+    for (std::int64_t begin = 0; begin < frames_; begin += kPiece) {
+      const auto frames = static_cast<int>(std::min<std::int64_t>(kPiece, frames_ - begin));
+      read(c, begin, frames, samples.data());
+      throwUnlessFinite(std::span(samples).first(asSize(frames)), name, c, begin);
     }
-    return std::nullopt;
-  };
-  if (const auto bad = visit(firstBad)) {
-    const auto [channel, frame] = *bad;
-    throw py::value_error(fmt::format(
-        "{0} holds NaN or infinity, first at sample {1}{2}: np.nan_to_num({0}) makes it silent",
-        name, frame, channels_ > 1 ? fmt::format(" of channel {}", channel) : ""));
+  }
+}
+
+double* AudioArray::doublesAt(int channel, std::int64_t begin) const {
+  char* const first = data_ + channel * channelStride_ + begin * frameStride_;
+  const bool aligned = reinterpret_cast<std::uintptr_t>(first) % alignof(double) == 0;
+  const bool adjacent = isDouble_ && frameStride_ == sizeof(double) && aligned;
+  return adjacent ? reinterpret_cast<double*>(first) : nullptr;
+}
+
+void AudioArray::prefetch(std::int64_t begin, int frames) const {
+  constexpr std::ptrdiff_t kCacheLine = 64;  // bytes
+  const std::int64_t end = std::min(begin + frames, frames_);
+  const std::int64_t step =
+      std::max<std::int64_t>(1, kCacheLine / std::max<std::int64_t>(1, std::abs(frameStride_)));
+  for (int c = 0; c < channels_; ++c) {
+    for (std::int64_t i = begin; i < end; i += step) {
+      __builtin_prefetch(data_ + c * channelStride_ + i * frameStride_);
+    }
   }
 }
 
 void AudioArray::read(int channel, std::int64_t begin, int frames, double* to) const {
+  const char* const first = data_ + channel * channelStride_ + begin * frameStride_;
+  if (isDouble_ && frameStride_ == sizeof(double)) {
+    if (first == reinterpret_cast<const char*>(to)) return;
+    std::memcpy(to, first, asSize(frames) * sizeof(double));
+    return;
+  }
   visit([&](auto kind) {
-    const Samples<decltype(kind)> samples(data_ + channel * channelStride_ + begin * frameStride_,
-                                          frameStride_);
+    const Samples<decltype(kind)> samples(const_cast<char*>(first), frameStride_);
     for (int i = 0; i < frames; ++i) to[i] = static_cast<double>(samples[i]);
   });
 }
 
 void AudioArray::write(int channel, std::int64_t begin, int frames, const double* from) {
+  char* const first = data_ + channel * channelStride_ + begin * frameStride_;
+  if (isDouble_ && frameStride_ == sizeof(double)) {
+    std::memcpy(first, from, asSize(frames) * sizeof(double));
+    return;
+  }
   visit([&](auto kind) {
     using Sample = decltype(kind);
-    Samples<Sample> samples(data_ + channel * channelStride_ + begin * frameStride_, frameStride_);
+    Samples<Sample> samples(first, frameStride_);
     for (int i = 0; i < frames; ++i) samples.set(i, static_cast<Sample>(from[i]));
   });
 }

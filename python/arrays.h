@@ -5,8 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <pybind11/numpy.h>
+#include <span>
 
 namespace quellard {
+
+// Throws UsageError for NaN and infinity. channel, begin: where the samples are from, for the
+// message.
+void throwUnlessFinite(std::span<const double> samples, const char* name, int channel,
+                       std::int64_t begin);
 
 // Audio in an array of float32 or float64, (samples,) or (channels, samples), with any strides.
 // Holds the array.
@@ -32,11 +38,16 @@ class AudioArray {
   // in the same places do no harm.
   bool disturbs(const AudioArray& read) const;
 
-  // Raises ValueError for NaN and infinity.
-  void requireFinite(const char* name) const;
+  // No Python object is touched below, so that the interpreter's lock may be free. Samples begin to
+  // begin + frames - 1 are meant, of every channel or of one.
 
-  // Reads or writes samples begin to begin + frames - 1 of a channel. No Python object is touched,
-  // so that the interpreter's lock may be free.
+  // throwUnlessFinite() for all samples.
+  void requireFinite(const char* name) const;
+  // Where they lie as doubles one after another; null where they do not.
+  double* doublesAt(int channel, std::int64_t begin) const;
+  // Asks for samples that are soon read: a block is about as long as a page of memory, at whose end
+  // processors stop to fetch ahead by themselves.
+  void prefetch(std::int64_t begin, int frames) const;
   void read(int channel, std::int64_t begin, int frames, double* to) const;
   void write(int channel, std::int64_t begin, int frames, const double* from);
 

@@ -62,7 +62,7 @@ py::list parameterRows() {
       row["default"] = channelWord(channelFromSelect(kTypeDefault));
       py::list choices;
       for (int channel = 0; channel < kNumChannels; ++channel) choices.append(channelWord(channel));
-      row["choices"] = choices;
+      row["choices"] = py::tuple(choices);
     } else if (rig == nullptr) {
       row["name"] = parameterInfo(index).symbol;
       row["default"] = positionFromKnob(kKnobDefault);

@@ -59,24 +59,29 @@ AudioArray undisturbed(const AudioArray& x, const AudioArray& out) {
   return {x.array().attr("copy")(), "x"};
 }
 
-// One block of every channel.
-class Block {
+// Plays blocks of every channel, where it can in the output's own memory.
+class Blocks {
  public:
-  Block(int channels, int frames)
-      : samples_(asSize(channels), std::vector<double>(asSize(frames))) {
-    for (std::vector<double>& side : samples_) sides_.push_back(side.data());
-  }
+  Blocks(int channels, int longest)
+      : samples_(asSize(channels), std::vector<double>(asSize(longest))),
+        sides_(asSize(channels)) {}
 
   // Plays `frames` samples from `begin` on; behind the end of x there is silence.
   void play(RenderRig& rig, const AudioArray& x, AudioArray& out, std::int64_t begin, int frames) {
     const auto heard = static_cast<int>(std::clamp<std::int64_t>(x.frames() - begin, 0, frames));
     for (int c = 0; c < x.channels(); ++c) {
-      double* const side = at(sides_, c);
+      double* const direct = out.doublesAt(c, begin);
+      double* const side = direct != nullptr ? direct : at(samples_, c).data();
       x.read(c, begin, heard, side);
+      throwUnlessFinite(std::span(side, asSize(heard)), "x", c, begin);
       std::fill(side + heard, side + frames, 0.0);
+      at(sides_, c) = side;
     }
+    x.prefetch(begin + frames, frames);
     rig.process(sides_, frames);
-    for (int c = 0; c < x.channels(); ++c) out.write(c, begin, frames, at(sides_, c));
+    for (int c = 0; c < x.channels(); ++c) {
+      if (at(sides_, c) == at(samples_, c).data()) out.write(c, begin, frames, at(sides_, c));
+    }
   }
 
  private:
@@ -89,12 +94,12 @@ void playAll(RenderRig& rig, const std::vector<Move>& moves, int rate, int block
              const AudioArray& x, AudioArray& out) {
   BlockPlan plan(moves, rate, blockLength);
   rig.begin(plan.due(), true);
-  Block block(x.channels(), blockLength);
+  Blocks blocks(x.channels(), blockLength);
   std::int64_t look = kFramesBetweenLooks;
   for (std::int64_t begin = 0; begin < out.frames();) {
     const auto frames = static_cast<int>(std::min<std::int64_t>(plan.next(), out.frames() - begin));
     rig.move(plan.due());
-    block.play(rig, x, out, begin, frames);
+    blocks.play(rig, x, out, begin, frames);
     begin += frames;
     if (begin >= look) {
       throwIfInterruptedFromPython();
@@ -127,7 +132,6 @@ py::object render(const py::object& x, double rate, const Assignments& settings,
   }
   const ChosenSettings chosen = choose(named(settings), reader(automation));
   const AudioArray given(x, "x");
-  given.requireFinite("x");
   AudioArray result = outputFor(given, given.frames() + std::llround(tailSeconds * hz), out);
   const AudioArray input = undisturbed(given, result);
   {
@@ -208,11 +212,11 @@ py::object StreamingAmp::process(const py::object& x, const py::object& out) {
     const py::gil_scoped_release unlocked;
     const std::lock_guard lock(mutex_);
     RenderRig& playing = rig();
-    Block block(channels_, blockLength_);
+    Blocks blocks(channels_, blockLength_);
     for (std::int64_t begin = 0; begin < input.frames(); begin += blockLength_) {
       const auto frames =
           static_cast<int>(std::min<std::int64_t>(blockLength_, input.frames() - begin));
-      block.play(playing, input, result, begin, frames);
+      blocks.play(playing, input, result, begin, frames);
     }
   }
   return result.array();

@@ -47,9 +47,7 @@ def parameters() -> list[Parameter]:
     Beside these, "preset", "program", "cab" and "cab_level" are settings, and a knob's bare name
     ("gain") is the one of the channel that plays.
     """
-    return [
-        Parameter(**{**row, "choices": tuple(row.get("choices", ()))}) for row in _core.parameters()
-    ]
+    return [Parameter(**row) for row in _core.parameters()]
 
 
 def presets() -> list[Preset]:
@@ -106,8 +104,8 @@ def render(
     scale stay. The same call gives the same bits on every machine of the same kind, and those of
     `quellard render`. Other threads of Python run meanwhile.
 
-    Raises TypeError and ValueError for what is no such array, or holds NaN or infinity; UsageError
-    for unknown names and values out of range; FileError for files.
+    Raises TypeError and ValueError for what is no such array; UsageError for NaN and infinity in it,
+    at which out ends, and for unknown names and values out of range; FileError for files.
     """
     named = assignments(
         preset,

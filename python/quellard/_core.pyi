@@ -4,8 +4,8 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-Audio = npt.NDArray[np.floating[Any]]
-Assignments = list[tuple[str, str]]
+_Audio = npt.NDArray[np.floating[Any]]
+_Assignments = list[tuple[str, str]]
 
 version: str
 
@@ -16,19 +16,19 @@ class Automation:
     def __init__(self, text: str, name: str, is_file: bool) -> None: ...
 
 def render(
-    x: Audio,
+    x: _Audio,
     rate: float,
-    settings: Assignments,
+    settings: _Assignments,
     automation: Automation | None,
     block: int,
     tail: float,
-    out: Audio | None,
-) -> Audio: ...
+    out: _Audio | None,
+) -> _Audio: ...
 
 class StreamingAmp:
     def __init__(self, rate: float, channels: int, block: int) -> None: ...
-    def set(self, settings: Assignments) -> None: ...
-    def process(self, x: Audio, out: Audio | None) -> Audio: ...
+    def set(self, settings: _Assignments) -> None: ...
+    def process(self, x: _Audio, out: _Audio | None) -> _Audio: ...
     def reset(self) -> None: ...
     @property
     def rate(self) -> int: ...
@@ -43,6 +43,7 @@ def parameters() -> list[dict[str, Any]]: ...
 def presets() -> list[dict[str, Any]]: ...
 
 class SweepResult:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
     def made(self) -> int: ...
     @property
@@ -59,7 +60,7 @@ class Sweep:
         self,
         takes: list[str],
         folder: str,
-        settings: Assignments,
+        settings: _Assignments,
         grid: dict[str, str | list[str]],
         options: dict[str, Any],
     ) -> None: ...

@@ -17,7 +17,7 @@ def as_text(name: str, value: Any) -> str:
     if isinstance(value, str):
         return value
     if isinstance(value, os.PathLike):
-        return os.fspath(value)
+        return str(os.fspath(value))
     if value is None and name == "cab":
         return "none"
     if isinstance(value, bool) or not hasattr(value, "__float__"):
@@ -33,7 +33,8 @@ def assignments(
 ) -> Assignments:
     """What of these is not None. Single knobs count more than settings, and these more than presets."""
     named: dict[str, Any] = {"preset": preset, **(settings or {})}
-    for name, value in {"channel": channel, **knobs}.items():
+    singles: dict[str, Any] = {"channel": channel, **knobs}
+    for name, value in singles.items():
         if value is not None:
             named[name] = value
     return [

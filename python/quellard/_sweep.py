@@ -29,7 +29,8 @@ class Task:
     @property
     def row(self) -> Row:
         """What is known before: "output" (below the sweep's folder), "input", "settings" ..."""
-        return json.loads(self._text)["row"]
+        row: Row = json.loads(self._text)["row"]
+        return row
 
     def __reduce__(self) -> tuple[Any, ...]:
         return (Task, (self._text,))
@@ -45,7 +46,8 @@ def run_task(task: Task) -> Row:
     that a scheduler may send it out again when a worker dies. A file that is there, whole and made
     of the same, is not made again. Raises FileError.
     """
-    return json.loads(_core.run_task(task._text))
+    row: Row = json.loads(_core.run_task(task._text))
+    return row
 
 
 class Sweep:
@@ -142,7 +144,7 @@ def sweep(
     """
     if random is not None and random < 1:
         raise _core.UsageError(f"random: {random} is below 1")
-    axes = {
+    axes: dict[str, str | list[str]] = {
         name: values if isinstance(values, str) else [as_text(name, value) for value in values]
         for name, values in (grid or {}).items()
     }
@@ -156,8 +158,8 @@ def sweep(
         "type": type,
         "format": format or "",
     }
-    single = isinstance(takes, (str, os.PathLike))
-    paths = [os.fspath(take) for take in ([takes] if single else takes)]
+    several = [takes] if isinstance(takes, (str, os.PathLike)) else takes
+    paths = [os.fspath(take) for take in several]
     named = assignments(
         preset,
         channel,

@@ -118,7 +118,7 @@ def test_a_row_or_a_flat_array_comes_back_as_such(guitar):
         (np.zeros((2, 2, 9)), ValueError, r"\(2, 2, 9\)"),
         (np.zeros((0, 9)), ValueError, "0 channels"),
         (np.zeros((2000, 2001), np.float32), ValueError, "2000 channels: 1 to 1024"),
-        (np.array([0.0, np.nan]), ValueError, "NaN or infinity, first at sample 1"),
+        (np.array([0.0, np.nan]), ValueError, "NaN or infinity, first at sample 1 of channel 0"),
         (np.array([[0.0, 0.0], [-np.inf, 0.0]], np.float32), ValueError, "sample 0 of channel 1"),
     ],
 )

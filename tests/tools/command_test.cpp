@@ -135,7 +135,7 @@ TEST_F(Command, EveryFailureIsOneLineAndLeavesNothing) {
     const char* part;
     const char* before = "";
   } cases[] = {
-      {2, "", "a command is required: render, params, "},
+      {2, "", "a command is required: render, sweep, params, "},
       {2, "rendr", "did you mean 'render'"},
       {2, "render in.wav", "--out is required"},
       {2, "render in.wav -o a.wav --gian 5", "did you mean '--gain'"},

@@ -139,6 +139,7 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
                                isStream(output) ? settings.streamType : std::string());
   AudioWriter writer(output, format, rate, source.channels(), source.expectedFrames());
   RenderRig rig(module, source.channels(), rate, settings.rig);
+  rig.measureInput();
   Channels channels(source.channels());
   Meter meter(rate, source.channels());
   BlockPlan plan(settings.moves, rate, settings.rig.blockLength);

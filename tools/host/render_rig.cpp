@@ -72,14 +72,18 @@ void RenderRig::process(std::span<double* const> sides, int frames) {
   }
 }
 
-void RenderRig::processStep(std::span<double* const> sides, int begin, int frames) {
-  std::ranges::transform(sides, step_.begin(), [begin](double* side) { return side + begin; });
-  chain_.processInput(step_, frames);
+void RenderRig::measure(int frames) {
   for (const double* samples : step_) {
     for (int i = 0; i < frames; ++i) {
       if (std::isfinite(samples[i])) inputPeak_ = std::max(inputPeak_, std::abs(samples[i]));
     }
   }
+}
+
+void RenderRig::processStep(std::span<double* const> sides, int begin, int frames) {
+  std::ranges::transform(sides, step_.begin(), [begin](double* side) { return side + begin; });
+  chain_.processInput(step_, frames);
+  if (measuresInput_) measure(frames);
   for (std::size_t c = 0; c < step_.size(); ++c) {
     amplifiers_[c]->process(step_[c], step_[c], frames);
   }

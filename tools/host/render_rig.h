@@ -55,11 +55,14 @@ class RenderRig {
 
   int channels() const { return static_cast<int>(amplifiers_.size()); }
 
-  // The largest magnitude of a sample behind the input trim, so far.
+  // The largest magnitude of a sample behind the input trim, once it is to be measured, which costs
+  // a little.
+  void measureInput() { measuresInput_ = true; }
   double inputPeak() const { return inputPeak_; }
   std::int64_t gateClosedFrames() const { return chain_.gateClosedFrames(); }
 
  private:
+  void measure(int frames);
   void processStep(std::span<double* const> sides, int begin, int frames);
 
   int rate_;
@@ -67,6 +70,7 @@ class RenderRig {
   ParameterSmoother smoother_;
   RigChain chain_;
   std::vector<double*> step_;  // where the present step begins in each side
+  bool measuresInput_ = false;
   double inputPeak_ = 0.0;
 };
 

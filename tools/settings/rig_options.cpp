@@ -70,9 +70,11 @@ void applyRig(const RigOptions& options, HostedValues& values) {
 
 void applyCabinet(const RigOptions& options, CabinetChoice& cabinet) {
   if (!options.cab.empty()) cabinet.file = cabinetNamed(options.cab);
+  if (cabinet.file.empty()) cabinet.level_db = 0.0;
   if (options.cabLevel.empty()) return;
   cabinet.level_db = parseCabinetLevel_db("--cab-level", options.cabLevel);
-  if (cabinet.file.empty()) throw UsageError("--cab-level needs a cabinet: --cab FILE");
+  if (cabinet.file.empty() && cabinet.level_db != 0.0)
+    throw UsageError("--cab-level needs a cabinet: --cab FILE");
 }
 
 }  // namespace quellard

@@ -34,7 +34,7 @@ std::string rigValueText(int parameter, float value);
 // Sets the values that the options name. Throws UsageError.
 void applyRig(const RigOptions& options, HostedValues& values);
 
-// Changes what the options name of a cabinet. Throws UsageError.
+// Changes what the options name of a cabinet; no cabinet has the level 0. Throws UsageError.
 void applyCabinet(const RigOptions& options, CabinetChoice& cabinet);
 
 }  // namespace quellard
