@@ -21,19 +21,17 @@ takes, folder = sys.argv[1:3]
 picture = sys.argv[3] if len(sys.argv) > 3 else f"{folder}/data_set.png"
 CHANNELS = ("clean", "vintage", "modern")
 
-# %% The data set: each take with eight random settings of each channel, on two cores.
-rows = []
-for channel in CHANNELS:
-    plan = quellard.sweep(
-        takes,
-        folder,
-        channel=channel,
-        grid={knob: "0:10" for knob in ("gain", "bass", "mid", "treble", "presence")},
-        random=8,
-        seed=2026,
-        mono=True,
-    )
-    rows += plan.run(jobs=2, progress=True)
+# %% The data set: each take with 24 random settings of channel and knobs, on two cores.
+knobs = ("gain", "bass", "mid", "treble", "presence")
+plan = quellard.sweep(
+    takes,
+    folder,
+    grid={"channel": CHANNELS, **{knob: "0:10" for knob in knobs}},
+    random=24,
+    seed=2026,
+    mono=True,
+)
+rows = plan.run(jobs=2, progress=sys.stderr.isatty())
 print(f"{len(rows)} renders, {sum(row['seconds'] for row in rows) / 60:.1f} minutes, listed in {plan.manifest}")
 
 # %% What a model would learn from: the dry take, the settings, the amplified take.

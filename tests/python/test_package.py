@@ -6,11 +6,12 @@ import os
 import pydoc
 import subprocess
 import sys
+from pathlib import Path
 
 import numpy as np
 import pytest
 import quellard
-from conftest import command
+from conftest import command, pluck, write_wav
 
 
 def test_every_public_name_is_documented():
@@ -63,3 +64,16 @@ def test_importing_needs_nothing_but_numpy():
     code = "import sys, quellard; print([m for m in ('dask', 'distributed', 'pandas') if m in sys.modules])"
     done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
     assert done.stdout.strip() == "[]"
+
+
+def test_the_data_set_is_made_and_drawn(tmp_path):
+    for library in ("matplotlib", "soundfile"):
+        pytest.importorskip(library)
+    for pitch in (110.0, 146.8):
+        write_wav(tmp_path / f"{pitch:.0f}.wav", pluck(pitch=pitch))
+    script = Path(os.environ["QUELLARD_EXAMPLES"]) / "data_set.py"
+    made = [sys.executable, script, tmp_path, tmp_path / "out", tmp_path / "picture.png"]
+    done = subprocess.run(made, capture_output=True, text=True, check=True)
+    assert "48 renders" in done.stdout
+    assert len((tmp_path / "out" / "manifest.jsonl").read_text().splitlines()) == 48
+    assert (tmp_path / "picture.png").read_bytes().startswith(b"\x89PNG")
