@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: ISC
-"""Lets CMake build the module and puts its result into the wheel."""
+"""Lets CMake build the module, in the folder QUELLARD_BUILD if that is set, for the wheel."""
 
+import os
 import re
 import subprocess
 import sys
@@ -14,11 +15,12 @@ ROOT = Path(__file__).resolve().parent.parent
 
 class CMakeBuild(build_ext):
     def build_extension(self, ext):
-        build = Path(self.build_temp).resolve()
         package = Path(self.get_ext_fullpath(ext.name)).resolve().parent
-        # Beside the package's own files, whatever CMake thinks of folders for packages.
-        options = [f"-DPython_EXECUTABLE={sys.executable}", "-DQUELLARD_ADAPTERS=OFF", "-DQUELLARD_TESTS=OFF"]
-        subprocess.run(["cmake", "-S", ROOT, "-B", build, "-G", "Ninja", *options], check=True)
+        build = Path(os.environ.get("QUELLARD_BUILD", self.build_temp)).resolve()
+        if not (build / "CMakeCache.txt").exists():
+            options = [f"-DPython_EXECUTABLE={sys.executable}", "-DQUELLARD_ADAPTERS=OFF",
+                       "-DQUELLARD_TESTS=OFF"]  # fmt: skip
+            subprocess.run(["cmake", "-S", ROOT, "-B", build, "-G", "Ninja", *options], check=True)
         subprocess.run(["cmake", "--build", build, "--target", "quellard_python"], check=True)
         package.mkdir(parents=True, exist_ok=True)
         for file in (build / "python" / "quellard").iterdir():
