@@ -19,11 +19,13 @@ configure() {
   (cd "$root" && cmake --fresh --preset "$1" >/dev/null)
 }
 
-# build PRESET [TARGET]: silent where nothing is to be done.
+# build PRESET [TARGET...]: silent where nothing is to be done.
 build() {
-  configure "$1"
-  ninja -C "$root/build/$1" -n "${2:-all}" | grep -q 'no work to do' && return
-  (cd "$root" && cmake --build --preset "$1" --target "${2:-all}" >&2)
+  local preset=$1 targets=("${@:2}")
+  [[ ${#targets[@]} != 0 ]] || targets=(all)
+  configure "$preset"
+  ninja -C "$root/build/$preset" -n "${targets[@]}" | grep -q 'no work to do' && return
+  (cd "$root" && cmake --build --preset "$preset" --target "${targets[@]}" >&2)
 }
 
 # cpp_files FOLDER...: their headers and sources, one a line.

@@ -242,6 +242,7 @@ int render(const Options& options) {
   if (!settings.rig.cabinet.file.empty()) checkCabinet(settings.rig.cabinet);
   const std::vector<Job> jobs = planJobs({options.inputs.begin(), options.inputs.end()},
                                          options.output, options.fileType, options.sampleFormat);
+  makeFolders(jobs);
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
   progress.clear();

@@ -107,7 +107,7 @@ def test_draws_differ_by_take_and_seed_and_stay_when_a_take_is_added(takes, tmp_
     assert both["a.wav"] != both["b.wav"]
     assert drawn(takes / "a.wav")["a.wav"] == both["a.wav"]
     assert drawn(takes, "--seed", "1")["a.wav"] != both["a.wav"]
-    assert not (tmp_path / "out" / "manifest.jsonl").exists()
+    assert not (tmp_path / "out").exists()
 
 
 def test_what_is_whole_stays_and_the_rest_is_made_again(takes, tmp_path):
@@ -213,7 +213,7 @@ def test_a_broken_take_is_named_and_the_others_are_made(takes, tmp_path):
 )
 def test_wrong_sweeps_are_refused_before_anything_is_made(takes, tmp_path, arguments, words):
     assert words in command("sweep", takes, "-o", tmp_path / "out", *arguments, status=2)
-    assert not (tmp_path / "out" / "manifest.jsonl").exists()
+    assert not (tmp_path / "out").exists()
 
 
 def test_moves_and_a_cabinet_are_part_of_a_task(takes, tmp_path, by_command):

@@ -200,18 +200,19 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
   std::vector<Job> jobs;
   for (const auto& [input, nameInFolder] : found) {
     const fs::path inFolder = output / fs::path(nameInFolder).replace_extension(fileType);
-    jobs.push_back({input, toFolder ? inFolder : output});
+    jobs.push_back({input, toFolder ? inFolder : output, toFolder});
     // A wrong ending is reported before the first file is rendered.
     formatFor(jobs.back().output, sampleFormat, streamType);
   }
   refuseMixedUp(found, jobs);
   refuseEqualOutputs(jobs);
-  if (toFolder) {
-    for (const Job& job : jobs) {
-      if (!job.output.empty()) makeFolder(job.output.parent_path());
-    }
-  }
   return jobs;
+}
+
+void makeFolders(const std::vector<Job>& jobs) {
+  for (const Job& job : jobs) {
+    if (!job.output.empty() && job.makesFolder) makeFolder(job.output.parent_path());
+  }
 }
 
 std::vector<Outcome> runJobs(const PluginModule& module, const std::vector<Job>& jobs,

@@ -71,8 +71,13 @@ void Sweep::add(const SourceFile& take, const std::string& name, const SweepSett
                  .sampleFormat = settings.sampleFormat,
                  .origin = fs::current_path()};
   ReadMoves readMoves;
+  std::map<int, std::vector<Move>> moves;  // by the channel that plays first
   if (automation_) {
-    readMoves = [&](int channel) { return readAutomation(automation_->path, channel); };
+    readMoves = [&](int channel) {
+      const auto [known, isNew] = moves.try_emplace(channel);
+      if (isNew) known->second = readAutomation(automation_->path, channel);
+      return known->second;
+    };
   }
   std::set<std::string> ids;
   for (const Combination& combination : combinations) {
