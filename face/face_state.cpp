@@ -30,7 +30,8 @@ bool looksTheSame(const Control& control, int index, const FaceState& a, const F
   const auto same = [&](int FaceState::*place) {
     return (a.*place == index) == (b.*place == index);
   };
-  if (!same(&FaceState::focus) || !same(&FaceState::hover)) return false;
+  if ((a.shownFocus() == index) != (b.shownFocus() == index)) return false;
+  if (!same(&FaceState::hover)) return false;
   if (control.parameter != 0 && a.values[control.parameter] != b.values[control.parameter]) {
     return false;
   }
@@ -60,7 +61,7 @@ MeterView meterView(const LevelMeter& meter, double gain_db) {
           .clipped = meter.clipped()};
 }
 
-std::vector<int> menuRows(std::span<const FacePreset> presets) {
+std::vector<int> menuRows(std::span<const FacePreset> presets, int unreadable) {
   std::vector<int> rows = {kFactoryHeading};
   bool isFactory = true;
   int place = 0;
@@ -68,6 +69,10 @@ std::vector<int> menuRows(std::span<const FacePreset> presets) {
     if (isFactory && !preset.isFactory) rows.push_back(kUserHeading);
     isFactory = preset.isFactory;
     rows.push_back(place++);
+  }
+  if (unreadable > 0) {
+    if (isFactory) rows.push_back(kUserHeading);
+    rows.push_back(kUnreadableNote);
   }
   return rows;
 }
@@ -115,8 +120,11 @@ std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
   };
   add(before.gateIsOpen != after.gateIsOpen || gates(before) != gates(after), kGateLamp);
   add(before.cabinet != after.cabinet, kCabinetBox);
-  add(before.menu != after.menu,
-      menuArea(static_cast<int>(menuRows(presets).size())).grownBy(16.0F));
+  if (before.menu != after.menu) {
+    const int unreadable = (after.menu.has_value() ? after : before).menu->unreadable;
+    const std::size_t rows = menuRows(presets, unreadable).size();
+    changed.push_back(menuArea(static_cast<int>(rows)).grownBy(16.0F));
+  }
   return changed;
 }
 
