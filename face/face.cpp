@@ -93,7 +93,6 @@ void Face::setChosen(int preset) {
 
 // The preset whose values these are, else the last one, which was changed then.
 void Face::recognisePreset() {
-  if (!target_.hasValues()) return;
   const ParameterValues now = amplifierValues(state_.values);
   const auto has = [&](int preset) {
     return presets_[static_cast<std::size_t>(preset)].values == now;
@@ -112,6 +111,8 @@ void Face::recognisePreset() {
   }
   state_.preset = presets_[static_cast<std::size_t>(chosen_)].name;
   state_.description = presets_[static_cast<std::size_t>(chosen_)].description;
+  // What comes is no change of it.
+  if (!target_.hasValues()) setChosen(-1);
 }
 
 void Face::press(Point at, MouseButton button, bool isFine, double time_s) {

@@ -23,7 +23,7 @@ class FaceTarget {
 
   // parameter: 1..kNumHostedValues of rig/rig_parameters.h. value: 0..1.
   virtual float value(int parameter) const = 0;
-  // False while these are not the amplifier's yet, and no preset's name would be right.
+  // False while these are a guess, and the amplifier's are still to come.
   virtual bool hasValues() const { return true; }
 
   // A move by hand: begin, any number of values, end. Never two of one parameter at a time.

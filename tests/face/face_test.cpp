@@ -496,8 +496,16 @@ TEST_F(Hands, ThePresetIsKnownToTheNextFace) {
   target.shown = 1000;
   target.values[3] = 0.123F;
   expectNext("Custom", false);
+
+  // Values that are still to come are no change of those that are shown until then.
+  target.values = withAmplifier(target.values, face.presets()[4].values);
   target.knowsValues = false;
-  expectNext("", false);
+  Face early(target, factoryFacePresets());
+  EXPECT_EQ(early.state().preset, face.presets()[4].name);
+  target.values[3] = 0.123F;
+  target.knowsValues = true;
+  early.update(0.03);
+  EXPECT_EQ(early.state().preset, "Custom");
 }
 
 TEST_F(Hands, MetersHoldPeaksAndClipMarksUntilTheyAreCleared) {

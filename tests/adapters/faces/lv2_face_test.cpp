@@ -209,14 +209,14 @@ TEST_F(Lv2Face, ValuesAreThoseOfThePorts) {
   }
 }
 
-// A project's values come after the window has been opened: until then no preset is theirs.
+// A project's values come after the window has been opened: they are no change of "Init".
 TEST_F(Lv2Face, APresetIsRecognisedOnceTheHostHasSentItsValues) {
   writeOwnPreset();
   Lv2Host host;
   const auto& state = window().face.state();
   EXPECT_TRUE(host.idle());
   window().face.update(0.03);
-  EXPECT_EQ(state.preset, "");
+  EXPECT_EQ(state.preset, "Init");
   host.send(4, 1.23F);
   window().face.update(0.03);
   EXPECT_EQ(state.preset, "Custom");
