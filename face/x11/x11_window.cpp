@@ -238,9 +238,10 @@ class X11Window : public FaceWindow {
   void tellOthers() {
     // Hosts that embed by the XEMBED protocol map the window themselves when they find this.
     const std::array<std::uint32_t, 2> embedded = {0, 1};
-    const xcb_atom_t embed = connection_->atom("_XEMBED_INFO");
-    xcb_.change_property(handle_, XCB_PROP_MODE_REPLACE, window_, embed, embed, 32, 2,
+    const xcb_atom_t info = connection_->atom("_XEMBED_INFO");
+    xcb_.change_property(handle_, XCB_PROP_MODE_REPLACE, window_, info, info, 32, 2,
                          embedded.data());
+    embed_ = connection_->atom("_XEMBED");
     closes_ = connection_->atom("WM_DELETE_WINDOW");
     protocols_ = connection_->atom("WM_PROTOCOLS");
     setProperty(protocols_, XCB_ATOM_ATOM, closes_);
@@ -338,7 +339,21 @@ class X11Window : public FaceWindow {
                 isFine, static_cast<double>(event.time) / 1000.0);
   }
 
+  // An embedder by the XEMBED protocol is asked too: it gives the keyboard back to the one that it
+  // knows to have had it, when the player returns to its window.
   void takeFocus(xcb_timestamp_t time) {
+    if (embedder_ != 0) {
+      constexpr std::uint32_t kRequestFocus = 3;
+      xcb_client_message_event_t request{};
+      request.response_type = XCB_CLIENT_MESSAGE;
+      request.format = 32;
+      request.window = embedder_;
+      request.type = embed_;
+      request.data.data32[0] = time;
+      request.data.data32[1] = kRequestFocus;
+      xcb_.send_event(handle_, 0, embedder_, XCB_EVENT_MASK_NO_EVENT,
+                      reinterpret_cast<const char*>(&request));
+    }
     xcb_.set_input_focus(handle_, XCB_INPUT_FOCUS_PARENT, window_, time);
     xcb_.flush(handle_);
   }
@@ -409,8 +424,17 @@ class X11Window : public FaceWindow {
   }
 
   void message(const xcb_client_message_event_t& event) {
-    if (!isFloating_ || event.type != protocols_ || event.format != 32) return;
-    if (event.data.data32[0] == closes_) owner_.closeIsWanted();
+    if (event.format != 32) return;
+    const auto& data = event.data.data32;
+    if (isFloating_ && event.type == protocols_ && data[0] == closes_) owner_.closeIsWanted();
+    if (!isFloating_ && event.type == embed_) embedderSays(data[1], data[3]);
+  }
+
+  void embedderSays(std::uint32_t what, xcb_window_t embedder) {
+    constexpr std::uint32_t kEmbeddedNotify = 0;
+    constexpr std::uint32_t kFocusOut = 5;
+    if (what == kEmbeddedNotify) embedder_ = embedder;
+    if (what == kFocusOut) face_.loseFocus();
   }
 
   // A mouse may report a thousand moves a second. What is left out is painted with the next call.
@@ -473,6 +497,8 @@ class X11Window : public FaceWindow {
   xcb_gcontext_t context_ = 0;
   xcb_atom_t protocols_ = 0;
   xcb_atom_t closes_ = 0;
+  xcb_atom_t embed_ = 0;
+  xcb_window_t embedder_ = 0;  // that has said so
   Keyboard keyboard_;
   FacePicture picture_;
   Clock::time_point paintedAt_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tests/adapters/faces/screen.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <csignal>
@@ -236,13 +237,17 @@ void Screen::listen(xcb_window_t window) {
   wait();
 }
 
-std::string Screen::heardKeys() {
+std::string Screen::heard() {
+  constexpr std::uint32_t kRequestFocus = 3;
   wait();
   std::string heard;
   while (const auto event = owned(xcb_poll_for_event(connection_))) {
     const int type = event->response_type & 0x7F;
     if (type == XCB_KEY_PRESS) heard += '+';
     if (type == XCB_KEY_RELEASE) heard += '-';
+    if (type != XCB_CLIENT_MESSAGE) continue;
+    const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(*event);
+    if (message.type == atom("_XEMBED") && message.data.data32[1] == kRequestFocus) heard += 'f';
   }
   return heard;
 }
@@ -256,12 +261,21 @@ xcb_atom_t Screen::atom(const std::string& name) {
 }
 
 void Screen::askToClose(xcb_window_t window) {
+  tell(window, "WM_PROTOCOLS", {atom("WM_DELETE_WINDOW")});
+}
+
+void Screen::embed(xcb_window_t window, std::uint32_t what, xcb_window_t parent) {
+  tell(window, "_XEMBED", {XCB_CURRENT_TIME, what, 0, parent});
+}
+
+void Screen::tell(xcb_window_t window, const std::string& type,
+                  const std::array<std::uint32_t, 4>& data) {
   xcb_client_message_event_t event{};
   event.response_type = XCB_CLIENT_MESSAGE;
   event.format = 32;
   event.window = window;
-  event.type = atom("WM_PROTOCOLS");
-  event.data.data32[0] = atom("WM_DELETE_WINDOW");
+  event.type = atom(type);
+  std::copy(data.begin(), data.end(), event.data.data32);
   xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
                  reinterpret_cast<const char*>(&event));
   wait();

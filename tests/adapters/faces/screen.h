@@ -3,6 +3,7 @@
 // hands on mouse and keyboard, and the eyes.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -58,15 +59,19 @@ class Screen {
   void forward(xcb_window_t window, char key);
   // From now on the keys that reach this window are noted.
   void listen(xcb_window_t window);
-  // "+" for each press since the last call, "-" for each release.
-  std::string heardKeys();
+  // What has come to the windows opened here since the last call: "+" for a key's press, "-" for
+  // its release, "f" for a request for the keyboard by the XEMBED protocol.
+  std::string heard();
   // As a window manager does when the player closes a window.
   void askToClose(xcb_window_t window);
+  // As a host that embeds by the XEMBED protocol; what: a number of that protocol.
+  void embed(xcb_window_t window, std::uint32_t what, xcb_window_t parent);
 
  private:
   Screen(pid_t server, const std::string& display);
   void fake(int type, int detail, int x = 0, int y = 0);
   xcb_atom_t atom(const std::string& name);
+  void tell(xcb_window_t window, const std::string& type, const std::array<std::uint32_t, 4>& data);
   xcb_keycode_t keyOf(xcb_keysym_t symbol);
   xcb_keycode_t keyOf(char character);
   void wait();

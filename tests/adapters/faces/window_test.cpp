@@ -269,22 +269,22 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   track.mouseUp();
   std::string heard;
   const auto hears = [&](std::size_t count) {
-    return track.comesTrue([&] { return (heard += screen->heardKeys()).size() >= count; });
+    return track.comesTrue([&] { return (heard += screen->heard()).size() >= count; });
   };
   track.live();
   screen->type("q");
   EXPECT_TRUE(hears(2));
   track.live();
-  EXPECT_EQ(heard + screen->heardKeys(), "+-");
+  EXPECT_EQ(heard + screen->heard(), "+-");
   screen->forward(track.window, 'q');
   track.live();
-  EXPECT_EQ(screen->heardKeys(), "") << "sent back";
+  EXPECT_EQ(screen->heard(), "") << "sent back";
   heard.clear();
   screen->keyDown('q');
   EXPECT_TRUE(hears(5)) << "held down";
   screen->keyUp('q');
   track.live();
-  heard += screen->heardKeys();
+  heard += screen->heard();
   EXPECT_EQ(std::count(heard.begin(), heard.end(), '+'),
             std::count(heard.begin(), heard.end(), '-'));
 
@@ -300,11 +300,33 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   for (int n = 0; n < 50; ++n) track.live();  // repetitions begin after 660 ms
   screen->keyUp(' ');
   track.live();
-  EXPECT_EQ(screen->heardKeys(), "");
+  EXPECT_EQ(screen->heard(), "");
   for (int parameter = 1; parameter <= kNumControls; ++parameter) {
     const auto value = static_cast<double>(presetValue(kFactoryBank[0], parameter));
     EXPECT_NEAR(track.host->get(parameter), value, 1e-6) << "one preset further";
   }
+}
+
+// An embedder by the XEMBED protocol is asked for the keyboard, and takes it away.
+TEST_P(Windows, EmbeddersAreAskedForTheKeyboard) {
+  constexpr std::uint32_t kEmbeddedNotify = 0;
+  constexpr std::uint32_t kFocusOut = 5;
+  Track track(*screen, GetParam());
+  screen->listen(track.parent);
+  screen->embed(track.window, kEmbeddedNotify, track.parent);
+  track.live();
+  track.moveMouse(knob(kVolume).value.center());
+  track.mouseDown();
+  track.mouseUp();
+  track.live();
+  screen->type("5q");
+  track.live();
+  EXPECT_EQ(screen->heard(), "ff") << "with the press and the release";
+  screen->embed(track.window, kFocusOut, 0);
+  track.live();
+  screen->type("q");
+  track.live();
+  EXPECT_EQ(screen->heard(), "+-") << "the field is gone";
 }
 
 // Some desktops have colours of 5, 6 or 10 bits.
@@ -316,10 +338,12 @@ TEST_P(Windows, ShowsOnDesktopsOfOtherDepths) {
   }
 }
 
-// A window that stands for itself is closed by the player.
-TEST_P(Windows, FloatsWhereTheFormatKnowsIt) {
+// Of the formats that know windows which stand for themselves.
+class FloatingWindows : public Windows {};
+
+TEST_P(FloatingWindows, AreClosedByThePlayer) {
   const std::unique_ptr<WindowHost> host = GetParam().create();
-  if (!host->floats()) GTEST_SKIP() << "it does not";
+  ASSERT_TRUE(host->floats());
   const xcb_window_t window = screen->inside(0);
   for (int n = 0; n < 20 && screen->pixel(window, 400, 150) == 0; ++n) {
     std::this_thread::sleep_for(20ms);
@@ -496,6 +520,8 @@ constexpr WindowFormat kLv2{"Lv2", createLv2Host};
 constexpr WindowFormat kVst2{"Vst2", createVst2Host};
 constexpr WindowFormat kVst3{"Vst3", createVst3Host};
 INSTANTIATE_TEST_SUITE_P(Real, Windows, testing::Values(kClap, kLv2, kVst2, kVst3),
+                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, testing::Values(kClap, kLv2),
                          [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
