@@ -150,7 +150,7 @@ void Editor::sizeIsWanted(PixelSize size) {
   const FaceWindow* const asking = window_.get();
   const PixelSize before = asking->size();
   if (resizeHost_ && !resizeHost_(size)) return;
-  if (window_ != nullptr && window_.get() == asking && asking->size() == before) setSize(size);
+  if (window_.get() == asking && asking->size() == before) setSize(size);
 }
 
 // A host may squeeze what it embeds, which says nothing of what the player likes.
