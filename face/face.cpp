@@ -186,7 +186,8 @@ void Face::release(Point at) {
 
 void Face::endDrag() {
   if (!drag_.has_value()) return;
-  const Drag ended = *std::exchange(drag_, std::nullopt);
+  const Drag ended = *drag_;
+  drag_.reset();
   state_.moving = -1;
   if (ended.hasMoved) target_.endMove(controlNumber(ended.control).parameter);
 }

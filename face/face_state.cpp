@@ -121,8 +121,8 @@ std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
   add(before.gateIsOpen != after.gateIsOpen || gates(before) != gates(after), kGateLamp);
   add(before.cabinet != after.cabinet, kCabinetBox);
   if (before.menu != after.menu) {
-    const int unreadable = (after.menu.has_value() ? after : before).menu->unreadable;
-    const std::size_t rows = menuRows(presets, unreadable).size();
+    const MenuView menu = after.menu.value_or(before.menu.value_or(MenuView{}));
+    const std::size_t rows = menuRows(presets, menu.unreadable).size();
     changed.push_back(menuArea(static_cast<int>(rows)).grownBy(16.0F));
   }
   return changed;

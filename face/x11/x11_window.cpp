@@ -204,9 +204,7 @@ class X11Window : public FaceWindow {
       handle(*event);
     }
     if (!isGone_) adoptSize();
-    if (!isGone_ && wanted_.has_value()) {
-      owner_.sizeIsWanted(*std::exchange(wanted_, std::nullopt));
-    }
+    if (!isGone_) askForSize();
     if (!isGone_) paint();
     return !isGone_;
   }
@@ -319,6 +317,15 @@ class X11Window : public FaceWindow {
     if (now == size()) return;
     picture_.resize(now.width, now.height);
     owner_.sizeHasChanged(now);
+  }
+
+  // Once for all moves of the mouse, and when no event is being handled: the host may answer in any
+  // way.
+  void askForSize() {
+    if (!wanted_.has_value()) return;
+    const PixelSize size = *wanted_;
+    wanted_.reset();
+    owner_.sizeIsWanted(size);
   }
 
   void buttonDown(const xcb_button_press_event_t& event) {
