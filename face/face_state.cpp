@@ -63,17 +63,18 @@ MeterView meterView(const LevelMeter& meter, double gain_db) {
 
 std::vector<int> menuRows(std::span<const FacePreset> presets, int unreadable) {
   std::vector<int> rows = {kFactoryHeading};
+  const auto beginUsers = [&] {
+    rows.push_back(kUserHeading);
+    if (unreadable > 0) rows.push_back(kUnreadableNote);
+  };
   bool isFactory = true;
   int place = 0;
   for (const FacePreset& preset : presets) {
-    if (isFactory && !preset.isFactory) rows.push_back(kUserHeading);
+    if (isFactory && !preset.isFactory) beginUsers();
     isFactory = preset.isFactory;
     rows.push_back(place++);
   }
-  if (unreadable > 0) {
-    if (isFactory) rows.push_back(kUserHeading);
-    rows.push_back(kUnreadableNote);
-  }
+  if (isFactory && unreadable > 0) beginUsers();
   return rows;
 }
 
