@@ -199,7 +199,9 @@ void Canvas::arc(Point center, float radius, float from, float to, float width,
   const float half = (to - from) / 2.0F * kTurn;
   const float sine = std::sin(middle);
   const float cosine = std::cos(middle);
-  const Point end = {std::sin(half) * radius * scale_, -std::cos(half) * radius * scale_};
+  const float halfSine = std::sin(half);
+  const float halfCosine = std::cos(half);
+  const Point end = {halfSine * radius * scale_, -halfCosine * radius * scale_};
   const bool isSmall = half < kTurn / 4.0F;
   const Point at0 = pixel(center);
   shade(bounds, paint, 0.0F, [&](Point at) {
@@ -208,7 +210,7 @@ void Canvas::arc(Point center, float radius, float from, float to, float width,
     const float across = std::fabs(x * cosine + y * sine);
     const float along = y * cosine - x * sine;
     // Within the arc's angle the circle is nearest, elsewhere its end.
-    const float turned = across * std::cos(half) + along * std::sin(half);
+    const float turned = across * halfCosine + along * halfSine;
     const bool within = isSmall ? turned <= 0.0F && along <= 0.0F : turned <= 0.0F || along <= 0.0F;
     const float dx = across - end.x;
     const float dy = along - end.y;

@@ -2,6 +2,7 @@
 #include "face/face.h"
 
 #include <cmath>
+#include <utility>
 
 #include "params/words.h"
 #include "rig/value_text.h"
@@ -11,7 +12,19 @@ namespace {
 
 constexpr float kMoved = 2.0F;  // units of the face; less is a click
 constexpr std::size_t kLongestEntry = 12;
-constexpr float kPageStep = 0.1F;
+
+// How far keys and the wheel turn, in the smallest steps that are shown.
+struct Steps {
+  float perUnit;
+  float fine;
+  float key;
+  float notch;  // of the wheel
+  float page;
+};
+constexpr Steps kKnobSteps = {100.0F, 1.0F, 10.0F, 20.0F, 100.0F};  // of 0..10
+constexpr Steps kLevelSteps = {10.0F, 1.0F, 5.0F, 10.0F, 50.0F};    // dB
+
+const Steps& stepsOf(int parameter) { return isKnob(parameter) ? kKnobSteps : kLevelSteps; }
 
 const Control& controlNumber(int index) { return controls()[static_cast<std::size_t>(index)]; }
 int numControls() { return static_cast<int>(controls().size()); }
@@ -19,7 +32,9 @@ bool isKnobControl(int index) {
   return index >= 0 && controlNumber(index).kind == ControlKind::knob;
 }
 
-bool startsNumber(char32_t character) {
+// A number, or the gate's "off".
+bool startsValue(int parameter, char32_t character) {
+  if (parameter == kGateParameter && (character == U'o' || character == U'O')) return true;
   return (character >= U'0' && character <= U'9') || character == U'-' || character == U'+' ||
          character == U'.' || character == U',';
 }
@@ -28,6 +43,8 @@ bool startsNumber(char32_t character) {
 
 Face::Face(FaceTarget& target, std::vector<FacePreset> presets)
     : target_(target), presets_(std::move(presets)) {
+  const int last = target_.lastPreset();
+  if (last < static_cast<int>(presets_.size())) chosen_ = last;
   update(0.0);
 }
 
@@ -36,7 +53,7 @@ Face::~Face() { endDrag(); }
 
 void Face::setPresets(std::vector<FacePreset> presets, int chosen) {
   presets_ = std::move(presets);
-  chosen_ = chosen < static_cast<int>(presets_.size()) ? chosen : -1;
+  setChosen(chosen < static_cast<int>(presets_.size()) ? chosen : -1);
   state_.menu.reset();
   recognisePreset();
 }
@@ -47,10 +64,17 @@ void Face::update(double seconds) {
   output_.update(levels.outputPeak, seconds);
   state_.gateIsOpen = levels.gateIsOpen;
   state_.cabinet = target_.cabinet();
+  fadeBubble(seconds);
   readValues();
 }
 
-// The levels are read with the time alone that they belong to.
+void Face::fadeBubble(double seconds) {
+  bubbleLeft_s_ -= seconds;
+  if (bubbleLeft_s_ <= 0.0 && !(drag_.has_value() && drag_->hasMoved)) state_.moving = -1;
+}
+
+// Also after each move. The levels are not asked for again: a target may forget a peak once it has
+// been read, and a meter falls with the time between two of them.
 void Face::readValues() {
   for (int index = 1; index <= kNumHostedValues; ++index) {
     state_.values[index] = target_.value(index);
@@ -63,6 +87,10 @@ void Face::readValues() {
   recognisePreset();
 }
 
+void Face::setChosen(int preset) {
+  if (std::exchange(chosen_, preset) != preset) target_.presetShown(preset);
+}
+
 // The preset whose values these are, else the last one, which was changed then.
 void Face::recognisePreset() {
   const ParameterValues now = amplifierValues(state_.values);
@@ -72,7 +100,7 @@ void Face::recognisePreset() {
   state_.isChanged = chosen_ < 0 || !has(chosen_);
   for (int preset = 0; state_.isChanged && preset < static_cast<int>(presets_.size()); ++preset) {
     if (!has(preset)) continue;
-    chosen_ = preset;
+    setChosen(preset);
     state_.isChanged = false;
   }
   if (chosen_ < 0) {
@@ -83,6 +111,8 @@ void Face::recognisePreset() {
   }
   state_.preset = presets_[static_cast<std::size_t>(chosen_)].name;
   state_.description = presets_[static_cast<std::size_t>(chosen_)].description;
+  // What comes is no change of it.
+  if (!target_.hasValues()) setChosen(-1);
 }
 
 void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
@@ -90,27 +120,26 @@ void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
   if (state_.typed.has_value()) enterTyped(*state_.typed);
   state_.typed.reset();
   const int control = controlAt(at);
-  const bool isDouble = button == MouseButton::left && control >= 0 &&
-                        control == lastClick_.control &&
+  const bool isLeft = button == MouseButton::left;
+  const bool isDouble = isLeft && control >= 0 && control == lastClick_.control &&
                         time_s - lastClick_.time_s < kDoubleClickSeconds;
-  lastClick_ = {isDouble ? -1 : control, time_s};
+  lastClick_ = {isLeft && !isDouble ? control : -1, time_s};
   focus_ = control;
-  state_.focus = -1;
+  state_.focus = state_.moving = -1;
   if (control < 0) return;
   if (!isKnobControl(control)) {
-    if (button == MouseButton::left) pressButton(control);
+    if (isLeft) pressButton(control);
   } else if (isDouble && !controlNumber(control).value.contains(at)) {
-    setOnce(controlNumber(control).parameter,
-            defaultHostedValues()[controlNumber(control).parameter]);
+    setKnob(control, defaultHostedValues()[controlNumber(control).parameter]);
   } else {
-    pressKnob(control, at, isFine || button == MouseButton::right);
+    pressKnob(control, at, isFine || !isLeft);
   }
 }
 
 // row: -1 beside the menu, which closes it.
 void Face::pressRow(int row) {
   if (row < 0) return state_.menu.reset();
-  const int preset = menuRows(presets_)[static_cast<std::size_t>(row)];
+  const int preset = rows()[static_cast<std::size_t>(row)];
   if (preset >= 0) choosePreset(preset);
 }
 
@@ -120,6 +149,7 @@ void Face::pressKnob(int control, Point at, bool isFine) {
   drag_ = Drag{control, at, static_cast<double>(target_.value(parameter)), false, isFine};
 }
 
+// A host that hears of a move may close the window, which ends the drag.
 void Face::drag(Point at, bool isFine) {
   if (state_.menu.has_value()) {
     const int row = rowAt(*state_.menu, at);
@@ -136,6 +166,7 @@ void Face::drag(Point at, bool isFine) {
     lastClick_ = {};  // what moved was no click
     state_.moving = drag_->control;
     target_.beginMove(control.parameter);
+    if (!drag_.has_value()) return;
   }
   drag_->from = at;
   const float step = way / kDragLength * (isFine || drag_->isFine ? kFine : 1.0F);
@@ -155,25 +186,44 @@ void Face::release(Point at) {
 
 void Face::endDrag() {
   if (!drag_.has_value()) return;
-  if (drag_->hasMoved) target_.endMove(controlNumber(drag_->control).parameter);
+  const Drag ended = *drag_;
   drag_.reset();
   state_.moving = -1;
+  if (ended.hasMoved) target_.endMove(controlNumber(ended.control).parameter);
 }
 
 void Face::leave() { state_.hover = -1; }
 
 void Face::wheel(Point at, float notches, bool isFine) {
+  lastClick_ = {};
   if (state_.menu.has_value()) {
-    return scrollMenu(*state_.menu, static_cast<int>(std::lround(-3.0F * notches)));
+    return scrollMenu(*state_.menu, at, static_cast<int>(std::lround(-3.0F * notches)));
   }
   const int control = controlAt(at);
   if (drag_.has_value() || !isKnobControl(control)) return;
-  turn(control, notches * kWheelStep * (isFine ? kFine : 1.0F));
+  const Steps& steps = stepsOf(controlNumber(control).parameter);
+  turn(control, notches * (isFine ? steps.fine : steps.notch));
 }
 
-void Face::turn(int control, float by) {
+// From what is shown to what will be: a step up and one down lead to the same value.
+void Face::turn(int control, float steps) {
   const int parameter = controlNumber(control).parameter;
-  setOnce(parameter, target_.value(parameter) + by);
+  const float perUnit = stepsOf(parameter).perUnit;
+  const float shown = std::round(controlFromValue(parameter, target_.value(parameter)) * perUnit);
+  float turned = (shown + steps) / perUnit;
+  // The gate's lowest threshold is a whole decibel above its place for "Off".
+  if (parameter == kGateParameter && steps > 0.0F) {
+    turned = std::max(turned, static_cast<float>(kLowestGate_dbfs));
+  }
+  setKnob(control, valueFromControl(parameter, turned));
+}
+
+// By wheel or keys: the bubble stays for a while.
+void Face::setKnob(int control, float value) {
+  endDrag();
+  state_.moving = control;
+  bubbleLeft_s_ = kBubbleSeconds;
+  setOnce(controlNumber(control).parameter, value);
 }
 
 void Face::setOnce(int parameter, float value) {
@@ -200,15 +250,16 @@ void Face::pressButton(int index) {
 }
 
 bool Face::key(Key key, bool withShift) {
+  lastClick_ = {};
   if (state_.menu.has_value()) return keyInMenu(*state_.menu, key);
   if (state_.typed.has_value() && keyInField(*state_.typed, key)) return true;
   if (key == Key::tab) return moveFocus(withShift ? -1 : 1), true;
   if (key == Key::escape) {
-    const bool hadFocus = focus_ >= 0;
-    focus_ = state_.focus = -1;
-    return hadFocus;
+    focus_ = -1;
+    return std::exchange(state_.focus, -1) >= 0;
   }
-  if (focus_ < 0) return false;
+  const bool isForClicked = key == Key::up || key == Key::down || key == Key::enter;
+  if (state_.focus < 0 && !(isForClicked && isKnobControl(focus_))) return false;
   state_.focus = focus_;
   if (isKnobControl(focus_)) return keyOnKnob(focus_, key, withShift);
   return keyOnButton(controlNumber(focus_), key);
@@ -224,18 +275,19 @@ void Face::moveFocus(int by) {
 
 bool Face::keyOnKnob(int control, Key key, bool isFine) {
   const int parameter = controlNumber(control).parameter;
-  const float step = kKeyStep * (isFine ? kFine : 1.0F);
+  const Steps& steps = stepsOf(parameter);
+  const float step = isFine ? steps.fine : steps.key;
   switch (key) {
     case Key::up:
     case Key::right: turn(control, step); break;
     case Key::down:
     case Key::left: turn(control, -step); break;
-    case Key::pageUp: turn(control, kPageStep); break;
-    case Key::pageDown: turn(control, -kPageStep); break;
-    case Key::home: setOnce(parameter, 0.0F); break;
-    case Key::end: setOnce(parameter, 1.0F); break;
+    case Key::pageUp: turn(control, steps.page); break;
+    case Key::pageDown: turn(control, -steps.page); break;
+    case Key::home: setKnob(control, 0.0F); break;
+    case Key::end: setKnob(control, 1.0F); break;
     case Key::backspace:
-    case Key::remove: setOnce(parameter, defaultHostedValues()[parameter]); break;
+    case Key::remove: setKnob(control, defaultHostedValues()[parameter]); break;
     case Key::enter: beginTyping(control); break;
     default: return false;
   }
@@ -256,24 +308,24 @@ bool Face::keyOnButton(const Control& control, Key key) {
 }
 
 bool Face::type(char32_t character) {
+  lastClick_ = {};
   if (state_.menu.has_value()) return typeInMenu(*state_.menu, character);
   if (state_.typed.has_value()) return typeInField(*state_.typed, character);
-  if (isKnobControl(focus_) && startsNumber(character)) {
-    return typeInField(beginTyping(focus_), character);
-  }
-  // Only where the focus is seen: elsewhere the space bar is the host's.
-  return character == U' ' && state_.focus >= 0 && !isKnobControl(focus_) && key(Key::enter, false);
+  if (state_.focus < 0) return false;
+  if (!isKnobControl(focus_)) return character == U' ' && key(Key::enter, false);
+  return startsValue(controlNumber(focus_).parameter, character) &&
+         typeInField(beginTyping(focus_), character);
 }
 
 // To the next preset that begins with this letter.
 bool Face::typeInMenu(MenuView& menu, char32_t character) {
   if (character == U' ') return keyInMenu(menu, Key::enter);
   if (character > 0x7F) return true;
-  const std::vector<int> rows = menuRows(presets_);
-  const int count = static_cast<int>(rows.size());
+  const std::vector<int> all = rows();
+  const int count = static_cast<int>(all.size());
   for (int i = 1; i <= count; ++i) {
     const int row = (menu.selectedRow + i) % count;
-    const int preset = rows[static_cast<std::size_t>(row)];
+    const int preset = all[static_cast<std::size_t>(row)];
     if (preset < 0) continue;
     const std::string& name = presets_[static_cast<std::size_t>(preset)].name;
     if (name.empty() || lowerCase(name.front()) != lowerCase(static_cast<char>(character)))
@@ -284,8 +336,9 @@ bool Face::typeInMenu(MenuView& menu, char32_t character) {
   return true;
 }
 
+// What no value has is dropped here: the host's shortcuts wait until the field is closed.
 bool Face::typeInField(TextField& field, char32_t character) {
-  if (character < 0x20 || character > 0x7E) return false;
+  if (character < 0x20 || character > 0x7E) return true;
   if (character == U',') character = U'.';  // as much of Europe writes it
   if (field.text.size() < kLongestEntry) field.text += static_cast<char>(character);
   field.isWrong = false;
@@ -294,8 +347,8 @@ bool Face::typeInField(TextField& field, char32_t character) {
 
 TextField& Face::beginTyping(int control) {
   endDrag();
-  focus_ = control;
-  state_.focus = control;
+  focus_ = state_.focus = control;
+  state_.moving = -1;
   TextField& field = state_.typed.emplace();
   field.control = control;
   return field;
@@ -334,46 +387,59 @@ void Face::enterTyped(TextField& field) {
 }
 
 void Face::loseFocus() {
-  endDrag();
   state_.typed.reset();
-  state_.menu.reset();
   state_.focus = -1;
 }
 
-void Face::openMenu() {
-  const std::vector<int> rows = menuRows(presets_);
-  MenuView& menu = state_.menu.emplace(MenuView{.current = chosen_});
-  const auto at = std::find(rows.begin(), rows.end(), chosen_);
-  selectRow(menu, at != rows.end() ? static_cast<int>(at - rows.begin()) : 1, 1);
+void Face::letGo() {
+  loseFocus();
+  state_.menu.reset();
+  state_.moving = -1;
+  endDrag();
 }
 
-// way: where to go on from a heading; 0 stays.
+void Face::openMenu() {
+  const std::vector<int> all = rows();
+  MenuView& menu = state_.menu.emplace(MenuView{.current = chosen_, .unreadable = unreadable_});
+  const auto at = std::find(all.begin(), all.end(), chosen_);
+  selectRow(menu, at != all.end() ? static_cast<int>(at - all.begin()) : 1, 1);
+}
+
+// way: where to go on from a row that is no preset; 0 stays.
 void Face::selectRow(MenuView& menu, int row, int way) {
-  const std::vector<int> rows = menuRows(presets_);
-  const int last = static_cast<int>(rows.size()) - 1;
+  const std::vector<int> all = rows();
+  const int last = static_cast<int>(all.size()) - 1;
   row = std::clamp(row, 0, last);
-  if (rows[static_cast<std::size_t>(row)] < 0) row = std::clamp(row + way, 0, last);
-  if (rows[static_cast<std::size_t>(row)] < 0) return;
+  const auto isPreset = [&] { return all[static_cast<std::size_t>(row)] >= 0; };
+  while (!isPreset() && way != 0 && row + way >= 0 && row + way <= last) row += way;
+  if (!isPreset()) return;
   menu.selectedRow = row;
   if (way == 0) return;  // under the mouse the list stays where it is
   menu.firstRow = std::clamp(menu.firstRow, row - kMenuRows + 1, row == 1 ? 0 : row);
 }
 
-void Face::scrollMenu(MenuView& menu, int rows) {
-  const int most = std::max(static_cast<int>(menuRows(presets_).size()) - kMenuRows, 0);
-  menu.firstRow = std::clamp(menu.firstRow + rows, 0, most);
+// The selection goes with the list: to the row under the mouse, or so far that it stays in view.
+void Face::scrollMenu(MenuView& menu, Point at, int by) {
+  const int most = std::max(static_cast<int>(rows().size()) - kMenuRows, 0);
+  menu.firstRow = std::clamp(menu.firstRow + by, 0, most);
+  const int first = menu.firstRow;
+  const int kept = std::clamp(menu.selectedRow, first, first + kMenuRows - 1);
+  selectRow(menu, kept, kept == first ? 1 : -1);
+  menu.firstRow = first;
+  const int under = rowAt(menu, at);
+  if (under >= 0) selectRow(menu, under, 0);
 }
 
 int Face::rowAt(const MenuView& menu, Point at) const {
-  const int rows = static_cast<int>(menuRows(presets_).size());
-  for (int shown = 0; shown < std::min(rows, kMenuRows); ++shown) {
+  const int count = static_cast<int>(rows().size());
+  for (int shown = 0; shown < std::min(count, kMenuRows); ++shown) {
     if (menuRowArea(shown).contains(at)) return menu.firstRow + shown;
   }
   return -1;
 }
 
 bool Face::keyInMenu(MenuView& menu, Key key) {
-  const std::vector<int> rows = menuRows(presets_);
+  const std::vector<int> all = rows();
   const int selected = menu.selectedRow;
   switch (key) {
     case Key::up: selectRow(menu, selected - 1, -1); break;
@@ -381,8 +447,8 @@ bool Face::keyInMenu(MenuView& menu, Key key) {
     case Key::pageUp: selectRow(menu, selected - kMenuRows, 1); break;
     case Key::pageDown: selectRow(menu, selected + kMenuRows, -1); break;
     case Key::home: selectRow(menu, 0, 1); break;
-    case Key::end: selectRow(menu, static_cast<int>(rows.size()) - 1, -1); break;
-    case Key::enter: choosePreset(rows[static_cast<std::size_t>(selected)]); break;
+    case Key::end: selectRow(menu, static_cast<int>(all.size()) - 1, -1); break;
+    case Key::enter: choosePreset(all[static_cast<std::size_t>(selected)]); break;
     case Key::escape:
     case Key::tab: state_.menu.reset(); break;
     default: return false;
@@ -408,7 +474,7 @@ void Face::choosePreset(int preset) {
     target_.move(index, values[index]);
     target_.endMove(index);
   }
-  chosen_ = preset;
+  setChosen(preset);
   target_.presetChosen(preset);
   readValues();
 }

@@ -6,8 +6,10 @@
 //   mouse     drag a knob upwards or downwards, finely with Shift or the right button; wheel;
 //             double-click: default; click on a value: type it
 //   keys      Tab and Shift+Tab move the focus; Up and Down turn, finely with Shift; Page Up and
-//             Page Down turn by one; Home and End: lowest and highest; Delete: default; Enter or a
-//             digit: type a value; Enter or Space presses a button; Escape leaves
+//             Page Down turn by 1, or 5 dB; Home and End: lowest and highest; Delete: default;
+//             Enter or a digit: type a value; Enter or Space presses a button; Escape leaves. What
+//             was clicked has a focus that is not seen, which takes only Up, Down and Enter on a
+//             knob: all other keys are the host's then
 #pragma once
 
 #include <optional>
@@ -42,10 +44,9 @@ enum class Key {
 class Face {
  public:
   static constexpr double kDoubleClickSeconds = 0.4;
-  static constexpr float kDragLength = 200.0F;  // in units of the face, over a knob's whole range
-  static constexpr float kFine = 0.1F;          // times as much
-  static constexpr float kKeyStep = 0.01F;      // of a knob's range
-  static constexpr float kWheelStep = 0.02F;    // a notch
+  static constexpr float kDragLength = 200.0F;   // in units of the face, over a knob's whole range
+  static constexpr float kFine = 0.1F;           // times as much
+  static constexpr double kBubbleSeconds = 1.0;  // after a move by wheel or keys
 
   // target: outlives the face. presets: the factory's first.
   Face(FaceTarget& target, std::vector<FacePreset> presets);
@@ -59,6 +60,8 @@ class Face {
   // The list as it now is, the user's own presets among them. preset: the place of the one that is
   // chosen, -1 where that is not known.
   void setPresets(std::vector<FacePreset> presets, int chosen = -1);
+  // How many files of the user's presets have a mistake: the list says so.
+  void setUnreadableFiles(int count) { unreadable_ = count; }
 
   // Points are in units of the face and may lie outside of it. time_s: of the event, from any
   // moment on.
@@ -80,6 +83,8 @@ class Face {
 
   // The keyboard now belongs to others: what is typed is dropped.
   void loseFocus();
+  // The face is seen no longer: whatever is under way ends.
+  void letGo();
 
   const FaceState& state() const { return state_; }
   const std::vector<FacePreset>& presets() const { return presets_; }
@@ -98,12 +103,14 @@ class Face {
   };
 
   void readValues();
+  void fadeBubble(double seconds);
   void pressRow(int row);
   void pressKnob(int control, Point at, bool isFine);
   void pressButton(int index);
   void endDrag();
   void setOnce(int parameter, float value);
-  void turn(int control, float by);
+  void setKnob(int control, float value);
+  void turn(int control, float steps);
   bool keyOnKnob(int control, Key key, bool isFine);
   bool keyOnButton(const Control& control, Key key);
   bool keyInMenu(MenuView& menu, Key key);
@@ -114,20 +121,24 @@ class Face {
   TextField& beginTyping(int control);
   void enterTyped(TextField& field);
 
+  std::vector<int> rows() const { return menuRows(presets_, unreadable_); }
   void openMenu();
   void selectRow(MenuView& menu, int row, int way);
-  void scrollMenu(MenuView& menu, int rows);
+  void scrollMenu(MenuView& menu, Point at, int by);
   int rowAt(const MenuView& menu, Point at) const;
   void choosePreset(int preset);
   void stepPreset(int by);
+  void setChosen(int preset);
   void recognisePreset();
 
   FaceTarget& target_;
   std::vector<FacePreset> presets_;
+  int unreadable_ = 0;
   FaceState state_;
   int focus_ = -1;   // also while it is not shown
   int chosen_ = -1;  // the preset that the values come from
   std::optional<Drag> drag_;
+  double bubbleLeft_s_ = 0.0;  // without a drag
   Click lastClick_;
   // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
   // are floats, which the converter clips above 1.

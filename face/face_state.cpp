@@ -30,7 +30,8 @@ bool looksTheSame(const Control& control, int index, const FaceState& a, const F
   const auto same = [&](int FaceState::*place) {
     return (a.*place == index) == (b.*place == index);
   };
-  if (!same(&FaceState::focus) || !same(&FaceState::hover)) return false;
+  if ((a.shownFocus() == index) != (b.shownFocus() == index)) return false;
+  if (!same(&FaceState::hover)) return false;
   if (control.parameter != 0 && a.values[control.parameter] != b.values[control.parameter]) {
     return false;
   }
@@ -60,15 +61,20 @@ MeterView meterView(const LevelMeter& meter, double gain_db) {
           .clipped = meter.clipped()};
 }
 
-std::vector<int> menuRows(std::span<const FacePreset> presets) {
+std::vector<int> menuRows(std::span<const FacePreset> presets, int unreadable) {
   std::vector<int> rows = {kFactoryHeading};
+  const auto beginUsers = [&] {
+    rows.push_back(kUserHeading);
+    if (unreadable > 0) rows.push_back(kUnreadableNote);
+  };
   bool isFactory = true;
   int place = 0;
   for (const FacePreset& preset : presets) {
-    if (isFactory && !preset.isFactory) rows.push_back(kUserHeading);
+    if (isFactory && !preset.isFactory) beginUsers();
     isFactory = preset.isFactory;
     rows.push_back(place++);
   }
+  if (isFactory && unreadable > 0) beginUsers();
   return rows;
 }
 
@@ -115,8 +121,11 @@ std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
   };
   add(before.gateIsOpen != after.gateIsOpen || gates(before) != gates(after), kGateLamp);
   add(before.cabinet != after.cabinet, kCabinetBox);
-  add(before.menu != after.menu,
-      menuArea(static_cast<int>(menuRows(presets).size())).grownBy(16.0F));
+  if (before.menu != after.menu) {
+    const MenuView menu = after.menu.value_or(before.menu.value_or(MenuView{}));
+    const std::size_t rows = menuRows(presets, menu.unreadable).size();
+    changed.push_back(menuArea(static_cast<int>(rows)).grownBy(16.0F));
+  }
   return changed;
 }
 

@@ -51,15 +51,18 @@ struct TextField {
 struct MenuView {
   int firstRow = 0;  // that is shown
   int selectedRow = 0;
-  int current = -1;  // the preset that is chosen; -1 for none
+  int current = -1;    // the preset that is chosen; -1 for none
+  int unreadable = 0;  // files of the user's presets
 
   bool operator==(const MenuView&) const = default;
 };
 
-// The menu's rows: places in the list of presets, and the headings between them.
+// The menu's rows: places in the list of presets, the headings between them, and the note that
+// files are unreadable.
 inline constexpr int kFactoryHeading = -2;
 inline constexpr int kUserHeading = -3;
-std::vector<int> menuRows(std::span<const FacePreset> presets);
+inline constexpr int kUnreadableNote = -4;
+std::vector<int> menuRows(std::span<const FacePreset> presets, int unreadable);
 Rect menuArea(int rows);         // rows: of menuRows()
 Rect menuRowArea(int shownRow);  // 0..kMenuRows-1
 
@@ -78,6 +81,9 @@ struct FaceState {
   int moving = -1;  // shows its bubble
   std::optional<TextField> typed;
   std::optional<MenuView> menu;
+
+  // An open menu has the keyboard.
+  int shownFocus() const { return menu.has_value() ? -1 : focus; }
 
   bool operator==(const FaceState&) const = default;
 };

@@ -23,6 +23,8 @@ class FaceTarget {
 
   // parameter: 1..kNumHostedValues of rig/rig_parameters.h. value: 0..1.
   virtual float value(int parameter) const = 0;
+  // False while these are a guess, and the amplifier's are still to come.
+  virtual bool hasValues() const { return true; }
 
   // A move by hand: begin, any number of values, end. Never two of one parameter at a time.
   virtual void beginMove(int parameter) = 0;
@@ -36,6 +38,11 @@ class FaceTarget {
 
   // After its values have been moved. preset: its place in the face's list.
   virtual void presetChosen(int /*preset*/) {}
+
+  // The preset whose name the face shows, and the one that it begins with: so a face that is opened
+  // again knows what the values were changed from. -1 for none.
+  virtual void presetShown(int /*preset*/) {}
+  virtual int lastPreset() const { return -1; }
 };
 
 }  // namespace quellard

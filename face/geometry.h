@@ -29,6 +29,13 @@ struct Rect {
   constexpr Rect grownBy(float margin) const {
     return {x - margin, y - margin, width + 2.0F * margin, height + 2.0F * margin};
   }
+  // The smallest that holds both.
+  constexpr Rect unitedWith(const Rect& other) const {
+    const float left = std::min(x, other.x);
+    const float top = std::min(y, other.y);
+    return {left, top, std::max(right(), other.right()) - left,
+            std::max(bottom(), other.bottom()) - top};
+  }
 
   bool operator==(const Rect&) const = default;
 };

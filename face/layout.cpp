@@ -104,9 +104,7 @@ Rect bubbleArea(const Control& control) {
 
 Rect drawnArea(const Control& control) {
   if (control.kind != ControlKind::knob) return control.area.grownBy(6.0F);
-  const Rect area = control.area.grownBy(4.0F);
-  const float top = std::min(area.y, bubbleArea(control).y - 6.0F);
-  return {area.x, top, area.width, area.bottom() - top};
+  return control.area.grownBy(4.0F).unitedWith(bubbleArea(control).grownBy(6.0F));
 }
 
 }  // namespace quellard

@@ -313,7 +313,7 @@ class Painter {
   }
 
   void focus() {
-    if (state_.focus < 0 || state_.menu.has_value()) return;
+    if (state_.shownFocus() < 0) return;
     const Control& control = controls()[static_cast<std::size_t>(state_.focus)];
     const float radius = control.kind == ControlKind::bypass ? 17.0F : 8.0F;
     canvas_.outline(control.area.grownBy(2.0F), radius, 1.6F, theme::kFocus);
@@ -332,7 +332,7 @@ class Painter {
   }
 
   void menu(const MenuView& view) {
-    const std::vector<int> rows = menuRows(presets_);
+    const std::vector<int> rows = menuRows(presets_, view.unreadable);
     const Rect area = menuArea(static_cast<int>(rows.size()));
     if (!canvas_.shows(area.grownBy(16.0F))) return;
     canvas_.fill({area.x, area.y + 4.0F, area.width, area.height}, 8.0F, Color::hex(0, 0.6F),
@@ -342,14 +342,22 @@ class Painter {
     const int shown = std::min(static_cast<int>(rows.size()), kMenuRows);
     for (int i = 0; i < shown; ++i) {
       const int row = view.firstRow + i;
-      menuRow(menuRowArea(i), rows[static_cast<std::size_t>(row)], row == view.selectedRow,
-              view.current);
+      menuRow(menuRowArea(i), rows[static_cast<std::size_t>(row)], row == view.selectedRow, view);
     }
     scrollMark(area, view.firstRow, shown, static_cast<int>(rows.size()));
   }
 
-  void menuRow(const Rect& area, int preset, bool selected, int current) {
+  void menuRow(const Rect& area, int preset, bool selected, const MenuView& view) {
     const float base = area.y + 17.0F;
+    const TextStyle description = {.size = 9.5F, .color = theme::kQuietText};
+    if (preset == kUnreadableNote) {
+      const std::string files = view.unreadable == 1 ? " file" : " files";
+      canvas_.text({area.x + 34.0F, base - 1.0F},
+                   std::to_string(view.unreadable) + files + " cannot be read", description);
+      canvas_.text({area.x + 204.0F, base - 1.0F}, "The command \"quellard presets\" says why",
+                   description);
+      return;
+    }
     if (preset < 0) {
       canvas_.text(
           {area.x + 16.0F, base}, preset == kFactoryHeading ? "FACTORY" : "YOURS",
@@ -365,9 +373,8 @@ class Painter {
                        channelColor(channelFromSelect(entry.values[kTypeParameter])));
     const TextStyle name = {.size = 12,
                             .color = theme::kText,
-                            .face = preset == current ? FontFace::bold : FontFace::regular};
+                            .face = preset == view.current ? FontFace::bold : FontFace::regular};
     canvas_.text({area.x + 34.0F, base}, cut(entry.name, name, 160.0F), name);
-    const TextStyle description = {.size = 9.5F, .color = theme::kQuietText};
     canvas_.text({area.x + 204.0F, base - 1.0F}, cut(entry.description, description, 280.0F),
                  description);
   }

@@ -10,7 +10,7 @@
 
 namespace quellard::theme {
 
-// CLEAN, VINTAGE and MODERN, as in the plots.
+// CLEAN, VINTAGE and MODERN: blue, amber and red as in the plots, brighter for a dark ground.
 inline constexpr std::array<Color, kNumChannels> kChannels = {
     Color::hex(0x4AA3FF), Color::hex(0xF5A623), Color::hex(0xFF4D5E)};
 

@@ -22,8 +22,9 @@ class FaceWindow {
     Owner(const Owner&) = delete;
     Owner& operator=(const Owner&) = delete;
 
-    // The player drags the corner to this size, which already has the face's proportions. The owner
-    // answers by resize(), now, later or not at all.
+    // The player drags the corner to this size, which already has the face's proportions, but for
+    // a pixel. The owner answers by resize(), now, later or not at all. All three are called from
+    // handleEvents(), whose owner may close() the window meanwhile.
     virtual void sizeIsWanted(PixelSize size) = 0;
     // Its size was changed from outside: by the player at the frame of a window that stands for
     // itself, or by the host.
@@ -37,13 +38,19 @@ class FaceWindow {
   // owner outlive the window. The window is hidden until show().
   static std::unique_ptr<FaceWindow> open(Face& face, Owner& owner, std::uintptr_t parent,
                                           PixelSize size, const std::string& title);
-  // How much larger than 96 dots an inch the desktop shows things: 1 where that is not known.
-  static double desktopScale();
+  struct Desktop {
+    double scale = 1.0;  // how much larger than 96 dots an inch it shows things
+    PixelSize size{};    // of its screen; 0 x 0 where that is not known
+  };
+  static Desktop desktop();
 
   virtual ~FaceWindow() = default;
   FaceWindow(const FaceWindow&) = delete;
   FaceWindow& operator=(const FaceWindow&) = delete;
 
+  // Destroys the window on the screen; from then on it is gone. Also from within handleEvents(),
+  // after which alone the object may be destroyed.
+  virtual void close() = 0;
   virtual void show() = 0;
   virtual void hide() = 0;
   virtual void resize(PixelSize size) = 0;
@@ -52,7 +59,8 @@ class FaceWindow {
   virtual void setTransientFor(std::uintptr_t window) = 0;
   virtual void setTitle(const std::string& title) = 0;
   // Handles what the window system has sent, and paints what has changed on the face. False once
-  // the window is gone, because its parent or the display is: nothing else has an effect then.
+  // the window is gone, because it was closed or its parent or the display is gone: nothing else
+  // has an effect then.
   virtual bool handleEvents() = 0;
   // Readable when there is something to handle.
   virtual int fileDescriptor() const = 0;

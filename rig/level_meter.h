@@ -11,6 +11,7 @@ namespace quellard {
 class LevelMeter {
  public:
   static constexpr double kFloor_db = -99.9;
+  static constexpr double kCeiling_db = 99.9;  // also of a peak that is infinite
   static constexpr double kHoldSeconds = 1.5;
   static constexpr double kFall_dbPerSecond = 20.0;  // of the held peak, after that
 
@@ -19,7 +20,8 @@ class LevelMeter {
 
   // peak: the highest sample within the last `seconds`, the time since the last update.
   void update(float peak, double seconds) {
-    level_db_ = std::max(decibelsFromGain(std::max(static_cast<double>(peak), 1e-9)), kFloor_db);
+    level_db_ = std::clamp(decibelsFromGain(std::max(1e-9, static_cast<double>(peak))), kFloor_db,
+                           kCeiling_db);
     clipped_ = clipped_ || peak > clipsAbove_;
     age_ += seconds;
     if (age_ > kHoldSeconds) held_db_ -= kFall_dbPerSecond * seconds;

@@ -6,6 +6,7 @@
 // rest.
 #pragma once
 
+#include <atomic>
 #include <clap/entry.h>
 #include <clap/ext/audio-ports.h>
 #include <clap/ext/latency.h>
@@ -39,9 +40,11 @@ class ClapPlugin {
 
   HostedAmp amp;
   HandMoves handMoves;
+  std::atomic<int> shownPreset = -1;  // by the window, also while it is closed: a place in its list
   const clap_host_t* const host;
-  // Between the host's create and destroy. Declared last, since it uses the others to its end.
-  std::unique_ptr<ClapGui> gui;
+  // Between the host's create and destroy, shared with the calls that are under way: a host may
+  // destroy the window from within one. Declared last, since it uses the others to its end.
+  std::shared_ptr<ClapGui> gui;
 
   // The host's part of an extension, null where it has none. [main thread]
   template <typename Table>

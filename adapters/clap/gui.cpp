@@ -4,6 +4,9 @@
 #include <cstring>
 #include <limits>
 
+#include "adapters/clap/presets.h"
+#include "adapters/shared/program_list.h"
+
 namespace quellard {
 namespace {
 
@@ -15,10 +18,11 @@ const clap_host_timer_support_t* hostTimerOf(const ClapPlugin& plugin) {
   return isWhole ? timer : nullptr;
 }
 
-// Calls call(gui) unless there is none. Hosts may be written in C, so no exception may leave it.
+// Calls call(gui) unless there is none, and keeps it until the call returns. Hosts may be written
+// in C, so no exception may leave it.
 template <typename Call>
 bool withGui(const clap_plugin_t* plugin, const Call& call) {
-  ClapGui* const gui = ClapPlugin::of(plugin).gui.get();
+  const std::shared_ptr<ClapGui> gui = ClapPlugin::of(plugin).gui;
   if (gui == nullptr) return false;
   try {
     return call(*gui);
@@ -59,18 +63,21 @@ bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloatin
   return isSupported(plugin, *api, *isFloating);
 }
 
+void destroy(const clap_plugin_t* plugin) {
+  withGui(plugin, [](ClapGui& gui) { return gui.end(), true; });
+  ClapPlugin::of(plugin).gui.reset();
+}
+
 // A window that the host has not destroyed is closed first.
 bool create(const clap_plugin_t* plugin, const char* api, bool isFloating) try {
   if (!isSupported(plugin, api, isFloating)) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
-  self.gui.reset();
+  destroy(plugin);
   self.gui = ClapGui::create(self, isFloating);
   return self.gui != nullptr;
 } catch (...) {
   return false;
 }
-
-void destroy(const clap_plugin_t* plugin) { ClapPlugin::of(plugin).gui.reset(); }
 
 bool setScale(const clap_plugin_t* plugin, double scale) {
   return withGui(plugin, [&](ClapGui& gui) { return gui.editor().setScale(scale); });
@@ -176,10 +183,14 @@ void ClapTarget::endMove(int parameter) {
   plugin_.askForFlush();
 }
 
-std::unique_ptr<ClapGui> ClapGui::create(ClapPlugin& plugin, bool isFloating) {
+void ClapTarget::presetChosen(int preset) {
+  if (preset > 0 && isListedProgram(preset)) reportPreset(plugin_, at(kFactoryBank, preset - 1));
+}
+
+std::shared_ptr<ClapGui> ClapGui::create(ClapPlugin& plugin, bool isFloating) {
   const clap_host_timer_support_t* timer = hostTimerOf(plugin);
   if (timer == nullptr) return nullptr;
-  return std::unique_ptr<ClapGui>(new ClapGui(plugin, *timer, isFloating));
+  return std::shared_ptr<ClapGui>(new ClapGui(plugin, *timer, isFloating));
 }
 
 ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating)
@@ -193,7 +204,12 @@ ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer,
   editor_.onClose([this] { wasClosed_ = true; });
 }
 
-ClapGui::~ClapGui() { stop(); }
+ClapGui::~ClapGui() { end(); }
+
+void ClapGui::end() {
+  editor_.close();
+  stop();
+}
 
 // Only while it is open, the amplifier measures its levels.
 bool ClapGui::start() {
@@ -253,7 +269,7 @@ void ClapGui::setTransientFor(std::uintptr_t window) {
 void ClapGui::tick(clap_id timer) {
   if (timer_ != timer) return;
   const bool isThere = editor_.idle();
-  if (isThere && !wasClosed_) return;
+  if (!timer_.has_value() || (isThere && !wasClosed_)) return;
   wasClosed_ = false;
   if (!isThere) editor_.close();
   stop();

@@ -22,11 +22,13 @@ namespace quellard {
 // Moves by hand are heard at once, and reach the host with the next block or flush.
 class ClapTarget final : public AmpTarget {
  public:
-  explicit ClapTarget(ClapPlugin& plugin) : AmpTarget(plugin.amp), plugin_(plugin) {}
+  explicit ClapTarget(ClapPlugin& plugin)
+      : AmpTarget(plugin.amp, plugin.shownPreset), plugin_(plugin) {}
 
   void beginMove(int parameter) override;
   void move(int parameter, float value) override;
   void endMove(int parameter) override;
+  void presetChosen(int preset) override;
 
  private:
   ClapPlugin& plugin_;
@@ -35,7 +37,7 @@ class ClapTarget final : public AmpTarget {
 class ClapGui {
  public:
   // Null where the host cannot keep a window alive.
-  static std::unique_ptr<ClapGui> create(ClapPlugin& plugin, bool isFloating);
+  static std::shared_ptr<ClapGui> create(ClapPlugin& plugin, bool isFloating);
   ~ClapGui();
   ClapGui(const ClapGui&) = delete;
   ClapGui& operator=(const ClapGui&) = delete;
@@ -49,8 +51,9 @@ class ClapGui {
   bool hide();
   void setTitle(const char* title);
   void setTransientFor(std::uintptr_t window);
-  // The host may destroy this object meanwhile.
   void tick(clap_id timer);
+  // The host destroys it: nothing more is shown, and the host is called no longer.
+  void end();
 
  private:
   ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating);

@@ -6,7 +6,6 @@
 
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/clap/identity.h"
-#include "params/factory_bank.h"
 
 namespace quellard {
 namespace {
@@ -31,6 +30,7 @@ bool loadPreset(const clap_plugin_t* plugin, std::uint32_t kind, const char* loc
     return false;
   }
   self.amp.setValues(presetValues(*preset));
+  self.shownPreset = 1 + static_cast<int>(preset - kFactoryBank.data());  // behind "Init"
   self.reportMovedValues();
   if (host != nullptr && host->loaded != nullptr) {
     host->loaded(self.host, kind, location, loadKey);
@@ -114,6 +114,13 @@ const ClapPresetProvider* createProvider(const ClapPresetFactory*, const ClapPre
 }
 
 }  // namespace
+
+void reportPreset(const ClapPlugin& plugin, const FactoryPreset& preset) {
+  const ClapHostPresetLoad* host = hostPresetLoad(plugin);
+  if (host != nullptr && host->loaded != nullptr) {
+    host->loaded(plugin.host, kPresetInPlugin, nullptr, preset.name);
+  }
+}
 
 constexpr ClapPresetLoad kClapPresetLoad = {.fromLocation = loadPreset};
 

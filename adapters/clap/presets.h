@@ -6,7 +6,11 @@
 
 #include <clap/plugin.h>
 
+#include "params/factory_bank.h"
+
 namespace quellard {
+
+class ClapPlugin;
 
 // Both parts were first published as drafts with the same tables, and hosts still ask for those
 // names.
@@ -103,6 +107,9 @@ struct ClapPresetFactory {
   const ClapPresetProvider*(CLAP_ABI* create)(const ClapPresetFactory* factory,
                                               const ClapPresetIndexer* indexer, const char* id);
 };
+
+// Tells the host that the plug-in's window has loaded this preset. [main thread]
+void reportPreset(const ClapPlugin& plugin, const FactoryPreset& preset);
 
 extern const ClapPresetLoad kClapPresetLoad;
 extern const ClapPresetFactory kClapPresetFactory;

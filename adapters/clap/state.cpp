@@ -21,6 +21,7 @@ bool load(const clap_plugin_t* plugin, const clap_istream_t* stream) {
   if (!values.has_value()) return false;
   ClapPlugin& self = ClapPlugin::of(plugin);
   self.amp.setHostedValues(*values);
+  self.shownPreset = -1;
   self.reportMovedValues();
   return true;
 }

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "adapters/editor/user_presets.h"
 #include "face/face.h"
 #include "face/window.h"
 
@@ -33,7 +34,8 @@ class Editor : private FaceWindow::Owner {
   }
 
   // Asks the host for another size: resizeHost(size) returns whether the host agrees. One that
-  // agrees then calls setSize() or resizes the window itself.
+  // agrees may have called setSize() by then, even with another size; the window takes the wanted
+  // one where it has not.
   void onResize(std::function<bool(PixelSize)> resizeHost) { resizeHost_ = std::move(resizeHost); }
   // The player has closed a floating window; by then it is hidden.
   void onClose(std::function<void()> closed) { closed_ = std::move(closed); }
@@ -43,7 +45,8 @@ class Editor : private FaceWindow::Owner {
   // changed, for a scale that is not within 0.25..8.
   bool setScale(double scale);
 
-  // The size for the host's window: the remembered one before the window is opened. Pixels.
+  // The size for the host's window, pixels. Before the window is opened: the one that the host has
+  // chosen, else the remembered one, no larger than the screen.
   PixelSize size() const;
   // The largest size with the face's proportions within this one, 0.5 to 4 times the usual size.
   PixelSize fit(PixelSize size) const;
@@ -54,6 +57,8 @@ class Editor : private FaceWindow::Owner {
   // parent: the host's window, 0 for one that stands for itself, with this title. False without a
   // display. An editor that is open is closed first.
   bool open(std::uintptr_t parent, const std::string& title);
+  // Also from within idle(), where the host hears of a move or of another size: the editor itself
+  // is not to be destroyed there.
   void close();
   bool isOpen() const { return window_ != nullptr; }
   void show();
@@ -62,7 +67,7 @@ class Editor : private FaceWindow::Owner {
   void setTitle(const std::string& title);
 
   // Handles mouse and keys, reads the target and draws what has changed. False once the window is
-  // gone.
+  // closed or gone.
   bool idle();
 
   int fileDescriptor() const { return window_ != nullptr ? window_->fileDescriptor() : -1; }
@@ -71,22 +76,29 @@ class Editor : private FaceWindow::Owner {
  private:
   using Clock = std::chrono::steady_clock;
 
+  Editor(FaceTarget& target, FoundPresets found);
+
   void sizeIsWanted(PixelSize size) override;
   void sizeHasChanged(PixelSize size) override;
   void closeIsWanted() override;
+  const FaceWindow::Desktop& desktop() const;
   double scale() const;
+  PixelSize usualSize() const;
   void noteZoom(PixelSize size);
 
   Face face_;
   std::function<bool(PixelSize)> resizeHost_;
   std::function<void()> closed_;
-  double hostScale_ = 0.0;                      // 0 before the host told one
-  mutable std::optional<double> desktopScale_;  // once it was asked
-  double zoom_;                                 // of the usual size, as the player likes it
-  bool zoomHasChanged_ = false;
+  double hostScale_ = 0.0;                              // 0 before the host told one
+  mutable std::optional<FaceWindow::Desktop> desktop_;  // once it was asked
+  double writtenZoom_;                                  // as it was read or written last
+  double zoom_;                                         // of the usual size, as the player likes it
+  std::optional<PixelSize> chosen_;  // by the host, for the window that will be opened
   bool isFloating_ = false;
+  bool isBusy_ = false;  // within idle()
   Clock::time_point updatedAt_ = Clock::now();
-  // The last member: it is destroyed first.
+  // The last members: they are destroyed first.
+  std::vector<std::unique_ptr<FaceWindow>> ended_;  // closed within idle()
   std::unique_ptr<FaceWindow> window_;
 };
 

@@ -19,10 +19,11 @@ constexpr char kZoomFile[] = "face-zoom";
 
 }  // namespace
 
-std::vector<FacePreset> facePresets() try {
-  return facePresetsOf(listPresetFiles().presets);
+FoundPresets foundPresets() try {
+  const PresetList list = listPresetFiles();
+  return {facePresetsOf(list.presets), static_cast<int>(list.errors.size())};
 } catch (const std::exception&) {
-  return factoryFacePresets();
+  return {factoryFacePresets()};
 }
 
 double rememberedZoom() try {

@@ -8,8 +8,13 @@
 
 namespace quellard {
 
+struct FoundPresets {
+  std::vector<FacePreset> presets;
+  int unreadable = 0;  // files with a mistake
+};
+
 // "Init", the factory bank and the user's own presets.
-std::vector<FacePreset> facePresets();
+FoundPresets foundPresets();
 
 // How large the player made the face the last time, as a multiple of its usual size, for all
 // formats alike: 1 before it was ever resized.

@@ -12,9 +12,13 @@ ManualTexts jackManual() {
            "as a client of JACK or of PipeWire. It connects itself to the first input and the "
            "first "
            "two outputs of the interface.",
-           "In a terminal it shows a front panel: levels, channel, knobs and presets, operated by "
-           "keys; '?' explains them. Elsewhere it plays until it gets SIGTERM or the server ends. "
-           "MIDI moves knobs and chooses presets."},
+           "On a display it shows its face in a window: levels, channels, knobs and presets, for "
+           "mouse "
+           "and keys. With --terminal, or where there is no display, it shows a panel in the "
+           "terminal, "
+           "operated by keys; '?' explains them. Elsewhere it plays until it gets SIGTERM or the "
+           "server "
+           "ends. MIDI moves knobs and chooses presets."},
       .files = {{"~/.local/state/quellard/jack/",
                  "The settings that it ended with, a file for each "
                  "client name. Where XDG_STATE_HOME is set, it "

@@ -26,6 +26,7 @@ void Lv2Target::adopt(std::uint32_t port, float control) {
     values_[kBypassParameter] = control <= 0.0F ? 1.0F : 0.0F;
   } else if (const int parameter = lv2ParameterOf(port, sides_); parameter != 0) {
     values_[parameter] = valueFromControl(parameter, control);
+    hasValues_ = true;
   } else {
     adoptReport(port - lv2ReportPort(0, sides_), control);
   }
@@ -43,6 +44,7 @@ void Lv2Target::adoptReport(std::uint32_t report, float control) {
 
 void Lv2Target::move(int parameter, float value) {
   values_[parameter] = value;
+  hasValues_ = true;
   const float control = controlOf(parameter, value);
   host_.write(host_.controller, lv2PortOf(parameter, sides_), sizeof control, kFloatProtocol,
               &control);

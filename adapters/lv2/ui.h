@@ -29,6 +29,8 @@ class Lv2Target final : public FaceTarget {
   void adopt(std::uint32_t port, float control);
 
   float value(int parameter) const override { return values_[parameter]; }
+  // The host sends them after the window has been opened.
+  bool hasValues() const override { return hasValues_; }
   void beginMove(int parameter) override { touch(parameter, true); }
   void move(int parameter, float value) override;
   void endMove(int parameter) override { touch(parameter, false); }
@@ -41,6 +43,7 @@ class Lv2Target final : public FaceTarget {
   int sides_;
   Lv2UiHost host_;
   HostedValues values_ = defaultHostedValues();
+  bool hasValues_ = false;
   FaceLevels levels_;
 };
 

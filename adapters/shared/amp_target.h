@@ -3,6 +3,7 @@
 // of moves. [main thread]
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -13,9 +14,13 @@ namespace quellard {
 
 class AmpTarget : public FaceTarget {
  public:
-  // amp: outlives the target.
-  explicit AmpTarget(HostedAmp& amp) : amp_(amp), blocks_(amp.measuredBlocks()) {}
+  // amp, preset: outlive the target. preset: the one that the face shows, kept by the plug-in while
+  // no window is open; -1 for none.
+  AmpTarget(HostedAmp& amp, std::atomic<int>& preset)
+      : amp_(amp), preset_(preset), blocks_(amp.measuredBlocks()) {}
 
+  void presetShown(int preset) override { preset_ = preset; }
+  int lastPreset() const override { return preset_; }
   float value(int parameter) const override { return amp_.value(parameter); }
 
   // Silent before the first block since this target was made, whatever peak an earlier window has
@@ -38,6 +43,8 @@ class AmpTarget : public FaceTarget {
   HostedAmp& amp_;
 
  private:
+  std::atomic<int>& preset_;
+
   using Clock = std::chrono::steady_clock;
   static constexpr std::chrono::milliseconds kStopped{500};
 

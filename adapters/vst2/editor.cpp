@@ -45,8 +45,13 @@ void Vst2Target::presetChosen(int preset) {
 void Vst2Target::updateHost() { host_(&record_, audioMasterUpdateDisplay, 0, 0, nullptr, 0.0F); }
 
 Vst2Editor::Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,
-                       std::atomic<std::int32_t>& program, const char* title)
-    : amp_(amp), record_(record), host_(host), title_(title), target_(amp, record, host, program) {}
+                       std::atomic<std::int32_t>& program, std::atomic<int>& preset,
+                       const char* title)
+    : amp_(amp),
+      record_(record),
+      host_(host),
+      title_(title),
+      target_(amp, record, host, program, preset) {}
 
 std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
   switch (opcode) {
@@ -60,7 +65,7 @@ std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
 
 Editor& Vst2Editor::editor() {
   if (editor_ == nullptr) {
-    editor_ = std::make_unique<Editor>(target_);
+    editor_ = std::make_shared<Editor>(target_);
     editor_->onResize([this](PixelSize size) { return askForSize(size); });
   }
   return *editor_;
@@ -85,12 +90,14 @@ bool Vst2Editor::open(void* parent) {
 
 // A hand that still holds a knob lets go of it.
 void Vst2Editor::close() {
+  if (editor_ != nullptr) editor_->close();
   editor_.reset();
   amp_.measureLevels(false);
 }
 
 void Vst2Editor::idle() {
-  if (editor_ != nullptr) editor_->idle();
+  const std::shared_ptr<Editor> running = editor_;
+  if (running != nullptr) running->idle();
 }
 
 // Some hosts ask for the size again before they answer.

@@ -36,8 +36,8 @@ namespace quellard {
 class Vst2Target final : public AmpTarget {
  public:
   Vst2Target(HostedAmp& amp, AEffect& record, audioMasterCallback host,
-             std::atomic<std::int32_t>& program)
-      : AmpTarget(amp), record_(record), host_(host), program_(program) {}
+             std::atomic<std::int32_t>& program, std::atomic<int>& preset)
+      : AmpTarget(amp, preset), record_(record), host_(host), program_(program) {}
 
   void beginMove(int parameter) override;
   void move(int parameter, float value) override;
@@ -57,9 +57,10 @@ class Vst2Editor {
  public:
   static constexpr std::int32_t kFlags = effFlagsHasEditor;
 
-  // All of them outlive the editor. program: the one that the host is shown. title: of the plug-in.
+  // All of them outlive the editor. program: the one that the host is shown. preset: the one that
+  // the face shows. title: of the plug-in.
   Vst2Editor(HostedAmp& amp, AEffect& record, audioMasterCallback host,
-             std::atomic<std::int32_t>& program, const char* title);
+             std::atomic<std::int32_t>& program, std::atomic<int>& preset, const char* title);
   ~Vst2Editor() { close(); }
   Vst2Editor(const Vst2Editor&) = delete;
   Vst2Editor& operator=(const Vst2Editor&) = delete;
@@ -85,7 +86,9 @@ class Vst2Editor {
   Vst2Rect rect_{};
   std::optional<PixelSize> asked_;  // while the host answers whether it agrees to this size
   Vst2Target target_;
-  std::unique_ptr<Editor> editor_;  // from the first question for its size until it is closed
+  // From the first question for its size until it is closed. Shared with a call that is under way:
+  // a host may close the window from within one.
+  std::shared_ptr<Editor> editor_;
 };
 
 }  // namespace quellard
@@ -101,7 +104,8 @@ class Vst2Editor {
   static constexpr std::int32_t kFlags = 0;
 
   Vst2Editor(HostedAmp& /*amp*/, AEffect& /*record*/, audioMasterCallback /*host*/,
-             std::atomic<std::int32_t>& /*program*/, const char* /*title*/) {}
+             std::atomic<std::int32_t>& /*program*/, std::atomic<int>& /*preset*/,
+             const char* /*title*/) {}
   std::intptr_t answer(std::int32_t /*opcode*/, void* /*ptr*/) { return 0; }
 };
 

@@ -49,7 +49,9 @@ AEffect* Vst2Effect::create(audioMasterCallback host, const Vst2Variant& variant
 }
 
 Vst2Effect::Vst2Effect(audioMasterCallback host, const Vst2Variant& variant)
-    : variant_(variant), amp_(variant.sides), editor_(amp_, record_, host, program_, variant.name) {
+    : variant_(variant),
+      amp_(variant.sides),
+      editor_(amp_, record_, host, program_, shownPreset_, variant.name) {
   record_.magic = kEffectMagic;
   record_.dispatcher = dispatch;
   // The accumulating call of older interfaces, which VST 2.4 hosts do not make.
@@ -184,6 +186,7 @@ void Vst2Effect::play(const AudioChannels& in, const AudioChannels& out, std::in
 void Vst2Effect::chooseProgram(std::intptr_t program) {
   if (program < 0 || program >= kNumListedPrograms) return;
   program_.store(static_cast<std::int32_t>(program), kRelaxed);
+  shownPreset_.store(static_cast<int>(program), kRelaxed);
   amp_.setValues(listedProgramValues(static_cast<int>(program)));
 }
 
@@ -214,6 +217,7 @@ bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
       decodeState({static_cast<const std::uint8_t*>(chunk), static_cast<std::size_t>(size)});
   if (!values.has_value()) return false;
   amp_.setHostedValues(*values);
+  shownPreset_.store(-1, kRelaxed);
   if (const std::optional<int> program = listedProgramWith(amp_.values())) {
     program_.store(*program, kRelaxed);
   }

@@ -51,6 +51,7 @@ class Vst2Effect {
   HostedAmp amp_;
   AEffect record_{};
   std::atomic<std::int32_t> program_ = 0;
+  std::atomic<int> shownPreset_ = -1;  // by the window, also while it is closed
   Vst2Editor editor_;
   // Atomic, since some hosts announce them while they play. The block length is the published
   // interface's default until a host announces one.

@@ -20,7 +20,8 @@ namespace quellard {
 // Shows what the controller shows, and moves it.
 class Vst3Target final : public AmpTarget {
  public:
-  explicit Vst3Target(Vst3Plugin& plugin) : AmpTarget(plugin.amp), plugin_(plugin) {}
+  explicit Vst3Target(Vst3Plugin& plugin)
+      : AmpTarget(plugin.amp, plugin.shownPreset), plugin_(plugin) {}
 
   float value(int parameter) const override { return plugin_.shown(idOf(parameter)); }
   void beginMove(int parameter) override { plugin_.beginMove(idOf(parameter)); }

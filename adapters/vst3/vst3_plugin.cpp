@@ -149,6 +149,7 @@ HostedValues Vst3Plugin::shownValues() const {
 // The host is shown the program that has these values, if there is one.
 void Vst3Plugin::load(const HostedValues& values) {
   amp.setHostedValues(values);
+  shownPreset = -1;
   std::copy(values.begin(), values.end(), shown_.begin() + 1);
   if (const std::optional<int> program = listedProgramWith(amp.values())) {
     playedProgram_ = *program;
@@ -168,6 +169,7 @@ void Vst3Plugin::play(v3_param_id id, float value) {
 bool Vst3Plugin::show(v3_param_id id, float value) {
   const bool changed = shown_[id].exchange(value) != value;
   if (!changed || id != kVst3Program) return false;
+  shownPreset = stepOf(id, value);
   showValues(listedProgramValues(stepOf(id, value)));
   return true;
 }

@@ -62,6 +62,7 @@ class Vst3Plugin {
   std::atomic<bool> active = false;      // between activation and deactivation
   std::atomic<bool> startsAnew = false;  // the next block starts from silence
   int selectedUnit = kVst3RootUnit;
+  std::atomic<int> shownPreset = -1;  // by a view, also while it is closed: a place in its list
 
   // The values that hosts see and save. [any thread]
   float shown(v3_param_id id) const { return shown_[id].load(std::memory_order_relaxed); }

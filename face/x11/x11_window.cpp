@@ -3,6 +3,7 @@
 // Xlib ends the whole process, host and all, when the host has destroyed the window before the
 // plug-in.
 #include <array>
+#include <bitset>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -10,11 +11,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "face/painter.h"
 #include "face/window.h"
 #include "face/x11/keyboard.h"
 #include "face/x11/xcb.h"
+#include "params/number_text.h"
+#include "params/words.h"
 
 namespace quellard {
 namespace {
@@ -27,16 +31,27 @@ Owned<Reply> owned(Reply* reply) {
   return {reply, std::free};
 }
 
-// A key that comes again this soon is held down; a finger takes longer.
-constexpr xcb_timestamp_t kRepeat_ms = 60;
-
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kFrame{15};  // between two paintings
 
-constexpr std::uint32_t kEvents = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
-                                  XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
-                                  XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_LEAVE_WINDOW |
-                                  XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_FOCUS_CHANGE;
+constexpr std::uint32_t kEvents =
+    XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_BUTTON_PRESS |
+    XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_LEAVE_WINDOW |
+    XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
+
+constexpr std::uint8_t kSentByOthers = 0x80;  // in an event's response_type
+
+// How a window's pixels are shown.
+struct Visual {
+  xcb_visualid_t id = 0;
+  std::uint8_t depth = 0;  // 0 for none
+};
+
+// Whether its pixels can be those of the face's picture.
+bool showsPictures(const xcb_visualtype_t& type) {
+  return type._class == XCB_VISUAL_CLASS_TRUE_COLOR && type.red_mask == 0xFF0000 &&
+         type.green_mask == 0xFF00 && type.blue_mask == 0xFF;
+}
 
 class Connection {
  public:
@@ -58,7 +73,30 @@ class Connection {
 
   const xcb_screen_t* screen() const {
     xcb_screen_iterator_t all = xcb.setup_roots_iterator(xcb.get_setup(handle));
-    return all.data + std::min(screenNumber_, all.rem - 1);
+    for (int n = 0; n < screenNumber_ && all.rem > 1; ++n) xcb.screen_next(&all);
+    return all.data;
+  }
+
+  // The parent's where it shows pictures. A desktop of 16 or 30 bits has another for programs that
+  // paint with 24.
+  Visual visualFor(xcb_window_t parent) const {
+    const auto attributes = owned(xcb.get_window_attributes_reply(
+        handle, xcb.get_window_attributes(handle, parent), nullptr));
+    Visual found;
+    for (auto depths = xcb.screen_allowed_depths_iterator(screen()); depths.rem > 0;
+         xcb.depth_next(&depths)) {
+      const std::uint8_t depth = depths.data->depth;
+      if (depth != 24 && depth != 32) continue;
+      const xcb_visualtype_t* const types = xcb.depth_visuals(depths.data);
+      for (int i = 0; i < xcb.depth_visuals_length(depths.data); ++i) {
+        if (!showsPictures(types[i])) continue;
+        if (attributes && types[i].visual_id == attributes->visual) {
+          return {types[i].visual_id, depth};
+        }
+        if (found.depth == 0 || depth < found.depth) found = {types[i].visual_id, depth};
+      }
+    }
+    return found;
   }
 
   xcb_atom_t atom(std::string_view name) const {
@@ -100,26 +138,34 @@ class X11Window : public FaceWindow {
         owner_(owner),
         isFloating_(parent == 0),
         parent_(isFloating_ ? connection_->screen()->root : static_cast<xcb_window_t>(parent)) {
-    create(size);
-    readDepth();
+    const Visual visual = connection_->visualFor(parent_);
+    depth_ = visual.depth;
+    if (depth_ == 0) return;
+    create(size, visual);
+    tellOthers();
     keyboard_.read(xcb_, handle_);
   }
 
-  // The server destroys the rest with the connection.
-  ~X11Window() override {
-    if (!isGone_) xcb_.destroy_window(handle_, window_);
-    xcb_.flush(handle_);
+  ~X11Window() override { X11Window::close(); }
+
+  // Not on a display without a way to show pictures. A parent that is no window, or of another
+  // display, leaves the window without an answer.
+  bool isUsable() const {
+    return depth_ != 0 && owned(xcb_.get_geometry_reply(
+                              handle_, xcb_.get_geometry(handle_, window_), nullptr)) != nullptr;
   }
 
-  // Whether its pixels can be those of the face's picture.
-  bool isUsable() const { return !isGone_ && (depth_ == 24 || depth_ == 32); }
+  // The server destroys the rest with the connection.
+  void close() override {
+    if (!std::exchange(isGone_, true)) xcb_.destroy_window(handle_, window_);
+    xcb_.flush(handle_);
+  }
 
   void show() override {
     xcb_.map_window(handle_, window_);
     xcb_.flush(handle_);
   }
   void hide() override {
-    face_.loseFocus();
     xcb_.unmap_window(handle_, window_);
     xcb_.flush(handle_);
   }
@@ -130,7 +176,6 @@ class X11Window : public FaceWindow {
     xcb_.configure_window(handle_, window_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
                           values.data());
     picture_.resize(size.width, size.height);
-    tellProportions();
     xcb_.flush(handle_);
   }
   PixelSize size() const override {
@@ -158,45 +203,47 @@ class X11Window : public FaceWindow {
       if (!event) break;
       handle(*event);
     }
-    if (isGone_) return false;
-    adoptSize();
-    paint();
-    return true;
+    if (!isGone_) adoptSize();
+    if (!isGone_) askForSize();
+    if (!isGone_) paint();
+    return !isGone_;
   }
 
   int fileDescriptor() const override { return xcb_.get_file_descriptor(handle_); }
   std::uintptr_t id() const override { return window_; }
 
  private:
-  void create(PixelSize size) {
+  // The server refuses a visual that is not the parent's without colours and a border of its own.
+  void create(PixelSize size, const Visual& visual) {
+    const xcb_colormap_t colors = xcb_.generate_id(handle_);
+    xcb_.create_colormap(handle_, XCB_COLORMAP_ALLOC_NONE, colors, connection_->screen()->root,
+                         visual.id);
     window_ = xcb_.generate_id(handle_);
     // Without a background the server leaves the old pixels until the new ones arrive: no flicker.
-    const std::array<std::uint32_t, 2> values = {XCB_BACK_PIXMAP_NONE, kEvents};
+    const std::array<std::uint32_t, 4> values = {XCB_BACK_PIXMAP_NONE, 0, kEvents, colors};
     picture_.resize(size.width, size.height);
-    xcb_.create_window(handle_, XCB_COPY_FROM_PARENT, window_, parent_, 0, 0,
-                       static_cast<std::uint16_t>(picture_.picture().width()),
-                       static_cast<std::uint16_t>(picture_.picture().height()), 0,
-                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                       XCB_CW_BACK_PIXMAP | XCB_CW_EVENT_MASK, values.data());
-    // Hosts that embed by the XEMBED protocol map the window themselves when they find this.
-    const std::array<std::uint32_t, 2> embedded = {0, 1};
-    const xcb_atom_t embed = connection_->atom("_XEMBED_INFO");
-    xcb_.change_property(handle_, XCB_PROP_MODE_REPLACE, window_, embed, embed, 32, 2,
-                         embedded.data());
-    closes_ = connection_->atom("WM_DELETE_WINDOW");
-    protocols_ = connection_->atom("WM_PROTOCOLS");
-    setProperty(protocols_, XCB_ATOM_ATOM, closes_);
-    tellProportions();
+    xcb_.create_window(
+        handle_, visual.depth, window_, parent_, 0, 0,
+        static_cast<std::uint16_t>(picture_.picture().width()),
+        static_cast<std::uint16_t>(picture_.picture().height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+        visual.id, XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP,
+        values.data());
     context_ = xcb_.generate_id(handle_);
     xcb_.create_gc(handle_, context_, window_, 0, nullptr);
   }
 
-  // A parent that is no window, or of another display, leaves the window without an answer.
-  void readDepth() {
-    const auto geometry =
-        owned(xcb_.get_geometry_reply(handle_, xcb_.get_geometry(handle_, window_), nullptr));
-    isGone_ = !geometry;
-    if (geometry) depth_ = geometry->depth;
+  // What hosts and window managers look for.
+  void tellOthers() {
+    // Hosts that embed by the XEMBED protocol map the window themselves when they find this.
+    const std::array<std::uint32_t, 2> embedded = {0, 1};
+    const xcb_atom_t info = connection_->atom("_XEMBED_INFO");
+    xcb_.change_property(handle_, XCB_PROP_MODE_REPLACE, window_, info, info, 32, 2,
+                         embedded.data());
+    embed_ = connection_->atom("_XEMBED");
+    closes_ = connection_->atom("WM_DELETE_WINDOW");
+    protocols_ = connection_->atom("WM_PROTOCOLS");
+    setProperty(protocols_, XCB_ATOM_ATOM, closes_);
+    tellProportions();
   }
 
   void setProperty(xcb_atom_t property, xcb_atom_t type, std::uint32_t value) {
@@ -227,8 +274,7 @@ class X11Window : public FaceWindow {
   }
 
   void handle(const xcb_generic_event_t& event) {
-    constexpr unsigned kSentByOthers = 0x80;
-    switch (event.response_type & ~kSentByOthers) {
+    switch (event.response_type & ~unsigned{kSentByOthers}) {
       case XCB_EXPOSE: return expose(reinterpret_cast<const xcb_expose_event_t&>(event));
       case XCB_CONFIGURE_NOTIFY:
         return configured(reinterpret_cast<const xcb_configure_notify_event_t&>(event));
@@ -239,8 +285,9 @@ class X11Window : public FaceWindow {
       case XCB_MOTION_NOTIFY:
         return moved(reinterpret_cast<const xcb_motion_notify_event_t&>(event));
       case XCB_LEAVE_NOTIFY: return face_.leave();
-      case XCB_UNMAP_NOTIFY: return face_.loseFocus();
+      case XCB_UNMAP_NOTIFY: return face_.letGo();
       case XCB_KEY_PRESS: return keyDown(reinterpret_cast<const xcb_key_press_event_t&>(event));
+      case XCB_KEY_RELEASE: return keyUp(reinterpret_cast<const xcb_key_release_event_t&>(event));
       case XCB_FOCUS_OUT: return focusOut(reinterpret_cast<const xcb_focus_out_event_t&>(event));
       case XCB_CLIENT_MESSAGE:
         return message(reinterpret_cast<const xcb_client_message_event_t&>(event));
@@ -272,6 +319,15 @@ class X11Window : public FaceWindow {
     owner_.sizeHasChanged(now);
   }
 
+  // Once for all moves of the mouse, and when no event is being handled: the host may answer in any
+  // way.
+  void askForSize() {
+    if (!wanted_.has_value()) return;
+    const PixelSize size = *wanted_;
+    wanted_.reset();
+    owner_.sizeIsWanted(size);
+  }
+
   void buttonDown(const xcb_button_press_event_t& event) {
     constexpr xcb_button_t kWheelUp = 4;
     constexpr xcb_button_t kWheelDown = 5;
@@ -281,7 +337,7 @@ class X11Window : public FaceWindow {
       return face_.wheel(at, event.detail == kWheelUp ? 1.0F : -1.0F, isFine);
     }
     if (event.detail != XCB_BUTTON_INDEX_1 && event.detail != XCB_BUTTON_INDEX_3) return;
-    xcb_.set_input_focus(handle_, XCB_INPUT_FOCUS_PARENT, window_, event.time);
+    takeFocus(event.time);
     if (kResizeGrip.contains(at) && !face_.state().menu.has_value()) {
       grip_ = Grip{event.root_x, event.root_y, size().width};
       return;
@@ -290,8 +346,29 @@ class X11Window : public FaceWindow {
                 isFine, static_cast<double>(event.time) / 1000.0);
   }
 
+  // An embedder by the XEMBED protocol is asked too: it gives the keyboard back to the one that it
+  // knows to have had it, when the player returns to its window.
+  void takeFocus(xcb_timestamp_t time) {
+    if (embedder_ != 0) {
+      constexpr std::uint32_t kRequestFocus = 3;
+      xcb_client_message_event_t request{};
+      request.response_type = XCB_CLIENT_MESSAGE;
+      request.format = 32;
+      request.window = embedder_;
+      request.type = embed_;
+      request.data.data32[0] = time;
+      request.data.data32[1] = kRequestFocus;
+      xcb_.send_event(handle_, 0, embedder_, XCB_EVENT_MASK_NO_EVENT,
+                      reinterpret_cast<const char*>(&request));
+    }
+    xcb_.set_input_focus(handle_, XCB_INPUT_FOCUS_PARENT, window_, time);
+    xcb_.flush(handle_);
+  }
+
+  // A host or window manager may have given the keyboard to the host's own window after the press.
   void buttonUp(const xcb_button_release_event_t& event) {
     if (event.detail != XCB_BUTTON_INDEX_1 && event.detail != XCB_BUTTON_INDEX_3) return;
+    takeFocus(event.time);
     grip_.reset();
     face_.release(faceFrom(event.event_x, event.event_y));
   }
@@ -306,37 +383,47 @@ class X11Window : public FaceWindow {
       const int across = event.root_x - grip_->x;
       const int down = (event.root_y - grip_->y) * 8 / 5;  // as much wider as it gets higher
       const int width = std::max(grip_->width + std::max(across, down), 1);
-      owner_.sizeIsWanted(
-          {width, static_cast<int>(static_cast<float>(width) * kFaceHeight / kFaceWidth)});
+      wanted_ = {width, (width * 5 + 7) / 8};
       return;
     }
     face_.drag(faceFrom(event.event_x, event.event_y), (event.state & XCB_MOD_MASK_SHIFT) != 0);
   }
 
+  // Of a key that is held down, the server sends releases and presses in pairs of the same time.
   void keyDown(const xcb_key_press_event_t& event) {
     const KeyPress press = keyboard_.press(event.detail, event.state);
-    const bool isRepeated = event.detail == downKey_ && event.time - downAt_ < kRepeat_ms;
-    downKey_ = event.detail;
-    downAt_ = event.time;
-    if (isRepeated && !face_.takesRepeated(press.key)) return;
-    const bool isUsed = press.key.has_value()
-                            ? face_.key(*press.key, (event.state & XCB_MOD_MASK_SHIFT) != 0)
-                            : press.character != 0 && face_.type(press.character);
-    if (!isUsed) handOn(event);
+    const bool isRepeated = event.detail == released_.key && event.time == released_.time;
+    bool isHosts = isRepeated && released_.isHosts;
+    if (!isHosts && (!isRepeated || face_.takesRepeated(press.key))) {
+      isHosts = !use(press, (event.state & XCB_MOD_MASK_SHIFT) != 0);
+    }
+    hostsKeys_.set(event.detail, isHosts);
+    if (isHosts) handOn(event, XCB_EVENT_MASK_KEY_PRESS);
   }
 
-  // To the host, for its transport and shortcuts: a window that asks for keys gets them all.
-  void handOn(xcb_key_press_event_t event) {
-    if (isFloating_) return;
+  void keyUp(const xcb_key_release_event_t& event) {
+    released_ = {event.detail, event.time, hostsKeys_.test(event.detail)};
+    hostsKeys_.reset(event.detail);
+    if (released_.isHosts) handOn(event, XCB_EVENT_MASK_KEY_RELEASE);
+  }
+
+  bool use(const KeyPress& press, bool withShift) {
+    if (press.key.has_value()) return face_.key(*press.key, withShift);
+    return press.character != 0 && face_.type(press.character);
+  }
+
+  // To the host, for its transport and shortcuts: a window that asks for keys gets them all. What
+  // the host itself has sent here would come back again and again.
+  void handOn(xcb_key_press_event_t event, std::uint32_t mask) {
+    if (isFloating_ || isGone_ || (event.response_type & kSentByOthers) != 0) return;
     event.event = parent_;
-    xcb_.send_event(handle_, 1, parent_, XCB_EVENT_MASK_KEY_PRESS,
-                    reinterpret_cast<const char*>(&event));
+    xcb_.send_event(handle_, 1, parent_, mask, reinterpret_cast<const char*>(&event));
     xcb_.flush(handle_);
   }
 
-  // While a program takes the whole keyboard for a moment, as one that makes a picture of the
-  // screen does, nothing ends. Nor where keys went to whatever is under the mouse: the window
-  // itself hears of the end of that when it takes the keyboard.
+  // The keyboard is still this window's while a program grabs all keys, as one that makes a picture
+  // of the screen does. NotifyPointer: keys came here only because the mouse was here and no window
+  // had the keyboard, so that none is lost.
   void focusOut(const xcb_focus_out_event_t& event) {
     const bool isForAMoment =
         event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
@@ -344,8 +431,17 @@ class X11Window : public FaceWindow {
   }
 
   void message(const xcb_client_message_event_t& event) {
-    if (!isFloating_ || event.type != protocols_ || event.format != 32) return;
-    if (event.data.data32[0] == closes_) owner_.closeIsWanted();
+    if (event.format != 32) return;
+    const auto& data = event.data.data32;
+    if (isFloating_ && event.type == protocols_ && data[0] == closes_) owner_.closeIsWanted();
+    if (!isFloating_ && event.type == embed_) embedderSays(data[1], data[3]);
+  }
+
+  void embedderSays(std::uint32_t what, xcb_window_t embedder) {
+    constexpr std::uint32_t kEmbeddedNotify = 0;
+    constexpr std::uint32_t kFocusOut = 5;
+    if (what == kEmbeddedNotify) embedder_ = embedder;
+    if (what == kFocusOut) face_.loseFocus();
   }
 
   // A mouse may report a thousand moves a second. What is left out is painted with the next call.
@@ -382,6 +478,12 @@ class X11Window : public FaceWindow {
     xcb_.flush(handle_);
   }
 
+  struct Release {
+    xcb_keycode_t key;
+    xcb_timestamp_t time;
+    bool isHosts;  // the press was handed on
+  };
+
   struct Grip {
     int x;  // the mouse, pixels of the screen
     int y;
@@ -402,14 +504,27 @@ class X11Window : public FaceWindow {
   xcb_gcontext_t context_ = 0;
   xcb_atom_t protocols_ = 0;
   xcb_atom_t closes_ = 0;
+  xcb_atom_t embed_ = 0;
+  xcb_window_t embedder_ = 0;  // that has said so
   Keyboard keyboard_;
   FacePicture picture_;
   Clock::time_point paintedAt_;
   std::optional<PixelSize> configured_;
   std::optional<Grip> grip_;
-  xcb_keycode_t downKey_ = 0;  // the last one that was pressed, and when
-  xcb_timestamp_t downAt_ = 0;
+  std::optional<PixelSize> wanted_;  // by the player, who drags the corner
+  std::bitset<256> hostsKeys_;       // that are down, and whose press was handed on
+  Release released_{};
 };
+
+// resources: the desktop's settings. 1 where they do not tell a likely resolution.
+double scaleFrom(std::string_view resources) {
+  constexpr std::string_view kName = "Xft.dpi:";
+  const std::size_t at = resources.find(kName);
+  if (at == std::string_view::npos) return 1.0;
+  const std::string_view rest = resources.substr(at + kName.size());
+  const double dots = numberFromText(trimmed(rest.substr(0, rest.find('\n')))).value_or(0.0);
+  return dots >= 24.0 && dots <= 768.0 ? dots / 96.0 : 1.0;
+}
 
 }  // namespace
 
@@ -423,15 +538,11 @@ std::unique_ptr<FaceWindow> FaceWindow::open(Face& face, Owner& owner, std::uint
   return window;
 }
 
-double FaceWindow::desktopScale() {
+FaceWindow::Desktop FaceWindow::desktop() {
   const std::unique_ptr<Connection> connection = Connection::open();
-  if (!connection) return 1.0;
-  const std::string all = connection->resources();
-  constexpr std::string_view kName = "Xft.dpi:";
-  const std::size_t at = all.find(kName);
-  if (at == std::string::npos) return 1.0;
-  const double dots = std::strtod(all.c_str() + at + kName.size(), nullptr);
-  return dots >= 24.0 && dots <= 768.0 ? dots / 96.0 : 1.0;
+  if (!connection) return {};
+  const xcb_screen_t& screen = *connection->screen();
+  return {scaleFrom(connection->resources()), {screen.width_in_pixels, screen.height_in_pixels}};
 }
 
 }  // namespace quellard

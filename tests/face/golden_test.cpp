@@ -149,6 +149,7 @@ const std::vector<Scene>& scenes() {
          amp.values[1] = 0.2F;
          face.update(0.03);
          face.setPresets(presets, 14);
+         face.setUnreadableFiles(2);
          openMenu(face);
          face.key(Key::end, false);
        }},

@@ -81,6 +81,30 @@ TEST_F(Painting, PartByPartGivesTheSamePixelsAsTheWhole) {
   }
 }
 
+// What hides something else, and what is larger than the control it belongs to.
+TEST_F(Painting, NothingStaysBehind) {
+  picture.resize(960, 600);
+  repaint();
+  const auto step = [&] {
+    repaint();
+    return isAsPaintedAnew();
+  };
+  for (int i = 0; i < 2; ++i) face.key(Key::tab, false);
+  EXPECT_TRUE(step());
+  for (const Key key : {Key::enter, Key::escape, Key::enter, Key::down, Key::enter}) {
+    face.key(key, false);
+    EXPECT_TRUE(step()) << "the list over the focus that opened it";
+  }
+  for (int index = 0; index < static_cast<int>(controls().size()); ++index) {
+    const Control& control = controls()[static_cast<std::size_t>(index)];
+    if (control.kind != ControlKind::knob) continue;
+    face.wheel(control.center, 1.0F, false);
+    EXPECT_TRUE(step()) << "the bubble of " << index;
+    face.update(2.0 * Face::kBubbleSeconds);
+    EXPECT_TRUE(step()) << "the bubble of " << index << ", gone";
+  }
+}
+
 TEST_F(Painting, NothingIsPaintedWhileNothingMovesAndLittleWhileOneKnobDoes) {
   picture.resize(1920, 1200);
   EXPECT_EQ(pixelsOf(repaint()), 1920 * 1200);

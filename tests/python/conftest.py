@@ -10,6 +10,8 @@ import numpy as np
 import pytest
 
 COMMAND = os.environ["QUELLARD_COMMAND"]
+# Of the command: a sanitizer that is brought to the interpreter is in the command already.
+ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
 RATE = 48000
 
 
@@ -25,7 +27,8 @@ def write_wav(path, samples, rate=RATE):
 
 def command(*arguments, status=0):
     """Run quellard; returns what it prints on standard output, or on standard error where it fails."""
-    done = subprocess.run([COMMAND, *map(str, arguments)], capture_output=True, text=True)
+    line = [COMMAND, *map(str, arguments)]
+    done = subprocess.run(line, capture_output=True, text=True, env=ENVIRONMENT)
     assert done.returncode == status, done.stderr
     return done.stderr if status else done.stdout
 

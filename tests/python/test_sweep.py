@@ -14,7 +14,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import quellard
-from conftest import COMMAND, command, pluck, write_wav
+from conftest import COMMAND, ENVIRONMENT, command, pluck, write_wav
 
 SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
 
@@ -149,7 +149,9 @@ def test_killed_at_any_moment_it_goes_on(takes, tmp_path):
     moments = random.Random(5)
     killed = 0
     for _ in range(20):
-        running = subprocess.Popen([COMMAND, *map(str, arguments(tmp_path / "killed"))])
+        running = subprocess.Popen(
+            [COMMAND, *map(str, arguments(tmp_path / "killed"))], env=ENVIRONMENT
+        )
         time.sleep(moments.uniform(0.0, whole / 8))
         running.kill()
         killed += running.wait() == -signal.SIGKILL
@@ -161,7 +163,7 @@ def test_killed_at_any_moment_it_goes_on(takes, tmp_path):
 def test_a_signal_ends_it_cleanly(takes, tmp_path):
     out = tmp_path / "out"
     running = subprocess.Popen([COMMAND, "sweep", str(takes), "-o", str(out), "--grid", "gain=0:10",
-                                "--random", "20000", "-q"])  # fmt: skip
+                                "--random", "20000", "-q"], env=ENVIRONMENT)  # fmt: skip
     deadline = time.monotonic() + 60
     partial = out / "manifest.partial.jsonl"
     while not (partial.exists() and partial.read_text().strip()) and time.monotonic() < deadline:

@@ -86,6 +86,76 @@ TEST_F(ClapFace, TheHostIsAskedForOtherSizes) {
   }
 }
 
+// A host may answer with a size of its own, and may do so before the window is opened.
+TEST_F(ClapFace, TheHostsSizeIsKept) {
+  ClapHost host;
+  ASSERT_TRUE(host.open());
+  host.whileResized = [&] { EXPECT_TRUE(host.gui->set_size(host.plugin, 1100, 700)); };
+  window().dragged = {1200, 750};
+  host.tick();
+  EXPECT_EQ(window().size(), (PixelSize{1100, 700}));
+  host.gui->destroy(host.plugin);
+  ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+  EXPECT_TRUE(host.gui->set_size(host.plugin, 1003, 700));
+  EXPECT_EQ(host.size(), (PixelSize{1003, 700}));
+  ASSERT_TRUE(host.embed());
+  EXPECT_EQ(window().size(), (PixelSize{1003, 700}));
+  // What was adjusted once needs it no more.
+  for (std::uint32_t width = 480; width < 1500; ++width) {
+    for (const std::uint32_t height : {width / 2, width * 5 / 8, width}) {
+      std::uint32_t x = width, y = height;
+      EXPECT_TRUE(host.gui->adjust_size(host.plugin, &x, &y));
+      std::uint32_t again_x = x, again_y = y;
+      EXPECT_TRUE(host.gui->adjust_size(host.plugin, &again_x, &again_y));
+      ASSERT_EQ(std::pair(again_x, again_y), std::pair(x, y)) << width << 'x' << height;
+    }
+  }
+}
+
+TEST_F(ClapFace, NoWindowBeginsLargerThanTheScreen) {
+  fakeScreen().size = {1920, 1080};
+  for (const auto& [scale, size] :
+       {std::pair{1.5, PixelSize{1440, 900}}, {2.0, {1728, 1080}}, {3.0, {1728, 1080}}}) {
+    const ClapHost host;
+    ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+    EXPECT_TRUE(host.gui->set_scale(host.plugin, scale));
+    EXPECT_EQ(host.size(), size);
+    ASSERT_TRUE(host.embed());
+    EXPECT_EQ(window().size(), size);
+  }
+}
+
+// A host may destroy the window, and create another, while it answers the window's own question or
+// hears of a move.
+TEST_F(ClapFace, MayBeDestroyedWhileItCallsTheHost) {
+  for (const bool createsAnother : {false, true}) {
+    ClapHost host;
+    int closed = 0;
+    host.closed = [&](bool) { ++closed; };
+    const auto end = [&] {
+      host.whileAsked = host.whileResized = [] {};
+      host.gui->destroy(host.plugin);
+      EXPECT_TRUE(fakeScreen().windows.empty()) << "it is gone at once";
+      if (createsAnother) {
+        EXPECT_TRUE(host.open());
+      }
+    };
+    ASSERT_TRUE(host.open());
+    host.whileResized = end;
+    window().dragged = {1200, 750};
+    host.tick();
+    EXPECT_TRUE(createsAnother || host.open());
+    host.whileAsked = end;
+    window().hands = [](FakeWindow& each) { each.grasp(5); };
+    host.tick();
+    EXPECT_EQ(fakeScreen().windows.size(), createsAnother ? 1U : 0U);
+    EXPECT_EQ(host.timers, createsAnother ? 1 : 0);
+    EXPECT_EQ(closed, 0);
+    if (!createsAnother) continue;
+    EXPECT_EQ(host.size(), (PixelSize{960, 600})) << "the answer is not for the new window";
+  }
+}
+
 // The window lives while the host's timer calls it, and levels are measured as long.
 TEST_F(ClapFace, ItsTimerRunsWhileItIsShown) {
   ClapHost host;
@@ -270,7 +340,51 @@ TEST_F(ClapFace, APresetIsAGestureOfEachParameter) {
       EXPECT_EQ(values[id], now) << i;
     }
     EXPECT_EQ(host.amp().values(), preset);
+    EXPECT_EQ(host.loaded, std::string(kFactoryBank[0].name) + ";");
   }
+}
+
+// Closed and opened again, it knows what the values were changed from, unless a project has brought
+// others. The user's own presets are none of the host's.
+TEST_F(ClapFace, RemembersThePresetWhileItIsClosed) {
+  writeOwnPreset();
+  ClapHost host;
+  ASSERT_TRUE(host.open());
+  window().pressArrow(false);
+  EXPECT_EQ(window().face.state().preset, "Own");
+  EXPECT_EQ(host.loaded, "");
+  window().turn(3);
+  host.gui->destroy(host.plugin);
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(window().face.state().preset, "Own");
+  EXPECT_TRUE(window().face.state().isChanged);
+  const auto* presets = static_cast<const ClapPresetLoad*>(
+      host.plugin->get_extension(host.plugin, kPresetLoadExtension));
+  host.gui->destroy(host.plugin);
+  EXPECT_TRUE(presets->fromLocation(host.plugin, kPresetInPlugin, nullptr, kFactoryBank[5].name));
+  host.amp().setValue(3, 0.123F);
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(window().face.state().preset, kFactoryBank[5].name);
+  host.gui->destroy(host.plugin);
+  std::string saved;
+  const auto& state = *static_cast<const clap_plugin_state_t*>(
+      host.plugin->get_extension(host.plugin, CLAP_EXT_STATE));
+  const clap_ostream_t out = {
+      &saved, [](const clap_ostream_t* to, const void* bytes, std::uint64_t size) {
+        static_cast<std::string*>(to->ctx)->append(static_cast<const char*>(bytes), size);
+        return static_cast<std::int64_t>(size);
+      }};
+  EXPECT_TRUE(state.save(host.plugin, &out));
+  const clap_istream_t in = {&saved,
+                             [](const clap_istream_t* from, void* bytes, std::uint64_t size) {
+                               auto& left = *static_cast<std::string*>(from->ctx);
+                               const std::size_t count = left.copy(static_cast<char*>(bytes), size);
+                               left.erase(0, count);
+                               return static_cast<std::int64_t>(count);
+                             }};
+  EXPECT_TRUE(state.load(host.plugin, &in));
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(window().face.state().preset, "Custom");
 }
 
 // A preset is as many moves as it changes, of which the host takes a few at a time.

@@ -11,9 +11,11 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "adapters/clap/hand_moves.h"
+#include "adapters/clap/presets.h"
 #include "face/geometry.h"
 
 namespace quellard::test {
@@ -121,7 +123,10 @@ class ClapFaceHost {
   bool agrees = true;
   std::vector<PixelSize> asked;
   std::function<void(bool)> closed = [](bool) {};
-  std::function<void()> whileAsked = [] {};  // for a flush
+  // What the host does meanwhile: it may replace these, too.
+  std::function<void()> whileAsked = [] {};    // for a flush
+  std::function<void()> whileResized = [] {};  // before it answers whether it agrees
+  std::string loaded;                          // the presets that the plug-in has reported
 
  private:
   static ClapFaceHost& of(const clap_host_t* host) {
@@ -144,6 +149,7 @@ class ClapFaceHost {
         [](const clap_host_t*) {},
         [](const clap_host_t* each, std::uint32_t width, std::uint32_t height) {
           of(each).asked.push_back({static_cast<int>(width), static_cast<int>(height)});
+          std::function(of(each).whileResized)();
           return of(each).agrees;
         },
         [](const clap_host_t*) { return true; }, [](const clap_host_t*) { return true; },
@@ -153,8 +159,16 @@ class ClapFaceHost {
         [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
         [](const clap_host_t* each) {
           ++of(each).flushes;
-          of(each).whileAsked();
+          std::function(of(each).whileAsked)();
         }};
+    static constexpr ClapHostPresetLoad kPresets = {
+        [](const clap_host_t*, std::uint32_t, const char*, const char*, std::int32_t, const char*) {
+        },
+        [](const clap_host_t* each, std::uint32_t kind, const char* location, const char* key) {
+          EXPECT_TRUE(kind == kPresetInPlugin && location == nullptr);
+          of(each).loaded += std::string(key) + ";";
+        }};
+    if (std::strcmp(id, kPresetLoadExtension) == 0) return &kPresets;
     if (std::strcmp(id, CLAP_EXT_GUI) == 0) return &kGui;
     if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) return &kParams;
     const bool isTimer = std::strcmp(id, CLAP_EXT_TIMER_SUPPORT) == 0;

@@ -15,7 +15,9 @@ std::unique_ptr<FaceWindow> FaceWindow::open(Face& face, Owner& owner, std::uint
   return std::make_unique<test::FakeWindow>(face, owner, parent, size, title);
 }
 
-double FaceWindow::desktopScale() { return test::fakeScreen().scale; }
+FaceWindow::Desktop FaceWindow::desktop() {
+  return {test::fakeScreen().scale, test::fakeScreen().size};
+}
 
 namespace test {
 namespace {
@@ -38,11 +40,28 @@ FakeWindow::FakeWindow(Face& shown, Owner& asked, std::uintptr_t host, PixelSize
   fakeScreen().windows.push_back(this);
 }
 
-FakeWindow::~FakeWindow() { std::erase(fakeScreen().windows, this); }
+FakeWindow::~FakeWindow() {
+  EXPECT_FALSE(runs_) << "destroyed while its own code runs";
+  FakeWindow::close();
+}
+
+void FakeWindow::close() {
+  isGone = true;
+  std::erase(fakeScreen().windows, this);
+}
 
 bool FakeWindow::handleEvents() {
-  if (dragged.width > 0) owner.sizeIsWanted(std::exchange(dragged, {}));
-  if (std::exchange(wantsClose, false)) owner.closeIsWanted();
+  struct Running {
+    bool& runs;
+    explicit Running(bool& flag) : runs(flag) { runs = true; }
+    ~Running() { runs = false; }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+  };
+  const Running running(runs_);
+  if (const auto once = std::exchange(hands, nullptr)) once(*this);
+  if (!isGone && dragged.width > 0) owner.sizeIsWanted(std::exchange(dragged, {}));
+  if (!isGone && std::exchange(wantsClose, false)) owner.closeIsWanted();
   return !isGone;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ class FakeWindow final : public FaceWindow {
   FakeWindow(Face& shown, Owner& asked, std::uintptr_t host, PixelSize size, std::string title);
   ~FakeWindow() override;
 
+  void close() override;
   void show() override { isShown = true; }
   void hide() override { isShown = false; }
   void resize(PixelSize size) override { size_ = size; }
@@ -41,21 +43,25 @@ class FakeWindow final : public FaceWindow {
   std::uintptr_t above = 0;
   std::string title;
   bool isShown = false;
-  bool isGone = false;      // the host has destroyed it, or its parent
+  bool isGone = false;      // it was closed, or the host has destroyed it or its parent
   PixelSize dragged{};      // the player drags the corner to this size, once
   bool wantsClose = false;  // the player closes it, once
+  // What the player does to it, once: for what happens while the window system's code runs.
+  std::function<void(FakeWindow&)> hands;
 
  private:
   void focus(int parameter) const;
 
   PixelSize size_;
   std::uintptr_t id_;
+  bool runs_ = false;
 };
 
 // The screen, and what is open on it, the latest last.
 struct FakeScreen {
   bool isThere = true;
   double scale = 1.0;
+  PixelSize size{};  // not known
   std::vector<FakeWindow*> windows;
 };
 FakeScreen& fakeScreen();

@@ -205,8 +205,25 @@ TEST_F(Lv2Face, ValuesAreThoseOfThePorts) {
     window().turn(kOutputParameter);
     const std::string port = std::to_string(enabled + 3);
     EXPECT_EQ(host.told, "begin " + port + " value " + port + " end " + port + " ");
-    EXPECT_NEAR(host.written, 0.48F, 1e-4F) << "dB";
+    EXPECT_NEAR(host.written, 0.5F, 1e-4F) << "dB";
   }
+}
+
+// A project's values come after the window has been opened: they are no change of "Init".
+TEST_F(Lv2Face, APresetIsRecognisedOnceTheHostHasSentItsValues) {
+  writeOwnPreset();
+  Lv2Host host;
+  const auto& state = window().face.state();
+  EXPECT_TRUE(host.idle());
+  window().face.update(0.03);
+  EXPECT_EQ(state.preset, "Init");
+  host.send(4, 1.23F);
+  window().face.update(0.03);
+  EXPECT_EQ(state.preset, "Custom");
+  EXPECT_FALSE(state.isChanged);
+  host.send(4, 5.0F);
+  window().face.update(0.03);
+  EXPECT_EQ(state.preset, "Init");
 }
 
 // What the plug-in reports comes to the meters as it was played.

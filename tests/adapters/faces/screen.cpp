@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tests/adapters/faces/screen.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <csignal>
@@ -47,13 +48,13 @@ std::string readLine(int descriptor) {
 }  // namespace
 
 // The server writes its number when it is ready, and ends with its last client.
-std::unique_ptr<Screen> Screen::start() {
+std::unique_ptr<Screen> Screen::start(int bits) {
   constexpr int kTold = 3;
   std::array<int, 2> pipe{};
   if (pipe2(pipe.data(), O_CLOEXEC) != 0) return nullptr;
   std::array words = {
       std::string("Xvfb"),      std::string("-displayfd"), std::to_string(kTold),
-      std::string("-screen"),   std::string("0"),          std::string("2000x1300x24"),
+      std::string("-screen"),   std::string("0"),          "2000x1300x" + std::to_string(bits),
       std::string("-nolisten"), std::string("tcp"),        std::string("-terminate")};
   std::array<char*, words.size() + 1> arguments{};
   for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
@@ -127,6 +128,7 @@ void Screen::resize(xcb_window_t window, PixelSize size) {
 }
 
 xcb_window_t Screen::inside(xcb_window_t parent) {
+  if (parent == 0) parent = screen_->root;
   const auto tree =
       owned(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, parent), nullptr));
   return tree && tree->children_len == 1 ? *xcb_query_tree_children(tree.get()) : 0;
@@ -198,13 +200,85 @@ xcb_keycode_t Screen::keyOf(xcb_keysym_t symbol) {
   throw std::runtime_error("no such key");
 }
 
-void Screen::type(const std::string& text) {
+xcb_keycode_t Screen::keyOf(char character) {
   constexpr xcb_keysym_t kEnter = 0xFF0D;
+  constexpr xcb_keysym_t kTab = 0xFF09;
+  if (character == '\r') return keyOf(kEnter);
+  return keyOf(character == '\t' ? kTab : static_cast<unsigned char>(character));
+}
+
+void Screen::keyDown(char key) { fake(XCB_KEY_PRESS, keyOf(key)); }
+void Screen::keyUp(char key) { fake(XCB_KEY_RELEASE, keyOf(key)); }
+
+void Screen::type(const std::string& text) {
   for (const char c : text) {
-    const xcb_keycode_t key = keyOf(c == '\r' ? kEnter : static_cast<unsigned char>(c));
-    fake(XCB_KEY_PRESS, key);
-    fake(XCB_KEY_RELEASE, key);
+    keyDown(c);
+    keyUp(c);
   }
+}
+
+void Screen::forward(xcb_window_t window, char key) {
+  for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
+    xcb_key_press_event_t event{};
+    event.response_type = static_cast<std::uint8_t>(type);
+    event.detail = keyOf(key);
+    event.root = screen_->root;
+    event.event = window;
+    event.same_screen = 1;
+    xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&event));
+  }
+  wait();
+}
+
+void Screen::listen(xcb_window_t window) {
+  const std::uint32_t keys = XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE;
+  xcb_change_window_attributes(connection_, window, XCB_CW_EVENT_MASK, &keys);
+  wait();
+}
+
+std::string Screen::heard() {
+  constexpr std::uint32_t kRequestFocus = 3;
+  wait();
+  std::string heard;
+  while (const auto event = owned(xcb_poll_for_event(connection_))) {
+    const int type = event->response_type & 0x7F;
+    if (type == XCB_KEY_PRESS) heard += '+';
+    if (type == XCB_KEY_RELEASE) heard += '-';
+    if (type != XCB_CLIENT_MESSAGE) continue;
+    const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(*event);
+    if (message.type == atom("_XEMBED") && message.data.data32[1] == kRequestFocus) heard += 'f';
+  }
+  return heard;
+}
+
+xcb_atom_t Screen::atom(const std::string& name) {
+  const auto reply = owned(xcb_intern_atom_reply(
+      connection_,
+      xcb_intern_atom(connection_, 0, shortOf(static_cast<int>(name.size())), name.c_str()),
+      nullptr));
+  return whole(reply).atom;
+}
+
+void Screen::askToClose(xcb_window_t window) {
+  tell(window, "WM_PROTOCOLS", {atom("WM_DELETE_WINDOW")});
+}
+
+void Screen::embed(xcb_window_t window, std::uint32_t what, xcb_window_t parent) {
+  tell(window, "_XEMBED", {XCB_CURRENT_TIME, what, 0, parent});
+}
+
+void Screen::tell(xcb_window_t window, const std::string& type,
+                  const std::array<std::uint32_t, 4>& data) {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = window;
+  event.type = atom(type);
+  std::copy(data.begin(), data.end(), event.data.data32);
+  xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
+                 reinterpret_cast<const char*>(&event));
+  wait();
 }
 
 }  // namespace quellard::test

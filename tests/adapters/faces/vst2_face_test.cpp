@@ -64,6 +64,48 @@ TEST_F(Vst2Face, AsksTheHostForOtherSizes) {
   }
 }
 
+TEST_F(Vst2Face, MayBeClosedWhileItCallsTheHost) {
+  Vst2Host host;
+  const auto close = [&] {
+    host.whileCalled = [] {};
+    host.call(effEditClose);
+    EXPECT_TRUE(fakeScreen().windows.empty()) << "it is gone at once";
+  };
+  ASSERT_TRUE(host.open());
+  host.whileCalled = close;
+  window().dragged = {480, 300};
+  host.call(effEditIdle);
+  ASSERT_TRUE(host.open());
+  host.told.clear();
+  host.whileCalled = close;
+  window().hands = [](FakeWindow& each) { each.grasp(5); };
+  host.call(effEditIdle);
+  EXPECT_EQ(host.told, "begin 4 value 4 end 4 ");
+  ASSERT_TRUE(host.open());
+  EXPECT_EQ(window().size(), (PixelSize{960, 600}));
+}
+
+TEST_F(Vst2Face, RemembersThePresetWhileItIsClosed) {
+  Vst2Host host;
+  const auto reopened = [&] {
+    host.call(effEditClose);
+    EXPECT_TRUE(host.open());
+    return window().face.state().preset;
+  };
+  ASSERT_TRUE(host.open());
+  window().pressArrow(true);
+  window().turn(3);
+  EXPECT_EQ(reopened(), kFactoryBank[0].name);
+  host.call(effEditClose);
+  host.record->dispatcher(host.record, effSetProgram, 0, 7, nullptr, 0.0F);
+  host.record->setParameter(host.record, 2, 0.123F);
+  EXPECT_EQ(reopened(), kFactoryBank[6].name);
+  void* chunk = nullptr;
+  const std::intptr_t size = host.call(effGetChunk, &chunk);
+  host.record->dispatcher(host.record, effSetChunk, 0, size, chunk, 0.0F);
+  EXPECT_EQ(reopened(), "Custom");
+}
+
 // The host's program follows the face, and the user's own presets are none.
 TEST_F(Vst2Face, APresetIsTheHostsProgram) {
   writeOwnPreset();

@@ -2,6 +2,7 @@
 // A VST 2.4 host with a window, which keeps what it is told.
 #pragma once
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
@@ -44,6 +45,7 @@ class Vst2FaceHost {
   PixelSize asked, shownWhileAsked;
   std::string told;  // the moves, and that the host should look again
   int programWhenUpdated = -1;
+  std::function<void()> whileCalled = [] {};  // for another size, or to hear of a value
 
  private:
   // The effect asks for the version before there is a record.
@@ -57,12 +59,14 @@ class Vst2FaceHost {
       case audioMasterEndEdit: return self.told += "end " + number, 1;
       case audioMasterAutomate:
         EXPECT_EQ(opt, self.record->getParameter(self.record, index)) << "it is set before";
-        return self.told += "value " + number, 1;
+        self.told += "value " + number;
+        return std::function(self.whileCalled)(), 1;
       case audioMasterUpdateDisplay:
         self.programWhenUpdated = static_cast<int>(self.call(effGetProgram));
         return self.told += "update ", 1;
       case audioMasterSizeWindow:
         self.asked = {index, static_cast<int>(value)};
+        std::function(self.whileCalled)();
         self.shownWhileAsked = self.size();
         return self.agrees ? 1 : 0;
       default: return 0;

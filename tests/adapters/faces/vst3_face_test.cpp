@@ -144,6 +144,32 @@ TEST_F(Vst3Face, LivesAsLongAsItIsCalled) {
   EXPECT_TRUE(fakeScreen().windows.empty() && loop.timer == nullptr);
 }
 
+TEST_F(Vst3Face, MayBeRemovedWhileItCallsTheHost) {
+  v3_plugin_view** view = opened();
+  const auto remove = [&] {
+    EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
+    EXPECT_TRUE(fakeScreen().windows.empty()) << "it is gone at once";
+  };
+  for (const bool attachesAnew : {false, true}) {
+    frame.agrees = false;
+    frame.whileAsked = [&] {
+      remove();
+      EXPECT_TRUE(!attachesAnew || attach(view) == V3_OK);
+    };
+    window().dragged = {1200, 750};
+    tick();
+    EXPECT_EQ(fakeScreen().windows.size(), attachesAnew ? 1U : 0U);
+    EXPECT_EQ(loop.timer != nullptr, attachesAnew);
+    EXPECT_TRUE(attachesAnew || attach(view) == V3_OK);
+  }
+  handler.told.clear();
+  handler.whileTold = remove;
+  window().hands = [](FakeWindow& each) { each.grasp(5); };
+  tick();
+  EXPECT_EQ(handler.told, "begin 5 value 5 end 5 ");
+  close(view);
+}
+
 TEST_F(Vst3Face, NoExceptionReachesTheHost) {
   v3_plugin_view** view = opened();
   frame.hasMemory = false;
@@ -219,6 +245,12 @@ TEST_F(Vst3Face, APresetIsTheHostsProgram) {
   window().pressArrow(false);
   EXPECT_EQ(amp().value(18), 0.9F);
   EXPECT_EQ(handler.told, "begin 18 value 18 end 18 ") << "no program of the host's";
+  window().turn(3);
+  close(view);
+  view = opened();
+  EXPECT_EQ(window().face.state().preset, "Own") << "it is remembered";
+  window().pressArrow(true);
+  window().pressArrow(false);
   EXPECT_EQ(programNow(), 0.0);
   c().set_component_handler(controller, nullptr);
   window().pressArrow(true);

@@ -94,6 +94,7 @@ struct Frame final : Counted<v3_plugin_frame> {
 struct Handler final : Counted<v3_component_handler> {
   std::string told;
   double value = -1.0;
+  std::function<void()> whileTold = [] {};  // of a value, once
   Handler() : Counted(kTable) {}
 
   static v3_result note(void* self, const std::string& what, v3_param_id id) {
@@ -103,7 +104,8 @@ struct Handler final : Counted<v3_component_handler> {
   static v3_result begin(void* self, v3_param_id id) { return note(self, "begin", id); }
   static v3_result perform(void* self, v3_param_id id, double value) {
     static_cast<Handler*>(self)->value = value;
-    return note(self, "value", id);
+    note(self, "value", id);
+    return std::exchange(static_cast<Handler*>(self)->whileTold, [] {})(), V3_OK;
   }
   static v3_result end(void* self, v3_param_id id) { return note(self, "end", id); }
   static v3_result restart(void* self, std::int32_t) { return note(self, "restart", 0); }

@@ -23,9 +23,12 @@ class WindowHost {
 
   // Before open(): how much larger the host shows things. False in a format without.
   virtual bool setScale(double /*scale*/) { return false; }
-  // That the plug-in announces.
+  // That the plug-in announces; in a format in which only an open window does so, the usual one
+  // before.
   virtual PixelSize size() = 0;
   virtual bool open(std::uintptr_t parent) = 0;
+  // Opens it in a window that stands for itself, instead. False in a format without.
+  virtual bool floats() { return false; }
   virtual void close() = 0;
   // What the host does 30 times a second.
   virtual void idle() = 0;
@@ -55,6 +58,7 @@ struct WindowFormat {
 };
 
 std::unique_ptr<WindowHost> createClapHost();
+std::unique_ptr<WindowHost> createLv2Host();
 std::unique_ptr<WindowHost> createVst2Host();
 std::unique_ptr<WindowHost> createVst3Host();
 

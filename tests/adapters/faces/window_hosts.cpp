@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: ISC
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <lv2/atom/atom.h>
+#include <lv2/options/options.h>
+#include <lv2/ui/ui.h>
+#include <map>
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
@@ -9,7 +14,10 @@
 #include <travesty/factory.h>
 #include <utility>
 
+#include "adapters/lv2/identity.h"
+#include "face/layout.h"
 #include "rig/rig_parameters.h"
+#include "rig/value_text.h"
 #include "tests/adapters/faces/clap_host.h"
 #include "tests/adapters/faces/vst2_host.h"
 #include "tests/adapters/faces/vst3_host.h"
@@ -32,7 +40,7 @@ class ClapWindowHost final : public WindowHost {
  public:
   ClapWindowHost() {
     host_.closed = [this](bool wasDestroyed) {
-      EXPECT_TRUE(wasDestroyed) << "it does not float";
+      EXPECT_NE(wasDestroyed, floats_) << "by the player";
       host_.gui->destroy(host_.plugin);
       isCreated_ = false;
     };
@@ -49,6 +57,11 @@ class ClapWindowHost final : public WindowHost {
   }
   void close() override {
     if (std::exchange(isCreated_, false)) host_.gui->destroy(host_.plugin);
+  }
+  bool floats() override {
+    close();
+    floats_ = isCreated_ = host_.gui->create(host_.plugin, nullptr, true);
+    return isCreated_ && host_.gui->show(host_.plugin);
   }
   void idle() override {
     if (host_.timers > 0) host_.tick();
@@ -99,7 +112,141 @@ class ClapWindowHost final : public WindowHost {
   }
 
   ClapFaceHost host_{clapEntry()};
-  bool isCreated_ = false, isActive_ = false;
+  bool isCreated_ = false, isActive_ = false, floats_ = false;
+  std::string told_;
+};
+
+// Carries the values of the ports between the plug-in and its window.
+class Lv2WindowHost final : public WindowHost {
+ public:
+  Lv2WindowHost() {
+    for (int parameter = 1; parameter <= kNumHostedValues; ++parameter)
+      Lv2WindowHost::set(parameter, static_cast<double>(defaultHostedValues()[parameter]));
+    for (const std::uint32_t peak : {kLv2InputPeak, kLv2OutputPeak})
+      ports_.at(lv2ReportPort(peak, kSides)) = kLv2LowestPeak_db;
+    ports_.at(lv2ReportPort(kLv2GateOpen, kSides)) = 1.0F;
+  }
+  ~Lv2WindowHost() override {
+    Lv2WindowHost::close();
+    if (plugin_ != nullptr) about().cleanup(plugin_);
+  }
+  bool setScale(double scale) override {
+    scale_ = static_cast<float>(scale);
+    size_ = {static_cast<int>(kFaceWidth * scale_), static_cast<int>(kFaceHeight * scale_)};
+    return true;
+  }
+  PixelSize size() override { return size_; }
+  bool open(std::uintptr_t parent) override {
+    LV2_URID_Map map = {this, [](LV2_URID_Map_Handle host, const char* uri) {
+                          auto& ids = static_cast<Lv2WindowHost*>(host)->ids_;
+                          return ids.emplace(uri, ids.size() + 1).first->second;
+                        }};
+    std::array<LV2_Options_Option, 2> options = {
+        {{LV2_OPTIONS_INSTANCE, 0, map.map(this, LV2_UI__scaleFactor), sizeof scale_,
+          map.map(this, LV2_ATOM__Float), &scale_}}};
+    const std::array<LV2_Feature, 5> all = {{{LV2_URID__map, &map},
+                                             {LV2_OPTIONS__options, options.data()},
+                                             {LV2_UI__touch, &touch_},
+                                             {LV2_UI__resize, &resize_},
+                                             {LV2_UI__parent, reinterpret_cast<void*>(parent)}}};
+    std::array<const LV2_Feature*, all.size() + 1> features{};
+    for (std::size_t i = 0; i < all.size() - (parent == 0 ? 1 : 0); ++i) features[i] = &all[i];
+    LV2UI_Widget widget = nullptr;
+    ui_ = aboutUi().instantiate(&aboutUi(), kLv2Variants[0].uri, "", write, this, &widget,
+                                features.data());
+    isCalled_ = ui_ != nullptr;
+    for (std::uint32_t port = 0; port < ports_.size(); ++port) show(port);
+    return isCalled_;
+  }
+  void close() override {
+    isCalled_ = false;
+    if (ui_ != nullptr) aboutUi().cleanup(std::exchange(ui_, nullptr));
+  }
+  bool floats() override {
+    close();
+    const auto* const shown =
+        static_cast<const LV2UI_Show_Interface*>(aboutUi().extension_data(LV2_UI__showInterface));
+    return open(0) && shown->show(ui_) == 0;
+  }
+  void idle() override {
+    if (!isCalled_) return;
+    const auto* const idles =
+        static_cast<const LV2UI_Idle_Interface*>(aboutUi().extension_data(LV2_UI__idleInterface));
+    for (std::uint32_t n = 0; n < kNumLv2Reports; ++n) show(lv2ReportPort(n, kSides));
+    isCalled_ = idles->idle(ui_) == 0;
+  }
+  bool isCalled() override { return isCalled_; }
+  bool resize(PixelSize size) override {
+    size_ = size;
+    const auto* const resizes =
+        static_cast<const LV2UI_Resize*>(aboutUi().extension_data(LV2_UI__resize));
+    return resizes->ui_resize(ui_, size.width, size.height) == 0;
+  }
+  PixelSize asked() override { return size_; }
+  void set(int parameter, double value) override {
+    const float control = controlFromValue(parameter, static_cast<float>(value));
+    const std::uint32_t port = lv2PortOf(parameter, kSides);
+    ports_.at(port) = parameter == kBypassParameter ? 1.0F - control : control;
+    if (ui_ != nullptr) show(port);
+  }
+  double get(int parameter) override {
+    const float control = ports_.at(lv2PortOf(parameter, kSides));
+    return static_cast<double>(
+        valueFromControl(parameter, parameter == kBypassParameter ? 1.0F - control : control));
+  }
+  std::string told() override { return std::exchange(told_, ""); }
+  void play(std::vector<float>& samples) override {
+    if (plugin_ == nullptr) {
+      plugin_ = about().instantiate(&about(), kRate, "", nullptr);
+      for (std::uint32_t port = 0; port < ports_.size(); ++port)
+        about().connect_port(plugin_, port, &ports_[port]);
+      about().activate(plugin_);
+    }
+    for (std::uint32_t port = 0; port < 2; ++port)
+      about().connect_port(plugin_, kLv2FirstAudioPort + port, samples.data());
+    about().run(plugin_, static_cast<std::uint32_t>(samples.size()));
+  }
+
+ private:
+  static constexpr int kSides = 1;
+
+  static const LV2_Descriptor& about() {
+    static void* const entry = symbolOf(QUELLARD_LV2_FILE, "lv2_descriptor");
+    return *reinterpret_cast<LV2_Descriptor_Function>(entry)(0);
+  }
+  static const LV2UI_Descriptor& aboutUi() {
+    static void* const entry = symbolOf(QUELLARD_LV2_UI_FILE, "lv2ui_descriptor");
+    return *reinterpret_cast<LV2UI_DescriptorFunction>(entry)(0);
+  }
+  static Lv2WindowHost& of(void* host) { return *static_cast<Lv2WindowHost*>(host); }
+  void show(std::uint32_t port) {
+    if (ui_ != nullptr) aboutUi().port_event(ui_, port, sizeof(float), 0, &ports_.at(port));
+  }
+  void note(const char* what, std::uint32_t port) {
+    const int parameter =
+        port == lv2EnabledPort(kSides) ? kBypassParameter : lv2ParameterOf(port, kSides);
+    told_ += what + std::to_string(parameter) + " ";
+  }
+  static void write(LV2UI_Controller host, std::uint32_t port, std::uint32_t, std::uint32_t,
+                    const void* control) {
+    std::memcpy(&of(host).ports_.at(port), control, sizeof(float));
+    of(host).note("value ", port);
+  }
+
+  LV2UI_Touch touch_ = {this, [](LV2UI_Feature_Handle host, std::uint32_t port, bool isHeld) {
+                          of(host).note(isHeld ? "begin " : "end ", port);
+                        }};
+  LV2UI_Resize resize_ = {this, [](LV2UI_Feature_Handle host, int width, int height) {
+                            of(host).size_ = {width, height};
+                            return 0;
+                          }};
+  std::map<std::string, LV2_URID> ids_;
+  std::array<float, lv2ReportPort(kNumLv2Reports, kSides)> ports_{};
+  float scale_ = 1.0F;
+  PixelSize size_ = {static_cast<int>(kFaceWidth), static_cast<int>(kFaceHeight)};
+  bool isCalled_ = false;
+  LV2_Handle plugin_ = nullptr;
+  LV2UI_Handle ui_ = nullptr;
   std::string told_;
 };
 
@@ -302,6 +449,7 @@ class Vst3WindowHost final : public WindowHost {
 }  // namespace
 
 std::unique_ptr<WindowHost> createClapHost() { return std::make_unique<ClapWindowHost>(); }
+std::unique_ptr<WindowHost> createLv2Host() { return std::make_unique<Lv2WindowHost>(); }
 std::unique_ptr<WindowHost> createVst2Host() { return std::make_unique<Vst2WindowHost>(); }
 std::unique_ptr<WindowHost> createVst3Host() { return std::make_unique<Vst3WindowHost>(); }
 

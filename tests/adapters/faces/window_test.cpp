@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // The formats' windows as built, in hosts of our own on a real display.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -14,6 +15,7 @@
 
 #include "face/face.h"
 #include "face/painter.h"
+#include "params/factory_bank.h"
 #include "tests/adapters/faces/screen.h"
 #include "tests/adapters/faces/window_host.h"
 
@@ -257,6 +259,110 @@ TEST_P(Windows, AValueIsTyped) {
   track.expectFace(kUsual);
 }
 
+// What the face does not use reaches the host once, with its release and as often as it is
+// repeated; what the host itself has sent does not come back.
+TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
+  Track track(*screen, GetParam());
+  screen->listen(track.parent);
+  track.moveMouse({480.0F, 595.0F});
+  track.mouseDown();
+  track.mouseUp();
+  std::string heard;
+  const auto hears = [&](std::size_t count) {
+    return track.comesTrue([&] { return (heard += screen->heard()).size() >= count; });
+  };
+  track.live();
+  screen->type("q");
+  EXPECT_TRUE(hears(2));
+  track.live();
+  EXPECT_EQ(heard + screen->heard(), "+-");
+  screen->forward(track.window, 'q');
+  track.live();
+  EXPECT_EQ(screen->heard(), "") << "sent back";
+  heard.clear();
+  screen->keyDown('q');
+  EXPECT_TRUE(hears(5)) << "held down";
+  screen->keyUp('q');
+  track.live();
+  heard += screen->heard();
+  EXPECT_EQ(std::count(heard.begin(), heard.end(), '+'),
+            std::count(heard.begin(), heard.end(), '-'));
+
+  // A field takes all of them, and a button that is held down is pressed once.
+  track.moveMouse(knob(kVolume).value.center());
+  track.mouseDown();
+  track.mouseUp();
+  track.live();
+  screen->type("7q\t");
+  constexpr int kVolumeToNextPreset = 8;  // Tab keys
+  screen->type(std::string(kVolumeToNextPreset - 1, '\t'));
+  screen->keyDown(' ');
+  for (int n = 0; n < 50; ++n) track.live();  // repetitions begin after 660 ms
+  screen->keyUp(' ');
+  track.live();
+  EXPECT_EQ(screen->heard(), "");
+  for (int parameter = 1; parameter <= kNumControls; ++parameter) {
+    const auto value = static_cast<double>(presetValue(kFactoryBank[0], parameter));
+    EXPECT_NEAR(track.host->get(parameter), value, 1e-6) << "one preset further";
+  }
+}
+
+// An embedder by the XEMBED protocol is asked for the keyboard, and takes it away.
+TEST_P(Windows, EmbeddersAreAskedForTheKeyboard) {
+  constexpr std::uint32_t kEmbeddedNotify = 0;
+  constexpr std::uint32_t kFocusOut = 5;
+  Track track(*screen, GetParam());
+  screen->listen(track.parent);
+  screen->embed(track.window, kEmbeddedNotify, track.parent);
+  track.live();
+  track.moveMouse(knob(kVolume).value.center());
+  track.mouseDown();
+  track.mouseUp();
+  track.live();
+  screen->type("5q");
+  track.live();
+  EXPECT_EQ(screen->heard(), "ff") << "with the press and the release";
+  screen->embed(track.window, kFocusOut, 0);
+  track.live();
+  screen->type("q");
+  track.live();
+  EXPECT_EQ(screen->heard(), "+-") << "the field is gone";
+}
+
+// Some desktops have colours of 5, 6 or 10 bits.
+TEST_P(Windows, ShowsOnDesktopsOfOtherDepths) {
+  for (const int bits : {16, 30}) {
+    screen = Screen::start(bits);
+    Track track(*screen, GetParam());
+    track.expectFace(kUsual);
+  }
+}
+
+// Of the formats that know windows which stand for themselves.
+class FloatingWindows : public Windows {};
+
+TEST_P(FloatingWindows, AreClosedByThePlayer) {
+  const std::unique_ptr<WindowHost> host = GetParam().create();
+  ASSERT_TRUE(host->floats());
+  const xcb_window_t window = screen->inside(0);
+  for (int n = 0; n < 20 && screen->pixel(window, 400, 150) == 0; ++n) {
+    std::this_thread::sleep_for(20ms);
+    host->idle();
+  }
+  EXPECT_TRUE(screen->isSeen(window));
+  EXPECT_EQ(screen->sizeOf(window), kUsual);
+  EXPECT_NE(screen->pixel(window, 400, 150), 0U);
+  EXPECT_TRUE(host->isCalled());
+  screen->askToClose(window);
+  for (int n = 0; n < 20 && host->isCalled(); ++n) {
+    std::this_thread::sleep_for(20ms);
+    host->idle();
+  }
+  EXPECT_FALSE(host->isCalled()) << "the host knows";
+  EXPECT_FALSE(screen->isSeen(window));
+  EXPECT_TRUE(host->floats()) << "again";
+}
+
 TEST_P(Windows, OpensAHundredTimes) {
   Track track(*screen, GetParam());
   track.host->close();
@@ -274,6 +380,7 @@ TEST_P(Windows, OpensAHundredTimes) {
 
 TEST_P(Windows, TwoAreIndependent) {
   Track first(*screen, GetParam()), second(*screen, GetParam(), 1.0, kUsual.width);
+  second.expectFace(kUsual);
   second.host->set(kVolume, 0.75);
   const Point center = knob(kVolume).center;
   first.moveMouse(center);
@@ -409,9 +516,12 @@ TEST_P(Windows, CostsLittle) {
 }
 
 constexpr WindowFormat kClap{"Clap", createClapHost};
+constexpr WindowFormat kLv2{"Lv2", createLv2Host};
 constexpr WindowFormat kVst2{"Vst2", createVst2Host};
 constexpr WindowFormat kVst3{"Vst3", createVst3Host};
-INSTANTIATE_TEST_SUITE_P(Real, Windows, testing::Values(kClap, kVst2, kVst3),
+INSTANTIATE_TEST_SUITE_P(Real, Windows, testing::Values(kClap, kLv2, kVst2, kVst3),
+                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, testing::Values(kClap, kLv2),
                          [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
