@@ -347,10 +347,9 @@ void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard " QUELLARD_VERSION);
   addRenderOptions(addCommand(app, options, "render", "Play audio files through the amplifier"),
                    options);
-  CLI::App& sweeping =
-      *app.add_subcommand("sweep", "Play takes with many settings, and list what came of it");
-  addValue(sweeping, "--plugin", options.sweep.plugin, "FILE", "The plug-in, if not the one found");
-  addSweepOptions(sweeping, options.sweep);
+  addSweepOptions(
+      *app.add_subcommand("sweep", "Play takes with many settings, and list what came of it"),
+      options.sweep);
   addSettingsOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
   addValue(*app.add_subcommand("presets", "List the presets, the factory's and your own"), "--show",

@@ -100,9 +100,10 @@ int sweep(const SweepOptions& options) {
   const Sweep sweep({options.takes.begin(), options.takes.end()}, options.folder, settings);
   if (options.dryRun) {
     for (std::size_t i = 0; i < sweep.size(); ++i) print(sweep.row(i) + '\n');
-    return kDone;
+    for (const std::string& error : sweep.errors()) report(error);
+    return sweep.errors().empty() ? kDone : kFileTrouble;
   }
-  const PluginModule module(PluginModule::find(options.plugin));
+  const PluginModule module(PluginModule::find({}));
   Manifest manifest(sweep.folder());
   Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
   const SweepResult result = runSweep(module, sweep, manifest, threads, progress);

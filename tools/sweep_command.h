@@ -13,7 +13,6 @@ namespace quellard {
 
 // As they were typed.
 struct SweepOptions {
-  std::string plugin;
   SettingsOptions knobs;
   RigOptions rig;
   std::vector<std::string> takes;
