@@ -70,15 +70,9 @@ def render(
     x: Audio,
     rate: float,
     *,
-    channel: str | None = None,
-    presence: float | None = None,
-    bass: float | None = None,
-    mid: float | None = None,
-    treble: float | None = None,
-    master: float | None = None,
-    gain: float | None = None,
-    preset: str | None = None,
-    settings: Settings | None = None,
+    preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+    presence: float | None = None, bass: float | None = None, mid: float | None = None,
+    treble: float | None = None, master: float | None = None, gain: float | None = None,
     automation: Moves | None = None,
     block: int = 512,
     tail: float = 0.0,
@@ -108,17 +102,7 @@ def render(
     (out is then filled up to there), for unknown names and for values out of range; FileError for
     files.
     """
-    named = assignments(
-        preset,
-        channel,
-        settings,
-        presence=presence,
-        bass=bass,
-        mid=mid,
-        treble=treble,
-        master=master,
-        gain=gain,
-    )
+    named = assignments(locals())
     return _core.render(
         x,
         number("rate", rate),
@@ -148,43 +132,22 @@ class Amplifier:
         channels: int = 1,
         *,
         block: int = 512,
-        channel: str | None = None,
-        presence: float | None = None,
-        bass: float | None = None,
-        mid: float | None = None,
-        treble: float | None = None,
-        master: float | None = None,
-        gain: float | None = None,
-        preset: str | None = None,
-        settings: Settings | None = None,
+        preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+        presence: float | None = None, bass: float | None = None, mid: float | None = None,
+        treble: float | None = None, master: float | None = None, gain: float | None = None,
     ) -> None:
+        named = assignments(locals())
         self._amp = _core.StreamingAmp(
             number("rate", rate), whole("channels", channels), whole("block", block)
         )
-        self.set(
-            channel=channel,
-            presence=presence,
-            bass=bass,
-            mid=mid,
-            treble=treble,
-            master=master,
-            gain=gain,
-            preset=preset,
-            settings=settings,
-        )
+        self._amp.set(named)
 
     def set(
         self,
         *,
-        channel: str | None = None,
-        presence: float | None = None,
-        bass: float | None = None,
-        mid: float | None = None,
-        treble: float | None = None,
-        master: float | None = None,
-        gain: float | None = None,
-        preset: str | None = None,
-        settings: Settings | None = None,
+        preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+        presence: float | None = None, bass: float | None = None, mid: float | None = None,
+        treble: float | None = None, master: float | None = None, gain: float | None = None,
     ) -> None:
         """Set knobs and the like, named as for render(); the others stay.
 
@@ -192,17 +155,7 @@ class Amplifier:
         next call of process() begins to move there and takes 12 ms, without a click; before the
         first call the values hold at once. Wrong values raise UsageError and change nothing.
         """
-        named = assignments(
-            preset,
-            channel,
-            settings,
-            presence=presence,
-            bass=bass,
-            mid=mid,
-            treble=treble,
-            master=master,
-            gain=gain,
-        )
+        named = assignments(locals())
         if named:
             self._amp.set(named)
 

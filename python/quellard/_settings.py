@@ -40,16 +40,13 @@ def as_text(name: str, value: Any) -> str:
     return str(int(given)) if given.is_integer() else repr(given)
 
 
-def assignments(
-    preset: str | None = None,
-    channel: str | None = None,
-    settings: Settings | None = None,
-    **knobs: float | None,
-) -> Assignments:
-    """What of these is not None: settings, and behind them what counts more."""
-    if settings is not None and not isinstance(settings, Mapping):
+def assignments(given: Mapping[str, Any]) -> Assignments:
+    """The settings among a function's arguments, what counts more behind what counts less."""
+    settings = given["settings"] or {}
+    if not isinstance(settings, Mapping):
         raise TypeError(f"settings is {settings!r}: names and values are needed")
-    named = [("preset", preset), *(settings or {}).items(), ("channel", channel), *knobs.items()]
+    knobs = ("channel", "presence", "bass", "mid", "treble", "master", "gain")
+    named = [("preset", given["preset"]), *settings.items(), *((name, given[name]) for name in knobs)]
     # As bytes, since names of files may hold any.
     return [
         (os.fsencode(str(name)), os.fsencode(as_text(str(name), value)))

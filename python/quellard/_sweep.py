@@ -172,15 +172,9 @@ def sweep(
     grid: Mapping[str, str | float | Iterable[Value]] | None = None,
     random: int | None = None,
     seed: int = 0,
-    channel: str | None = None,
-    presence: float | None = None,
-    bass: float | None = None,
-    mid: float | None = None,
-    treble: float | None = None,
-    master: float | None = None,
-    gain: float | None = None,
-    preset: str | None = None,
-    settings: Settings | None = None,
+    preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+    presence: float | None = None, bass: float | None = None, mid: float | None = None,
+    treble: float | None = None, master: float | None = None, gain: float | None = None,
     automation: str | os.PathLike[str] | None = None,
     mono: bool = False,
     tail: float = 0.0,
@@ -210,17 +204,7 @@ def sweep(
 
     Raises UsageError, and FileError for all but single takes, which are named in Sweep.errors.
     """
-    named = assignments(
-        preset,
-        channel,
-        settings,
-        presence=presence,
-        bass=bass,
-        mid=mid,
-        treble=treble,
-        master=master,
-        gain=gain,
-    )
+    named = assignments(locals())
     if random is not None and whole("random", random) < 1:
         raise _core.UsageError(f"random: {random} is below 1")
     options = {
