@@ -42,6 +42,11 @@ int checkedBlock(int blockLength) {
   throw UsageError(fmt::format("block: {} is outside 1 to {}", blockLength, kLongestBlock));
 }
 
+int checkedChannels(int channels) {
+  if (channels >= 1 && channels <= kMostChannels) return channels;
+  throw UsageError(fmt::format("channels: {} is outside 1 to {}", channels, kMostChannels));
+}
+
 NamedSettings named(const Assignments& settings) {
   NamedSettings all;
   for (const auto& [name, value] : settings) assign(name, value, all);
@@ -157,12 +162,10 @@ py::object render(const py::object& x, double rate, const Assignments& settings,
 }
 
 StreamingAmp::StreamingAmp(double rate, int channels, int blockLength)
-    : rate_(checkedRate(rate)), channels_(channels), blockLength_(checkedBlock(blockLength)) {
-  if (channels < 1 || channels > kMostChannels) {
-    throw UsageError(fmt::format("channels: {} is outside 1 to {}", channels, kMostChannels));
-  }
-  blocks_.emplace(channels);
-}
+    : rate_(checkedRate(rate)),
+      channels_(checkedChannels(channels)),
+      blockLength_(checkedBlock(blockLength)),
+      blocks_(channels_) {}
 
 void StreamingAmp::set(const Assignments& assignments) {
   const NamedSettings all = named(assignments);
@@ -226,7 +229,7 @@ py::object StreamingAmp::process(const py::object& x, const py::object& out) {
     for (std::int64_t begin = 0; begin < input.frames(); begin += blockLength_) {
       const auto frames =
           static_cast<int>(std::min<std::int64_t>(blockLength_, input.frames() - begin));
-      blocks_->play(*rig_, input, result, begin, frames);
+      blocks_.play(*rig_, input, result, begin, frames);
       watch.played(frames);
     }
   }

@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <pybind11/pybind11.h>
 #include <string>
 #include <utility>
@@ -91,7 +90,7 @@ class StreamingAmp {
   int channels_;
   int blockLength_;
   Settings settings_;
-  std::optional<Blocks> blocks_;    // none only while the constructor checks
+  Blocks blocks_;
   std::unique_ptr<RenderRig> rig_;  // null before the first block
 };
 
