@@ -9,6 +9,11 @@ cmake_path(SET arm64_root NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../build/arm64-roo
 set(CMAKE_SYSROOT ${arm64_root})
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${arm64_root})
 
+# For cpack.
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${arm64_root}/lib/aarch64-linux-gnu ${arm64_root}/usr/lib/aarch64-linux-gnu)
+
 # Programs are this machine's; everything else is the root's.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
