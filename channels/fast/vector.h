@@ -284,8 +284,8 @@ QUELLARD_INLINE Pair addSubtract(Pair a, Pair b) {
 // Four positions in a table: the index of the entry before each, and the fraction of the step to
 // the next, 0..1.
 struct TablePosition {
-  // Two per word, 32 bits each, of which the low 16 are used: on x86 NaN converts to 0x80000000, whose
-  // low 16 bits are 0.
+  // Two per word, 32 bits each, of which the low 16 are used: on x86 NaN converts to 0x80000000,
+  // whose low 16 bits are 0.
   std::uint64_t index[2];
   Quad fraction;
 };

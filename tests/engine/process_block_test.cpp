@@ -129,8 +129,8 @@ TEST_F(ProcessBlock, ChannelsPlayUnderTheLockWithFlushToZero) {
       if (const std::unique_lock lock(amp.processLock, std::try_to_lock); lock) lockWasFree = true;
     }).join();
   };
-  for (const unsigned mode : {hostsMode, hostsMode | kHostsBits, hostsMode | kFlushToZeroBit,
-                              hostsMode | kStickyBits}) {
+  for (const unsigned mode :
+       {hostsMode, hostsMode | kHostsBits, hostsMode | kFlushToZeroBit, hostsMode | kStickyBits}) {
     setFloatingPointMode(mode);
     block(4);
     const unsigned after = floatingPointMode();

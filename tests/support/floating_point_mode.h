@@ -11,8 +11,8 @@
 
 namespace quellard::test {
 
-// kHostsBits: what a host may have set beside it, the rounding among it. kStickyBits: what arithmetic
-// itself sets.
+// kHostsBits: what a host may have set beside it, the rounding among it. kStickyBits: what
+// arithmetic itself sets.
 #if defined(__SSE__)
 inline constexpr bool kHasFloatingPointMode = true;
 inline constexpr unsigned kFlushToZeroBit = 0x8000;
@@ -24,7 +24,7 @@ inline void setFloatingPointMode(unsigned mode) { _mm_setcsr(mode); }
 inline constexpr bool kHasFloatingPointMode = true;
 inline constexpr unsigned kFlushToZeroBit = 1u << 24;
 inline constexpr unsigned kHostsBits = 1u << 23 | 1u << 25;  // round down, one NaN for all
-inline constexpr unsigned kStickyBits = 0;                    // they have a register of their own
+inline constexpr unsigned kStickyBits = 0;                   // they have a register of their own
 inline unsigned floatingPointMode() {
   std::uint64_t mode = 0;
   asm volatile("mrs %0, fpcr" : "=r"(mode));
