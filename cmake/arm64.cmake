@@ -7,7 +7,9 @@ set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++-12)
 
 cmake_path(SET arm64_root NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../build/arm64-root)
 set(CMAKE_SYSROOT ${arm64_root})
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${arm64_root})
+# By its whole name, as tests start programs with other paths to search.
+find_program(QEMU_AARCH64 qemu-aarch64 REQUIRED)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${QEMU_AARCH64} -L ${arm64_root})
 
 # For cpack.
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
