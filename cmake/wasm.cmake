@@ -1,5 +1,4 @@
-# The toolchain file of the page: WebAssembly with Debian's clang, libc++ and wasi-libc. The module that comes
-# of it imports nothing: what it computes needs no system.
+# The toolchain file of the page: WebAssembly with Debian's clang, libc++ and wasi-libc.
 set(CMAKE_SYSTEM_NAME Generic)
 set(CMAKE_SYSTEM_PROCESSOR wasm32)
 set(CMAKE_CXX_COMPILER clang++-22)

@@ -81,6 +81,8 @@ class Face {
            (key.has_value() && *key != Key::enter);
   }
 
+  // The focus is on this place in controls() and is seen, as where a page moves it.
+  void focusOn(int control);
   // The keyboard now belongs to others: what is typed is dropped.
   void loseFocus();
   // The face is seen no longer: whatever is under way ends.

@@ -4,7 +4,9 @@
 // amp_set() and amp_value().
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "page/wasm/exported.h"
@@ -24,6 +26,8 @@ class PageAmp {
     if (!amp->prepare(rate, maxFrames)) return false;
     amp->measureLevels(true);
     amp_ = std::move(amp);
+    asleepAfter_ = 2LL * HostedAmp::tailFrames(rate);
+    silent_ = 0;
     for (int side = 0; side < sides; ++side) {
       at(floats_, side).assign(asSize(maxFrames), 0.0F);
       at(doubles_, side).assign(asSize(maxFrames), 0.0);
@@ -45,13 +49,13 @@ class PageAmp {
   double* doubles(int side) { return at(doubleAt_, side); }
 
   void playFloats(int frames) {
-    const AudioChannels channels{.floats = floatAt_.data(), .count = amp_->sides()};
-    amp_->play(channels, channels, 0, frames);
+    play({.floats = floatAt_.data(), .count = amp_->sides()}, floatAt_, frames);
   }
   void playDoubles(int frames) {
-    const AudioChannels channels{.doubles = doubleAt_.data(), .count = amp_->sides()};
-    amp_->play(channels, channels, 0, frames);
+    play({.doubles = doubleAt_.data(), .count = amp_->sides()}, doubleAt_, frames);
   }
+
+  bool isAsleep() const { return silent_ > asleepAfter_; }
 
   // Browsers differ in what they do above full scale; so nothing above it reaches them. Returns how
   // many samples were held.
@@ -68,12 +72,32 @@ class PageAmp {
   }
 
  private:
+  // There is no flag for denormal numbers in WebAssembly: an amplifier that decays from silence to
+  // silence would take ten times as long as one that plays. So after twice the tail of silence,
+  // when the output is below -240 dB, it sleeps, and wakes from silence with the first sample that
+  // is not zero.
+  template <typename Sample>
+  void play(const AudioChannels& channels, const std::array<Sample*, kMostSides>& samples,
+            int frames) {
+    const std::span sides(samples.data(), asSize(amp_->sides()));
+    const bool isSilent = std::ranges::all_of(sides, [frames](const Sample* side) {
+      return std::all_of(side, side + frames, [](Sample x) { return x == 0; });
+    });
+    const bool wasAsleep = isAsleep();
+    silent_ = isSilent ? silent_ + frames : 0;
+    if (wasAsleep && isSilent) return;
+    if (wasAsleep) amp_->reset();
+    amp_->play(channels, channels, 0, frames);
+  }
+
   HostedValues values_ = defaultHostedValues();
   std::unique_ptr<HostedAmp> amp_;
   std::array<std::vector<float>, kMostSides> floats_;
   std::array<std::vector<double>, kMostSides> doubles_;
   std::array<float*, kMostSides> floatAt_{};
   std::array<double*, kMostSides> doubleAt_{};
+  std::int64_t silent_ = 0;  // frames of silence at the input's end
+  std::int64_t asleepAfter_ = 0;
 };
 
 PageAmp& page() {
@@ -106,7 +130,9 @@ QUELLARD_EXPORTED(amp_play_doubles) void ampPlayDoubles(int frames) { page().pla
 QUELLARD_EXPORTED(amp_hold) int ampHold(int frames) { return page().hold(frames); }
 
 QUELLARD_EXPORTED(amp_input_peak) float ampInputPeak() { return page().amp().inputPeak(); }
-QUELLARD_EXPORTED(amp_output_peak) float ampOutputPeak() { return page().amp().outputPeak(); }
+QUELLARD_EXPORTED(amp_output_peak) float ampOutputPeak() {
+  return page().isAsleep() ? 0.0F : page().amp().outputPeak();
+}
 QUELLARD_EXPORTED(amp_gate_is_open) int ampGateIsOpen() {
   return page().amp().gateIsOpen() ? 1 : 0;
 }

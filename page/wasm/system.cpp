@@ -3,13 +3,11 @@
 // cannot go on, such as want of memory, stops the module, and JavaScript catches that as a
 // RuntimeError. These stand in for the libraries' functions, which would import a system's.
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 
 extern "C" {
 char* getenv(const char*) { return nullptr; }
 _Noreturn void abort() { __builtin_trap(); }
-int fputs(const char*, FILE*) { __builtin_trap(); }  // which snprintf() may call for a long double
 
 // The compiler's: what calls when an exception is thrown, and when nothing overrides a function.
 void* __cxa_allocate_exception(std::size_t) noexcept { __builtin_trap(); }
