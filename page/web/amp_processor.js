@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The amplifier in an audio worklet: one input, one output, one channel each. Its port takes
-// {values: [[parameter, value], ...]} and tells levels, thirty times a second.
+// {values: [[parameter, value], ...]} with the time at which they begin to move, if that is not at
+// once, and tells levels, thirty times a second.
 import {instantiate} from './module.js';
 
 const kFrames = 128;  // that browsers ask for; more are played in pieces
@@ -10,15 +11,22 @@ class AmpProcessor extends AudioWorkletProcessor {
   constructor({processorOptions: {module, values}}) {
     super();
     this.amp = instantiate(module);
+    this.deferred = [];
     this.set(values);
     if (!this.amp.amp_prepare(1, sampleRate, kFrames)) throw new RangeError(`${sampleRate} Hz`);
     this.tellAfter = Math.round(sampleRate / kTellsPerSecond);
     this.untold = 0;
     this.levels = {input: 0, output: 0, gateIsOpen: true, held: 0, memory: 0};
     this.port.onmessage = ({data}) => {
-      if (data.values) this.set(data.values);
       if (data.end) this.ended = true;
+      else if (data.time > currentTime) this.defer(data);
+      else this.set(data.values);
     };
+  }
+
+  defer(move) {
+    this.deferred.push(move);
+    this.deferred.sort((a, b) => a.time - b.time);
   }
 
   set(values) {
@@ -58,6 +66,7 @@ class AmpProcessor extends AudioWorkletProcessor {
   }
 
   process([[input]], [[output]]) {
+    while (this.deferred.length && this.deferred[0].time <= currentTime) this.set(this.deferred.shift().values);
     for (let begin = 0; begin < output.length; begin += kFrames) this.play(input, output, begin);
     this.tell(output.length);
     return !this.ended;

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: ISC
+// Debian's two browsers behind what their drivers have in common: `page` has evaluate, mouse,
+// keyboard, goto, screenshot and close in both.
+import {createReadStream, existsSync} from 'node:fs';
+import {createServer} from 'node:http';
+import {createRequire} from 'node:module';
+import {extname, join, normalize} from 'node:path';
+
+const {QUELLARD_PAGE: kFolder, QUELLARD_DRIVERS: kDrivers} = process.env;
+const require = createRequire(join(kDrivers, 'package.json'));
+
+const kTypes = {'.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.svg': 'image/svg+xml',
+                '.json': 'application/json', '.wasm': 'application/wasm', '.flac': 'audio/flac',
+                '.webmanifest': 'application/manifest+json'};
+
+// A web server of the page. Gives its address, what was asked of it, and stop().
+export async function serve(folder = kFolder) {
+  const asked = [];
+  const server = createServer((request, response) => {
+    const path = normalize(decodeURIComponent(new URL(request.url, 'http://here').pathname));
+    asked.push(path);
+    const file = join(folder, path.endsWith('/') ? `${path}index.html` : path);
+    if (!existsSync(file)) return response.writeHead(404).end();
+    response.writeHead(200, {'Content-Type': kTypes[extname(file)] ?? 'application/octet-stream'});
+    createReadStream(file).pipe(response);
+  });
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  const stop = () => new Promise((resolve) => {
+    server.close(resolve);
+    server.closeAllConnections();
+  });
+  return {address: `http://localhost:${server.address().port}/`, asked, stop};
+}
+
+async function openChromium() {
+  const {chromium} = require('playwright-core');
+  const browser = await chromium.launch({
+    executablePath: '/usr/bin/chromium',
+    args: ['--no-sandbox', '--use-fake-device-for-media-stream'],
+  });
+  return {
+    newPage: async ({microphone = false, scale = 1} = {}) => {
+      const context = await browser.newContext({
+        viewport: kViewport, deviceScaleFactor: scale, permissions: microphone ? ['microphone'] : [],
+        acceptDownloads: true,
+      });
+      return context.newPage();
+    },
+    sibling: (page) => page.context().newPage(),
+    close: () => browser.close(),
+  };
+}
+
+const kViewport = {width: 1200, height: 1000};
+
+// One process allows the microphone to every page or to none.
+async function openFirefox({microphone = false} = {}) {
+  const {default: puppeteer} = await import(require.resolve('puppeteer-core'));
+  const browser = await puppeteer.launch({
+    browser: 'firefox',
+    executablePath: '/usr/bin/firefox-esr',
+    extraPrefsFirefox: {
+      'media.navigator.streams.fake': true,
+      'media.navigator.permission.disabled': microphone,
+      'permissions.default.microphone': microphone ? 1 : 2,
+      'media.autoplay.default': 1,
+      'media.cubeb.backend': '',
+    },
+  });
+  const newPage = async () => {
+    const page = await browser.newPage();
+    await page.setViewport(kViewport);
+    return page;
+  };
+  return {newPage, sibling: newPage, close: () => browser.close()};
+}
+
+export const kBrowsers = {chromium: openChromium, firefox: openFirefox};
