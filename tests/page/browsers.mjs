@@ -13,12 +13,15 @@ const kTypes = {'.html': 'text/html', '.js': 'text/javascript', '.css': 'text/cs
                 '.json': 'application/json', '.wasm': 'application/wasm', '.flac': 'audio/flac',
                 '.webmanifest': 'application/manifest+json'};
 
-// A web server of the page. Gives its address, what was asked of it, and stop().
+// A web server of the page. Gives its address, what was asked of it, `files`, by whose names it
+// serves further bytes, and stop().
 export async function serve(folder = kFolder) {
   const asked = [];
+  const files = new Map();
   const server = createServer((request, response) => {
     const path = normalize(decodeURIComponent(new URL(request.url, 'http://here').pathname));
     asked.push(path);
+    if (files.has(path)) return response.writeHead(200).end(Buffer.from(files.get(path)));
     const file = join(folder, path.endsWith('/') ? `${path}index.html` : path);
     if (!existsSync(file)) return response.writeHead(404).end();
     response.writeHead(200, {'Content-Type': kTypes[extname(file)] ?? 'application/octet-stream'});
@@ -29,7 +32,7 @@ export async function serve(folder = kFolder) {
     server.close(resolve);
     server.closeAllConnections();
   });
-  return {address: `http://localhost:${server.address().port}/`, asked, stop};
+  return {address: `http://localhost:${server.address().port}/`, asked, files, stop};
 }
 
 async function openChromium() {
@@ -76,3 +79,35 @@ async function openFirefox({microphone = false} = {}) {
 }
 
 export const kBrowsers = {chromium: openChromium, firefox: openFirefox};
+
+// Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it.
+export async function openPage(browser, address, options) {
+  const page = await browser.newPage(options);
+  await show(page, address);
+  return page;
+}
+export async function show(page, address) {
+  await page.goto(address);
+  await page.evaluate(async () => {
+    const {page: opened} = await import(new URL('main.js', document.baseURI));
+    window.quellard = await opened;
+  });
+}
+
+// The text of an element, once it matches.
+export function textOf(page, selector, pattern) {
+  return until(`${selector} ${pattern}`, async () => {
+    const text = await page.evaluate((of) => document.querySelector(of).textContent, selector);
+    return pattern.test(text) && text;
+  });
+}
+
+export async function until(what, isSo, seconds = 20) {
+  const end = Date.now() + 1000 * seconds;
+  for (;;) {
+    const found = await isSo();
+    if (found) return found;
+    if (Date.now() > end) throw new Error(`${what}: not within ${seconds} s`);
+    await new Promise((resolve) => setTimeout(resolve, 50));
+  }
+}
