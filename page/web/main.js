@@ -186,7 +186,7 @@ class Page {
     ui.play.setAttribute('aria-pressed', String(isPlaying));
     if (!isPlaying) this.view.levels = {input: 0, output: 0, gateIsOpen: true};
     if (isSuspended) {
-      say('The browser holds the sound back. Click anywhere on the page to hear it.');
+      say('The browser holds the sound back, or there is no sound output. Click anywhere on the page to hear it.');
     } else if (this.wasSuspended) {
       say('');
     }

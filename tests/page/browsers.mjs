@@ -67,7 +67,6 @@ async function openFirefox({microphone = false} = {}) {
       'media.navigator.permission.disabled': microphone,
       'permissions.default.microphone': microphone ? 1 : 2,
       'media.autoplay.default': 1,
-      'media.cubeb.backend': '',
     },
   });
   const newPage = async () => {
@@ -95,14 +94,15 @@ export async function show(page, address) {
 }
 
 // The text of an element, once it matches.
-export function textOf(page, selector, pattern) {
-  return until(`${selector} ${pattern}`, async () => {
+export async function textOf(page, selector, pattern) {
+  const [found] = await until(`${selector} ${pattern}`, async () => {
     const text = await page.evaluate((of) => document.querySelector(of).textContent, selector);
-    return pattern.test(text) && text;
+    return pattern.test(text) && [text];
   });
+  return found;
 }
 
-export async function until(what, isSo, seconds = 20) {
+export async function until(what, isSo, seconds = 8) {
   const end = Date.now() + 1000 * seconds;
   for (;;) {
     const found = await isSo();
