@@ -60,6 +60,8 @@ class Face {
   // The list as it now is, the user's own presets among them. preset: the place of the one that is
   // chosen, -1 where that is not known.
   void setPresets(std::vector<FacePreset> presets, int chosen = -1);
+  // For a place that has a size of its own.
+  void hideGrip() { state_.hasGrip = false; }
   // How many files of the user's presets have a mistake: the list says so.
   void setUnreadableFiles(int count) { unreadable_ = count; }
 

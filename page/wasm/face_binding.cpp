@@ -55,7 +55,7 @@ static_assert(sizeof(ControlRecord) == 28);
 
 class PageFace {
  public:
-  PageFace() : face_(target_, factoryFacePresets()) {}
+  PageFace() : face_(target_, factoryFacePresets()) { face_.hideGrip(); }
 
   Face& face() { return face_; }
   PageTarget& target() { return target_; }

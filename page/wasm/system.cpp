@@ -9,7 +9,9 @@ extern "C" {
 char* getenv(const char*) { return nullptr; }
 _Noreturn void abort() { __builtin_trap(); }
 
-// The compiler's: what calls when an exception is thrown, and when nothing overrides a function.
+// NOLINTBEGIN(bugprone-reserved-identifier,modernize-avoid-variadic-functions): the libraries'
+// names The compiler's: what calls when an exception is thrown, and when nothing overrides a
+// function.
 void* __cxa_allocate_exception(std::size_t) noexcept { __builtin_trap(); }
 [[noreturn]] void __cxa_throw(void*, void*, void (*)(void*)) { __builtin_trap(); }
 [[noreturn]] void __cxa_pure_virtual() { __builtin_trap(); }
@@ -20,3 +22,4 @@ void* __cxa_allocate_exception(std::size_t) noexcept { __builtin_trap(); }
 _LIBCPP_BEGIN_NAMESPACE_STD
 [[noreturn]] void __libcpp_verbose_abort(const char*, ...) noexcept { __builtin_trap(); }
 _LIBCPP_END_NAMESPACE_STD
+// NOLINTEND(bugprone-reserved-identifier,modernize-avoid-variadic-functions)

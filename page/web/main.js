@@ -69,8 +69,9 @@ class Page {
   async play() {
     say('');
     if (ui.source.value === kInput) {
-      await this.player.playInput(ui['input-channel'].value === 'both' ? 'both' : Number(ui['input-channel'].value))
-          .catch((error) => { throw new Error(inputProblem(error)); });
+      const {value} = ui['input-channel'];
+      await this.player.playInput(value === 'both' ? value : Number(value))
+          .catch((error) => { throw new Error(inputProblem(error), {cause: error}); });
     } else {
       await this.player.playRecording(await this.recording(), ui.loop.checked);
     }
@@ -108,7 +109,8 @@ class Page {
       const {channels, seconds} = await render(sound, (done) => { ui.progress.value = done; });
       this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), recording.name);
       const played = channels[0].length / rate;
-      say(`${played.toFixed(1)} s rendered in ${seconds.toFixed(2)} s, ${Math.round(played / seconds)} times real time.`);
+      const speed = Math.round(played / seconds);
+      say(`${played.toFixed(1)} s rendered in ${seconds.toFixed(2)} s, ${speed} times real time.`);
     } finally {
       ui.progress.hidden = true;
       ui.progress.value = 0;

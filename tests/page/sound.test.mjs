@@ -8,7 +8,7 @@ import {join} from 'node:path';
 import {after, before, describe, it} from 'node:test';
 import {pathToFileURL} from 'node:url';
 
-import {kBrowsers, openPage, serve} from './browsers.mjs';
+import {kBrowsers, openPage, serve, until} from './browsers.mjs';
 
 const {QUELLARD_BITS: kBits, QUELLARD_COMMAND: kCommand, QUELLARD_PAGE: kPage} = process.env;
 const {writeWav} = await import(pathToFileURL(join(kPage, 'wav.js')));
@@ -137,7 +137,8 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       const took = (performance.now() - began) / 1000;
       await new Promise((resolve) => { setTimeout(resolve, 200); });  // for the last messages
       const memory = told.map((levels) => levels.memory);
-      const [peak, held] = [Math.max(...told.map(({output}) => output)), told.reduce((sum, levels) => sum + levels.held, 0)];
+      const peak = Math.max(...told.map(({output}) => output));
+      const held = told.reduce((sum, levels) => sum + levels.held, 0);
       return {took, peak, held, tells: told.length, memory: [memory[0], memory.at(-1)],
               samples: length > 10 ? [] : [...buffer.getChannelData(0)]};
     }, [seconds, values, moves, rate]);
@@ -188,7 +189,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     it('plays MODERN at least forty times as fast as it is heard', async () => {
       const values = [[kSelector, 1], [18, 0.8], [23, 0.5], [22, 0]];
       let best = 0;
-      for (let turn = 0; turn < 4 && best < 60; ++turn) best = Math.max(best, 20 / (await playWorklet(20, values, [])).took);
+      for (let turn = 0; turn < 4 && best < 60; ++turn) {
+        best = Math.max(best, 20 / (await playWorklet(20, values, [])).took);
+      }
       console.log(`${name}: MODERN in the worklet ${best.toFixed(1)} times real time`);
       assert.ok(best >= 40, `${best}`);
     });
@@ -210,7 +213,11 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         values: quellard.face.values(), state: quellard.player.context.state,
         time: quellard.player.context.currentTime, output: quellard.view.levels.output,
       }));
-      const before = await state();
+      const goesOn = (since) => until('the sound goes on', async () => {
+        const now = await state();
+        return now.time > since + 0.2 && now.output > 0.01 && now;
+      });
+      const before = await goesOn(0);
       const other = await openPage({newPage: () => browser.sibling(page)}, server.address);
       await other.evaluate(async () => {
         quellard.face.choosePreset(2);
@@ -221,11 +228,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       });
       assert.notDeepEqual(await other.evaluate(() => quellard.face.values()), before.values);
       await other.close();
-      const later = await state();
+      const later = await goesOn(before.time);
       assert.deepEqual(later.values, before.values);
       assert.equal(later.state, 'running');
-      assert.ok(later.time > before.time, `${before.time} ${later.time}`);
-      assert.ok(later.output > 0.01, 'it is heard');
       await page.evaluate(() => quellard.player.stop());
     });
   });
