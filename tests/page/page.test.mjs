@@ -122,7 +122,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await textOf(page, '#message', /riff.wav/);
       await page.evaluate(() => {
         window.saved = [];
-        quellard.save = async (blob, called) => window.saved.push([called, [...new Uint8Array(await blob.arrayBuffer())]]);
+        quellard.save = async (blob, called) => {
+          window.saved.push([called, [...new Uint8Array(await blob.arrayBuffer())]]);
+        };
       });
       for (const [format, size] of [['float', 4], ['pcm24', 3], ['pcm16', 2]]) {
         await page.evaluate((to) => { document.getElementById('format').value = to; }, format);
