@@ -43,16 +43,25 @@ export class FaceView extends EventTarget {
     place.append(this.announcer, this.behind, this.canvas);
     this.listenToMouse();
     this.listenToKeys();
-    new ResizeObserver(() => this.resize()).observe(place);
+    this.observer = new ResizeObserver(() => this.resize());
+    this.observer.observe(place);
     this.resize();
     this.listPresets();
     this.updatedAt = performance.now();
     const frame = (now) => {
       if (now - this.updatedAt >= kUpdate_ms) this.update(now);
-      requestAnimationFrame(frame);
+      this.nextFrame = requestAnimationFrame(frame);
     };
-    requestAnimationFrame(frame);
+    this.nextFrame = requestAnimationFrame(frame);
   }
+
+  end() {
+    cancelAnimationFrame(this.nextFrame);
+    this.observer.disconnect();
+  }
+
+  // The focused element of the page, or of the shadow that the face stands in.
+  get active() { return this.behind.getRootNode().activeElement; }
 
   makeElement(control) {
     const made = this.makers[control.kind]?.call(this, control) ?? element('button', {type: 'button'});
@@ -212,7 +221,7 @@ export class FaceView extends EventTarget {
       event.preventDefault();
       canvas.setPointerCapture(event.pointerId);
       this.isPointing = true;
-      if (!this.face.menuIsOpen) (this.elementAt(event) ?? document.activeElement).focus?.({preventScroll: true});
+      if (!this.face.menuIsOpen) (this.elementAt(event) ?? this.active)?.focus({preventScroll: true});
       module.face_press(x, y, event.button === 2, event.shiftKey, event.timeStamp / 1000);
       this.isPointing = false;
     });
@@ -258,6 +267,6 @@ export class FaceView extends EventTarget {
   // The arrow keys lead from one channel to the next.
   followFocus() {
     const focused = this.elements[this.face.focus];
-    if (focused && focused !== document.activeElement) focused.focus({preventScroll: true});
+    if (focused && focused !== this.active) focused.focus({preventScroll: true});
   }
 }

@@ -21,10 +21,11 @@ export async function serve(folder = kFolder) {
   const server = createServer((request, response) => {
     const path = normalize(decodeURIComponent(new URL(request.url, 'http://here').pathname));
     asked.push(path);
-    if (files.has(path)) return response.writeHead(200).end(Buffer.from(files.get(path)));
     const file = join(folder, path.endsWith('/') ? `${path}index.html` : path);
+    const type = {'Content-Type': kTypes[extname(file)] ?? 'application/octet-stream'};
+    if (files.has(path)) return response.writeHead(200, type).end(Buffer.from(files.get(path)));
     if (!existsSync(file)) return response.writeHead(404).end();
-    response.writeHead(200, {'Content-Type': kTypes[extname(file)] ?? 'application/octet-stream'});
+    response.writeHead(200, type);
     createReadStream(file).pipe(response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
