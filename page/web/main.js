@@ -12,8 +12,9 @@ import {writeWav} from './wav.js';
 
 const byId = (id) => document.getElementById(id);
 const ui = Object.fromEntries(
-    ['source', 'input-choice', 'input-channel', 'file', 'play', 'loop', 'held', 'message', 'problem', 'face',
-     'save-form', 'preset-name', 'delete', 'share', 'format', 'render', 'progress'].map((id) => [id, byId(id)]));
+    ['source', 'device-choice', 'device', 'input-choice', 'input-channel', 'file', 'play', 'loop', 'held',
+     'message', 'problem', 'face', 'save-form', 'preset-name', 'delete', 'share', 'format', 'render',
+     'progress'].map((id) => [id, byId(id)]));
 
 const kInput = 'input';
 const kFile = 'file';
@@ -70,15 +71,23 @@ class Page {
     say('');
     if (ui.source.value === kInput) {
       const {value} = ui['input-channel'];
-      await this.player.playInput(value === 'both' ? value : Number(value))
+      await this.player.playInput(value === 'both' ? value : Number(value), ui.device.value)
           .catch((error) => { throw new Error(inputProblem(error), {cause: error}); });
+      await this.listDevices();
     } else {
       await this.player.playRecording(await this.recording(), ui.loop.checked);
     }
   }
 
+  async listDevices() {
+    const devices = await this.player.inputDevices();
+    ui.device.replaceChildren(...devices.map(({name, id}) => new Option(name, id)));
+    ui['device-choice'].hidden = devices.length < 2;
+  }
+
   async choose() {
     const {value} = ui.source;
+    ui['device-choice'].hidden = value !== kInput || ui.device.options.length < 2;
     ui['input-choice'].hidden = value !== kInput;
     ui.file.hidden = value !== kFile;
     ui.render.disabled = value === kInput || value === kFile;
@@ -202,7 +211,7 @@ class Page {
     });
     on('play', 'click', () => (this.player.isPlaying ? this.player.stop() : this.play()));
     on('source', 'change', () => this.choose());
-    on('input-channel', 'change', () => this.player.isPlaying && this.play());
+    for (const choice of ['device', 'input-channel']) on(choice, 'change', () => this.player.isPlaying && this.play());
     ui.loop.addEventListener('change', () => this.player.setLoop(ui.loop.checked));
     on('save-form', 'submit', () => this.savePreset());
     on('delete', 'click', () => this.deletePreset());

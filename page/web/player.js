@@ -7,13 +7,14 @@ const kRings_ms = 4000;
 
 // A guitar is no voice: nothing may change its level or take its noise, which browsers do for calls.
 const kGuitarInput = {
-  audio: {echoCancellation: false, autoGainControl: false, noiseSuppression: false,
-          channelCount: {ideal: 2}, latency: {ideal: 0}},
+  echoCancellation: false, autoGainControl: false, noiseSuppression: false,
+  channelCount: {ideal: 2}, latency: {ideal: 0},
 };
 
 const kInputProblems = {
   NotAllowedError: 'The browser was not allowed to listen to the input. Allow it in its settings for this page.',
   NotFoundError: 'There is no microphone or interface to listen to.',
+  OverconstrainedError: 'This interface is no longer there.',
   NotReadableError: 'Another program holds the input, or it has gone.',
 };
 
@@ -69,10 +70,12 @@ export class Player extends EventTarget {
     this.resume();
   }
 
-  // channel: 0, 1, or 'both' for their mean. Throws what the browser throws.
-  async playInput(channel) {
+  // channel: 0, 1, or 'both' for their mean. device: of inputDevices(), '' for the browser's choice.
+  // Throws what the browser throws.
+  async playInput(channel, device = '') {
     if (!navigator.mediaDevices) throw new Error('this page is not served over https');
-    const stream = await navigator.mediaDevices.getUserMedia(kGuitarInput);
+    const chosen = device ? {deviceId: {exact: device}} : {};
+    const stream = await navigator.mediaDevices.getUserMedia({audio: {...kGuitarInput, ...chosen}});
     await this.open();
     const source = new MediaStreamAudioSourceNode(this.context, {mediaStream: stream});
     const [track] = stream.getAudioTracks();
@@ -80,6 +83,15 @@ export class Player extends EventTarget {
     this.begin(source, source.channelCount > 1 && channel !== 'both' ? this.side(source, channel) : source);
     this.stream = stream;
     this.resume();
+  }
+
+  // [{name, id}, ...], which browsers tell after the player has allowed one; with the one that plays first.
+  async inputDevices() {
+    const now = this.stream?.getAudioTracks()[0].getSettings().deviceId;
+    const all = await navigator.mediaDevices.enumerateDevices();
+    return all.filter(({kind, deviceId}) => kind === 'audioinput' && deviceId)
+        .map(({label, deviceId}) => ({name: label || 'Input', id: deviceId}))
+        .sort((a, b) => (b.id === now) - (a.id === now));
   }
 
   side(source, channel) {

@@ -245,6 +245,20 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         assert.deepEqual([echoCancellation, autoGainControl, noiseSuppression], [false, false, false]);
         const settings = await page.evaluate(() => quellard.player.stream.getAudioTracks()[0].getSettings());
         assert.ok(!settings.echoCancellation && !settings.autoGainControl && !settings.noiseSuppression);
+        const devices = await page.evaluate(() => (
+          [...document.getElementById('device').options].map(({text, value}) => [text, value])));
+        assert.ok(devices.length >= 1 && devices.every(([text, value]) => text && value), `${devices}`);
+        for (const [, device] of devices.slice(0, 2)) {
+          for (const channel of ['1', 'both']) {
+            await page.evaluate(([deviceId, side]) => {
+              document.getElementById('device').value = deviceId;
+              document.getElementById('input-channel').value = side;
+              document.getElementById('input-channel').dispatchEvent(new Event('change'));
+            }, [device, channel]);
+            await until('it is the one that was chosen', () => page.evaluate((wanted) => (
+              window.asked.deviceId.exact === wanted && quellard.player.isPlaying), device));
+          }
+        }
         await page.click('#play');
         assert.equal(await page.evaluate(() => quellard.player.stream), null, 'the input is let go');
       } finally {
