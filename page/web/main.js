@@ -58,6 +58,7 @@ class Page {
   // Its name in the list, once it has been read.
   async recording() {
     const file = ui.source.value;
+    if (file === kFile) throw new Error('Choose a recording, or drop one on the page.');
     if (!this.recordings.has(file)) {
       const response = await fetch(file);
       if (!response.ok) throw new Error(`${file} is not there (${response.status}).`);

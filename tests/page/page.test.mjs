@@ -99,6 +99,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     it('plays a file that is dropped, at its own rate, and says why another cannot be played', async () => {
+      await choose('file');
+      await click('#play');
+      await textOf(page, '#problem', /Choose a recording/);
       await drop('riff.wav', writeWav([sine(32000, 1)], 32000, 'pcm24'));
       await textOf(page, '#message', /riff.wav: 1.0 s at 32000 Hz/);
       await click('#play');
