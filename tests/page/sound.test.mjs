@@ -69,8 +69,8 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     // The largest difference from the command's render, as a share of the peak.
-    async function difference(label, rate, settings, values, moves = []) {
-      const [dry, wet] = commandRenders(`${name}-${label}`, guitar(rate, 2), rate, settings);
+    async function difference(label, rate, settings, values, moves = [], input = guitar(rate, 2)) {
+      const [dry, wet] = commandRenders(`${name}-${label}`, input, rate, settings);
       server.files.set('/dry.wav', dry);
       server.files.set('/wet.wav', wet);
       return page.evaluate(async (sound) => {
@@ -116,6 +116,27 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         assert.ok(peak > 0.1 && most <= 1e-9, `the session at ${rate} Hz differs by ${most}`);
         console.log(`${name}, session at ${rate} Hz: ${most.toExponential(1)} of the peak`);
       }
+    });
+
+    it('sleeps in long silence, which costs little, and wakes as if it had not', async () => {
+      const rate = 44100;
+      const played = guitar(rate, 1);
+      const broken = new Float64Array(8 * rate);
+      broken.set(played);
+      broken.set(played, 7 * rate);
+      for (const [i, channel] of kChannels.entries()) {
+        const {most, peak} = await difference(
+            `pause-${channel}`, rate, ['--channel', channel], [[kSelector, i / 2]], [], broken);
+        assert.ok(peak > 0.1 && most <= 1e-9, `${channel} differs by ${most}`);
+      }
+      const seconds = await page.evaluate(async (hz) => {
+        const {render} = await import(new URL('render.js', document.baseURI));
+        const channels = [new Float64Array(120 * hz)];
+        channels[0][0] = 1;
+        return (await render({module: quellard.module, rate: hz, values: [[19, 1]], channels})).seconds;
+      }, rate);
+      // Awake it took thirty on the same machine.
+      assert.ok(seconds < 10, `two minutes of silence took ${seconds} s`);
     });
 
     // Plays a sine of 220 Hz through the worklet, with moves at their times.
