@@ -73,9 +73,9 @@ class PageAmp {
 
  private:
   // There is no flag for denormal numbers in WebAssembly: an amplifier that decays from silence to
-  // silence would take ten times as long as one that plays. So after twice the tail of silence,
-  // when the output is below -240 dB, it sleeps, and wakes from silence with the first sample that
-  // is not zero.
+  // silence would take more than ten times as long as one that plays. So after twice the tail of
+  // silence, when the output is below -240 dB, it sleeps, and wakes from silence with the first
+  // sample that is not zero.
   template <typename Sample>
   void play(const AudioChannels& channels, const std::array<Sample*, kMostSides>& samples,
             int frames) {
