@@ -386,6 +386,12 @@ void Face::enterTyped(TextField& field) {
   if (value.has_value()) setOnce(parameter, *value);
 }
 
+void Face::focusOn(int control) {
+  if (control < 0 || control >= numControls() || control == state_.focus) return;
+  state_.typed.reset();
+  focus_ = state_.focus = control;
+}
+
 void Face::loseFocus() {
   state_.typed.reset();
   state_.focus = -1;

@@ -60,6 +60,8 @@ class Face {
   // The list as it now is, the user's own presets among them. preset: the place of the one that is
   // chosen, -1 where that is not known.
   void setPresets(std::vector<FacePreset> presets, int chosen = -1);
+  // For a place that has a size of its own.
+  void hideGrip() { state_.hasGrip = false; }
   // How many files of the user's presets have a mistake: the list says so.
   void setUnreadableFiles(int count) { unreadable_ = count; }
 
@@ -81,6 +83,8 @@ class Face {
            (key.has_value() && *key != Key::enter);
   }
 
+  // The focus is on this place in controls() and is seen, as where a page moves it.
+  void focusOn(int control);
   // The keyboard now belongs to others: what is typed is dropped.
   void loseFocus();
   // The face is seen no longer: whatever is under way ends.

@@ -75,6 +75,7 @@ struct FaceState {
   MeterView output;
   bool gateIsOpen = true;
   std::optional<std::string> cabinet;
+  bool hasGrip = true;  // the corner by which its window is resized
   // Places in controls(), -1 for none.
   int focus = -1;   // of the keyboard
   int hover = -1;   // under the mouse

@@ -60,7 +60,7 @@ class Painter {
     canvas_.fill({-4000, -4000, 8960, 8600}, 0.0F, theme::kBackgroundBottom);
     canvas_.fill({0, 0, kFaceWidth, kFaceHeight}, 0.0F,
                  {theme::kBackgroundTop, theme::kBackgroundBottom});
-    // The corner by which the window is resized.
+    if (!state_.hasGrip) return;
     for (const float inset : {6.0F, 11.0F, 16.0F}) {
       canvas_.line({kFaceWidth - inset, kFaceHeight - 3.0F},
                    {kFaceWidth - 3.0F, kFaceHeight - inset}, 1.2F, theme::kQuietText.faded(0.5F));

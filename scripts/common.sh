@@ -7,7 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # The folders of the core, and every folder that holds C++.
 core=(shell params dsp channels engine)
 # shellcheck disable=SC2034
-sources=("${core[@]}" rig face adapters tools python bench examples tests)
+sources=("${core[@]}" rig face adapters tools python page bench examples tests)
 
 cores() { nproc 2>/dev/null || sysctl -n hw.ncpu; }
 

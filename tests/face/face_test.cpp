@@ -254,6 +254,24 @@ TEST_F(Hands, KeysAreTheHostsWhereNoFocusIsSeen) {
 
 // After wheel and keys the bubble stays for a second; a press, a field or the end of the window
 // takes it away.
+TEST_F(Hands, AFocusThatComesFromOutsideTakesKeysAndEndsTyping) {
+  const int gain = knobControl(kCleanGain), master = knobControl(kModernMaster);
+  face.focusOn(gain);
+  typeText("9");
+  ASSERT_TRUE(face.state().typed.has_value());
+  face.focusOn(gain);
+  EXPECT_TRUE(face.state().typed.has_value()) << "it was there already";
+  face.focusOn(master);
+  EXPECT_FALSE(face.state().typed.has_value());
+  expectShown(kCleanGain, "5.00");
+  EXPECT_TRUE(face.key(Key::up, false));
+  expectShown(kModernMaster, "5.10");
+  for (const int nowhere : {-1, static_cast<int>(controls().size())}) {
+    face.focusOn(nowhere);
+    EXPECT_EQ(face.state().focus, master);
+  }
+}
+
 TEST_F(Hands, ABubbleShowsWhatWheelAndKeysDo) {
   const int gain = knobControl(kCleanGain);
   const auto expectBubble = [&](const char* what) {
