@@ -62,9 +62,10 @@ struct DoneTask {
   bool truncated;   // the take was cut short or damaged
 };
 
-// Renders a task, unless its row is known and the file of it is there, whole and made of the same:
-// then neither is touched. The file appears only when it is complete. Throws UsageError for a text
-// that is no task, FileError, Interrupted. May run on several threads at once. [any thread]
-DoneTask runTask(const PluginModule& module, const std::string& task, Progress& progress);
+// text: of writeTask(). Renders the task, unless its row is known and the file of it is there,
+// whole and made of the same: then neither is touched. The file appears only when it is complete.
+// Throws UsageError for a text that is no task, FileError, Interrupted. May run on several threads
+// at once. [any thread]
+DoneTask runTask(const PluginModule& module, const std::string& text, Progress& progress);
 
 }  // namespace quellard
