@@ -32,9 +32,14 @@ bool withGui(const clap_plugin_t* plugin, const Call& call) {
 }
 
 // 0 for a window of another system, and none.
-std::uintptr_t x11WindowOf(const clap_window_t* window) {
+std::uintptr_t numberOf(const clap_window_t* window) {
   if (window == nullptr || window->api == nullptr) return 0;
-  return std::strcmp(window->api, CLAP_WINDOW_API_X11) == 0 ? window->x11 : 0;
+  if (std::strcmp(window->api, kClapWindowApi) != 0) return 0;
+#if defined(_WIN32)
+  return reinterpret_cast<std::uintptr_t>(window->win32);
+#else
+  return window->x11;
+#endif
 }
 
 // Nothing for sizes that no window has.
@@ -53,12 +58,12 @@ void tell(PixelSize size, std::uint32_t* width, std::uint32_t* height) {
 bool isSupported(const clap_plugin_t* plugin, const char* api, bool isFloating) {
   if (hostTimerOf(ClapPlugin::of(plugin)) == nullptr) return false;
   if (api == nullptr || *api == '\0') return isFloating;
-  return std::strcmp(api, CLAP_WINDOW_API_X11) == 0;
+  return std::strcmp(api, kClapWindowApi) == 0;
 }
 
 bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloating) {
   if (api == nullptr || isFloating == nullptr) return false;
-  *api = CLAP_WINDOW_API_X11;
+  *api = kClapWindowApi;
   *isFloating = false;
   return isSupported(plugin, *api, *isFloating);
 }
@@ -118,13 +123,13 @@ bool setSize(const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t hei
 }
 
 bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {
-  const std::uintptr_t parent = x11WindowOf(window);
+  const std::uintptr_t parent = numberOf(window);
   return parent != 0 &&
          withGui(plugin, [&](ClapGui& gui) { return !gui.isFloating() && gui.open(parent); });
 }
 
 bool setTransient(const clap_plugin_t* plugin, const clap_window_t* window) {
-  const std::uintptr_t above = x11WindowOf(window);
+  const std::uintptr_t above = numberOf(window);
   return above != 0 && withGui(plugin, [&](ClapGui& gui) {
            return gui.isFloating() && (gui.setTransientFor(above), true);
          });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// CLAP's window: X11, inside the host's window or beside it, kept alive by the host's timer.
+// CLAP's window: inside the host's window or beside it, kept alive by the host's timer.
 // Without a face in this build, or a timer of the host, there is none. [main thread]
 #pragma once
 
@@ -18,6 +18,13 @@
 #include "adapters/shared/host_size.h"
 
 namespace quellard {
+
+// The window system of this build.
+#if defined(_WIN32)
+inline constexpr const char* kClapWindowApi = CLAP_WINDOW_API_WIN32;
+#else
+inline constexpr const char* kClapWindowApi = CLAP_WINDOW_API_X11;
+#endif
 
 // Moves by hand are heard at once, and reach the host with the next block or flush.
 class ClapTarget final : public AmpTarget {

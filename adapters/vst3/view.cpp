@@ -8,8 +8,9 @@
 namespace quellard {
 namespace {
 
-bool isX11(const char* platform) {
-  return platform != nullptr && std::strcmp(platform, V3_VIEW_PLATFORM_TYPE_X11) == 0;
+// The window system of this build.
+bool isKnown(const char* platform) {
+  return platform != nullptr && std::strcmp(platform, V3_VIEW_PLATFORM_TYPE_NATIVE) == 0;
 }
 
 PixelSize sizeOf(const v3_view_rect& rect) {
@@ -48,10 +49,12 @@ v3_result withView(void* interface, const Call& call) try {
   return V3_NOMEM;
 }
 
-v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
+v3_result isSupported(void*, const char* platform) {
+  return isKnown(platform) ? V3_TRUE : V3_FALSE;
+}
 
 v3_result attached(void* self, void* parent, const char* platform) {
-  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
+  if (parent == nullptr || !isKnown(platform)) return V3_INVALID_ARG;
   return withView(
       self, [&](Vst3View& view) { return view.attach(reinterpret_cast<std::uintptr_t>(parent)); });
 }

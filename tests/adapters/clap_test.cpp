@@ -13,6 +13,7 @@
 #include "adapters/clap/presets.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/format_suite.h"
+#include "tests/support/environment.h"
 
 namespace quellard::test {
 namespace {
@@ -279,7 +280,7 @@ TEST(Clap, InvalidCallsAreRefused) {
 // The module asks for its window's libraries only when one opens. tests/adapters/faces has the
 // rest.
 TEST(Clap, WithoutADisplayNoWindowOpens) {
-  unsetenv("DISPLAY");
+  removeVariable("DISPLAY");
   const ClapPlugin hosted;
   const clap_plugin_t* p = hosted.plugin;
   const auto* gui = hosted.extension<clap_plugin_gui_t>(CLAP_EXT_GUI);
