@@ -8,6 +8,7 @@
 
 #include "tools/common/parsing.h"
 #include "tools/files/audio_format.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/render_limits.h"
 #include "tools/report.h"
 #include "tools/sweep/sweep.h"
@@ -97,7 +98,7 @@ int sweep(const SweepOptions& options) {
   const auto begin = std::chrono::steady_clock::now();
   const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
   const SweepSettings settings = settingsFrom(options);
-  const Sweep sweep({options.takes.begin(), options.takes.end()}, options.folder, settings);
+  const Sweep sweep(pathsFrom(options.takes), pathFrom(options.folder), settings);
   if (options.dryRun) {
     for (std::size_t i = 0; i < sweep.size(); ++i) print(sweep.row(i) + '\n');
     return kDone;

@@ -17,6 +17,7 @@
 #include "tools/common/interrupt.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/input_file.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
 #include "tools/settings/cabinet_file.h"
 
@@ -46,7 +47,7 @@ Sweep::Sweep(const std::vector<fs::path>& takes, const fs::path& folder,
   if (settings.axes.empty() && settings.random > 0) {
     throw UsageError("nothing to draw from: --grid NAME=LOWEST:HIGHEST says what varies");
   }
-  if (!settings.automation.empty()) automation_ = sourceFile(settings.automation);
+  if (!settings.automation.empty()) automation_ = sourceFile(pathFrom(settings.automation));
   for (const Job& job : planJobs(takes, folder / "", settings.fileType, settings.sampleFormat)) {
     throwIfInterrupted();
     if (job.output.empty()) throw FileError(fmt::format("{} is no audio", job.input.string()));

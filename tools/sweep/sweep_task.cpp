@@ -11,6 +11,7 @@
 #include "tools/common/parsing.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/output_file.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/render.h"
 #include "tools/settings/automation.h"
 #include "tools/settings/knobs.h"
@@ -97,7 +98,7 @@ void readConditions(const Json& row, SweepTask& task) {
     task.cabinetSha256 = row.at("cab_sha256").get<std::string>();
   }
   if (!row.at("automation").is_null()) {
-    task.automation = SourceFile{row.at("automation").get<std::string>(),
+    task.automation = SourceFile{pathFrom(row.at("automation").get<std::string>()),
                                  row.at("automation_sha256").get<std::string>()};
   }
   task.mono = row.at("mono").get<bool>();
@@ -116,7 +117,7 @@ ReadTask readTask(const std::string& text) {
     const Json json = Json::parse(text);
     const Json& row = json.at("row");
     ReadTask read;
-    read.task.folder = json.at("folder").get<std::string>();
+    read.task.folder = pathFrom(json.at("folder").get<std::string>());
     read.task.origin = json.at("origin").get<std::string>();
     read.task.output = row.at("output").get<std::string>();
     read.task.take = {row.at("input").get<std::string>(),
@@ -137,7 +138,7 @@ std::string withoutEnd(std::string row) {
 
 bool isWhole(const SweepTask& task, const std::string& known) {
   if (!known.starts_with(withoutEnd(plannedRow(task)))) return false;
-  const fs::path file = task.folder / task.output;
+  const fs::path file = task.folder / pathFrom(task.output);
   std::error_code error;
   if (!fs::is_regular_file(file, error)) return false;
   const Json row = Json::parse(known, nullptr, false);
@@ -207,7 +208,7 @@ DoneTask runTask(const PluginModule& module, const std::string& text, Progress& 
   const auto [task, known] = readTask(text);
   if (isWhole(task, known)) return {.row = known, .kept = true, .truncated = false};
   const fs::path take = task.origin / task.take.path;
-  const fs::path file = task.folder / task.output;
+  const fs::path file = task.folder / pathFrom(task.output);
   refuseChanged(take, task.take.sha256);
   const RenderSettings settings = renderSettings(task);
   makeFolder(file.parent_path());
