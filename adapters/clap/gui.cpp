@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "adapters/clap/presets.h"
+#include "adapters/clap/window_api.h"
 #include "adapters/shared/program_list.h"
 
 namespace quellard {
@@ -21,14 +22,19 @@ const clap_host_timer_support_t* hostTimerOf(const ClapPlugin& plugin) {
 // Calls call(gui) unless there is none, and keeps it until the call returns. Hosts may be written
 // in C, so no exception may leave it.
 template <typename Call>
-bool withGui(const clap_plugin_t* plugin, const Call& call) {
-  const std::shared_ptr<ClapGui> gui = ClapPlugin::of(plugin).gui;
+bool withGui(const ClapPlugin& plugin, const Call& call) {
+  const std::shared_ptr<ClapGui> gui = plugin.gui;
   if (gui == nullptr) return false;
   try {
     return call(*gui);
   } catch (...) {
     return false;
   }
+}
+
+template <typename Call>
+bool withGui(const clap_plugin_t* plugin, const Call& call) {
+  return withGui(ClapPlugin::of(plugin), call);
 }
 
 // 0 for a window of another system, and none.
@@ -56,7 +62,7 @@ void tell(PixelSize size, std::uint32_t* width, std::uint32_t* height) {
 
 // A floating window may be of any system that the plug-in chooses.
 bool isSupported(const clap_plugin_t* plugin, const char* api, bool isFloating) {
-  if (hostTimerOf(ClapPlugin::of(plugin)) == nullptr) return false;
+  if (!Ticker::kIsThere && hostTimerOf(ClapPlugin::of(plugin)) == nullptr) return false;
   if (api == nullptr || *api == '\0') return isFloating;
   return std::strcmp(api, kClapWindowApi) == 0;
 }
@@ -194,11 +200,11 @@ void ClapTarget::presetChosen(int preset) {
 
 std::shared_ptr<ClapGui> ClapGui::create(ClapPlugin& plugin, bool isFloating) {
   const clap_host_timer_support_t* timer = hostTimerOf(plugin);
-  if (timer == nullptr) return nullptr;
-  return std::shared_ptr<ClapGui>(new ClapGui(plugin, *timer, isFloating));
+  if (timer == nullptr && !Ticker::kIsThere) return nullptr;
+  return std::shared_ptr<ClapGui>(new ClapGui(plugin, timer, isFloating));
 }
 
-ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating)
+ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t* hostTimer, bool isFloating)
     : plugin_(plugin),
       hostTimer_(hostTimer),
       hostGui_(plugin.hostExtension<clap_host_gui_t>(CLAP_EXT_GUI)),
@@ -220,7 +226,13 @@ void ClapGui::end() {
 bool ClapGui::start() {
   if (timer_.has_value()) return true;
   clap_id timer = CLAP_INVALID_ID;
-  if (!hostTimer_.register_timer(plugin_.host, Editor::kPeriod_ms, &timer)) return false;
+  const bool starts =
+      hostTimer_ != nullptr
+          ? hostTimer_->register_timer(plugin_.host, Editor::kPeriod_ms, &timer)
+          : ticker_.start(Editor::kPeriod_ms, [&plugin = plugin_] {
+              withGui(plugin, [](ClapGui& gui) { return gui.tick(CLAP_INVALID_ID), true; });
+            });
+  if (!starts) return false;
   timer_ = timer;
   plugin_.amp.measureLevels(true);
   return true;
@@ -228,7 +240,11 @@ bool ClapGui::start() {
 
 void ClapGui::stop() {
   if (!timer_.has_value()) return;
-  hostTimer_.unregister_timer(plugin_.host, *timer_);
+  if (hostTimer_ != nullptr) {
+    hostTimer_->unregister_timer(plugin_.host, *timer_);
+  } else {
+    ticker_.stop();
+  }
   timer_.reset();
   plugin_.amp.measureLevels(false);
 }

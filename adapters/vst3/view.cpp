@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace quellard {
 namespace {
@@ -207,10 +208,16 @@ void Vst3View::setFrame(v3_plugin_frame** frame) {
 
 // After the window is gone, the host's loop must not wait for its connection.
 void Vst3View::tick() {
-  if (loop_ != nullptr && !editor_.idle()) stopLoop();
+  if (isRunning_ && !editor_.idle()) stopLoop();
 }
 
 bool Vst3View::startLoop() {
+  isRunning_ = startHostsLoop() || ticker_.start(Editor::kPeriod_ms, [this] { onTimer(&view_); });
+  if (isRunning_) plugin_.countWindows(1);
+  return isRunning_;
+}
+
+bool Vst3View::startHostsLoop() {
   v3_run_loop** loop = nullptr;
   if (frame_ == nullptr) return false;
   if (v3_cpp_obj_query_interface(frame_, v3_run_loop_iid, &loop) != V3_OK || loop == nullptr) {
@@ -224,17 +231,17 @@ bool Vst3View::startLoop() {
   // A loop may refuse it: the timer then reads the window's events too, up to 33 ms later.
   offered.register_event_handler(loop, eventHandler(), editor_.fileDescriptor());
   loop_ = loop;
-  plugin_.countWindows(1);
   return true;
 }
 
 void Vst3View::stopLoop() {
-  if (loop_ == nullptr) return;
-  v3_run_loop** const loop = loop_;
-  loop_ = nullptr;
-  v3_cpp_obj(loop)->unregister_event_handler(loop, eventHandler());
-  v3_cpp_obj(loop)->unregister_timer(loop, timerHandler());
-  v3_cpp_obj_unref(loop);
+  if (!std::exchange(isRunning_, false)) return;
+  ticker_.stop();
+  if (v3_run_loop** const loop = std::exchange(loop_, nullptr)) {
+    v3_cpp_obj(loop)->unregister_event_handler(loop, eventHandler());
+    v3_cpp_obj(loop)->unregister_timer(loop, timerHandler());
+    v3_cpp_obj_unref(loop);
+  }
   plugin_.countWindows(-1);
 }
 
