@@ -48,6 +48,8 @@ std::string readLine(int descriptor) {
 }  // namespace
 
 // The server writes its number when it is ready, and ends with its last client.
+void deliverMessages() {}
+
 std::unique_ptr<Screen> Screen::start(int bits) {
   constexpr int kTold = 3;
   std::array<int, 2> pipe{};
@@ -96,6 +98,8 @@ void Screen::kill() {
 void Screen::wait() {
   owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
+
+bool Screen::hasScales() { return true; }
 
 void Screen::setDesktopScale(double scale) {
   const std::string text = "Xft.dpi:\t" + std::to_string(std::lround(96.0 * scale)) + "\n";
