@@ -3,7 +3,7 @@
 # letters, long paths, pipes, and what is left where a render is killed.
 set -euo pipefail
 
-made=$1
+made=$(cd "$1" && pwd)
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
