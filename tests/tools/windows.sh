@@ -82,7 +82,7 @@ mkdir busy
 cp plain.wav busy/kept.wav
 "$root/scripts/run-wine" "$made/quellard.exe" render take.wav -o busy/kept.wav -q --tail 3000 &
 sleep 4
-[[ $(ls -A busy | wc -l) == 2 ]] || fail "the render writes nothing to be left behind"
+[[ $(find busy -type f | wc -l) == 2 ]] || fail "the render writes nothing to be left behind"
 kill -KILL $!
 wait $! 2>/dev/null || true
 "$root/scripts/run-wine" cmd /c exit
