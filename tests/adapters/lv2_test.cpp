@@ -132,7 +132,7 @@ TEST(Lv2, ReportsLevelsAndTheGate) {
   EXPECT_EQ(reported(HUGE_VALF, 1)[0], 24.0F);
 }
 
-#if QUELLARD_HAS_FACE
+#ifdef QUELLARD_LV2_UI_FILE
 // Its module asks for its window's libraries only when one opens. tests/adapters/faces has the
 // rest.
 TEST(Lv2, WithoutADisplayNoWindowOpens) {

@@ -212,6 +212,7 @@ xcb_keycode_t Screen::keyOf(char character) {
 }
 
 void Screen::keyDown(char key) { fake(XCB_KEY_PRESS, keyOf(key)); }
+void Screen::repeatKey(char /*key*/) {}
 void Screen::keyUp(char key) { fake(XCB_KEY_RELEASE, keyOf(key)); }
 
 void Screen::type(const std::string& text) {

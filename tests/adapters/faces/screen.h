@@ -68,6 +68,13 @@ class Screen {
   void type(const std::string& text);
   void keyDown(char key);
   void keyUp(char key);
+  // A key that is held down comes again. X11's server sees to that itself, and tells of releases too.
+  void repeatKey(char key);
+#if defined(_WIN32)
+  static constexpr bool kRepeatsAreReleases = false;
+#else
+  static constexpr bool kRepeatsAreReleases = true;
+#endif
   // From now on the keys that reach this window are noted.
   void listen(WindowId window);
   // What has come to the windows opened here since the last call: "+" for a key's press, "-" for

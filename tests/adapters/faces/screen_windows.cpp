@@ -196,6 +196,8 @@ void Screen::type(const std::string& text) {
 void Screen::keyDown(char key) { press(key == '\r' ? VK_RETURN : VkKeyScanA(key) & 0xFF, true); }
 void Screen::keyUp(char key) { press(key == '\r' ? VK_RETURN : VkKeyScanA(key) & 0xFF, false); }
 
+void Screen::repeatKey(char key) { keyDown(key); }
+
 void Screen::listen(WindowId /*window*/) { listens = true; }
 
 std::string Screen::heard() {

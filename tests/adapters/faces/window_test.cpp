@@ -47,6 +47,12 @@ std::ptrdiff_t openDescriptors() {
 #endif
 }
 
+#if defined(_WIN32)
+constexpr bool kClockIsCoarse = true;
+#else
+constexpr bool kClockIsCoarse = false;
+#endif
+
 double threadSeconds() {
   timespec now{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -255,7 +261,7 @@ TEST_P(Windows, AKnobIsDragged) {
   EXPECT_TRUE(track.comesTrue([&] { return std::fabs(track.host->get(kVolume) - 0.2) < 1e-3; }))
       << track.host->get(kVolume);
   track.mouseUp();
-  track.expectTold("end ", kVolume);
+  track.expectTold("(value )?end ", kVolume);
   EXPECT_LT(track.loudness(), 0.8 * before);
 }
 
@@ -297,12 +303,15 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
 #endif
   heard.clear();
   screen->keyDown('q');
+  for (int n = 0; n < 4; ++n) screen->repeatKey('q');
   EXPECT_TRUE(hears(5)) << "held down";
   screen->keyUp('q');
   track.live();
-  heard += screen->heard();
-  EXPECT_EQ(std::count(heard.begin(), heard.end(), '+'),
-            std::count(heard.begin(), heard.end(), '-'));
+  EXPECT_TRUE(
+      track.comesTrue([&] { return (heard += screen->heard()).find_last_of('-') + 1 == heard.size(); }))
+      << heard;
+  const auto releases = std::count(heard.begin(), heard.end(), '-');
+  EXPECT_EQ(releases, Screen::kRepeatsAreReleases ? std::count(heard.begin(), heard.end(), '+') : 1);
 
   // A field takes all of them, and a button that is held down is pressed once.
   track.moveMouse(knob(kVolume).value.center());
@@ -313,7 +322,10 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   constexpr int kVolumeToNextPreset = 8;  // Tab keys
   screen->type(std::string(kVolumeToNextPreset - 1, '\t'));
   screen->keyDown(' ');
-  for (int n = 0; n < 50; ++n) track.live();  // repetitions begin after 660 ms
+  for (int n = 0; n < 50; ++n) {  // repetitions begin after 660 ms
+    screen->repeatKey(' ');
+    track.live();
+  }
   screen->keyUp(' ');
   track.live();
   EXPECT_EQ(screen->heard(), "");
@@ -528,9 +540,10 @@ TEST_P(Windows, CostsLittle) {
     });
     std::cout << "At " << scale << ": still " << 100.0 * idle << " % of a core, metering "
               << 100.0 * metering << " %\n";
-    // The bars are 0.1 % and 2 or 5 %. A busy machine, which forgets everything between two calls,
+    // The bars are 0.1 % and 2 or 5 %; Windows counts a thread's time in hundredths of a second, which
+    // is too coarse for them. A busy machine, which forgets everything between two calls,
     // takes up to three and one and a half times as long.
-    if (QUELLARD_SANITIZED) continue;
+    if (QUELLARD_SANITIZED || kClockIsCoarse) continue;
     EXPECT_LT(idle, 0.003);
     EXPECT_LT(metering, scale > 1.0 ? 0.075 : 0.03);
   }
