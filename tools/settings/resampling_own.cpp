@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// A windowed sinc for each sample. Slow, which for the second or two of a cabinet does not matter.
+// A windowed sinc for each sample, which for the second or two of a cabinet is fast enough.
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -26,13 +26,30 @@ double bessel0(double x) {
   return sum;
 }
 
+// One side of the kernel, so many values a zero crossing: between two of them a straight line is wrong
+// by less than 1e-7.
+constexpr int kFineness = 4096;
+
+std::vector<double> makeKernel() {
+  std::vector<double> values;
+  for (int i = 0; i <= static_cast<int>(kCrossings) * kFineness; ++i) {
+    const double x = static_cast<double>(i) / kFineness;
+    const double inside = std::max(1.0 - x * x / (kCrossings * kCrossings), 0.0);
+    const double angle = std::numbers::pi * x;
+    const double window = bessel0(kBeta * std::sqrt(inside)) / bessel0(kBeta);
+    values.push_back(window * (i == 0 ? 1.0 : std::sin(angle) / angle));
+  }
+  return values;
+}
+
 // x: in zero crossings.
 double kernel(double x) {
-  const double inside = 1.0 - x * x / (kCrossings * kCrossings);
-  if (inside <= 0.0) return 0.0;
-  const double window = bessel0(kBeta * std::sqrt(inside)) / bessel0(kBeta);
-  const double angle = std::numbers::pi * x;
-  return window * (std::fabs(x) < 1e-9 ? 1.0 : std::sin(angle) / angle);
+  static const std::vector<double> values = makeKernel();
+  const double place = std::fabs(x) * kFineness;
+  const auto below = static_cast<std::size_t>(place);
+  if (below + 1 >= values.size()) return 0.0;
+  const double part = place - static_cast<double>(below);
+  return values[below] + part * (values[below + 1] - values[below]);
 }
 
 }  // namespace
