@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: ISC
-// The words of the command line as UTF-8. Those that main() is given are in the code page of the user's
-// country, which lacks most letters.
+// The words of the command line as UTF-8. Those that main() is given are in the code page of the
+// user's country, which lacks most letters.
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
 #include <shellapi.h>
+// clang-format on
 
 #include <string>
 #include <vector>

@@ -67,7 +67,7 @@ class ClapGui {
   const clap_host_timer_support_t* const hostTimer_;  // null: the ticker does it
   const clap_host_gui_t* const hostGui_;
   const bool isFloating_;
-  bool wasClosed_ = false;  // by the player, in this tick
+  bool wasClosed_ = false;        // by the player, in this tick
   std::optional<clap_id> timer_;  // CLAP_INVALID_ID: the ticker
   Ticker ticker_;
   std::uintptr_t transientFor_ = 0;

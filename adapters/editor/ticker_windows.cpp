@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: ISC
-#include <windows.h>
-
 #include <map>
 #include <utility>
+#include <windows.h>
 
 #include "adapters/editor/ticker.h"
 

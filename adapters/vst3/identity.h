@@ -8,8 +8,8 @@
 
 namespace quellard {
 
-// The same text on every system, by which hosts store it; its bytes in memory stand in Windows' order
-// on Windows.
+// The same text on every system, by which hosts store it; its bytes in memory stand in Windows'
+// order on Windows.
 inline constexpr v3_tuid kVst3MonoClass = V3_ID(0x20465044, 0x73616c63, 0x4c4c5551, 0x00000000);
 inline constexpr v3_tuid kVst3StereoClass = V3_ID(0x20465044, 0x73616c63, 0x534c5551, 0x00000000);
 inline constexpr char kVst3Vendor[] = "Quellard";

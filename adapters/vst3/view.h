@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// VST3's view: the face in the host's window, kept alive by the run loop that the host's frame offers on
-// Linux, or by a timer of our own. One object with the view, its scale and what the run loop calls; it keeps the plug-in, so
-// that either may be released first. [main thread]
+// VST3's view: the face in the host's window, kept alive by the run loop that the host's frame
+// offers on Linux, or by a timer of our own. One object with the view, its scale and what the run
+// loop calls; it keeps the plug-in, so that either may be released first. [main thread]
 #pragma once
 
 #include <travesty/view.h>

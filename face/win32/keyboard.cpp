@@ -21,8 +21,8 @@ constexpr std::array kKeys = {
     NamedKey{VK_NEXT, Key::pageDown},
 };
 
-// Asked for at once rather than waited for: a host need not translate keys to characters, and whether
-// the face takes a key is to be known before the host gets it.
+// Asked for at once rather than waited for: a host need not translate keys to characters, and
+// whether the face takes a key is to be known before the host gets it.
 char32_t characterOf(WPARAM key, LPARAM details) {
   if (key == VK_DECIMAL) return U'.';  // which some layouts make a comma
   std::array<BYTE, 256> state = {};

@@ -2,9 +2,8 @@
 // What a key means to the face.
 #pragma once
 
-#include <windows.h>
-
 #include <optional>
+#include <windows.h>
 
 #include "face/face.h"
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: ISC
-// FaceWindow for Windows. The host's message loop calls the window at any time, also while the face is
-// at work or the host is asking it something. So what the mouse and the keys do is only noted there, and
-// handled by handleEvents(), as the other window system's is.
+// FaceWindow for Windows. The host's message loop calls the window at any time, also while the face
+// is at work or the host is asking it something. So what the mouse and the keys do is only noted
+// there, and handled by handleEvents(), as the other window system's is.
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
 #include <windowsx.h>
+// clang-format on
 
 #include <algorithm>
 #include <bitset>
@@ -93,9 +95,7 @@ class Win32Window : public FaceWindow {
   void setTransientFor(std::uintptr_t window) override {
     SetWindowLongPtrW(window_, GWLP_HWNDPARENT, static_cast<LONG_PTR>(window));
   }
-  void setTitle(const std::string& title) override {
-    SetWindowTextW(window_, wide(title).c_str());
-  }
+  void setTitle(const std::string& title) override { SetWindowTextW(window_, wide(title).c_str()); }
 
   bool handleEvents() override {
     std::vector<Event> events;
@@ -260,9 +260,9 @@ class Win32Window : public FaceWindow {
     POINT at = {GET_X_LPARAM(event.place), GET_Y_LPARAM(event.place)};
     ScreenToClient(window_, &at);
     const auto notches = static_cast<float>(GET_WHEEL_DELTA_WPARAM(event.wide)) / WHEEL_DELTA;
-    face_.wheel(picture_.faceFromPixels(static_cast<float>(at.x) + 0.5F,
-                                        static_cast<float>(at.y) + 0.5F),
-                notches, event.isFine);
+    face_.wheel(
+        picture_.faceFromPixels(static_cast<float>(at.x) + 0.5F, static_cast<float>(at.y) + 0.5F),
+        notches, event.isFine);
   }
 
   void keyDown(const Event& event) {
@@ -319,8 +319,8 @@ class Win32Window : public FaceWindow {
     UpdateWindow(window_);
   }
 
-  // Of another size than before, everything is sent as soon as it is painted. Until then the old pixels
-  // stay.
+  // Of another size than before, everything is sent as soon as it is painted. Until then the old
+  // pixels stay.
   void showPixels(HWND window) {
     PAINTSTRUCT area = {};
     const HDC context = BeginPaint(window, &area);

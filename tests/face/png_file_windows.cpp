@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: ISC
 #include "tests/face/png_file.h"
 
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
 #include <initguid.h>
 #include <objbase.h>
 #include <wincodec.h>
+// clang-format on
 
 #include <fstream>
 
@@ -36,15 +38,17 @@ Bytes readPng(const std::filesystem::path& file, int width, int height) {
   std::filesystem::path path = file;
   if (FAILED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
                               IID_IWICImagingFactory, made)) ||
-      FAILED(factory->CreateDecoderFromFilename(path.make_preferred().c_str(), nullptr, GENERIC_READ,
-                                                WICDecodeMetadataCacheOnDemand, &decoder)) ||
+      FAILED(factory->CreateDecoderFromFilename(path.make_preferred().c_str(), nullptr,
+                                                GENERIC_READ, WICDecodeMetadataCacheOnDemand,
+                                                &decoder)) ||
       FAILED(decoder->GetFrame(0, &frame)) || FAILED(frame->GetSize(&wide, &high)) ||
       static_cast<int>(wide) != width || static_cast<int>(high) != height ||
       FAILED(WICConvertBitmapSource(GUID_WICPixelFormat24bppRGB, frame, &pixels))) {
     return {};
   }
   Bytes bytes(std::size_t{3} * wide * high);
-  if (FAILED(pixels->CopyPixels(nullptr, 3 * wide, static_cast<UINT>(bytes.size()), bytes.data()))) {
+  if (FAILED(
+          pixels->CopyPixels(nullptr, 3 * wide, static_cast<UINT>(bytes.size()), bytes.data()))) {
     return {};
   }
   return bytes;

@@ -130,8 +130,8 @@ TEST(OwnWav, DamagedFilesAreTold) {
 
   std::string alaw = bytes;
   alaw[20] = 6;
-  for (const std::string& wrong :
-       {std::string(), std::string("RIFF"), bytes.substr(0, 30), alaw, std::string("fLaC") + bytes}) {
+  for (const std::string& wrong : {std::string(), std::string("RIFF"), bytes.substr(0, 30), alaw,
+                                   std::string("fLaC") + bytes}) {
     writeBytes(file, wrong);
     EXPECT_THROW(AudioReader{file}, FileError) << wrong.size();
   }
@@ -139,11 +139,11 @@ TEST(OwnWav, DamagedFilesAreTold) {
   EXPECT_THROW(formatFor("a.wav", "vorbis"), UsageError);
 }
 
-// A tone and one at nine tenths of the lower rate's half, against what they are at the other rate, and
-// against the library, which is further from it.
+// A tone and one at nine tenths of the lower rate's half, against what they are at the other rate,
+// and against the library, which is further from it.
 TEST(OwnResampling, GivesTheToneAndAgreesWithTheLibrary) {
-  for (const auto& [from, to] : {std::pair{44100.0, 48000.0}, {48000.0, 44100.0}, {96000.0, 44100.0},
-                                 {22050.0, 96000.0}}) {
+  for (const auto& [from, to] :
+       {std::pair{44100.0, 48000.0}, {48000.0, 44100.0}, {96000.0, 44100.0}, {22050.0, 96000.0}}) {
     const double highest = 0.45 * std::min(from, to);
     const auto tones = [&](double rate) {
       std::vector<double> both;
@@ -163,7 +163,8 @@ TEST(OwnResampling, GivesTheToneAndAgreesWithTheLibrary) {
       }
       return most;
     };
-    const std::vector<double> in = tones(from), wanted = tones(to), own = resampled(in, 2, from, to);
+    const std::vector<double> in = tones(from), wanted = tones(to),
+                              own = resampled(in, 2, from, to);
     std::vector<double> theirs(own.size());
     const soxr_io_spec_t doubles = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
     const soxr_quality_spec_t best = soxr_quality_spec(SOXR_VHQ, 0);
@@ -204,7 +205,8 @@ TEST(OwnLoudness, AgreesWithTheLibrary) {
       own.add(music.data(), std::ssize(music) / channels);
       ebur128_state* state = ebur128_init(static_cast<unsigned>(channels),
                                           static_cast<unsigned long>(rate), EBUR128_MODE_I);
-      ebur128_add_frames_double(state, music.data(), music.size() / static_cast<unsigned>(channels));
+      ebur128_add_frames_double(state, music.data(),
+                                music.size() / static_cast<unsigned>(channels));
       double theirs = 0.0;
       ebur128_loudness_global(state, &theirs);
       ebur128_destroy(&state);

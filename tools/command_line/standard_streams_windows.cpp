@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: ISC
 // Texts are UTF-8 on the console as elsewhere, and their lines end as everywhere else.
-#include <windows.h>
-// After windows.h, whose types it uses.
-#include <fcntl.h>
-#include <io.h>
-
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
 
 #include "tools/command_line/command_line.h"
 

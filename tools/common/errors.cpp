@@ -85,8 +85,7 @@ std::string systemMessage(const std::error_code& error) {
 
 std::string explanation(const std::exception& error) {
   if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {
-    return fmt::format("cannot reach {}: {}", file->path1().string(),
-                       systemMessage(file->code()));
+    return fmt::format("cannot reach {}: {}", file->path1().string(), systemMessage(file->code()));
   }
   if (const auto* system = dynamic_cast<const std::system_error*>(&error)) {
     return systemMessage(system->code());

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: ISC
 #include "tools/face/png_encoding.h"
 
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
 #include <initguid.h>
 #include <objbase.h>
 #include <wincodec.h>
+// clang-format on
 
 #include <utility>
 
@@ -66,7 +68,8 @@ bool encode(IWICImagingFactory& factory, const Picture& picture, IStream& stream
       for (const unsigned shift : {0U, 8U, 16U}) row.push_back(static_cast<char>(pixel >> shift));
     }
     const auto bytes = static_cast<UINT>(row.size());
-    if (FAILED(frame->WritePixels(1, bytes, bytes, reinterpret_cast<BYTE*>(row.data())))) return false;
+    if (FAILED(frame->WritePixels(1, bytes, bytes, reinterpret_cast<BYTE*>(row.data()))))
+      return false;
   }
   return SUCCEEDED(frame->Commit()) && SUCCEEDED(encoder->Commit());
 }

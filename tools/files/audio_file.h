@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Reading and writing audio files of any kind that libsndfile knows (WAV alone in a build without it),
-// as interleaved doubles with full scale at 1. Nothing here keeps more than a buffer of a file in memory.
+// Reading and writing audio files of any kind that libsndfile knows (WAV alone in a build without
+// it), as interleaved doubles with full scale at 1. Nothing here keeps more than a buffer of a file
+// in memory.
 #pragma once
 
 #include <cstdint>

@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: ISC
-// Audio files for a build without libsndfile: WAV, RF64 for reading, with integer and floating-point
-// samples. What it writes has the same bytes as libsndfile's.
-#include "tools/files/audio_file.h"
-
-#include <fmt/format.h>
-
+// Audio files for a build without libsndfile: WAV, RF64 for reading, with integer and
+// floating-point samples. What it writes has the same bytes as libsndfile's.
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <fmt/format.h>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "params/sizes.h"
 #include "tools/common/errors.h"
+#include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
@@ -248,8 +246,7 @@ class AudioWriter::Encoder {
   void refuseIfTooLong(std::int64_t frames) const {
     const double bytes = static_cast<double>(frames) * channels_ * bytesPerSample(format_);
     if (bytes <= largestFile(format_) - 65536) return;
-    throw FileError(
-        fmt::format("cannot write {}: longer than a .wav file can be", path_.string()));
+    throw FileError(fmt::format("cannot write {}: longer than a .wav file can be", path_.string()));
   }
 
   fs::path path_;
@@ -267,7 +264,8 @@ std::string AudioWriter::Encoder::headerOf(std::int64_t frames) const {
   const auto frame = sample * static_cast<std::uint64_t>(channels_);
   const auto size = frame * static_cast<std::uint64_t>(frames);
   const auto rate = static_cast<std::uint64_t>(rate_);
-  std::string chunks = "WAVEfmt " + number(16, 4) + number(hasFullScale(format_) ? kPcmTag : kFloatTag, 2);
+  std::string chunks =
+      "WAVEfmt " + number(16, 4) + number(hasFullScale(format_) ? kPcmTag : kFloatTag, 2);
   chunks += number(static_cast<std::uint64_t>(channels_), 2) + number(rate, 4);
   chunks += number(rate * frame, 4) + number(frame, 2) + number(8 * sample, 2);
   if (!hasFullScale(format_)) {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: ISC
 // Audio formats for a build without libsndfile: WAV.
-#include "tools/files/audio_format.h"
-
-#include <fmt/format.h>
-
 #include <cstdint>
+#include <fmt/format.h>
 #include <limits>
 #include <string>
 #include <vector>
@@ -12,6 +9,7 @@
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
+#include "tools/files/audio_format.h"
 #include "tools/files/wav_format.h"
 
 namespace quellard {
@@ -51,7 +49,8 @@ int formatFor(const std::filesystem::path& path, const std::string& sampleFormat
 
 std::string sampleFormatNames() {
   std::string names;
-  for (const Named& each : kSampleFormats) names += (names.empty() ? "" : ", ") + std::string(each.name);
+  for (const Named& each : kSampleFormats)
+    names += (names.empty() ? "" : ", ") + std::string(each.name);
   return names;
 }
 

@@ -2,9 +2,11 @@
 // By Windows' own library for cryptography.
 #include "tools/files/file_digest.h"
 
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
 #include <bcrypt.h>
+// clang-format on
 
 #include <array>
 #include <fmt/format.h>

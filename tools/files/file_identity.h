@@ -17,8 +17,8 @@ struct Identified {
   bool readOnce;  // a pipe
 };
 
-// standardStream: the descriptor that "-" and the like mean. Nothing for devices such as a terminal or
-// /dev/null, which may be used several times.
+// standardStream: the descriptor that "-" and the like mean. Nothing for devices such as a terminal
+// or /dev/null, which may be used several times.
 std::optional<Identified> identify(const std::filesystem::path& path, int standardStream);
 
 }  // namespace quellard

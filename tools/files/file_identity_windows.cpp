@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: ISC
-#include "tools/files/file_identity.h"
-
-#include <windows.h>
-// After windows.h, whose types it uses.
 #include <io.h>
+#include <windows.h>
 
+#include "tools/files/file_identity.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
 
@@ -17,7 +15,8 @@ std::optional<Identified> identify(HANDLE file) {
     return Identified{{0, reinterpret_cast<std::uint64_t>(file)}, true};
   }
   BY_HANDLE_FILE_INFORMATION about = {};
-  if (GetFileType(file) != FILE_TYPE_DISK || GetFileInformationByHandle(file, &about) == 0) return {};
+  if (GetFileType(file) != FILE_TYPE_DISK || GetFileInformationByHandle(file, &about) == 0)
+    return {};
   const std::uint64_t number = std::uint64_t{about.nFileIndexHigh} << 32U | about.nFileIndexLow;
   return Identified{{about.dwVolumeSerialNumber, number}, false};
 }

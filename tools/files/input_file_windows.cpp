@@ -1,21 +1,18 @@
 // SPDX-License-Identifier: ISC
 // InputFile for Windows.
-#include "tools/files/input_file.h"
-
-#include <windows.h>
-// After windows.h, whose types it uses.
-#include <fcntl.h>
-#include <fmt/format.h>
-#include <io.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <io.h>
+#include <windows.h>
 
 #include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/files/input_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -134,8 +131,7 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
   }
   if (isStream_) return position_ == consumed_ ? readStream(bytes, count) : 0;
   _lseeki64(file_.number(), origin_ + position_, SEEK_SET);
-  const int got =
-      _read(file_.number(), bytes, static_cast<unsigned>(std::min(count, kMostAtOnce)));
+  const int got = _read(file_.number(), bytes, static_cast<unsigned>(std::min(count, kMostAtOnce)));
   if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
   return got;
 }
@@ -143,8 +139,7 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
 std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
   if (keepsStart_ && start_.size() >= kLongestStart) return 0;
   throwIfInterrupted();
-  const int got =
-      _read(file_.number(), bytes, static_cast<unsigned>(std::min(count, kMostAtOnce)));
+  const int got = _read(file_.number(), bytes, static_cast<unsigned>(std::min(count, kMostAtOnce)));
   if (got < 0) throw FileError(complaint(errno));
   if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);
   consumed_ += got;

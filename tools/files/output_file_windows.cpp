@@ -1,24 +1,21 @@
 // SPDX-License-Identifier: ISC
 // OutputFile for Windows. The bytes are in a file with a random name that is marked as deleted, so
-// that the system removes it with its handle, also when the process is killed. commit() takes the mark
-// back and moves it over what has the name.
-#include "tools/files/output_file.h"
-
-#include <windows.h>
-// After windows.h, whose types it uses.
-#include <fcntl.h>
-#include <fmt/format.h>
-#include <io.h>
-
+// that the system removes it with its handle, also when the process is killed. commit() takes the
+// mark back and moves it over what has the name.
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <io.h>
 #include <system_error>
+#include <windows.h>
 
 #include "params/sizes.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/files/output_file.h"
 #include "tools/files/windows_errors.h"
 
 namespace quellard {
@@ -87,9 +84,9 @@ void OutputFile::openBeside() {
 
 void OutputFile::openNamed() {
   temporary_ = temporaryNameIn(folder_);
-  const HANDLE handle = CreateFileW(temporary_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                                    FILE_SHARE_DELETE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
-                                    nullptr);
+  const HANDLE handle =
+      CreateFileW(temporary_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_DELETE,
+                  nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     temporary_.clear();
     fail(lastError());

@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: ISC
-// Windows has no files without a name. Those here are marked to disappear with their handle instead.
+// Windows has no files without a name. Those here are marked to disappear with their handle
+// instead.
 #include "tools/files/unnamed_file.h"
 
+// The others use the types of the first.
+// clang-format off
 #include <windows.h>
-// After windows.h, whose types it uses.
+#include <ntsecapi.h>
+// clang-format on
+#include <array>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <io.h>
-#include <ntsecapi.h>
-
-#include <array>
 
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
@@ -22,9 +24,9 @@ FileDescriptor::~FileDescriptor() {
 }
 
 FileDescriptor openUnnamedIn(const fs::path& folder) {
-  const HANDLE handle = CreateFileW(
-      temporaryNameIn(folder).c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
-      FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  const HANDLE handle = CreateFileW(temporaryNameIn(folder).c_str(),
+                                    GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return {};
   return FileDescriptor(_open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY));
 }

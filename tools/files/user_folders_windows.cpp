@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-#include "tools/files/user_folders.h"
-
 #include <cstdlib>
+
+#include "tools/files/user_folders.h"
 
 namespace quellard {
 namespace fs = std::filesystem;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Names of files as texts are UTF-8 in every program here. A path made from a plain string is so only
-// where the system's own names are bytes; path::string() is everywhere.
+// Names of files as texts are UTF-8 in every program here. A path made from a plain string is so
+// only where the system's own names are bytes; path::string() is everywhere.
 #pragma once
 
 #include <filesystem>

@@ -2,9 +2,8 @@
 // What Windows says, as the numbers by which messages are chosen.
 #pragma once
 
-#include <windows.h>
-
 #include <system_error>
+#include <windows.h>
 
 namespace quellard {
 

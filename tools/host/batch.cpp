@@ -57,8 +57,7 @@ std::vector<Found> searchFolder(const fs::path& folder, const fs::path& output) 
     if (listed && !isIgnored(path)) found.push_back({path, path.lexically_relative(folder)});
   }
   if (error) {
-    throw FileError(
-        fmt::format("cannot read {}: {}", folder.string(), systemMessage(error)));
+    throw FileError(fmt::format("cannot read {}: {}", folder.string(), systemMessage(error)));
   }
   if (found.empty()) throw FileError(fmt::format("no audio files in {}", folder.string()));
   // Sorted, since folders list their files in any order.
@@ -77,8 +76,7 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
     std::error_code error;
     const fs::file_status status = fs::status(input, error);
     if (!fs::exists(status)) {
-      throw FileError(
-          fmt::format("cannot read {}: {}", input.string(), systemMessage(error)));
+      throw FileError(fmt::format("cannot read {}: {}", input.string(), systemMessage(error)));
     }
     if (!fs::is_directory(status)) {
       all.push_back({input, input.filename()});

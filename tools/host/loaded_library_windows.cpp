@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: ISC
-#include "tools/host/loaded_library.h"
-
 #include <windows.h>
 
 #include "tools/common/errors.h"
 #include "tools/files/windows_errors.h"
+#include "tools/host/loaded_library.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -25,8 +24,7 @@ fs::path programFile() {
 void* openLibrary(const fs::path& file, std::string& why) {
   fs::path path = fs::absolute(file);
   path.make_preferred();
-  const HMODULE library =
-      LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const HMODULE library = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library != nullptr) return library;
   const bool foreign = GetLastError() == ERROR_BAD_EXE_FORMAT;
   why = foreign ? "not a library for this machine" : systemMessage(lastError());

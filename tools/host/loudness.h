@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Integrated loudness according to EBU R 128: by libebur128, or where it is missing by the same rules
-// written out.
+// Integrated loudness according to EBU R 128: by libebur128, or where it is missing by the same
+// rules written out.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ class Loudness {
 
   void add(const double* interleaved, std::int64_t frames);
 
-  // LUFS; nothing for silence, for less than 0.4 s, and for rates or numbers of channels that are not
-  // supported.
+  // LUFS; nothing for silence, for less than 0.4 s, and for rates or numbers of channels that are
+  // not supported.
   std::optional<double> integrated() const;
 
  private:

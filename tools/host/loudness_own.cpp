@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// By ITU-R BS.1770 and EBU R 128: two filters weight the sound as ears do, and of the blocks of 0.4 s,
-// one each 0.1 s, those that are silence or far below the mean are left out.
+// By ITU-R BS.1770 and EBU R 128: two filters weight the sound as ears do, and of the blocks of 0.4
+// s, one each 0.1 s, those that are silence or far below the mean are left out.
 #include <array>
 #include <cmath>
 #include <numbers>

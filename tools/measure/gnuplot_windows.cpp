@@ -1,23 +1,18 @@
 // SPDX-License-Identifier: ISC
-#include "tools/measure/gnuplot.h"
-
-#include <windows.h>
-// After windows.h, whose types it uses.
-#include <io.h>
-
 #include <array>
 #include <cstdio>
+#include <io.h>
+#include <windows.h>
 
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/files/windows_errors.h"
+#include "tools/measure/gnuplot.h"
 
 namespace quellard {
 namespace {
 
-[[noreturn]] void fail() {
-  throw FileError("cannot run gnuplot: " + systemMessage(lastError()));
-}
+[[noreturn]] void fail() { throw FileError("cannot run gnuplot: " + systemMessage(lastError())); }
 
 class Handle {
  public:
@@ -88,7 +83,8 @@ void runGnuplot(const std::string& script, OutputFile& picture) {
       start(reinterpret_cast<HANDLE>(_get_osfhandle(input.number())), writeEnd.get()));
   writeEnd.close();  // otherwise reading would not end with gnuplot's output
   std::array<char, 65536> piece = {};
-  for (DWORD got = 0; ReadFile(readEnd.get(), piece.data(), piece.size(), &got, nullptr) && got > 0;) {
+  for (DWORD got = 0;
+       ReadFile(readEnd.get(), piece.data(), piece.size(), &got, nullptr) && got > 0;) {
     picture.write(piece.data(), got);
   }
   DWORD status = 1;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// Another sample rate for a recording that is whole in memory: by libsoxr, or where it is missing by
-// an interpolation of our own.
+// Another sample rate for a recording that is whole in memory: by libsoxr, or where it is missing
+// by an interpolation of our own.
 #pragma once
 
 #include <cstddef>

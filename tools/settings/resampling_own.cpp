@@ -26,8 +26,8 @@ double bessel0(double x) {
   return sum;
 }
 
-// One side of the kernel, so many values a zero crossing: between two of them a straight line is wrong
-// by less than 1e-7.
+// One side of the kernel, so many values a zero crossing: between two of them a straight line is
+// wrong by less than 1e-7.
 constexpr int kFineness = 4096;
 
 std::vector<double> makeKernel() {

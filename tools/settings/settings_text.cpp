@@ -192,8 +192,7 @@ void saveSettings(const fs::path& file, const SettingsText& settings) {
   std::error_code error;
   if (file.has_parent_path()) fs::create_directories(file.parent_path(), error);
   if (error)
-    throw FileError(
-        fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
+    throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
   const std::string text = writeSettings(settings);
   OutputFile output(file);
   output.write(text.data(), std::ssize(text));

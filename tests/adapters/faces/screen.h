@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// A display without a screen, as a host and its player use it: Xvfb or, on Windows, the desktop that is
-// there; the host's own windows, the hands on mouse and keyboard, and the eyes. What stands below X11
-// has no counterpart on Windows.
+// A display without a screen, as a host and its player use it: Xvfb or, on Windows, the desktop
+// that is there; the host's own windows, the hands on mouse and keyboard, and the eyes. What stands
+// below X11 has no counterpart on Windows.
 #pragma once
 
 #include <array>
@@ -24,8 +24,8 @@ using WindowId = std::uintptr_t;
 using WindowId = xcb_window_t;
 #endif
 
-// Whatever the system still has for this thread's windows is delivered to them, as a host's loop does.
-// X11's windows fetch it themselves.
+// Whatever the system still has for this thread's windows is delivered to them, as a host's loop
+// does. X11's windows fetch it themselves.
 void deliverMessages();
 
 // Any thread. What a call has sent, the server has done when it returns; what the server tells
@@ -68,7 +68,8 @@ class Screen {
   void type(const std::string& text);
   void keyDown(char key);
   void keyUp(char key);
-  // A key that is held down comes again. X11's server sees to that itself, and tells of releases too.
+  // A key that is held down comes again. X11's server sees to that itself, and tells of releases
+  // too.
   void repeatKey(char key);
 #if defined(_WIN32)
   static constexpr bool kRepeatsAreReleases = false;

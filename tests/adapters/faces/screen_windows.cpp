@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: ISC
-#include "tests/adapters/faces/screen.h"
-
-#include <windows.h>
-
 #include <algorithm>
 #include <utility>
+#include <windows.h>
+
+#include "tests/adapters/faces/screen.h"
 
 namespace quellard::test {
 namespace {
@@ -48,7 +47,8 @@ void sendMouse(DWORD what, LONG x = 0, LONG y = 0) {
 Picture seen(HWND window, const RECT& area) {
   POINT corner = {area.left, area.top};
   ClientToScreen(window, &corner);
-  Picture picture(static_cast<int>(area.right - area.left), static_cast<int>(area.bottom - area.top));
+  Picture picture(static_cast<int>(area.right - area.left),
+                  static_cast<int>(area.bottom - area.top));
   BITMAPINFO form = {};
   form.bmiHeader.biSize = sizeof form.bmiHeader;
   form.bmiHeader.biWidth = picture.width();

@@ -307,11 +307,12 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   EXPECT_TRUE(hears(5)) << "held down";
   screen->keyUp('q');
   track.live();
-  EXPECT_TRUE(
-      track.comesTrue([&] { return (heard += screen->heard()).find_last_of('-') + 1 == heard.size(); }))
-      << heard;
+  EXPECT_TRUE(track.comesTrue([&] {
+    return (heard += screen->heard()).find_last_of('-') + 1 == heard.size();
+  })) << heard;
   const auto releases = std::count(heard.begin(), heard.end(), '-');
-  EXPECT_EQ(releases, Screen::kRepeatsAreReleases ? std::count(heard.begin(), heard.end(), '+') : 1);
+  EXPECT_EQ(releases,
+            Screen::kRepeatsAreReleases ? std::count(heard.begin(), heard.end(), '+') : 1);
 
   // A field takes all of them, and a button that is held down is pressed once.
   track.moveMouse(knob(kVolume).value.center());
@@ -540,8 +541,8 @@ TEST_P(Windows, CostsLittle) {
     });
     std::cout << "At " << scale << ": still " << 100.0 * idle << " % of a core, metering "
               << 100.0 * metering << " %\n";
-    // The bars are 0.1 % and 2 or 5 %; Windows counts a thread's time in hundredths of a second, which
-    // is too coarse for them. A busy machine, which forgets everything between two calls,
+    // The bars are 0.1 % and 2 or 5 %; Windows counts a thread's time in hundredths of a second,
+    // which is too coarse for them. A busy machine, which forgets everything between two calls,
     // takes up to three and one and a half times as long.
     if (QUELLARD_SANITIZED || kClockIsCoarse) continue;
     EXPECT_LT(idle, 0.003);
