@@ -2,6 +2,7 @@
 // Audio files for a build without libsndfile: WAV, RF64 for reading, with integer and
 // floating-point samples. What it writes has the same bytes as libsndfile's.
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -43,14 +44,14 @@ std::uint64_t numberAt(std::string_view bytes, std::size_t at, std::size_t count
 }
 
 WavFormat formatOf(unsigned tag, unsigned bits) {
-  if (tag == kFloatTag) return bits == 32 ? kWavFloat : (bits == 64 ? kWavDouble : WavFormat{});
-  if (tag != kPcmTag) return WavFormat{};
+  if (tag == kFloatTag) return bits == 32 ? kWavFloat : (bits == 64 ? kWavDouble : kNoWav);
+  if (tag != kPcmTag) return kNoWav;
   switch (bits) {
     case 8: return kWavPcm8;
     case 16: return kWavPcm16;
     case 24: return kWavPcm24;
     case 32: return kWavPcm32;
-    default: return WavFormat{};
+    default: return kNoWav;
   }
 }
 
@@ -68,11 +69,11 @@ double decoded(WavFormat format, const char* from) {
     case kWavDouble: return read<double>(from);
     case kWavPcm8: return (read<std::uint8_t>(from) - 128) / 128.0;
     case kWavPcm16: return read<std::int16_t>(from) / 32768.0;
+    case kNoWav: break;
     case kWavPcm32: return read<std::int32_t>(from) / 2147483648.0;
     case kWavPcm24: {
-      std::int32_t high = 0;
-      std::memcpy(std::bit_cast<char*>(&high) + 1, from, 3);
-      return high / 2147483648.0;
+      const std::array<char, 4> high = {0, from[0], from[1], from[2]};
+      return read<std::int32_t>(high.data()) / 2147483648.0;
     }
   }
   return 0.0;
@@ -94,6 +95,7 @@ void encode(WavFormat format, double sample, std::string& to) {
     case kWavPcm16: return put(scaled(sample, 32767.0), 2);
     case kWavPcm24: return put(scaled(sample, 8388607.0), 3);
     case kWavPcm32: return put(scaled(sample, 2147483647.0), 4);
+    case kNoWav: return;
   }
 }
 
@@ -136,7 +138,7 @@ class AudioReader::Decoder {
   void promise(std::int64_t bytes);
 
   InputFile input_;
-  WavFormat format_ = WavFormat{};
+  WavFormat format_ = kNoWav;
   int rate_ = 0;
   int channels_ = 0;
   std::int64_t frameBytes_ = 0;

@@ -16,6 +16,7 @@ inline std::filesystem::path pathFrom(std::string_view text) {
 
 inline std::vector<std::filesystem::path> pathsFrom(const std::vector<std::string>& texts) {
   std::vector<std::filesystem::path> paths;
+  paths.reserve(texts.size());
   for (const std::string& text : texts) paths.push_back(pathFrom(text));
   return paths;
 }

@@ -4,7 +4,7 @@
 
 namespace quellard {
 
-// In the order in which formatFor() prefers them. Numbers from 1 on: 0 is no format.
-enum WavFormat { kWavFloat = 1, kWavPcm32, kWavPcm24, kWavPcm16, kWavDouble, kWavPcm8 };
+// In the order in which formatFor() prefers them.
+enum WavFormat { kNoWav, kWavFloat, kWavPcm32, kWavPcm24, kWavPcm16, kWavDouble, kWavPcm8 };
 
 }  // namespace quellard
