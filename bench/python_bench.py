@@ -125,14 +125,14 @@ def sweep():
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         write_takes(folder / "takes", 5, 5.0)
-        one, two = [], []
+        one, two, alone = [], [], []
         for turn in range(3):
             one.append(sweep_command(folder / "takes", folder / f"one{turn}", 1, 100))
             two.append(sweep_command(folder / "takes", folder / f"two{turn}", 2, 100))
-        alone = parts(folder, folder / "one0")
+            alone.append(parts(folder, folder / f"one{turn}"))
         print(f"sweep    500 of 5 s: one job {min(one):.1f} s, two jobs {min(two):.1f} s: "
-              f"{min(one) / min(two):.2f} times as fast; the renders by themselves {alone:.1f} s: "
-              f"{min(one) / alone:.2f} times that")  # fmt: skip
+              f"{min(one) / min(two):.2f} times as fast; the renders by themselves {min(alone):.1f} s: "
+              f"{min(one) / min(alone):.2f} times that")  # fmt: skip
 
 
 def dask():

@@ -14,6 +14,7 @@
 #include "params/sizes.h"
 #include "rig/samples.h"
 #include "tools/common/errors.h"
+#include "tools/host/render_limits.h"
 
 namespace quellard {
 namespace py = pybind11;
@@ -47,6 +48,9 @@ bool isNativeKind(const py::array& array, py::ssize_t size) {
 }
 
 py::array asArray(const py::object& object, const char* name) {
+  if (py::hasattr(object, "mask")) {
+    throw py::type_error(fmt::format("{0} is masked: {0}.filled(0) plays silence there", name));
+  }
   if (py::isinstance<py::array>(object)) return py::reinterpret_borrow<py::array>(object);
   throw py::type_error(fmt::format("{} is {}: a NumPy array of float32 or float64 is needed", name,
                                    std::string(py::str(py::type::of(object).attr("__name__")))));
@@ -94,7 +98,6 @@ AudioArray::AudioArray(const py::object& object, const char* name)
         "(channels, samples)",
         name, shapeText(array_)));
   }
-  constexpr py::ssize_t kMostChannels = 1024;
   if (rows < 1 || rows > kMostChannels) {
     throw py::value_error(
         fmt::format("{} has {} channels: 1 to {} can be played", name, rows, kMostChannels));
@@ -123,13 +126,28 @@ void AudioArray::requireOutputFor(const AudioArray& like, std::int64_t frames) c
                                       std::string(py::str(like.array_.dtype()))));
   }
   if (!array_.writeable()) throw py::value_error("out is read-only");
+  if (overlapsItself()) throw py::value_error("out has samples that share memory");
+}
+
+bool AudioArray::overlapsItself() const {
+  const auto size = static_cast<std::ptrdiff_t>(isDouble_ ? sizeof(double) : sizeof(float));
+  const std::ptrdiff_t frame = std::abs(frameStride_);
+  const std::ptrdiff_t channel = std::abs(channelStride_);
+  if (frames_ > 1 && frame < size) return true;
+  if (channels_ < 2 || frames_ < 1) return false;
+  const bool inRows = channel >= (frames_ - 1) * frame + size;
+  const bool interleaved = channel >= size && frame >= (channels_ - 1) * channel + size;
+  return !inRows && !interleaved;
+}
+
+bool AudioArray::sharesMemoryWith(const AudioArray& other) const {
+  return py::module_::import("numpy").attr("may_share_memory")(array_, other.array_).cast<bool>();
 }
 
 bool AudioArray::disturbs(const AudioArray& read) const {
   const bool samePlaces = data_ == read.data_ && channelStride_ == read.channelStride_ &&
                           frameStride_ == read.frameStride_;
-  if (samePlaces) return false;
-  return py::module_::import("numpy").attr("may_share_memory")(array_, read.array_).cast<bool>();
+  return !samePlaces && sharesMemoryWith(read);
 }
 
 template <typename Visit>

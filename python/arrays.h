@@ -30,10 +30,11 @@ class AudioArray {
   int channels() const { return channels_; }
   std::int64_t frames() const { return frames_; }
 
-  // Raises ValueError for an array that is read-only, or of another kind or shape than `like` with
-  // so many samples.
+  // Raises ValueError for an array that is read-only, whose samples share memory, or that is of
+  // another kind or shape than `like` with so many samples.
   void requireOutputFor(const AudioArray& like, std::int64_t frames) const;
 
+  bool sharesMemoryWith(const AudioArray& other) const;
   // Whether writing to this before all of another has been read may change that. Their own samples
   // in the same places do no harm.
   bool disturbs(const AudioArray& read) const;
@@ -52,6 +53,7 @@ class AudioArray {
   void write(int channel, std::int64_t begin, int frames, const double* from);
 
  private:
+  bool overlapsItself() const;
   template <typename Visit>
   auto visit(Visit&& visit) const;
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
 // quellard._core: what the package's Python files build on.
-#include <fmt/format.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
@@ -12,30 +11,13 @@
 #include "rig/value_text.h"
 #include "tools/common/errors.h"
 #include "tools/settings/presets.h"
+#include "tools/settings/settings_json.h"
 
 namespace quellard {
 namespace py = pybind11;
 namespace {
 
 std::string channelWord(int channel) { return lowered(channelName(channel)); }
-
-// By the names that settings are given with.
-py::dict settingsDict(const HostedValues& values, const CabinetChoice& cabinet) {
-  py::dict settings;
-  settings["channel"] = channelWord(channelFromSelect(values[kTypeParameter]));
-  for (const ParameterInfo& info : kParameters) {
-    if (info.kind != ParameterKind::knob) continue;
-    settings[info.symbol] = positionFromKnob(values[info.index]);
-  }
-  for (const RigParameterInfo& info : kRigParameters) {
-    if (info.index == kBypassParameter) continue;
-    const std::string text = rigValueText(info.index, values[info.index]);
-    settings[info.word] = text == "off" ? py::object(py::str(text)) : py::float_(py::str(text));
-  }
-  settings["cab"] = cabinet.file.empty() ? py::object(py::none()) : py::str(cabinet.file.string());
-  settings["cab_level"] = cabinet.level_db;
-  return settings;
-}
 
 py::dict textsDict(const HostedValues& values) {
   py::dict texts;
@@ -86,13 +68,7 @@ py::dict presetRow(const Preset& preset) {
   row["name"] = preset.name;
   row["description"] = preset.description;
   row["own"] = !preset.isFactory;
-  py::dict settings;
-  settings["channel"] = channelWord(channelFromSelect(preset.values[kTypeParameter]));
-  for (const ParameterInfo& info : kParameters) {
-    if (info.kind != ParameterKind::knob) continue;
-    settings[info.symbol] = positionFromKnob(preset.values[info.index]);
-  }
-  row["settings"] = settings;
+  row["settings"] = amplifierAsJson(preset.values).dump();
   return row;
 }
 
@@ -115,24 +91,39 @@ void defineErrors(py::module_& module) {
 }
 
 void defineAmplifier(py::module_& module) {
+  const py::call_guard<py::gil_scoped_release> unlocked;
   py::class_<Automation>(module, "Automation")
-      .def(py::init([](std::string text, std::string name, bool isFile) {
-             return Automation{std::move(text), std::move(name), isFile};
+      .def(py::init([](std::string file, std::string lines) {
+             return Automation{std::move(file), std::move(lines)};
            }),
-           py::arg("text"), py::arg("name"), py::arg("is_file"));
+           py::arg("file"), py::arg("lines"));
   module.def("render", &render, py::arg("x"), py::arg("rate"), py::arg("settings"),
              py::arg("automation").none(true), py::arg("block"), py::arg("tail"), py::arg("out"));
   py::class_<StreamingAmp>(module, "StreamingAmp")
       .def(py::init<double, int, int>(), py::arg("rate"), py::arg("channels"), py::arg("block"))
-      .def("set", &StreamingAmp::set)
+      .def("set", &StreamingAmp::set, unlocked)
       .def("process", &StreamingAmp::process)
-      .def("reset", &StreamingAmp::reset)
+      .def("reset", &StreamingAmp::reset, unlocked)
       .def_property_readonly("rate", &StreamingAmp::rate)
       .def_property_readonly("channels", &StreamingAmp::channels)
       .def_property_readonly("block", &StreamingAmp::blockLength)
-      .def("settings",
-           [](const StreamingAmp& amp) { return settingsDict(amp.values(), amp.cabinet()); })
-      .def("texts", [](const StreamingAmp& amp) { return textsDict(amp.values()); });
+      .def(
+          "settings",
+          [](const StreamingAmp& amp) {
+            const auto [values, cabinet] = amp.settings();
+            using Json = nlohmann::ordered_json;
+            return settingsAsJson(values, cabinet)
+                .dump(-1, ' ', false, Json::error_handler_t::replace);
+          },
+          unlocked)
+      .def("texts", [](const StreamingAmp& amp) {
+        StreamingAmp::Settings settings;
+        {
+          const py::gil_scoped_release waiting;
+          settings = amp.settings();
+        }
+        return textsDict(settings.values);
+      });
 }
 
 void defineLists(py::module_& module) {

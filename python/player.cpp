@@ -17,17 +17,34 @@ namespace quellard {
 namespace py = pybind11;
 namespace {
 
-// Between looks at the keyboard's interrupt: some 10 ms of work, of which a look takes none.
-constexpr std::int64_t kFramesBetweenLooks = 1 << 17;
+// Looks for Ctrl-C after every so many samples, some 10 ms of work.
+class InterruptWatch {
+ public:
+  explicit InterruptWatch(int channels) : channels_(channels) {}
 
-void throwIfInterruptedFromPython() {
-  const py::gil_scoped_acquire lock;
-  if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-}
+  // Not with the interpreter's lock.
+  void played(int frames) {
+    constexpr std::int64_t kSamplesBetweenLooks = 1 << 17;
+    samples_ += std::int64_t{channels_} * frames;
+    if (samples_ < kSamplesBetweenLooks) return;
+    samples_ = 0;
+    const py::gil_scoped_acquire lock;
+    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+  }
+
+ private:
+  int channels_;
+  std::int64_t samples_ = 0;
+};
 
 int checkedBlock(int blockLength) {
   if (blockLength >= 1 && blockLength <= kLongestBlock) return blockLength;
   throw UsageError(fmt::format("block: {} is outside 1 to {}", blockLength, kLongestBlock));
+}
+
+int checkedChannels(int channels) {
+  if (channels >= 1 && channels <= kMostChannels) return channels;
+  throw UsageError(fmt::format("channels: {} is outside 1 to {}", channels, kMostChannels));
 }
 
 NamedSettings named(const Assignments& settings) {
@@ -39,9 +56,9 @@ NamedSettings named(const Assignments& settings) {
 ReadMoves reader(const Automation* automation) {
   if (automation == nullptr) return {};
   return [automation](int channel) {
-    if (automation->isFile) return readAutomation(automation->name, channel);
-    std::istringstream text(automation->text);
-    return parseAutomation(text, automation->name, channel);
+    if (!automation->file.empty()) return readAutomation(automation->file, channel);
+    std::istringstream lines(automation->lines);
+    return parseAutomation(lines, "automation", channel);
   };
 }
 
@@ -59,56 +76,50 @@ AudioArray undisturbed(const AudioArray& x, const AudioArray& out) {
   return {x.array().attr("copy")(), "x"};
 }
 
-// Plays blocks of every channel, where it can in the output's own memory.
-class Blocks {
- public:
-  Blocks(int channels, int longest)
-      : samples_(asSize(channels), std::vector<double>(asSize(longest))),
-        sides_(asSize(channels)) {}
-
-  // Plays `frames` samples from `begin` on; behind the end of x there is silence.
-  void play(RenderRig& rig, const AudioArray& x, AudioArray& out, std::int64_t begin, int frames) {
-    const auto heard = static_cast<int>(std::clamp<std::int64_t>(x.frames() - begin, 0, frames));
-    for (int c = 0; c < x.channels(); ++c) {
-      double* const direct = out.doublesAt(c, begin);
-      double* const side = direct != nullptr ? direct : at(samples_, c).data();
-      x.read(c, begin, heard, side);
-      throwUnlessFinite(std::span(side, asSize(heard)), "x", c, begin);
-      std::fill(side + heard, side + frames, 0.0);
-      at(sides_, c) = side;
-    }
-    x.prefetch(begin + frames, frames);
-    rig.process(sides_, frames);
-    for (int c = 0; c < x.channels(); ++c) {
-      if (at(sides_, c) == at(samples_, c).data()) out.write(c, begin, frames, at(sides_, c));
-    }
-  }
-
- private:
-  std::vector<std::vector<double>> samples_;
-  std::vector<double*> sides_;
-};
-
 // As in the render of a file: moves at time 0 belong to the starting point and do not glide.
 void playAll(RenderRig& rig, const std::vector<Move>& moves, int rate, int blockLength,
              const AudioArray& x, AudioArray& out) {
   BlockPlan plan(moves, rate, blockLength);
   rig.begin(plan.due(), true);
-  Blocks blocks(x.channels(), blockLength);
-  std::int64_t look = kFramesBetweenLooks;
+  Blocks blocks(x.channels());
+  InterruptWatch watch(x.channels());
   for (std::int64_t begin = 0; begin < out.frames();) {
     const auto frames = static_cast<int>(std::min<std::int64_t>(plan.next(), out.frames() - begin));
     rig.move(plan.due());
     blocks.play(rig, x, out, begin, frames);
+    watch.played(frames);
     begin += frames;
-    if (begin >= look) {
-      throwIfInterruptedFromPython();
-      look = begin + kFramesBetweenLooks;
-    }
   }
 }
 
 }  // namespace
+
+Blocks::Blocks(int channels) : samples_(asSize(channels)), sides_(asSize(channels)) {}
+
+void Blocks::play(RenderRig& rig, const AudioArray& x, AudioArray& out, std::int64_t begin,
+                  int frames) {
+  const auto heard = static_cast<int>(std::clamp<std::int64_t>(x.frames() - begin, 0, frames));
+  for (int c = 0; c < x.channels(); ++c) {
+    at(sides_, c) = placeFor(out, c, begin, frames);
+    double* const side = at(sides_, c);
+    x.read(c, begin, heard, side);
+    throwUnlessFinite(std::span(side, asSize(heard)), "x", c, begin);
+    std::fill(side + heard, side + frames, 0.0);
+  }
+  x.prefetch(begin + frames, frames);
+  rig.process(sides_, frames);
+  for (int c = 0; c < x.channels(); ++c) {
+    if (at(sides_, c) == at(samples_, c).data()) out.write(c, begin, frames, at(sides_, c));
+  }
+}
+
+double* Blocks::placeFor(AudioArray& out, int channel, std::int64_t begin, int frames) {
+  double* const direct = out.doublesAt(channel, begin);
+  if (direct != nullptr) return direct;
+  std::vector<double>& own = at(samples_, channel);
+  if (own.size() < asSize(frames)) own.resize(asSize(frames));
+  return own.data();
+}
 
 const PluginModule& linkedAmplifier() {
   static const PluginModule module(openInterface);
@@ -134,36 +145,43 @@ py::object render(const py::object& x, double rate, const Assignments& settings,
   const AudioArray given(x, "x");
   AudioArray result = outputFor(given, given.frames() + std::llround(tailSeconds * hz), out);
   const AudioArray input = undisturbed(given, result);
+  // What is written there is never what x was: in place, an error must come before the first
+  // sample.
+  const bool checksFirst = result.sharesMemoryWith(given);
   {
     const py::gil_scoped_release unlocked;
+    if (checksFirst) given.requireFinite("x");
+    // The engine's buffers are as long as its blocks, and none is longer than the audio.
+    const auto longest =
+        static_cast<int>(std::clamp<std::int64_t>(result.frames(), 1, blockLength));
     RenderRig rig(linkedAmplifier(), input.channels(), hz,
-                  {chosen.start, chosen.rig, chosen.cabinet, blockLength});
-    playAll(rig, chosen.moves, hz, blockLength, input, result);
+                  {chosen.start, chosen.rig, chosen.cabinet, longest});
+    playAll(rig, chosen.moves, hz, longest, input, result);
   }
   return result.array();
 }
 
 StreamingAmp::StreamingAmp(double rate, int channels, int blockLength)
-    : rate_(checkedRate(rate)), channels_(channels), blockLength_(checkedBlock(blockLength)) {
-  constexpr int kMostChannels = 1024;
-  if (channels < 1 || channels > kMostChannels) {
-    throw UsageError(fmt::format("channels: {} is outside 1 to {}", channels, kMostChannels));
-  }
-}
+    : rate_(checkedRate(rate)),
+      channels_(checkedChannels(channels)),
+      blockLength_(checkedBlock(blockLength)),
+      blocks_(channels_) {}
 
-void StreamingAmp::set(const Assignments& settings) {
-  const NamedSettings all = named(settings);
+void StreamingAmp::set(const Assignments& assignments) {
+  const NamedSettings all = named(assignments);
   const std::lock_guard lock(mutex_);
-  HostedValues values = withAmplifier(values_, settingsFrom(all.knobs, amplifierValues(values_)));
+  HostedValues values =
+      withAmplifier(settings_.values, settingsFrom(all.knobs, amplifierValues(settings_.values)));
   applyRig(all.rig, values);
-  CabinetChoice cabinet = cabinet_;
+  CabinetChoice cabinet = settings_.cabinet;
   applyCabinet(all.rig, cabinet);
-  if (cabinet != cabinet_) {
+  // A copy may be unpickled in another folder.
+  if (!cabinet.file.empty()) cabinet.file = std::filesystem::absolute(cabinet.file);
+  if (cabinet != settings_.cabinet) {
     checkCabinet(cabinet);
     if (rig_) rig_->changeCabinet(cabinet);
   }
-  cabinet_ = std::move(cabinet);
-  values_ = values;
+  settings_ = {values, std::move(cabinet)};
   if (!rig_) return;
   std::vector<ParameterChange> changes;
   for (int index = 1; index <= kNumStoredValues; ++index) changes.push_back({index, values[index]});
@@ -173,29 +191,24 @@ void StreamingAmp::set(const Assignments& settings) {
 
 void StreamingAmp::reset() {
   const std::lock_guard lock(mutex_);
-  rig_.reset();
+  if (rig_) rig_ = newRig();
 }
 
-HostedValues StreamingAmp::values() const {
+StreamingAmp::Settings StreamingAmp::settings() const {
   const std::lock_guard lock(mutex_);
-  return values_;
+  return settings_;
 }
 
-CabinetChoice StreamingAmp::cabinet() const {
-  const std::lock_guard lock(mutex_);
-  return cabinet_;
-}
-
-RenderRig& StreamingAmp::rig() {
-  if (rig_) return *rig_;
+std::unique_ptr<RenderRig> StreamingAmp::newRig() const {
   StartingPoint start;
   for (int index = 1; index <= kNumStoredValues; ++index) {
-    start.changes.push_back({index, values_[index]});
+    start.changes.push_back({index, settings_.values[index]});
   }
-  rig_ = std::make_unique<RenderRig>(linkedAmplifier(), channels_, rate_,
-                                     RigSettings{start, values_, cabinet_, blockLength_});
-  rig_->begin({}, true);
-  return *rig_;
+  auto rig = std::make_unique<RenderRig>(
+      linkedAmplifier(), channels_, rate_,
+      RigSettings{start, settings_.values, settings_.cabinet, blockLength_});
+  rig->begin({}, true);
+  return rig;
 }
 
 py::object StreamingAmp::process(const py::object& x, const py::object& out) {
@@ -204,19 +217,20 @@ py::object StreamingAmp::process(const py::object& x, const py::object& out) {
     throw UsageError(fmt::format("the block has {} channel{}, and the amplifier {}",
                                  given.channels(), given.channels() == 1 ? "" : "s", channels_));
   }
-  given.requireFinite("block");
   AudioArray result = outputFor(given, given.frames(), out);
   const AudioArray input = undisturbed(given, result);
   {
     // In this order: a thread that waits must not keep the interpreter from the one that plays.
     const py::gil_scoped_release unlocked;
     const std::lock_guard lock(mutex_);
-    RenderRig& playing = rig();
-    Blocks blocks(channels_, blockLength_);
+    input.requireFinite("block");
+    if (!rig_) rig_ = newRig();
+    InterruptWatch watch(channels_);
     for (std::int64_t begin = 0; begin < input.frames(); begin += blockLength_) {
       const auto frames =
           static_cast<int>(std::min<std::int64_t>(blockLength_, input.frames() - begin));
-      blocks.play(playing, input, result, begin, frames);
+      blocks_.play(*rig_, input, result, begin, frames);
+      watch.played(frames);
     }
   }
   return result.array();

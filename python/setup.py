@@ -23,8 +23,10 @@ class CMakeBuild(build_ext):
             subprocess.run(["cmake", "-S", ROOT, "-B", build, "-G", "Ninja", *options], check=True)
         subprocess.run(["cmake", "--build", build, "--target", "quellard_python"], check=True)
         package.mkdir(parents=True, exist_ok=True)
-        for file in (build / "python" / "quellard").iterdir():
-            self.copy_file(str(file), str(package / file.name))
+        (module,) = (build / "python" / "quellard").glob("_core*.so")
+        if module.name != Path(self.get_ext_fullpath(ext.name)).name:
+            raise SystemExit(f"{module} is for another interpreter than {sys.executable}")
+        self.copy_file(str(module), str(package / module.name))
 
 
 version = re.search(r"project\(quellard VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())

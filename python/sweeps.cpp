@@ -22,14 +22,13 @@ Axis axisFrom(const std::string& name, const py::object& values) {
   return Axis::listing(name, values.cast<std::vector<std::string>>());
 }
 
-SweepSettings settingsFrom(const Assignments& settings, const py::dict& grid,
-                           const py::dict& options) {
+// Of each axis its name, and a text or a list of values.
+using Grid = std::vector<std::pair<std::string, py::object>>;
+
+SweepSettings settingsFrom(const Assignments& settings, const Grid& grid, const py::dict& options) {
   SweepSettings all;
   for (const auto& [name, value] : settings) assign(name, value, all.base);
-  for (const auto& [name, values] : grid) {
-    all.axes.push_back(
-        axisFrom(name.cast<std::string>(), py::reinterpret_borrow<py::object>(values)));
-  }
+  for (const auto& [name, values] : grid) all.axes.push_back(axisFrom(name, values));
   all.random = options["random"].cast<int>();
   all.seed = options["seed"].cast<int>();
   all.automation = options["automation"].cast<std::string>();
@@ -75,12 +74,14 @@ void defineSweeps(py::module_& module) {
       .def_readonly("rows", &SweepResult::rows);
   py::class_<Sweep>(module, "Sweep")
       .def(py::init([](const std::vector<fs::path>& takes, const fs::path& folder,
-                       const Assignments& settings, const py::dict& grid, const py::dict& options) {
+                       const Assignments& settings, const Grid& grid, const py::dict& options) {
         const SweepSettings all = settingsFrom(settings, grid, options);
         const py::gil_scoped_release unlocked;
         return std::make_unique<Sweep>(takes, folder, all);
       }))
       .def("__len__", &Sweep::size)
+      .def_property_readonly("errors", &Sweep::errors)
+      .def("remove_leftovers", &Sweep::removeLeftovers)
       .def("outputs", &Sweep::outputs)
       .def("row", &Sweep::row)
       .def("task", &Sweep::task)
@@ -89,7 +90,8 @@ void defineSweeps(py::module_& module) {
   py::class_<Manifest>(module, "Manifest")
       .def(py::init<const fs::path&>())
       .def("add", &Manifest::add)
-      .def("finish", &Manifest::finish);
+      .def("finish", &Manifest::finish)
+      .def("close", &Manifest::close);
   module.def("read_manifest", &readManifest);
   module.def("run_task", &runTaskText);
 }

@@ -23,12 +23,12 @@
 #include "tools/files/output_file.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
-#include "tools/host/render_limits.h"
 #include "tools/listing.h"
 #include "tools/measure/gain_table.h"
 #include "tools/measure/note_list.h"
 #include "tools/measure/plot.h"
 #include "tools/quellard_pages.h"
+#include "tools/render_options.h"
 #include "tools/report.h"
 #include "tools/settings/cabinet_file.h"
 #include "tools/settings/chosen_settings.h"
@@ -47,15 +47,8 @@ struct Options {
   RigOptions rig;
   std::vector<std::string> inputs;
   std::string output;
-  std::string automation;
-  std::string sampleFormat;
-  std::string fileType = "wav";
-  std::string block = "512";
-  std::string tail = "0";
-  std::string threads = "1";
-  bool mono = false;
+  RenderOptions render;
   bool noPreroll = false;
-  bool quiet = false;
   bool json = false;
   PlotSettings plot;
   std::string shown;
@@ -100,26 +93,11 @@ void addRenderOptions(CLI::App& command, Options& options) {
   addValue(command, "-o,--out", options.output, "OUT",
            "File to write, or a folder for several; - is standard output")
       ->required();
-  addValue(command, "--format", options.sampleFormat, "FORMAT",
-           "Sample format (float where the file type can): " + sampleFormatNames() +
-               ". All but float and double are cut at full scale");
-  addValue(command, "--type", options.fileType, "ENDING",
-           "File type of results in a folder or on standard output (wav)");
-  addValue(command, "--automation", options.automation, "FILE",
-           "Knob moves: lines of 'seconds, parameter, value'");
-  command.add_flag("--mono", options.mono,
-                   "Play the mean of all channels through one amplifier: a take recorded on both "
-                   "sides drives it as one side does");
-  addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
-  addValue(command, "--block", options.block, "FRAMES", "Block to play at a time (512)");
   command.add_flag("--no-preroll", options.noPreroll,
                    "Let the knobs glide in over the first block, as in a host");
-  addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");
-  command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
+  addSharedRenderOptions(command, options.render);
   command.footer("File types, by the ending of OUT: " + fileTypeNames() +
                  ".\n.sd2 is only read, .raw (without a header) only written.");
-  addSettingsOptions(command, options.knobs);
-  addRigOptions(command, options.rig);
 }
 
 void addPlotOptions(CLI::App& command, Options& options) {
@@ -226,28 +204,28 @@ int reportAll(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes
 
 int render(const Options& options) {
   RenderSettings settings;
-  settings.rig.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
-  settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail_s);
-  settings.mono = options.mono;
+  settings.rig.blockLength = blockLengthFrom(options.render);
+  settings.tailSeconds = tailSecondsFrom(options.render);
+  settings.mono = options.render.mono;
   settings.preroll = !options.noPreroll;
-  settings.sampleFormat = options.sampleFormat;
-  settings.streamType = options.fileType;
-  const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
+  settings.sampleFormat = options.render.sampleFormat;
+  settings.streamType = options.render.fileType;
+  const int threads = threadsFrom(options.render);
 
   const PluginModule module(PluginModule::find(options.plugin));
-  ChosenSettings chosen = chooseFor(module, {options.knobs, options.rig}, options.automation);
+  ChosenSettings chosen = chooseFor(module, options.render.settings, options.render.automation);
   settings.rig.start = std::move(chosen.start);
   settings.rig.values = chosen.rig;
   settings.rig.cabinet = chosen.cabinet;
   settings.moves = std::move(chosen.moves);
   if (!settings.rig.cabinet.file.empty()) checkCabinet(settings.rig.cabinet);
   const std::vector<Job> jobs = planJobs(pathsFrom(options.inputs), pathFrom(options.output),
-                                         options.fileType, options.sampleFormat);
+                                         options.render.fileType, options.render.sampleFormat);
   makeFolders(jobs);
-  Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
+  Progress progress(!options.render.quiet && isatty(STDERR_FILENO) != 0);
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
   progress.clear();
-  const int status = reportAll(jobs, outcomes, !options.quiet && !options.json);
+  const int status = reportAll(jobs, outcomes, !options.render.quiet && !options.json);
   if (options.json) {
     print(reportAsJson(jobs, outcomes), reportStream(jobs));
   }
@@ -348,10 +326,9 @@ void buildApp(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "quellard " QUELLARD_VERSION);
   addRenderOptions(addCommand(app, options, "render", "Play audio files through the amplifier"),
                    options);
-  CLI::App& sweeping =
-      *app.add_subcommand("sweep", "Play takes with many settings, and list what came of it");
-  addValue(sweeping, "--plugin", options.sweep.plugin, "FILE", "The plug-in, if not the one found");
-  addSweepOptions(sweeping, options.sweep);
+  addSweepOptions(
+      *app.add_subcommand("sweep", "Play takes with many settings, and list what came of it"),
+      options.sweep);
   addSettingsOptions(addCommand(app, options, "params", "List the parameters"), options.knobs);
   addCommand(app, options, "programs", "List the programs");
   addValue(*app.add_subcommand("presets", "List the presets, the factory's and your own"), "--show",

@@ -47,7 +47,8 @@ ManualTexts texts() {
           {"Plays recordings of a dry guitar through a valve amplifier with the channels CLEAN, "
            "VINTAGE and MODERN, each with the knobs PRESENCE, BASS, MID, TREBLE, MASTER and GAIN, "
            "and tells and draws what these do. The same file and knobs give the same samples "
-           "whatever the block length and the number of files rendered at once.",
+           "whatever the number of files rendered at once and, while no knob moves, the block "
+           "length.",
            "A knob without a channel's name is the one of the channel that plays first. Knobs that "
            "are not named stand at 5. Files whose names begin with a dash come after '--'."},
       .files = {{"quellard.so",

@@ -7,9 +7,6 @@
 #include <unistd.h>
 
 #include "tools/common/parsing.h"
-#include "tools/files/audio_format.h"
-#include "tools/files/utf8_path.h"
-#include "tools/host/render_limits.h"
 #include "tools/report.h"
 #include "tools/sweep/sweep.h"
 
@@ -21,18 +18,18 @@ constexpr int kHighestSeed = 1 << 30;
 
 SweepSettings settingsFrom(const SweepOptions& options) {
   SweepSettings settings;
-  settings.base = {options.knobs, options.rig};
+  settings.base = options.render.settings;
   for (const std::string& axis : options.grid) settings.axes.push_back(Axis::parse(axis));
   if (!options.random.empty()) {
     settings.random = integerWithin("--random", options.random, 1, kMostRandom);
   }
   settings.seed = integerWithin("--seed", options.seed, 0, kHighestSeed);
-  settings.automation = options.automation;
-  settings.mono = options.mono;
-  settings.tailSeconds = numberWithin("--tail", options.tail, 0.0, kLongestTail_s);
-  settings.blockLength = integerWithin("--block", options.block, 1, kLongestBlock);
-  settings.sampleFormat = options.sampleFormat;
-  settings.fileType = options.fileType;
+  settings.automation = options.render.automation;
+  settings.mono = options.render.mono;
+  settings.tailSeconds = tailSecondsFrom(options.render);
+  settings.blockLength = blockLengthFrom(options.render);
+  settings.sampleFormat = options.render.sampleFormat;
+  settings.fileType = options.render.fileType;
   return settings;
 }
 
@@ -74,45 +71,35 @@ void addSweepOptions(CLI::App& command, SweepOptions& options) {
   addValue(command, "--random", options.random, "N",
            "Draw so many combinations for each take, instead of every one");
   addValue(command, "--seed", options.seed, "N", "Another number draws other combinations (0)");
-  addValue(command, "--type", options.fileType, "ENDING", "File type of the results (wav)");
-  addValue(command, "--format", options.sampleFormat, "FORMAT",
-           "Sample format (float where the file type can): " + sampleFormatNames());
-  addValue(command, "--automation", options.automation, "FILE",
-           "Knob moves in each: lines of 'seconds, parameter, value'");
-  command.add_flag("--mono", options.mono, "Play the mean of all channels through one amplifier");
-  addValue(command, "--tail", options.tail, "SECONDS", "Silence to play after the end (0)");
-  addValue(command, "--block", options.block, "FRAMES", "Block to play at a time (512)");
-  addValue(command, "-j,--jobs", options.threads, "N", "Files to render at the same time (1)");
   command.add_flag("-n,--dry-run", options.dryRun,
                    "Print the rows of the list without results, and render nothing");
-  command.add_flag("-q,--quiet", options.quiet, "No progress bar and no summary");
   command.add_flag("--json", options.json, "Print the summary as JSON");
   command.footer(
       "What is there and whole is not made again: the same command goes on where it was stopped. "
       "--grid takes the names of --set, and preset, program, input, gate, output, cab, cab-level.");
-  addSettingsOptions(command, options.knobs);
-  addRigOptions(command, options.rig);
+  addSharedRenderOptions(command, options.render);
 }
 
 int sweep(const SweepOptions& options) {
   const auto begin = std::chrono::steady_clock::now();
-  const int threads = integerWithin("--jobs", options.threads, 1, kMostThreads);
+  const int threads = threadsFrom(options.render);
   const SweepSettings settings = settingsFrom(options);
   const Sweep sweep(pathsFrom(options.takes), pathFrom(options.folder), settings);
   if (options.dryRun) {
     for (std::size_t i = 0; i < sweep.size(); ++i) print(sweep.row(i) + '\n');
-    return kDone;
+    for (const std::string& error : sweep.errors()) report(error);
+    return sweep.errors().empty() ? kDone : kFileTrouble;
   }
-  const PluginModule module(PluginModule::find(options.plugin));
+  const PluginModule module(PluginModule::find({}));
   Manifest manifest(sweep.folder());
-  Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
+  Progress progress(!options.render.quiet && isatty(STDERR_FILENO) != 0);
   const SweepResult result = runSweep(module, sweep, manifest, threads, progress);
   progress.clear();
   const double elapsed_s =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   if (options.json) {
     print(summaryAsJson(sweep, manifest, result, elapsed_s));
-  } else if (!options.quiet) {
+  } else if (!options.render.quiet) {
     print(summary(manifest, result, elapsed_s));
   }
   for (const std::string& error : result.errors) report(error);

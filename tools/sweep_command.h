@@ -6,30 +6,19 @@
 #include <string>
 #include <vector>
 
-#include "tools/settings/rig_options.h"
-#include "tools/settings/settings_options.h"
+#include "tools/render_options.h"
 
 namespace quellard {
 
 // As they were typed.
 struct SweepOptions {
-  std::string plugin;
-  SettingsOptions knobs;
-  RigOptions rig;
+  RenderOptions render;
   std::vector<std::string> takes;
   std::vector<std::string> grid;
   std::string folder;
   std::string random;
   std::string seed = "0";
-  std::string automation;
-  std::string sampleFormat;
-  std::string fileType = "wav";
-  std::string block = "512";
-  std::string tail = "0";
-  std::string threads = "1";
-  bool mono = false;
   bool dryRun = false;
-  bool quiet = false;
   bool json = false;
 };
 

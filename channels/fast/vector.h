@@ -13,6 +13,8 @@
 #include <utility>
 #if defined(__SSE2__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 #if !defined(QUELLARD_FAST_ISA)
@@ -282,8 +284,8 @@ QUELLARD_INLINE Pair addSubtract(Pair a, Pair b) {
 // Four positions in a table: the index of the entry before each, and the fraction of the step to
 // the next, 0..1.
 struct TablePosition {
-  // Two per word, 32 bits each, of which the low 16 are used: NaN converts to 0x80000000, whose low
-  // 16 bits are 0.
+  // Two per word, 32 bits each, of which the low 16 are used: on x86 NaN converts to 0x80000000,
+  // whose low 16 bits are 0.
   std::uint64_t index[2];
   Quad fraction;
 };
@@ -308,6 +310,12 @@ QUELLARD_INLINE Pair toTablePosition(Pair x, std::uint64_t& index) {
   const __m128i whole = _mm_cvttpd_epi32(x.v);
   index = lowWord(whole);
   Pair fraction{x.v - _mm_cvtepi32_pd(whole)};
+  optimisationBarrier(fraction);
+  return fraction;
+#elif defined(__aarch64__)
+  const uint64x2_t whole = vcvtq_u64_f64(reinterpret_cast<float64x2_t>(x.v));  // of a NaN: 0
+  index = vget_lane_u64(vreinterpret_u64_u32(vmovn_u64(whole)), 0);
+  Pair fraction{x.v - reinterpret_cast<Pair::Vector>(vcvtq_f64_u64(whole))};
   optimisationBarrier(fraction);
   return fraction;
 #else

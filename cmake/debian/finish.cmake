@@ -18,11 +18,11 @@ foreach(package IN LISTS packages)
   file(GLOB_RECURSE linked ${package}/usr/bin/* ${package}/*.so ${package}/*.clap)
   file(GLOB_RECURSE archives ${package}/*.a)
   foreach(file IN LISTS linked)
-    execute_process(COMMAND strip --strip-unneeded -R .comment -R .note ${file}
+    execute_process(COMMAND ${CPACK_QUELLARD_STRIP} --strip-unneeded -R .comment -R .note ${file}
                     COMMAND_ERROR_IS_FATAL ANY)
   endforeach()
   foreach(file IN LISTS archives)
-    execute_process(COMMAND strip --strip-debug -R .comment -R .note ${file}
+    execute_process(COMMAND ${CPACK_QUELLARD_STRIP} --strip-debug -R .comment -R .note ${file}
                     COMMAND_ERROR_IS_FATAL ANY)
   endforeach()
 endforeach()

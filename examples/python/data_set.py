@@ -38,8 +38,9 @@ print(f"{len(rows)} renders, {sum(row['seconds'] for row in rows) / 60:.1f} minu
 for row in rows[:3]:
     settings = row["settings"]
     gain = settings[f"{settings['channel']}_gain"]
+    loudness = row["loudness_lufs"]  # None for what is silent, or shorter than 0.4 s
     print(f"{row['input']} -> {row['output']}: {settings['channel']}, gain {gain}, "
-          f"{row['loudness_lufs']:.1f} LUFS")  # fmt: skip
+          f"{'silent' if loudness is None else f'{loudness:.1f} LUFS'}")  # fmt: skip
 
 # %% One picture: in each row a channel, the spectrogram of one render of it at the highest GAIN, and
 # how the amplifier bends a sine, low and high.
@@ -56,7 +57,7 @@ for (left, right), channel in zip(axes, CHANNELS):
     sine = np.sin(2 * np.pi * hz * np.arange(rate) / rate)
     for gain in (2, 5, 8):
         out = quellard.render(0.5 * sine, rate, channel=channel, gain=gain)
-        period = slice(rate - rate // 44, rate)  # ten milliseconds and more, long after the start
+        period = slice(rate - rate // 44, rate)  # five periods, long after the start
         right.plot(0.5 * sine[period], out[period] / np.abs(out[period]).max(), label=f"gain {gain}")
     right.set(title=f"{channel}: output over input, {hz} Hz", xlabel="in", ylabel="out, normalised")
     right.legend()

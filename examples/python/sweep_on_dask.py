@@ -25,8 +25,12 @@ def main(takes: str, folder: str, scheduler: str | None = None) -> None:
     cluster = scheduler or LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None)
     with Client(cluster) as client:
         # A task that a dying worker leaves behind is sent to another one.
-        futures = client.map(quellard.run_task, list(plan), retries=3)
-        rows = plan.collect(future.result() for future in as_completed(futures))
+        futures = client.map(quellard.run_task, list(plan))
+        try:
+            rows = plan.collect(future.result() for future in as_completed(futures))
+        except quellard.SweepError as failed:
+            rows = failed.rows
+            print(*failed.errors, sep="\n", file=sys.stderr)
     print(f"{len(rows)} files, the list is {plan.manifest}")
 
 

@@ -26,7 +26,7 @@ FileError, which is an OSError. The messages are those of the command.
 from ._amplifier import Amplifier, Parameter, Preset, parameters, presets, render
 from ._core import FileError, UsageError
 from ._core import version as __version__
-from ._sweep import Sweep, Task, run_task, sweep
+from ._sweep import Sweep, SweepError, Task, run_task, sweep
 
 __all__ = [
     "Amplifier",
@@ -34,6 +34,7 @@ __all__ = [
     "Parameter",
     "Preset",
     "Sweep",
+    "SweepError",
     "Task",
     "UsageError",
     "parameters",

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 from collections.abc import Iterable
 from dataclasses import dataclass
@@ -12,7 +13,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._settings import Settings, Value, as_text, assignments
+from ._settings import Settings, Value, assignments, move_line, number, whole
 
 Audio = npt.NDArray[np.floating[Any]]
 Moves = Union[str, "os.PathLike[str]", Iterable[tuple[float, str, Value]]]
@@ -52,34 +53,26 @@ def parameters() -> list[Parameter]:
 
 def presets() -> list[Preset]:
     """The factory's presets, and then the user's own (~/.config/quellard/presets) by name."""
-    return [Preset(**row) for row in _core.presets()]
+    return [
+        Preset(**{**row, "settings": json.loads(row["settings"])}) for row in _core.presets()
+    ]
 
 
 def _automation(moves: Moves | None) -> _core.Automation | None:
     if moves is None:
         return None
     if isinstance(moves, (str, os.PathLike)):
-        return _core.Automation("", os.fspath(moves), True)
-    lines = [
-        f"{as_text('seconds', seconds)}, {name}, {as_text(name, value)}"
-        for seconds, name, value in moves
-    ]
-    return _core.Automation("\n".join(lines), "automation", False)
+        return _core.Automation(os.fsencode(moves), "")
+    return _core.Automation("", "\n".join(move_line(move) for move in moves))
 
 
 def render(
     x: Audio,
     rate: float,
     *,
-    channel: str | None = None,
-    presence: float | None = None,
-    bass: float | None = None,
-    mid: float | None = None,
-    treble: float | None = None,
-    master: float | None = None,
-    gain: float | None = None,
-    preset: str | None = None,
-    settings: Settings | None = None,
+    preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+    presence: float | None = None, bass: float | None = None, mid: float | None = None,
+    treble: float | None = None, master: float | None = None, gain: float | None = None,
     automation: Moves | None = None,
     block: int = 512,
     tail: float = 0.0,
@@ -90,13 +83,14 @@ def render(
     x           float32 or float64, (samples,) or (channels, samples), with any strides and full
                 scale at 1. Each channel has an amplifier of its own with the same settings.
     rate        Hz, a whole number from 1000 to 1000000
-    channel     "clean", "vintage" or "modern"; without it the preset's, or modern
-    presence to gain
-                knobs of the channel that plays, 0 to 10; what is not set stands at 5
-    preset      settings to start from, one of presets()
+    preset      settings to start from, one of presets(); without one, every knob stands at 5
     settings    further ones by name: {"vintage_gain": 6, "gate": -60, "cab": "4x12.wav"}
+    channel     "clean", "vintage" or "modern"; without it that of settings or preset, or modern
+    presence to gain
+                knobs of the channel that plays, 0 to 10; they count more than settings
     automation  moves while it plays: (seconds, name, value) each, or a file of such lines
-    block       samples that are played at once. It shifts moves by nothing and costs little.
+    block       samples that are played at once. The result does not depend on it while no knob
+                moves.
     tail        seconds of silence to play after the end, in which the sound rings out
     out         an array for the result, of the dtype of x; it may be x itself, without a tail
 
@@ -104,21 +98,20 @@ def render(
     scale stay. The same call gives the same bits on every machine of the same kind, and those of
     `quellard render`. Other threads of Python run meanwhile.
 
-    Raises TypeError and ValueError for what is no such array; UsageError for NaN and infinity in it,
-    at which out ends, and for unknown names and values out of range; FileError for files.
+    Raises TypeError and ValueError for what is no such array; UsageError for NaN and infinity in it
+    (out is then filled up to there), for unknown names and for values out of range; FileError for
+    files.
     """
-    named = assignments(
-        preset,
-        channel,
-        settings,
-        presence=presence,
-        bass=bass,
-        mid=mid,
-        treble=treble,
-        master=master,
-        gain=gain,
+    named = assignments(locals())
+    return _core.render(
+        x,
+        number("rate", rate),
+        named,
+        _automation(automation),
+        whole("block", block),
+        number("tail", tail),
+        out,
     )
-    return _core.render(x, rate, named, _automation(automation), block, tail, out)
 
 
 class Amplifier:
@@ -133,46 +126,44 @@ class Amplifier:
     object in each thread: calls to the same one wait for each other.
     """
 
-    def __init__(self, rate: float, channels: int = 1, *, block: int = 512, **settings: Any) -> None:
-        self._amp = _core.StreamingAmp(rate, channels, block)
-        self.set(**settings)
+    def __init__(
+        self,
+        rate: float,
+        channels: int = 1,
+        *,
+        block: int = 512,
+        preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+        presence: float | None = None, bass: float | None = None, mid: float | None = None,
+        treble: float | None = None, master: float | None = None, gain: float | None = None,
+    ) -> None:
+        named = assignments(locals())
+        self._amp = _core.StreamingAmp(
+            number("rate", rate), whole("channels", channels), whole("block", block)
+        )
+        self._amp.set(named)
 
     def set(
         self,
         *,
-        channel: str | None = None,
-        presence: float | None = None,
-        bass: float | None = None,
-        mid: float | None = None,
-        treble: float | None = None,
-        master: float | None = None,
-        gain: float | None = None,
-        preset: str | None = None,
-        settings: Settings | None = None,
+        preset: str | None = None, settings: Settings | None = None, channel: str | None = None,
+        presence: float | None = None, bass: float | None = None, mid: float | None = None,
+        treble: float | None = None, master: float | None = None, gain: float | None = None,
     ) -> None:
         """Set knobs and the like, named as for render(); the others stay.
 
-        The next call of process() begins to move there and takes 12 ms, without a click; before
-        the first call the values hold at once. Wrong values raise UsageError and change nothing.
+        A preset replaces the knobs of all channels, and leaves gate, levels and cabinet alone. The
+        next call of process() begins to move there and takes 12 ms, without a click; before the
+        first call the values hold at once. Wrong values raise UsageError and change nothing.
         """
-        named = assignments(
-            preset,
-            channel,
-            settings,
-            presence=presence,
-            bass=bass,
-            mid=mid,
-            treble=treble,
-            master=master,
-            gain=gain,
-        )
+        named = assignments(locals())
         if named:
             self._amp.set(named)
 
     def process(self, block: Audio, out: Audio | None = None) -> Audio:
         """Play a block: float32 or float64, (samples,) or (channels, samples), any length.
 
-        Returns a new array of the same dtype and shape, or out, which may be the block itself.
+        Returns a new array of the same dtype and shape, or out, which may be the block itself. A
+        block that holds NaN or infinity raises UsageError, and nothing of it is played.
         """
         return self._amp.process(block, out)
 
@@ -198,7 +189,8 @@ class Amplifier:
     @property
     def settings(self) -> dict[str, float | str | None]:
         """All settings by name, as set() and render() take them."""
-        return self._amp.settings()
+        settings: dict[str, float | str | None] = json.loads(self._amp.settings())
+        return settings
 
     @property
     def texts(self) -> dict[str, str]:
@@ -210,8 +202,10 @@ class Amplifier:
         return f"<quellard.Amplifier: {channel}, {self.rate} Hz, {self.channels} channel(s)>"
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return (_restored, (self.rate, self.channels, self.block, self.settings))
+        return (_restored, (type(self), self.rate, self.channels, self.block, self.settings))
 
 
-def _restored(rate: int, channels: int, block: int, settings: Settings) -> Amplifier:
-    return Amplifier(rate, channels, block=block, settings=settings)
+def _restored(
+    kind: type[Amplifier], rate: int, channels: int, block: int, settings: Settings
+) -> Amplifier:
+    return kind(rate, channels, block=block, settings=settings)

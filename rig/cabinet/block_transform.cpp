@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <numbers>
 
 #include "params/sizes.h"
@@ -31,15 +32,27 @@ struct Parts {
   double* im;
 };
 
+// To 64 binary digits, which a long double has on x86. On ARM it has 113; then x is rounded where a
+// larger number that is added to it and taken away again leaves no digits.
+long double toExtended(long double x) {
+  if constexpr (std::numeric_limits<long double>::digits == 113) {
+    const long double larger = x * 0x2000000000001p0L;  // 2^49 + 1
+    return larger - (larger - x);
+  }
+  return x;
+}
+
 // exp(i angle) with the angle in turns. The C library's double functions differ in their last bit
-// from processor to processor; rounded from long doubles they do not.
+// from processor to processor; rounded from long doubles of one length they do not. The angle's
+// rounding counts, too: near a zero of the sine it is all that is left.
 struct Phasor {
   double re;
   double im;
 };
 Phasor phasor(long double turns) {
-  const long double angle = 2.0L * std::numbers::pi_v<long double> * turns;
-  return {static_cast<double>(std::cos(angle)), static_cast<double>(std::sin(angle))};
+  const long double angle = toExtended(toExtended(2.0L * std::numbers::pi_v<long double>) * turns);
+  return {static_cast<double>(toExtended(std::cos(angle))),
+          static_cast<double>(toExtended(std::sin(angle)))};
 }
 
 // The factors of one pass: for each of m groups those of the second, third and fourth output.

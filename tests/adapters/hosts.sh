@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# hosts.sh CASE BUILD: Debian's own hosts run the built formats and must give the samples of
-# `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed.
+# hosts.sh CASE BUILD [EMULATOR...]: Debian's own hosts run the built formats and must give the samples
+# of `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed. What
+# is installed is started by the emulator, if there is one.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
 build=$(cd "$2" && pwd)
 quellard=$build/quellard
+emulator=("${@:3}")
 mono=urn:quellard:amplifier
 stereo=urn:quellard:amplifier-stereo
 export LV2_PATH=$build/lv2:/usr/lib/lv2
@@ -369,7 +371,7 @@ case $1 in
     cmp home/.local/share/man/man1/quellard.1 "$build/share/man/man1/quellard.1"
     bash -c '. home/.local/share/bash-completion/completions/quellard && complete -p quellard'
     HOME=$PWD/home lv2ls | grep -qx $stereo
-    home/.local/bin/quellard render -q mono.wav -o heard.wav "${knobs[@]}"
+    "${emulator[@]}" home/.local/bin/quellard render -q mono.wav -o heard.wav "${knobs[@]}"
     expect heard.wav mono.wav "${knobs[@]}"
     for file in .clap/quellard.clap .vst/quellard-vst2{,-stereo}.so; do
       cmp "home/$file" "$build/${file##*/}"

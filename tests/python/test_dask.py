@@ -36,9 +36,11 @@ def cluster():
 
 def test_the_example_leaves_what_one_process_leaves(takes, tmp_path, cluster):
     alone = quellard.sweep(takes, tmp_path / "alone", grid=GRID, random=50, seed=1)
+    (takes / "notes.txt").write_text("no audio")  # is named, and the rest is made
     assert len(alone.run(jobs=2)) == 100
     arguments = [sys.executable, EXAMPLE, takes, tmp_path / "local"]
-    subprocess.run(arguments, check=True, timeout=300)
+    done = subprocess.run(arguments, check=True, timeout=300, capture_output=True, text=True)
+    assert "notes.txt: not an audio file" in done.stderr
     assert content(tmp_path / "local") == content(tmp_path / "alone")
     arguments[-1] = tmp_path / "address"
     subprocess.run([*arguments, cluster.scheduler_address], check=True, timeout=300)
@@ -60,7 +62,7 @@ def test_a_worker_that_dies_in_the_middle_is_made_up_for(takes, tmp_path, cluste
             yield future.result()
 
     with distributed.Client(cluster) as client:
-        futures = client.map(quellard.run_task, list(plan), retries=3)
+        futures = client.map(quellard.run_task, list(plan))
         collected = plan.collect(rows(futures, client))
     assert killed and len(collected) == 120
     assert content(tmp_path / "out") == content(tmp_path / "alone")

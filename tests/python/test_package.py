@@ -8,7 +8,6 @@ import subprocess
 import sys
 from pathlib import Path
 
-import numpy as np
 import pytest
 import quellard
 from conftest import command, pluck, write_wav
@@ -43,6 +42,7 @@ def test_the_types_hold(tmp_path):
     stubs = subprocess.run(
         [sys.executable, "-m", "mypy.stubtest", "quellard._core", "--ignore-missing-stub",
          "--allowlist", allowed],
+        env={**os.environ, "MYPY_CACHE_DIR": str(tmp_path)},
         capture_output=True, text=True, cwd=os.environ["PYTHONPATH"],
     )  # fmt: skip
     assert stubs.returncode == 0, stubs.stdout + stubs.stderr
@@ -60,7 +60,6 @@ def test_no_thread_or_library_of_the_command_comes_with_it():
 
 
 def test_importing_needs_nothing_but_numpy():
-    assert np.__version__
     code = "import sys, quellard; print([m for m in ('dask', 'distributed', 'pandas') if m in sys.modules])"
     done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
     assert done.stdout.strip() == "[]"

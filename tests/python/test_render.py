@@ -2,13 +2,17 @@
 """render() gives the command's samples, for every kind of array, and refuses the rest clearly."""
 
 import multiprocessing
+import os
+import signal
 import threading
+import time
 
 import numpy as np
 import pytest
 import quellard
 from conftest import RATE, command, pluck
 
+SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
 MOVES = [(0.0, "channel", "vintage"), (0.1, "gain", 9), (0.2, "channel", "clean"), (0.3, "treble", 1)]
 
 
@@ -106,6 +110,7 @@ def test_a_row_or_a_flat_array_comes_back_as_such(guitar):
     "x, error, words",
     [
         ([0.0, 0.1], TypeError, "x is list: a NumPy array"),
+        (np.ma.masked_greater(np.zeros(9), 1.0), TypeError, r"x is masked: x.filled\(0\)"),
         (None, TypeError, "NoneType"),
         (np.zeros(9, np.int16), TypeError, "int16.*full scale at 1: x / np.iinfo"),
         (np.zeros(9, np.float16), TypeError, "float16"),
@@ -134,7 +139,7 @@ def test_what_is_no_audio_is_refused_with_a_sentence(x, error, words):
         ({"rate": float("nan")}, "rate: nan"),
         ({"rate": 0}, "rate: 0"),
         ({"channel": "vintag"}, "did you mean 'vintage'"),
-        ({"gain": 11}, "gain: 11.0 is outside 0 to 10"),
+        ({"gain": 11}, "gain: 11 is outside 0 to 10"),
         ({"gain": float("nan")}, "gain: 'nan' is not a number"),
         ({"preset": "Blues Leed"}, "did you mean 'Blues Lead'"),
         ({"settings": {"vintage.gian": 3}}, "did you mean 'vintage_gain'"),
@@ -142,6 +147,10 @@ def test_what_is_no_audio_is_refused_with_a_sentence(x, error, words):
         ({"settings": {"channel": ""}}, "'channel' has no value"),
         ({"automation": [(0.1, "gain", 3), (0.2, "gian", 3)]}, "automation:2: unknown knob 'gian'"),
         ({"automation": [(-1.0, "gain", 3)]}, "negative time"),
+        ({"automation": [(float("nan"), "gain", 9), (0.1, "bass", 3)]}, "seconds is nan"),
+        ({"automation": [(0.0, "gain", "9\n0.05, bass, 2")]}, "is no move"),
+        ({"automation": [(0.0, "gain")]}, "is no move"),
+        ({"block": 512.5}, "block is 512.5: a whole number"),
         ({"block": 0}, "block: 0"),
         ({"tail": float("inf")}, "tail: inf"),
         ({"tail": -1.0}, "tail: -1"),
@@ -162,14 +171,69 @@ def test_the_errors_have_their_types(guitar, tmp_path):
         quellard.render(guitar, RATE, settings={"cab": tmp_path / "nothing.wav"})
     with pytest.raises(OSError, match="none.csv"):
         quellard.render(guitar, RATE, automation=tmp_path / "none.csv")
-    with pytest.raises(TypeError, match="gain is True"):
-        quellard.render(guitar, RATE, gain=True)
+    for name, value in (("gain", True), ("gain", np.True_), ("tail", "1"), ("rate", None), ("channel", b"x")):
+        with pytest.raises(TypeError, match=f"{name} is .*: a number is needed"):
+            quellard.render(guitar, **{"rate": RATE, name: value})
+    with pytest.raises(TypeError, match="settings is"):
+        quellard.render(guitar, RATE, settings=[("gain", 3)])
     with pytest.raises(TypeError):
         quellard.render(guitar, RATE, volume=3)
     read_only = np.empty(len(guitar))
     read_only.flags.writeable = False
     with pytest.raises(ValueError, match="read-only"):
         quellard.render(guitar, RATE, out=read_only)
+    for strides in ((8, 8), (0, 8), (4800, 0)):
+        shared = np.lib.stride_tricks.as_strided(np.zeros(10000), (2, 480), strides)
+        with pytest.raises(ValueError, match="share memory"):
+            quellard.render(np.zeros((2, 480)), RATE, out=shared)
+
+
+def test_what_is_named_last_counts(guitar):
+    full = quellard.Amplifier(RATE, preset="Warm Jazz").settings
+    wanted = quellard.render(guitar, RATE, preset="Warm Jazz", gain=9)
+    np.testing.assert_array_equal(quellard.render(guitar, RATE, settings=full, gain=9), wanted)
+    np.testing.assert_array_equal(
+        quellard.render(guitar, RATE, settings={**full, "channel": "modern"}, channel="clean", gain=9), wanted
+    )
+    assert quellard.Amplifier(RATE, gain=2, settings={"modern_gain": 8}).settings["modern_gain"] == 2
+    assert quellard.Amplifier(RATE, settings={"gain": 8, "modern.gain": 3}).settings["modern_gain"] == 3
+    assert quellard.Amplifier(RATE, settings={"19": 0.5}, channel="clean").settings["channel"] == "clean"
+
+
+def test_an_error_in_place_leaves_the_input_as_it_was(guitar):
+    bad = guitar.copy()
+    bad[9000] = np.nan
+    before = bad.copy()
+    with pytest.raises(ValueError, match="sample 9000"):
+        quellard.render(bad, RATE, out=bad)
+    np.testing.assert_array_equal(bad, before)
+
+
+def test_names_of_files_may_hold_any_bytes(guitar, tmp_path):
+    from conftest import write_wav
+
+    name = str(tmp_path / os.fsdecode(b"cab\xff.wav"))
+    write_wav(name, np.exp(-np.arange(99) / 10.0))
+    quellard.render(guitar, RATE, settings={"cab": name})
+    moves = tmp_path / os.fsdecode(b"moves\xff.csv")
+    moves.write_text("0.1, gain, 9")
+    quellard.render(guitar, RATE, automation=moves)
+
+
+def test_ctrl_c_ends_a_render_and_a_block():
+    x = np.zeros((16, 40 * RATE), np.float32)
+    amp = quellard.Amplifier(RATE, channels=16)
+    for work in (lambda: quellard.render(x, RATE), lambda: amp.process(x)):
+        previous = signal.signal(signal.SIGALRM, signal.default_int_handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.2)
+        begin = time.monotonic()
+        try:
+            with pytest.raises(KeyboardInterrupt):
+                work()
+        finally:
+            signal.signal(signal.SIGALRM, previous)
+        # The whole of it takes several times as long.
+        assert time.monotonic() - begin < 1.0 * SLOW
 
 
 def test_threads_render_side_by_side():

@@ -3,12 +3,16 @@
 
 import copy
 import pickle
+import os
 import threading
+import time
 
 import numpy as np
 import pytest
 import quellard
-from conftest import RATE
+from conftest import RATE, write_wav
+
+SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
 
 
 def stream(amp, x, length):
@@ -51,6 +55,11 @@ def test_levels_and_the_gate_move_too(guitar):
     quieter = amp.process(guitar[4800:])[4800:]
     louder = steady.process(guitar[4800:])[4800:]
     np.testing.assert_allclose(quieter, louder * 10 ** (-6 / 20), rtol=1e-6)
+    hiss = 1e-3 * np.sin(np.arange(RATE) / 3.0)
+    assert np.abs(steady.process(hiss)[-4800:]).max() > 1e-3
+    amp.set(settings={"gate": -40})
+    assert np.abs(amp.process(hiss)[-4800:]).max() == 0.0
+    assert amp.texts["gate"] == "-40.0 dB"
 
 
 def test_wrong_values_change_nothing(guitar, tmp_path):
@@ -114,3 +123,50 @@ def test_calls_to_one_object_wait_for_each_other(guitar):
     for thread in threads:
         thread.join(timeout=60)
     assert len(ends) == 4
+    # The same 200 blocks went through it, whoever brought them.
+    alone = quellard.Amplifier(RATE)
+    for _ in range(200):
+        alone.process(guitar[:480])
+    np.testing.assert_array_equal(amp.process(guitar), alone.process(guitar))
+
+
+def test_others_go_on_while_one_thread_waits_for_a_playing_amplifier():
+    amp = quellard.Amplifier(RATE)
+    playing = threading.Thread(target=amp.process, args=(np.zeros(60 * RATE),))
+    waiting = threading.Thread(target=lambda: amp.settings)
+    playing.start()
+    time.sleep(0.02)
+    waiting.start()
+    longest, last = 0.0, time.monotonic()
+    while playing.is_alive():
+        time.sleep(0.001)
+        longest, last = max(longest, time.monotonic() - last), time.monotonic()
+    waiting.join()
+    assert longest < 0.1 * SLOW
+
+
+def test_a_cabinet_is_found_from_another_folder(guitar, tmp_path, monkeypatch):
+    write_wav(tmp_path / "cab.wav", np.exp(-np.arange(2000) / 100.0))
+    monkeypatch.chdir(tmp_path)
+    amp = quellard.Amplifier(RATE, settings={"cab": "cab.wav"})
+    monkeypatch.chdir("/")
+    expected = amp.process(guitar)
+    np.testing.assert_array_equal(copy.copy(amp).process(guitar), expected)
+    (tmp_path / "cab.wav").unlink()
+    played = amp.process(guitar)
+    with pytest.raises(quellard.FileError, match="cab.wav"):
+        amp.reset()
+    assert np.any(amp.process(guitar) != expected) and np.any(played != expected)
+
+
+def test_a_subclass_stays_one_and_long_blocks_cost_nothing_when_short_ones_come(guitar):
+    class Mine(quellard.Amplifier):
+        pass
+
+    assert type(copy.copy(Mine(RATE, gain=3))) is Mine
+    amp = quellard.Amplifier(RATE, block=1 << 20)
+    amp.process(guitar[:64])
+    begin = time.monotonic()
+    for _ in range(200):
+        amp.process(guitar[:64])
+    assert (time.monotonic() - begin) / 200 < 500e-6 * SLOW

@@ -14,7 +14,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import quellard
-from conftest import COMMAND, ENVIRONMENT, command, pluck, write_wav
+from conftest import COMMAND, ENVIRONMENT, RATE, command, pluck, write_wav
 
 SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
 
@@ -186,12 +186,19 @@ def test_a_broken_take_is_named_and_the_others_are_made(takes, tmp_path):
     made = rows_of(tmp_path / "out")
     assert sum(row["truncated"] for row in made) == 3
     assert {Path(row["input"]).name for row in made} == {"a.wav", "b.wav", "broken.wav"}
-    with pytest.raises(quellard.FileError, match=r"notes.txt"):
-        quellard.sweep(takes, tmp_path / "out", grid={"gain": [1]}).run()
+    assert said.count("notes.txt") == 1
+    plan = quellard.sweep(takes, tmp_path / "out", grid={"gain": [1]})
+    for work in (plan.run, lambda: plan.collect(map(quellard.run_task, plan))):
+        with pytest.raises(quellard.SweepError, match="notes.txt: not an audio file") as failed:
+            work()
+        assert len(failed.value.rows) == 3 and failed.value.errors == plan.errors
+    # Told again, though nothing is made again.
+    assert "cut short" in command("sweep", broken, "-o", tmp_path / "out", "--grid", "gain=0:10:5", "-q", status=1)
     task = next(iter(quellard.sweep(takes / "a.wav", tmp_path / "late")))
     write_wav(takes / "a.wav", pluck(pitch=98.0))
-    with pytest.raises(quellard.FileError, match="a.wav has changed since the sweep was planned"):
-        task()
+    failed = task()
+    assert "a.wav has changed since the sweep was planned" in failed["error"]
+    assert set(failed) == {"output", "input", "error"}
     assert not list((tmp_path / "late").rglob("*.wav"))
 
 
@@ -252,11 +259,82 @@ def test_wrong_tasks_and_rows_are_refused(tmp_path):
         quellard.Task("{}")()
     plan = quellard.sweep([], tmp_path / "out", grid={"gain": [1]})
     assert len(plan) == 0
-    with pytest.raises(quellard.UsageError, match="not a row"):
-        plan.collect([{"no": "output"}])
+    for row in ({"no": "output"}, {"output": "../evil.wav"}):
+        with pytest.raises(quellard.UsageError, match="is no row of this sweep"):
+            plan.collect([row])
+    assert plan.collect([]) == []  # the list was left for others to write
     with pytest.raises(quellard.UsageError, match="random: 0"):
         quellard.sweep([], tmp_path, grid={"gain": "0:10"}, random=0)
     with pytest.raises(quellard.FileError, match="nothing.wav"):
         quellard.sweep(tmp_path / "nothing.wav", tmp_path / "out")
+    for options, words in (
+        ({"block": 0}, "block: 0"),
+        ({"tail": float("nan")}, "tail: nan"),
+        ({"seed": -1}, "seed: -1"),
+        ({"seed": 2**40}, "seed is"),
+        ({"random": 2.5}, "random is 2.5"),
+        ({"type": "mid"}, "mid"),
+        ({"grid": {"gain": []}}, "'gain' has an empty value"),
+    ):
+        with pytest.raises(quellard.UsageError, match=words):
+            quellard.sweep([], tmp_path / "out", **{"grid": {"gain": "0:10:5"}, **options})
+    for options in ({"tail": "1"}, {"random": "3"}, {"grid": [("gain", [1])]}, {"grid": {"gain": [b"1"]}}):
+        with pytest.raises(TypeError, match="needed"):
+            quellard.sweep([], tmp_path / "out", **options)
+    with pytest.raises(quellard.UsageError, match="jobs: 0"):
+        plan.run(jobs=0)
+
+
+def test_a_plan_is_a_sequence(takes, tmp_path):
+    plan = quellard.sweep(takes / "a.wav", tmp_path / "out", grid={"gain": 3, "channel": ["clean", "modern"]})
+    tasks = list(plan)
+    assert len(plan) == 2 and plan[1] == tasks[1] and plan[-1] == tasks[1] and plan[:1] == tasks[:1]
+    assert tasks[0] in plan and plan.index(tasks[1]) == 1
+    with pytest.raises(IndexError):
+        plan[2]
+
+
+def test_the_grid_counts_more_than_all_other_settings(takes, tmp_path):
+    full = quellard.Amplifier(RATE, preset="Warm Jazz").settings
+    plan = quellard.sweep(takes / "a.wav", tmp_path, settings=full, gain=1, grid={"gain": [2, 4], "channel": ["modern"]})
+    assert [task.row["settings"]["modern_gain"] for task in plan] == [2.0, 4.0]
+    with pytest.raises(quellard.UsageError, match="'preset' changes nothing"):
+        quellard.sweep(takes, tmp_path, settings=full, grid={"preset": ["Blues Lead", "Warm Jazz"]})
+
+
+def test_resumed_by_other_names_of_the_same_files(takes, tmp_path, monkeypatch):
+    monkeypatch.chdir(takes)
+    for take in ("a.wav", "./a.wav", takes / "a.wav", "../takes/a.wav"):
+        told = json.loads(command("sweep", take, "-o", "../out", "--grid", "gain=2,4", "--json"))
+        assert (told["made"] + told["kept"], rows_of("../out")[0]["input"]) == (2, str(take))
+    assert told["kept"] == 2
+
+
+def test_folders_that_hold_each_other(takes, tmp_path):
+    inside = takes / "out"
+    for _ in range(2):
+        told = json.loads(command("sweep", takes, "-o", inside, "--grid", "gain=2,4", "--json"))
+    assert (told["files"], told["kept"]) == (4, 4)
+    other = json.loads(command("sweep", takes, "-o", takes / "other", "--grid", "gain=3", "--json"))
+    assert other["files"] == 2
+    assert "is a folder of takes" in command("sweep", takes, "-o", takes, "--grid", "gain=3", status=2)
+
+
+def test_what_killed_processes_left_is_removed(takes, tmp_path):
+    plan = quellard.sweep(takes / "a.wav", tmp_path / "out", grid={"gain": [1]})
+    left = tmp_path / "out" / "a" / (".quellard-" + 32 * "0" + ".part")
+    for work in (plan.run, lambda: plan.collect(map(quellard.run_task, plan))):
+        left.parent.mkdir(parents=True, exist_ok=True)
+        left.write_bytes(b"half")
+        work()
+        assert not left.exists()
+
+
+def test_names_that_no_list_can_hold_are_refused(takes, tmp_path):
+    bad = tmp_path / os.fsdecode(b"o\xff")
+    assert "is not UTF-8" in command("sweep", takes, "-o", bad, "--grid", "gain=1", status=2)
+    assert not bad.exists()
+    (takes / os.fsdecode(b"t\xff.wav")).write_bytes((takes / "a.wav").read_bytes())
+    assert "is not UTF-8" in command("sweep", takes, "-o", tmp_path / "out", "--grid", "gain=1", status=2)
 
 

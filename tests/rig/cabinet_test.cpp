@@ -34,11 +34,9 @@ std::vector<double> response(Random& random, std::size_t taps) {
 std::vector<double> direct(const std::vector<double>& taps, const std::vector<double>& in) {
   std::vector<double> out;
   for (std::size_t n = 0; n < in.size(); ++n) {
-    long double sum = 0.0L;
-    for (std::size_t k = 0; k < taps.size() && k <= n; ++k) {
-      sum += static_cast<long double>(taps[k]) * static_cast<long double>(in[n - k]);
-    }
-    out.push_back(static_cast<double>(sum));
+    double sum = 0.0;
+    for (std::size_t k = 0; k < taps.size() && k <= n; ++k) sum += taps[k] * in[n - k];
+    out.push_back(sum);
   }
   return out;
 }

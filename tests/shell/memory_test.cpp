@@ -13,7 +13,7 @@
 #include "tests/support/effort.h"
 #include "tests/support/floating_point_mode.h"
 #include "tests/support/same_bits.h"
-#if defined(__linux__) && defined(__x86_64__)
+#if defined(__linux__) && (defined(__x86_64__) || defined(__aarch64__))
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -84,7 +84,7 @@ TEST(Memory, ACabinetThatPlaysAllocatesNothing) {
 
 // The kernel's strict mode kills a process at any system call but exit.
 TEST(Memory, SteadyBlocksMakeNoSystemCall) {
-#if defined(__linux__) && defined(__x86_64__)
+#if defined(__linux__) && (defined(__x86_64__) || defined(__aarch64__))
   if (kSanitized) GTEST_SKIP() << "sanitizers make system calls of their own";
   OpenedEffect effect;
   effect.setSampleRate(44100.0f);

@@ -8,8 +8,8 @@ namespace quellard::test {
 
 inline constexpr bool kSanitized = QUELLARD_SANITIZED;  // from CMake
 
-// 32-bit programs may be run by an emulator, some twenty times slower than the processor.
-inline constexpr bool kEmulated = sizeof(void*) == 4;
+// An emulator is some twenty times slower than the processor.
+inline constexpr bool kEmulated = QUELLARD_EMULATED;  // from CMake
 
 #if defined(__OPTIMIZE__)
 inline constexpr bool kAtFullSpeed = !kSanitized && !kEmulated;

@@ -71,6 +71,15 @@ bool commandsTheTerminal(std::uint32_t code) {
 
 }  // namespace
 
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t bytes = decode(text).bytes;
+    if (bytes == 0) return false;
+    text.remove_prefix(bytes);
+  }
+  return true;
+}
+
 std::string systemMessage(int error) {
   for (const auto& [number, reason] : kReasons) {
     if (number == error) return reason;

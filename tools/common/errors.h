@@ -16,6 +16,9 @@ namespace quellard {
 // "\x1b".
 std::string oneLine(std::string_view text);
 
+// Whether all bytes are UTF-8.
+bool isUtf8(std::string_view text);
+
 // A wrong command line, or a wrong value on it or in a text file: exit status 2.
 class UsageError : public std::runtime_error {
  public:

@@ -7,7 +7,9 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
+#include <string>
 #include <sys/random.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "tools/common/errors.h"
@@ -32,6 +34,18 @@ fs::path temporaryNameIn(const fs::path& folder) {
   std::array<std::uint64_t, 2> random = {};
   if (getentropy(random.data(), sizeof random) != 0) throw FileError("cannot get random numbers");
   return folder / fmt::format(".quellard-{:016x}{:016x}.part", random[0], random[1]);
+}
+
+void removeTemporaryFilesIn(const fs::path& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    std::error_code ignored;
+    if (name.starts_with(".quellard-") && name.ends_with(".part")) {
+      fs::remove(entry->path(), ignored);
+    }
+  }
 }
 
 FileDescriptor openSpool() {

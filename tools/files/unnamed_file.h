@@ -36,6 +36,10 @@ FileDescriptor openUnnamedIn(const std::filesystem::path& folder);
 // into the same folder.
 std::filesystem::path temporaryNameIn(const std::filesystem::path& folder);
 
+// Removes files with such names from a folder: what killed processes left where the file system has
+// no unnamed files. Not while another process may be writing there.
+void removeTemporaryFilesIn(const std::filesystem::path& folder);
+
 // Creates an unnamed file for temporary data, in $TMPDIR, /var/tmp or /tmp. Throws FileError.
 FileDescriptor openSpool();
 

@@ -100,6 +100,10 @@ class Channels {
   std::vector<double*> at_;
 };
 
+double share(std::int64_t part, std::int64_t whole) {
+  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
 double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
@@ -165,9 +169,7 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
           .seconds = static_cast<double>(frames) / rate,
           .elapsed = secondsSince(begin),
           .inputPeak_dbfs = asDecibels(rig.inputPeak()),
-          .gateClosed = frames == 0 ? 0.0
-                                    : static_cast<double>(rig.gateClosedFrames()) /
-                                          static_cast<double>(frames),
+          .gateClosed = share(rig.gateClosedFrames(), frames),
           .peak_dbfs = meter.peak_dbfs(),
           .loudness_lufs = meter.loudness_lufs(),
           .clipped = writer.clipped(),

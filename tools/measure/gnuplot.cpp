@@ -40,6 +40,10 @@ File scriptFile(const std::string& script) {
   return file;
 }
 
+[[noreturn]] void failWithoutGnuplot() {
+  throw FileError("cannot draw: the program gnuplot is missing (apt-get install gnuplot-nox)");
+}
+
 pid_t spawnGnuplot(int input, int output) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -51,9 +55,7 @@ pid_t spawnGnuplot(int input, int output) {
   pid_t child = 0;
   const int error = posix_spawnp(&child, name.data(), &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  if (error == ENOENT) {
-    throw FileError("cannot draw: the program gnuplot is missing (apt-get install gnuplot-nox)");
-  }
+  if (error == ENOENT) failWithoutGnuplot();
   if (error != 0) fail("cannot run gnuplot", error);
   return child;
 }
@@ -80,6 +82,8 @@ void runGnuplot(const std::string& script, OutputFile& picture) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
   throwIfInterrupted();
+  // What a child ends with that found no program, where no error comes back, as under an emulator.
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 127) failWithoutGnuplot();
   if (status != 0 || picture.size() == 0) throw FileError("gnuplot could not draw the picture");
 }
 

@@ -39,11 +39,12 @@ std::string* optionNamed(const std::string& word, NamedSettings& settings) {
   return nullptr;
 }
 
-bool isBareKnob(const std::string& word) {
-  for (int knob = 0; knob < kKnobsPerChannel; ++knob) {
-    if (sameWord(word, parameterInfo(knobIndex(0, knob)).name)) return true;
-  }
-  return false;
+// What named the channel before counts no more.
+void forgetChannel(SettingsOptions& knobs) {
+  knobs.channel.clear();
+  std::erase_if(knobs.assignments, [](const std::string& assignment) {
+    return namesSelector(splitAssignment(assignment).first);
+  });
 }
 
 }  // namespace
@@ -51,10 +52,9 @@ bool isBareKnob(const std::string& word) {
 void assign(std::string_view name, std::string_view value, NamedSettings& settings) {
   const std::string word = asWord(name);
   if (trimmed(value).empty()) throw UsageError(fmt::format("'{}' has no value", name));
+  if (namesSelector(name)) forgetChannel(settings.knobs);
   if (std::string* const option = optionNamed(word, settings)) {
     *option = value;
-  } else if (isBareKnob(word)) {
-    settings.knobs.knobs[word] = value;
   } else {
     settings.knobs.assignments.push_back(fmt::format("{}={}", name, value));
   }

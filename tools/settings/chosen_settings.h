@@ -21,9 +21,10 @@ struct NamedSettings {
   RigOptions rig;
 };
 
-// Adds one as if it stood on a command line: "preset", "program", "channel", a knob of the channel
-// that plays, "input", "gate", "output", "cab" and "cab level" like the options of these names, any
-// other name like --set. The last of two for one name counts. Throws UsageError for an empty value.
+// Adds one behind what is there: "preset", "program", "channel", "input", "gate", "output", "cab"
+// and "cab level" like the options of these names, any other name like --set. A preset or program
+// comes before all knobs, in whatever order they are added; of knobs that are one and the same, by
+// whatever name, the last counts. Throws UsageError for an empty value.
 void assign(std::string_view name, std::string_view value, NamedSettings& settings);
 
 struct ChosenSettings {

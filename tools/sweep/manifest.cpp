@@ -45,7 +45,7 @@ void readRows(const fs::path& file, ManifestRows& rows) {
   }
 }
 
-fs::path listIn(const fs::path& folder) { return folder / "manifest.jsonl"; }
+fs::path listIn(const fs::path& folder) { return folder / kManifestName; }
 fs::path partialListIn(const fs::path& folder) { return folder / "manifest.partial.jsonl"; }
 
 }  // namespace
@@ -79,6 +79,7 @@ void Manifest::add(const std::string& row) {
   auto [output, text] = parseRow(row);
   if (output.empty()) throw UsageError("not a row of a sweep's list");
   const std::lock_guard lock(mutex_);
+  if (!journal_) throw FileError(fmt::format("{} is closed", file_.string()));
   std::string& kept = rows_[output];
   if (kept == text) return;
   kept = std::move(text);

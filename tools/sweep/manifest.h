@@ -16,6 +16,8 @@
 
 namespace quellard {
 
+inline constexpr const char* kManifestName = "manifest.jsonl";
+
 // The rows by the file that each describes, its name in the folder.
 using ManifestRows = std::map<std::string, std::string>;
 
@@ -38,6 +40,9 @@ class Manifest {
 
   // Writes the complete list, rows for `outputs` first, and returns those. Throws FileError.
   std::vector<std::string> finish(const std::vector<std::string>& outputs);
+
+  // Lets others write. Nothing may be added any more.
+  void close() { journal_ = FileDescriptor(); }
 
   const std::filesystem::path& file() const { return file_; }
 

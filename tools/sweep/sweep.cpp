@@ -2,28 +2,53 @@
 #include "tools/sweep/sweep.h"
 
 #include <algorithm>
-#include <atomic>
-#include <exception>
 #include <fmt/format.h>
+#include <functional>
 #include <map>
-#include <mutex>
 #include <set>
 #include <system_error>
-#include <thread>
 #include <utility>
 
-#include "params/sizes.h"
+#include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/files/audio_file.h"
+#include "tools/files/audio_format.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/input_file.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
+#include "tools/host/render_limits.h"
 #include "tools/settings/cabinet_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
 namespace {
+
+constexpr std::size_t kMostTasks = 1'000'000;
+
+void refuse(const std::string& why) { throw UsageError(why); }
+
+void checkLimits(const SweepSettings& settings) {
+  if (settings.axes.empty() && settings.random > 0) {
+    refuse("nothing to draw from: --grid NAME=LOWEST:HIGHEST says what varies");
+  }
+  if (settings.random < 0) refuse(fmt::format("random: {} is below 0", settings.random));
+  if (settings.seed < 0) refuse(fmt::format("seed: {} is below 0", settings.seed));
+  if (settings.blockLength < 1 || settings.blockLength > kLongestBlock) {
+    refuse(fmt::format("block: {} is outside 1 to {}", settings.blockLength, kLongestBlock));
+  }
+  if (!(settings.tailSeconds >= 0.0 && settings.tailSeconds <= kLongestTail_s)) {
+    refuse(fmt::format("tail: {} is outside 0 to {}", settings.tailSeconds, kLongestTail_s));
+  }
+}
+
+// Tasks and rows are JSON, which holds no other bytes.
+const fs::path& requireUtf8(const fs::path& path) {
+  if (isUtf8(path.string())) return path;
+  throw UsageError(
+      fmt::format("{}: a sweep's list holds no name that is not UTF-8", path.string()));
+}
 
 SourceFile sourceFile(const fs::path& path) {
   std::error_code error;
@@ -31,7 +56,7 @@ SourceFile sourceFile(const fs::path& path) {
     throw UsageError(
         fmt::format("{} is no ordinary file, as which it is read again and again", path.string()));
   }
-  return {path, sha256OfFile(path)};
+  return {requireUtf8(path), sha256OfFile(path)};
 }
 
 // Each take has its own, so that a take that is added later changes nothing for the others.
@@ -39,62 +64,132 @@ std::uint64_t seedFor(const std::string& name, int seed) {
   return std::stoull(sha256(fmt::format("{}/{}", seed, name)).substr(0, 16), nullptr, 16);
 }
 
+void refuseTakesFolder(const std::vector<fs::path>& takes, const fs::path& folder) {
+  for (const fs::path& take : takes) {
+    std::error_code error;
+    if (!fs::equivalent(take, folder, error)) continue;
+    refuse(fmt::format("{} is a folder of takes: the results need another", folder.string()));
+  }
+}
+
+// Whether a file that was found in a folder of takes is the result of a sweep.
+bool isResult(const fs::path& file, const std::vector<fs::path>& takes) {
+  if (std::ranges::find(takes, file) != takes.end()) return false;
+  std::error_code error;
+  fs::path folder = file.parent_path();
+  while (!folder.empty() && std::ranges::find(takes, folder) == takes.end()) {
+    if (fs::exists(folder / kManifestName, error)) return true;
+    if (folder == folder.root_path()) return false;
+    folder = folder.parent_path();
+  }
+  return false;
+}
+
+std::string withoutDot(std::string_view type) {
+  return lowered(type.starts_with('.') ? type.substr(1) : type);
+}
+
 }  // namespace
 
 Sweep::Sweep(const std::vector<fs::path>& takes, const fs::path& folder,
              const SweepSettings& settings)
-    : folder_(fs::absolute(folder)) {
-  if (settings.axes.empty() && settings.random > 0) {
-    throw UsageError("nothing to draw from: --grid NAME=LOWEST:HIGHEST says what varies");
-  }
-  if (!settings.automation.empty()) automation_ = sourceFile(pathFrom(settings.automation));
-  for (const Job& job : planJobs(takes, folder / "", settings.fileType, settings.sampleFormat)) {
+    : settings_(settings) {
+  checkLimits(settings);
+  if (folder.empty()) refuse("the folder of the results has no name");
+  refuseTakesFolder(takes, folder);
+  settings_.fileType = withoutDot(settings.fileType);
+  formatFor("any." + settings_.fileType, settings.sampleFormat);  // throws for what there is not
+  SweepConditions conditions{.folder = requireUtf8(fs::absolute(folder).lexically_normal()),
+                             .origin = requireUtf8(fs::current_path()),
+                             .automation = {},
+                             .mono = settings.mono,
+                             .tailSeconds = settings.tailSeconds,
+                             .blockLength = settings.blockLength,
+                             .sampleFormat = settings.sampleFormat};
+  if (!settings.automation.empty())
+    conditions.automation = sourceFile(pathFrom(settings.automation));
+  conditions_ = std::make_shared<const SweepConditions>(std::move(conditions));
+  refuseAxesWithoutEffect();
+  if (takes.empty()) return;
+  for (const Job& job : planJobs(takes, folder / "", settings_.fileType, settings.sampleFormat)) {
     throwIfInterrupted();
-    if (job.output.empty()) throw FileError(fmt::format("{} is no audio", job.input.string()));
-    const fs::path name = job.output.lexically_relative(folder).replace_extension();
-    add(sourceFile(job.input), name.generic_string(), settings);
+    if (!isResult(job.input, takes)) addTake(job, folder);
   }
 }
 
-void Sweep::add(const SourceFile& take, const std::string& name, const SweepSettings& settings) {
+void Sweep::addTake(const Job& job, const fs::path& folder) {
+  try {
+    if (job.output.empty() || !isAudioFile(job.input)) {
+      AudioReader reader(job.input);  // says why
+      throw FileError(fmt::format("cannot read {}: not an audio file", job.input.string()));
+    }
+    const fs::path name = job.output.lexically_relative(folder).replace_extension();
+    if (name == kManifestName) {
+      refuse(fmt::format("{}: the list of the sweep has this name", job.input.string()));
+    }
+    const auto take = std::make_shared<const SourceFile>(sourceFile(job.input));
+    addTasks(take, name.generic_string());
+  } catch (const FileError& error) {
+    errors_.emplace_back(error.what());
+  }
+}
+
+void Sweep::addTasks(const std::shared_ptr<const SourceFile>& take, const std::string& name) {
   const std::vector<Combination> combinations =
-      settings.random > 0
-          ? randomCombinations(settings.axes, settings.random, seedFor(name, settings.seed))
-          : everyCombination(settings.axes);
-  SweepTask task{.folder = folder_,
-                 .output = {},
-                 .take = take,
-                 .cabinetSha256 = {},
-                 .automation = automation_,
-                 .mono = settings.mono,
-                 .tailSeconds = settings.tailSeconds,
-                 .blockLength = settings.blockLength,
-                 .sampleFormat = settings.sampleFormat,
-                 .origin = fs::current_path()};
-  ReadMoves readMoves;
-  std::map<int, std::vector<Move>> moves;  // by the channel that plays first
-  if (automation_) {
-    readMoves = [&](int channel) {
-      const auto [known, isNew] = moves.try_emplace(channel);
-      if (isNew) known->second = readAutomation(automation_->path, channel);
-      return known->second;
-    };
+      settings_.random > 0
+          ? randomCombinations(settings_.axes, settings_.random, seedFor(name, settings_.seed))
+          : everyCombination(settings_.axes);
+  if (tasks_.size() + combinations.size() > kMostTasks) {
+    refuse(fmt::format("more than {} renders: divide the takes among several sweeps", kMostTasks));
   }
   std::set<std::string> ids;
   for (const Combination& combination : combinations) {
     throwIfInterrupted();
-    NamedSettings named = settings.base;
-    for (std::size_t i = 0; i < combination.size(); ++i) {
-      assign(settings.axes[i].name(), settings.axes[i].value(combination[i]), named);
-    }
-    const ChosenSettings chosen = choose(named, readMoves);
-    task.values = valuesAtStart(chosen);
-    task.cabinet = chosen.cabinet;
-    task.cabinetSha256 = digestOf(chosen.cabinet);
+    SweepTask task = taskFor(combination);
     std::string id = settingsId(task);
-    task.output = fmt::format("{}/{}.{}", name, id, settings.fileType);
-    if (ids.insert(std::move(id)).second) tasks_.push_back(task);
+    task.take = take;
+    task.output = fmt::format("{}/{}.{}", name, id, settings_.fileType);
+    if (ids.insert(std::move(id)).second) tasks_.push_back(std::move(task));
   }
+}
+
+SweepTask Sweep::taskFor(const Combination& combination) {
+  static const auto kNoTake = std::make_shared<const SourceFile>();
+  NamedSettings named = settings_.base;
+  for (std::size_t i = 0; i < combination.size(); ++i) {
+    assign(settings_.axes[i].name(), settings_.axes[i].value(combination[i]), named);
+  }
+  const ChosenSettings chosen = choose(named, [this](int channel) { return movesFrom(channel); });
+  return {.common = conditions_,
+          .take = kNoTake,
+          .output = {},
+          .values = valuesAtStart(chosen),
+          .cabinet = chosen.cabinet,
+          .cabinetSha256 = digestOf(chosen.cabinet)};
+}
+
+// An axis that other settings override would pass for one that was tried.
+void Sweep::refuseAxesWithoutEffect() {
+  constexpr std::uint32_t kTried = 16;
+  const Combination first(settings_.axes.size(), 0);
+  const std::string id = settingsId(taskFor(first));
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    const Axis& axis = settings_.axes[i];
+    bool differs = axis.count() == 1;
+    for (std::uint32_t tried = 1; tried <= kTried && !differs; ++tried) {
+      Combination other = first;
+      other[i] = static_cast<std::uint32_t>(std::uint64_t{axis.count() - 1} * tried / kTried);
+      differs = settingsId(taskFor(other)) != id;
+    }
+    if (!differs) refuse(fmt::format("'{}' changes nothing: other settings decide", axis.name()));
+  }
+}
+
+const std::vector<Move>& Sweep::movesFrom(int channel) {
+  const auto [known, isNew] = moves_.try_emplace(channel);
+  const std::optional<SourceFile>& file = conditions_->automation;
+  if (isNew && file) known->second = readAutomation(file->path, channel);
+  return known->second;
 }
 
 std::string Sweep::digestOf(const CabinetChoice& cabinet) {
@@ -113,92 +208,10 @@ std::vector<std::string> Sweep::outputs() const {
   return outputs;
 }
 
-namespace {
-
-// What the threads of a sweep share.
-class Running {
- public:
-  Running(const PluginModule& module, const Sweep& sweep, Manifest& manifest, Progress& progress,
-          std::stop_token stop)
-      : module_(module),
-        sweep_(sweep),
-        outputs_(sweep.outputs()),
-        manifest_(manifest),
-        progress_(progress),
-        stop_(std::move(stop)) {}
-
-  void work() {
-    const auto goesOn = [this] { return !failed_ && !stop_.stop_requested(); };
-    for (std::size_t i = next_++; i < sweep_.size() && goesOn(); i = next_++) run(i);
-  }
-
-  // When all threads have ended.
-  SweepResult finish() {
-    throwIfInterrupted();
-    if (failure_) std::rethrow_exception(failure_);
-    if (stop_.stop_requested()) throw Interrupted();
-    result_.rows = manifest_.finish(outputs_);
-    for (auto& [number, error] : errors_) result_.errors.push_back(std::move(error));
-    std::ranges::sort(result_.truncated);
-    return std::move(result_);
-  }
-
- private:
-  void run(std::size_t number) {
-    try {
-      const std::string known = manifest_.find(outputs_[number]);
-      const DoneTask done = runTask(module_, sweep_.task(number, known), progress_);
-      if (done.kept) progress_.skipFile();
-      keep(number, done);
-    } catch (const Interrupted&) {
-      failed_ = true;
-    } catch (const std::exception& error) {
-      progress_.skipFile();
-      const std::lock_guard lock(mutex_);
-      errors_[number] = explanation(error);
-    }
-  }
-
-  // Without a place for the rows the sweep ends.
-  void keep(std::size_t number, const DoneTask& done) {
-    const std::lock_guard lock(mutex_);
-    try {
-      manifest_.add(done.row);
-    } catch (const std::exception&) {
-      failure_ = std::current_exception();
-      failed_ = true;
-    }
-    ++(done.kept ? result_.kept : result_.made);
-    if (done.truncated) result_.truncated.push_back(outputs_[number]);
-  }
-
-  const PluginModule& module_;
-  const Sweep& sweep_;
-  std::vector<std::string> outputs_;
-  Manifest& manifest_;
-  Progress& progress_;
-  std::stop_token stop_;
-  std::atomic<std::size_t> next_ = 0;
-  std::atomic<bool> failed_ = false;
-  std::mutex mutex_;
-  std::exception_ptr failure_;
-  std::map<std::size_t, std::string> errors_;
-  SweepResult result_;
-};
-
-}  // namespace
-
-SweepResult runSweep(const PluginModule& module, const Sweep& sweep, Manifest& manifest,
-                     int threads, Progress& progress, const std::stop_token& stop) {
-  progress.expectFiles(sweep.size());
-  Running running(module, sweep, manifest, progress, stop);
-  {
-    std::vector<std::jthread> helpers;
-    const std::size_t wanted = std::min(asSize(threads), sweep.size());
-    for (std::size_t i = 1; i < wanted; ++i) helpers.emplace_back([&running] { running.work(); });
-    running.work();
-  }
-  return running.finish();
+void Sweep::removeLeftovers() const {
+  std::set<fs::path> folders = {folder()};
+  for (const SweepTask& task : tasks_) folders.insert((folder() / task.output).parent_path());
+  for (const fs::path& each : folders) removeTemporaryFilesIn(each);
 }
 
 }  // namespace quellard

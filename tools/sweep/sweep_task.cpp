@@ -2,20 +2,18 @@
 #include "tools/sweep/sweep_task.h"
 
 #include <fmt/format.h>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "params/parameter_values.h"
-#include "params/words.h"
 #include "tools/common/errors.h"
-#include "tools/common/parsing.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/output_file.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/render.h"
 #include "tools/settings/automation.h"
-#include "tools/settings/knobs.h"
-#include "tools/settings/rig_options.h"
+#include "tools/settings/settings_json.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -32,79 +30,59 @@ Json orNull(const std::optional<Value>& value) {
   return value ? Json(*value) : Json();
 }
 
-double level(const HostedValues& values, int index) {
-  return parseNumber(rigValueText(index, values[index])).value_or(0.0);
-}
-
-// By the names that chosen_settings.h reads.
-Json settingsAsJson(const SweepTask& task) {
-  const HostedValues& values = task.values;
-  const int channel = channelFromSelect(values[kTypeParameter]);
-  Json json = {{"channel", lowered(channelName(channel))}};
-  for (const ParameterInfo& info : kParameters) {
-    if (info.kind == ParameterKind::knob) json[info.symbol] = positionFromKnob(values[info.index]);
-  }
-  const bool gated = gateFromValue_dbfs(values[kGateParameter]).has_value();
-  json["input"] = level(values, kInputParameter);
-  json["gate"] = gated ? Json(level(values, kGateParameter)) : Json("off");
-  json["output"] = level(values, kOutputParameter);
-  json["cab"] = task.cabinet.file.empty() ? Json() : Json(task.cabinet.file.string());
-  json["cab_level"] = task.cabinet.level_db;
-  return json;
-}
-
-// What else the bits of the file depend on, but for the take.
-Json conditionsAsJson(const SweepTask& task) {
+Json plannedJson(const SweepTask& task) {
+  const SweepConditions& common = *task.common;
   const bool hasCabinet = !task.cabinet.file.empty();
-  return {{"settings", settingsAsJson(task)},
+  const std::optional<SourceFile>& automation = common.automation;
+  return {{"output", task.output},
+          {"input", task.take->path.string()},
+          {"input_sha256", task.take->sha256},
+          {"settings", settingsAsJson(task.values, task.cabinet)},
           {"cab_sha256", hasCabinet ? Json(task.cabinetSha256) : Json()},
-          {"automation", task.automation ? Json(task.automation->path.string()) : Json()},
-          {"automation_sha256", task.automation ? Json(task.automation->sha256) : Json()},
-          {"mono", task.mono},
-          {"tail_seconds", task.tailSeconds},
-          {"block", task.blockLength},
-          {"format", task.sampleFormat.empty() ? Json() : Json(task.sampleFormat)},
+          {"automation", automation ? Json(automation->path.string()) : Json()},
+          {"automation_sha256", automation ? Json(automation->sha256) : Json()},
+          {"mono", common.mono},
+          {"tail_seconds", common.tailSeconds},
+          {"block", common.blockLength},
+          {"format", common.sampleFormat.empty() ? Json() : Json(common.sampleFormat)},
           {"quellard", QUELLARD_VERSION}};
 }
 
-Json plannedJson(const SweepTask& task) {
-  Json row = {{"output", task.output},
-              {"input", task.take.path.string()},
-              {"input_sha256", task.take.sha256}};
-  row.update(conditionsAsJson(task));
-  return row;
-}
-
-void readSettings(const Json& settings, SweepTask& task) {
-  HostedValues& values = task.values;
-  values[kTypeParameter] =
-      selectFromChannel(parseChannel(settings.at("channel").get<std::string>()));
-  for (const ParameterInfo& info : kParameters) {
-    if (info.kind != ParameterKind::knob) continue;
-    values[info.index] = knobFromPosition(settings.at(info.symbol).get<double>());
+// What the bits of the file depend on. The digests of files count, not the names by which they were
+// given: a sweep may be resumed from another folder.
+Json identityOf(const Json& row) {
+  Json identity;
+  for (const char* key : {"input_sha256", "settings", "cab_sha256", "automation_sha256", "mono",
+                          "tail_seconds", "block", "format", "quellard"}) {
+    identity[key] = row.at(key);
   }
-  values[kInputParameter] = valueFromLevel_db(settings.at("input").get<double>());
-  values[kOutputParameter] = valueFromLevel_db(settings.at("output").get<double>());
-  const Json& gate = settings.at("gate");
-  values[kGateParameter] =
-      gate.is_string() ? neutralValue(kGateParameter) : valueFromGate_dbfs(gate.get<double>());
-  if (!settings.at("cab").is_null()) task.cabinet.file = settings.at("cab").get<std::string>();
-  task.cabinet.level_db = settings.at("cab_level").get<double>();
+  identity.at("settings").erase("cab");
+  return identity;
 }
 
-void readConditions(const Json& row, SweepTask& task) {
-  readSettings(row.at("settings"), task);
+SweepTask taskFromJson(const Json& json) {
+  const Json& row = json.at("row");
+  SweepConditions common;
+  common.folder = pathFrom(json.at("folder").get<std::string>());
+  common.origin = pathFrom(json.at("origin").get<std::string>());
+  common.mono = row.at("mono").get<bool>();
+  common.tailSeconds = row.at("tail_seconds").get<double>();
+  common.blockLength = row.at("block").get<int>();
+  if (!row.at("format").is_null()) common.sampleFormat = row.at("format").get<std::string>();
+  if (!row.at("automation").is_null()) {
+    common.automation = SourceFile{pathFrom(row.at("automation").get<std::string>()),
+                                   row.at("automation_sha256").get<std::string>()};
+  }
+  SweepTask task;
+  task.output = row.at("output").get<std::string>();
+  task.take = std::make_shared<SourceFile>(SourceFile{pathFrom(row.at("input").get<std::string>()),
+                                                      row.at("input_sha256").get<std::string>()});
+  settingsFromJson(row.at("settings"), task.values, task.cabinet);
   if (!row.at("cab_sha256").is_null()) {
     task.cabinetSha256 = row.at("cab_sha256").get<std::string>();
   }
-  if (!row.at("automation").is_null()) {
-    task.automation = SourceFile{pathFrom(row.at("automation").get<std::string>()),
-                                 row.at("automation_sha256").get<std::string>()};
-  }
-  task.mono = row.at("mono").get<bool>();
-  task.tailSeconds = row.at("tail_seconds").get<double>();
-  task.blockLength = row.at("block").get<int>();
-  if (!row.at("format").is_null()) task.sampleFormat = row.at("format").get<std::string>();
+  task.common = std::make_shared<SweepConditions>(std::move(common));
+  return task;
 }
 
 struct ReadTask {
@@ -115,34 +93,31 @@ struct ReadTask {
 ReadTask readTask(const std::string& text) {
   try {
     const Json json = Json::parse(text);
-    const Json& row = json.at("row");
-    ReadTask read;
-    read.task.folder = pathFrom(json.at("folder").get<std::string>());
-    read.task.origin = json.at("origin").get<std::string>();
-    read.task.output = row.at("output").get<std::string>();
-    read.task.take = {row.at("input").get<std::string>(),
-                      row.at("input_sha256").get<std::string>()};
-    readConditions(row, read.task);
-    read.known = json.at("known").get<std::string>();
-    return read;
+    return {taskFromJson(json), json.at("known").get<std::string>()};
   } catch (const Json::exception&) {
     throw UsageError("not a task of a sweep");
   }
 }
 
-// A row that begins like this one has been made of the same.
-std::string withoutEnd(std::string row) {
-  row.back() = ',';
-  return row;
-}
+fs::path fileOf(const SweepTask& task) { return task.common->folder / pathFrom(task.output); }
 
-bool isWhole(const SweepTask& task, const std::string& known) {
-  if (!known.starts_with(withoutEnd(plannedRow(task)))) return false;
-  const fs::path file = task.folder / pathFrom(task.output);
+// The row with the known results, where they are those of this task and the file is whole.
+std::optional<Json> keptRow(const SweepTask& task, const std::string& known) {
+  const Json before = Json::parse(known, nullptr, false);
   std::error_code error;
-  if (!fs::is_regular_file(file, error)) return false;
-  const Json row = Json::parse(known, nullptr, false);
-  return row.is_object() && row.value("sha256", "") == sha256OfFile(file);
+  if (!before.is_object() || !fs::is_regular_file(fileOf(task), error)) return {};
+  try {
+    Json row = plannedJson(task);
+    if (identityOf(before) != identityOf(row)) return {};
+    if (before.at("sha256").get<std::string>() != sha256OfFile(fileOf(task))) return {};
+    for (const char* key : {"rate", "channels", "frames", "seconds", "peak_dbfs", "loudness_lufs",
+                            "clipped_samples", "late_moves", "truncated", "sha256"}) {
+      row[key] = before.at(key);
+    }
+    return row;
+  } catch (const Json::exception&) {
+    return {};  // another version wrote other fields
+  }
 }
 
 void refuseChanged(const fs::path& file, const std::string& sha256) {
@@ -151,29 +126,29 @@ void refuseChanged(const fs::path& file, const std::string& sha256) {
 }
 
 RenderSettings renderSettings(const SweepTask& task) {
+  const SweepConditions& common = *task.common;
   RenderSettings settings;
   for (int index = 1; index <= kNumStoredValues; ++index) {
     settings.rig.start.changes.push_back({index, task.values[index]});
   }
   settings.rig.values = task.values;
-  settings.rig.blockLength = task.blockLength;
-  settings.tailSeconds = task.tailSeconds;
-  settings.mono = task.mono;
-  settings.sampleFormat = task.sampleFormat;
+  settings.rig.blockLength = common.blockLength;
+  settings.tailSeconds = common.tailSeconds;
+  settings.mono = common.mono;
+  settings.sampleFormat = common.sampleFormat;
   if (!task.cabinet.file.empty()) {
-    settings.rig.cabinet = {task.origin / task.cabinet.file, task.cabinet.level_db};
+    settings.rig.cabinet = {common.origin / task.cabinet.file, task.cabinet.level_db};
     refuseChanged(settings.rig.cabinet.file, task.cabinetSha256);
   }
-  if (task.automation) {
-    const fs::path file = task.origin / task.automation->path;
-    refuseChanged(file, task.automation->sha256);
+  if (common.automation) {
+    const fs::path file = common.origin / common.automation->path;
+    refuseChanged(file, common.automation->sha256);
     settings.moves = readAutomation(file, channelFromSelect(task.values[kTypeParameter]));
   }
   return settings;
 }
 
-std::string rowWithResults(const SweepTask& task, const RenderResult& result,
-                           const std::string& sha256) {
+Json rowWithResults(const SweepTask& task, const RenderResult& result, const std::string& sha256) {
   Json row = plannedJson(task);
   row.update({{"rate", result.rate},
               {"channels", result.channels},
@@ -185,7 +160,7 @@ std::string rowWithResults(const SweepTask& task, const RenderResult& result,
               {"late_moves", result.lateMoves},
               {"truncated", result.truncated},
               {"sha256", sha256}});
-  return asText(row);
+  return row;
 }
 
 }  // namespace
@@ -194,26 +169,30 @@ std::string plannedRow(const SweepTask& task) { return asText(plannedJson(task))
 
 std::string settingsId(const SweepTask& task) {
   constexpr std::size_t kDigits = 16;
-  return sha256(asText(conditionsAsJson(task))).substr(0, kDigits);
+  Json identity = identityOf(plannedJson(task));
+  identity.erase("input_sha256");  // the folder of the file is the take's
+  return sha256(asText(identity)).substr(0, kDigits);
 }
 
 std::string writeTask(const SweepTask& task, const std::string& known) {
-  return asText({{"folder", task.folder.string()},
-                 {"origin", task.origin.string()},
+  return asText({{"folder", task.common->folder.string()},
+                 {"origin", task.common->origin.string()},
                  {"row", plannedJson(task)},
                  {"known", known}});
 }
 
 DoneTask runTask(const PluginModule& module, const std::string& text, Progress& progress) {
   const auto [task, known] = readTask(text);
-  if (isWhole(task, known)) return {.row = known, .kept = true, .truncated = false};
-  const fs::path take = task.origin / task.take.path;
-  const fs::path file = task.folder / pathFrom(task.output);
-  refuseChanged(take, task.take.sha256);
+  if (const std::optional<Json> row = keptRow(task, known)) {
+    return {.row = asText(*row), .kept = true, .truncated = row->at("truncated").get<bool>()};
+  }
+  const fs::path take = task.common->origin / task.take->path;
+  const fs::path file = fileOf(task);
+  refuseChanged(take, task.take->sha256);
   const RenderSettings settings = renderSettings(task);
   makeFolder(file.parent_path());
   const RenderResult result = renderFile(module, take, file, settings, progress);
-  return {.row = rowWithResults(task, result, sha256OfFile(file)),
+  return {.row = asText(rowWithResults(task, result, sha256OfFile(file))),
           .kept = false,
           .truncated = result.truncated};
 }

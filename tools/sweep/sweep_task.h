@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -24,19 +25,24 @@ struct SourceFile {
   bool operator==(const SourceFile&) const = default;
 };
 
-struct SweepTask {
-  std::filesystem::path folder;  // of the sweep, absolute
-  std::string output;            // the file below it
-  SourceFile take;
-  HostedValues values = defaultHostedValues();  // at the start
-  CabinetChoice cabinet = {};
-  std::string cabinetSha256;
+// What all tasks of a sweep have in common.
+struct SweepConditions {
+  std::filesystem::path folder;  // of the results, absolute
+  std::filesystem::path origin;  // the folder that relative paths start from, absolute
   std::optional<SourceFile> automation;
   bool mono = false;
   double tailSeconds = 0.0;
   int blockLength = 512;
-  std::string sampleFormat;      // see formatFor(); "" is float
-  std::filesystem::path origin;  // the folder that relative paths start from, absolute
+  std::string sampleFormat;  // see formatFor(); "" is float
+};
+
+struct SweepTask {
+  std::shared_ptr<const SweepConditions> common;
+  std::shared_ptr<const SourceFile> take;
+  std::string output;                           // the file, below the folder
+  HostedValues values = defaultHostedValues();  // at the start
+  CabinetChoice cabinet = {};
+  std::string cabinetSha256;
 };
 
 // The row of the manifest without the results: a JSON object in one line, with output, input, all

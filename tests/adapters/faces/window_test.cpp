@@ -390,7 +390,7 @@ TEST_P(FloatingWindows, AreClosedByThePlayer) {
     host->idle();
   }
   EXPECT_FALSE(host->isCalled()) << "the host knows";
-  // What the plug-in has sent to the display may still be on its way.
+  // The window's own connection to the display may be behind this one.
   for (int n = 0; n < 20 && screen->isSeen(window); ++n) std::this_thread::sleep_for(20ms);
   EXPECT_FALSE(screen->isSeen(window));
   EXPECT_TRUE(host->floats()) << "again";
