@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "tools/common/parsing.h"
+#include "tools/files/utf8_path.h"
 #include "tools/report.h"
 #include "tools/sweep/sweep.h"
 
