@@ -37,6 +37,18 @@ fs::path temporaryNameIn(const fs::path& folder) {
   return folder / fmt::format(".quellard-{:016x}{:016x}.part", random[0], random[1]);
 }
 
+// Those that are being written are marked, and cannot be opened: what is left is whole and was about to
+// get its name.
+void removeTemporaryFilesIn(const fs::path& folder) {
+  std::error_code error;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    const std::string name = it->path().filename().string();
+    if (name.starts_with(".quellard-") && name.ends_with(".part")) {
+      DeleteFileW(it->path().c_str());
+    }
+  }
+}
+
 FileDescriptor openSpool() {
   std::error_code error;
   const fs::path folder = fs::temp_directory_path(error);
