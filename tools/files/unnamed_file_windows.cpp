@@ -37,8 +37,8 @@ fs::path temporaryNameIn(const fs::path& folder) {
   return folder / fmt::format(".quellard-{:016x}{:016x}.part", random[0], random[1]);
 }
 
-// Those that are being written are marked, and cannot be opened: what is left is whole and was about to
-// get its name.
+// Those that are being written are marked, and cannot be opened: what is left is whole and was
+// about to get its name.
 void removeTemporaryFilesIn(const fs::path& folder) {
   std::error_code error;
   for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
