@@ -2,7 +2,8 @@
 # start programs by name find, where they stand in other builds, scripts that do the same. The
 # programs themselves lie in a folder of their own, with the plug-in that the command looks for
 # beside itself.
-if(NOT CMAKE_CROSSCOMPILING OR NOT CMAKE_CROSSCOMPILING_EMULATOR)
+# Of those for Windows none starts others by name.
+if(NOT CMAKE_CROSSCOMPILING OR NOT CMAKE_CROSSCOMPILING_EMULATOR OR WIN32)
   return()
 endif()
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/programs)

@@ -1,5 +1,5 @@
 # The commands that README.md shows, run as they stand.
-if(QUELLARD_TOOLS AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+if(QUELLARD_TOOLS AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT WIN32)
   add_test(NAME readme.CommandsRunAsShown
            COMMAND ${PROJECT_SOURCE_DIR}/scripts/readme ${PROJECT_BINARY_DIR})
   set(timeout 600)

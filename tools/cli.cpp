@@ -21,6 +21,7 @@
 #include "tools/files/audio_format.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
 #include "tools/listing.h"
 #include "tools/measure/gain_table.h"
@@ -72,7 +73,7 @@ ChosenSettings chooseFor(const PluginModule& module, const NamedSettings& settin
                          const std::string& automation = {}) {
   ReadMoves readMoves;
   if (!automation.empty()) {
-    readMoves = [&](int channel) { return readAutomation(automation, channel); };
+    readMoves = [&](int channel) { return readAutomation(pathFrom(automation), channel); };
   }
   return choose(settings, readMoves, programSelector(settings.knobs, module));
 }
@@ -218,9 +219,8 @@ int render(const Options& options) {
   settings.rig.cabinet = chosen.cabinet;
   settings.moves = std::move(chosen.moves);
   if (!settings.rig.cabinet.file.empty()) checkCabinet(settings.rig.cabinet);
-  const std::vector<Job> jobs =
-      planJobs({options.inputs.begin(), options.inputs.end()}, options.output,
-               options.render.fileType, options.render.sampleFormat);
+  const std::vector<Job> jobs = planJobs(pathsFrom(options.inputs), pathFrom(options.output),
+                                         options.render.fileType, options.render.sampleFormat);
   makeFolders(jobs);
   Progress progress(!options.render.quiet && isatty(STDERR_FILENO) != 0);
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
@@ -239,7 +239,7 @@ int plot(const Options& options) {
   settings.note_hz = numberWithin("--note", options.note, 20.0, 2000.0);
   const PluginModule module(PluginModule::find(options.plugin));
   settings.start = resolveKnobs(options.knobs, module);
-  plotAmplifier(module, options.output, settings);
+  plotAmplifier(module, pathFrom(options.output), settings);
   return kDone;
 }
 
@@ -250,7 +250,7 @@ int face(const Options& options) {
   applyRig(options.rig, values);
   CabinetChoice cabinet;
   applyCabinet(options.rig, cabinet);
-  drawFace(values, cabinet, options.knobs.preset, scale, options.output);
+  drawFace(values, cabinet, options.knobs.preset, scale, pathFrom(options.output));
   return kDone;
 }
 
@@ -266,7 +266,7 @@ int measure(const Options& options) {
 int tune(const Options& options) {
   const TuningSettings settings = tuningFrom(options.tuning);
   std::vector<HeardFile> files;
-  for (const auto& input : findInputs({options.inputs.begin(), options.inputs.end()})) {
+  for (const auto& input : findInputs(pathsFrom(options.inputs))) {
     files.push_back(listenTo(input, settings));
   }
   print(options.json ? notesAsJson(files, settings) : listNotes(files, settings));

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "tools/common/parsing.h"
+#include "tools/files/utf8_path.h"
 #include "tools/report.h"
 #include "tools/sweep/sweep.h"
 
@@ -84,7 +85,7 @@ int sweep(const SweepOptions& options) {
   const auto begin = std::chrono::steady_clock::now();
   const int threads = threadsFrom(options.render);
   const SweepSettings settings = settingsFrom(options);
-  const Sweep sweep({options.takes.begin(), options.takes.end()}, options.folder, settings);
+  const Sweep sweep(pathsFrom(options.takes), pathFrom(options.folder), settings);
   if (options.dryRun) {
     for (std::size_t i = 0; i < sweep.size(); ++i) print(sweep.row(i) + '\n');
     for (const std::string& error : sweep.errors()) report(error);

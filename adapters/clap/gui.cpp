@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "adapters/clap/presets.h"
+#include "adapters/clap/window_api.h"
 #include "adapters/shared/program_list.h"
 
 namespace quellard {
@@ -21,8 +22,8 @@ const clap_host_timer_support_t* hostTimerOf(const ClapPlugin& plugin) {
 // Calls call(gui) unless there is none, and keeps it until the call returns. Hosts may be written
 // in C, so no exception may leave it.
 template <typename Call>
-bool withGui(const clap_plugin_t* plugin, const Call& call) {
-  const std::shared_ptr<ClapGui> gui = ClapPlugin::of(plugin).gui;
+bool withGui(const ClapPlugin& plugin, const Call& call) {
+  const std::shared_ptr<ClapGui> gui = plugin.gui;
   if (gui == nullptr) return false;
   try {
     return call(*gui);
@@ -31,10 +32,20 @@ bool withGui(const clap_plugin_t* plugin, const Call& call) {
   }
 }
 
+template <typename Call>
+bool withGui(const clap_plugin_t* plugin, const Call& call) {
+  return withGui(ClapPlugin::of(plugin), call);
+}
+
 // 0 for a window of another system, and none.
-std::uintptr_t x11WindowOf(const clap_window_t* window) {
+std::uintptr_t numberOf(const clap_window_t* window) {
   if (window == nullptr || window->api == nullptr) return 0;
-  return std::strcmp(window->api, CLAP_WINDOW_API_X11) == 0 ? window->x11 : 0;
+  if (std::strcmp(window->api, kClapWindowApi) != 0) return 0;
+#if defined(_WIN32)
+  return reinterpret_cast<std::uintptr_t>(window->win32);
+#else
+  return window->x11;
+#endif
 }
 
 // Nothing for sizes that no window has.
@@ -51,14 +62,14 @@ void tell(PixelSize size, std::uint32_t* width, std::uint32_t* height) {
 
 // A floating window may be of any system that the plug-in chooses.
 bool isSupported(const clap_plugin_t* plugin, const char* api, bool isFloating) {
-  if (hostTimerOf(ClapPlugin::of(plugin)) == nullptr) return false;
+  if (!Ticker::kIsThere && hostTimerOf(ClapPlugin::of(plugin)) == nullptr) return false;
   if (api == nullptr || *api == '\0') return isFloating;
-  return std::strcmp(api, CLAP_WINDOW_API_X11) == 0;
+  return std::strcmp(api, kClapWindowApi) == 0;
 }
 
 bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloating) {
   if (api == nullptr || isFloating == nullptr) return false;
-  *api = CLAP_WINDOW_API_X11;
+  *api = kClapWindowApi;
   *isFloating = false;
   return isSupported(plugin, *api, *isFloating);
 }
@@ -118,13 +129,13 @@ bool setSize(const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t hei
 }
 
 bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {
-  const std::uintptr_t parent = x11WindowOf(window);
+  const std::uintptr_t parent = numberOf(window);
   return parent != 0 &&
          withGui(plugin, [&](ClapGui& gui) { return !gui.isFloating() && gui.open(parent); });
 }
 
 bool setTransient(const clap_plugin_t* plugin, const clap_window_t* window) {
-  const std::uintptr_t above = x11WindowOf(window);
+  const std::uintptr_t above = numberOf(window);
   return above != 0 && withGui(plugin, [&](ClapGui& gui) {
            return gui.isFloating() && (gui.setTransientFor(above), true);
          });
@@ -189,11 +200,11 @@ void ClapTarget::presetChosen(int preset) {
 
 std::shared_ptr<ClapGui> ClapGui::create(ClapPlugin& plugin, bool isFloating) {
   const clap_host_timer_support_t* timer = hostTimerOf(plugin);
-  if (timer == nullptr) return nullptr;
-  return std::shared_ptr<ClapGui>(new ClapGui(plugin, *timer, isFloating));
+  if (timer == nullptr && !Ticker::kIsThere) return nullptr;
+  return std::shared_ptr<ClapGui>(new ClapGui(plugin, timer, isFloating));
 }
 
-ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating)
+ClapGui::ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t* hostTimer, bool isFloating)
     : plugin_(plugin),
       hostTimer_(hostTimer),
       hostGui_(plugin.hostExtension<clap_host_gui_t>(CLAP_EXT_GUI)),
@@ -215,7 +226,13 @@ void ClapGui::end() {
 bool ClapGui::start() {
   if (timer_.has_value()) return true;
   clap_id timer = CLAP_INVALID_ID;
-  if (!hostTimer_.register_timer(plugin_.host, Editor::kPeriod_ms, &timer)) return false;
+  const bool starts =
+      hostTimer_ != nullptr
+          ? hostTimer_->register_timer(plugin_.host, Editor::kPeriod_ms, &timer)
+          : ticker_.start(Editor::kPeriod_ms, [&plugin = plugin_] {
+              withGui(plugin, [](ClapGui& gui) { return gui.tick(CLAP_INVALID_ID), true; });
+            });
+  if (!starts) return false;
   timer_ = timer;
   plugin_.amp.measureLevels(true);
   return true;
@@ -223,7 +240,11 @@ bool ClapGui::start() {
 
 void ClapGui::stop() {
   if (!timer_.has_value()) return;
-  hostTimer_.unregister_timer(plugin_.host, *timer_);
+  if (hostTimer_ != nullptr) {
+    hostTimer_->unregister_timer(plugin_.host, *timer_);
+  } else {
+    ticker_.stop();
+  }
   timer_.reset();
   plugin_.amp.measureLevels(false);
 }

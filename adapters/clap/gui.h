@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// CLAP's window: X11, inside the host's window or beside it, kept alive by the host's timer.
-// Without a face in this build, or a timer of the host, there is none. [main thread]
+// CLAP's window: inside the host's window or beside it, kept alive by the host's timer
+// or by one of our own. Without a face in this build, or any timer, there is none. [main thread]
 #pragma once
 
 #ifdef QUELLARD_FACE
@@ -14,6 +14,7 @@
 
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/editor/editor.h"
+#include "adapters/editor/ticker.h"
 #include "adapters/shared/amp_target.h"
 #include "adapters/shared/host_size.h"
 
@@ -56,18 +57,19 @@ class ClapGui {
   void end();
 
  private:
-  ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t& hostTimer, bool isFloating);
+  ClapGui(ClapPlugin& plugin, const clap_host_timer_support_t* hostTimer, bool isFloating);
 
   bool start();
   void stop();
   bool askForSize(PixelSize size) const;
 
   ClapPlugin& plugin_;
-  const clap_host_timer_support_t& hostTimer_;
+  const clap_host_timer_support_t* const hostTimer_;  // null: the ticker does it
   const clap_host_gui_t* const hostGui_;
   const bool isFloating_;
-  bool wasClosed_ = false;  // by the player, in this tick
-  std::optional<clap_id> timer_;
+  bool wasClosed_ = false;        // by the player, in this tick
+  std::optional<clap_id> timer_;  // CLAP_INVALID_ID: the ticker
+  Ticker ticker_;
   std::uintptr_t transientFor_ = 0;
   std::string title_ = "Quellard";
   ClapTarget target_;

@@ -8,10 +8,10 @@
 
 namespace quellard {
 
-inline constexpr v3_tuid kVst3MonoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61, 0x6c, 0x63,
-                                           0x4c, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
-inline constexpr v3_tuid kVst3StereoClass = {0x20, 0x46, 0x50, 0x44, 0x73, 0x61, 0x6c, 0x63,
-                                             0x53, 0x4c, 0x55, 0x51, 0x00, 0x00, 0x00, 0x00};
+// The same text on every system, by which hosts store it; its bytes in memory stand in Windows'
+// order on Windows.
+inline constexpr v3_tuid kVst3MonoClass = V3_ID(0x20465044, 0x73616c63, 0x4c4c5551, 0x00000000);
+inline constexpr v3_tuid kVst3StereoClass = V3_ID(0x20465044, 0x73616c63, 0x534c5551, 0x00000000);
 inline constexpr char kVst3Vendor[] = "Quellard";
 
 // Parameter ids; from 1 on the parameters of the amplifier and the rig.

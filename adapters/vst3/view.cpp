@@ -4,12 +4,14 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace quellard {
 namespace {
 
-bool isX11(const char* platform) {
-  return platform != nullptr && std::strcmp(platform, V3_VIEW_PLATFORM_TYPE_X11) == 0;
+// The window system of this build.
+bool isKnown(const char* platform) {
+  return platform != nullptr && std::strcmp(platform, V3_VIEW_PLATFORM_TYPE_NATIVE) == 0;
 }
 
 PixelSize sizeOf(const v3_view_rect& rect) {
@@ -48,10 +50,12 @@ v3_result withView(void* interface, const Call& call) try {
   return V3_NOMEM;
 }
 
-v3_result isSupported(void*, const char* platform) { return isX11(platform) ? V3_TRUE : V3_FALSE; }
+v3_result isSupported(void*, const char* platform) {
+  return isKnown(platform) ? V3_TRUE : V3_FALSE;
+}
 
 v3_result attached(void* self, void* parent, const char* platform) {
-  if (parent == nullptr || !isX11(platform)) return V3_INVALID_ARG;
+  if (parent == nullptr || !isKnown(platform)) return V3_INVALID_ARG;
   return withView(
       self, [&](Vst3View& view) { return view.attach(reinterpret_cast<std::uintptr_t>(parent)); });
 }
@@ -204,10 +208,16 @@ void Vst3View::setFrame(v3_plugin_frame** frame) {
 
 // After the window is gone, the host's loop must not wait for its connection.
 void Vst3View::tick() {
-  if (loop_ != nullptr && !editor_.idle()) stopLoop();
+  if (isRunning_ && !editor_.idle()) stopLoop();
 }
 
 bool Vst3View::startLoop() {
+  isRunning_ = startHostsLoop() || ticker_.start(Editor::kPeriod_ms, [this] { onTimer(&view_); });
+  if (isRunning_) plugin_.countWindows(1);
+  return isRunning_;
+}
+
+bool Vst3View::startHostsLoop() {
   v3_run_loop** loop = nullptr;
   if (frame_ == nullptr) return false;
   if (v3_cpp_obj_query_interface(frame_, v3_run_loop_iid, &loop) != V3_OK || loop == nullptr) {
@@ -221,17 +231,17 @@ bool Vst3View::startLoop() {
   // A loop may refuse it: the timer then reads the window's events too, up to 33 ms later.
   offered.register_event_handler(loop, eventHandler(), editor_.fileDescriptor());
   loop_ = loop;
-  plugin_.countWindows(1);
   return true;
 }
 
 void Vst3View::stopLoop() {
-  if (loop_ == nullptr) return;
-  v3_run_loop** const loop = loop_;
-  loop_ = nullptr;
-  v3_cpp_obj(loop)->unregister_event_handler(loop, eventHandler());
-  v3_cpp_obj(loop)->unregister_timer(loop, timerHandler());
-  v3_cpp_obj_unref(loop);
+  if (!std::exchange(isRunning_, false)) return;
+  ticker_.stop();
+  if (v3_run_loop** const loop = std::exchange(loop_, nullptr)) {
+    v3_cpp_obj(loop)->unregister_event_handler(loop, eventHandler());
+    v3_cpp_obj(loop)->unregister_timer(loop, timerHandler());
+    v3_cpp_obj_unref(loop);
+  }
   plugin_.countWindows(-1);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// VST3's view: the face in the host's X11 window, kept alive by the run loop that the host's frame
-// offers. One object with the view, its scale and what the run loop calls; it keeps the plug-in, so
-// that either may be released first. [main thread]
+// VST3's view: the face in the host's window, kept alive by the run loop that the host's frame
+// offers on Linux, or by a timer of our own. One object with the view, its scale and what the run
+// loop calls; it keeps the plug-in, so that either may be released first. [main thread]
 #pragma once
 
 #include <travesty/view.h>
@@ -11,6 +11,7 @@
 #ifdef QUELLARD_FACE
 
 #include "adapters/editor/editor.h"
+#include "adapters/editor/ticker.h"
 #include "adapters/shared/amp_target.h"
 #include "adapters/shared/host_size.h"
 #include "adapters/shared/program_list.h"
@@ -58,7 +59,7 @@ class Vst3View {
   v3_result attach(std::uintptr_t parent);
   void remove();
   void setFrame(v3_plugin_frame** frame);
-  // Called by the run loop.
+  // Called by the run loop, or by the timer.
   void tick();
 
  private:
@@ -71,6 +72,7 @@ class Vst3View {
   explicit Vst3View(Vst3Plugin& plugin);
 
   bool startLoop();
+  bool startHostsLoop();
   void stopLoop();
   bool askForSize(PixelSize size);
   v3_event_handler** eventHandler();
@@ -84,6 +86,8 @@ class Vst3View {
   std::uint32_t references_ = 1;
   v3_plugin_frame** frame_ = nullptr;
   v3_run_loop** loop_ = nullptr;  // while it calls this view
+  Ticker ticker_;                 // does it where the host has none
+  bool isRunning_ = false;        // one of the two
   Vst3Target target_;
   Editor editor_;
 };

@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -18,6 +17,7 @@
 #include "rig/parameter_smoother.h"
 #include "rig/rig_chain.h"
 #include "rig/rig_parameters.h"
+#include "tests/support/loaded_module.h"
 #include "tests/support/opened_effect.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/session.h"
@@ -80,13 +80,6 @@ struct ByteStream {
     return static_cast<std::int32_t>(std::min(size, chunk));
   }
 };
-
-// A function or table of a built module, which stays loaded.
-inline void* symbolOf(const char* file, const char* name) {
-  void* const module = dlopen(file, RTLD_NOW | RTLD_LOCAL);
-  void* const symbol = module != nullptr ? dlsym(module, name) : nullptr;
-  return symbol != nullptr ? symbol : throw std::runtime_error(dlerror());
-}
 
 // How often this thread has allocated memory; always 0 in builds that cannot count it.
 long allocationsSoFar();

@@ -6,6 +6,7 @@
 #include <lv2/ui/ui.h>
 
 #include "tests/adapters/format_suite.h"
+#include "tests/support/environment.h"
 
 namespace quellard::test {
 namespace {
@@ -131,11 +132,11 @@ TEST(Lv2, ReportsLevelsAndTheGate) {
   EXPECT_EQ(reported(HUGE_VALF, 1)[0], 24.0F);
 }
 
-#if QUELLARD_HAS_FACE
+#ifdef QUELLARD_LV2_UI_FILE
 // Its module asks for its window's libraries only when one opens. tests/adapters/faces has the
 // rest.
 TEST(Lv2, WithoutADisplayNoWindowOpens) {
-  unsetenv("DISPLAY");
+  removeVariable("DISPLAY");
   const auto entry = reinterpret_cast<LV2UI_DescriptorFunction>(
       symbolOf(QUELLARD_LV2_UI_FILE, "lv2ui_descriptor"));
   const LV2UI_Descriptor* ui = entry(0);

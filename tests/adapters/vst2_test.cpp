@@ -7,6 +7,7 @@
 #include "adapters/vst2/properties.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/format_suite.h"
+#include "tests/support/environment.h"
 
 namespace quellard::test {
 namespace {
@@ -225,7 +226,7 @@ TEST(Vst2, AdoptsWhateverIsAnnounced) {
 // The module asks for its window's libraries only when one opens. tests/adapters/faces has the
 // rest.
 TEST(Vst2, WithoutADisplayNoWindowOpens) {
-  unsetenv("DISPLAY");
+  removeVariable("DISPLAY");
   OpenedEffect plugin(openModule<1>);
   void* rect = nullptr;
   EXPECT_EQ(plugin.dispatch(effEditGetRect, 0, 0, &rect), QUELLARD_HAS_FACE);

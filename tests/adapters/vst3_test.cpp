@@ -16,6 +16,7 @@
 #include "params/factory_bank.h"
 #include "tests/adapters/format_suite.h"
 #include "tests/adapters/vst3_objects.h"
+#include "tests/support/environment.h"
 
 namespace quellard::test {
 namespace {
@@ -299,12 +300,12 @@ TEST(Vst3, FactoryDescribesTwoClasses) {
 // The module asks for its window's libraries only when one opens. tests/adapters/faces has the
 // rest.
 TEST(Vst3, WithoutADisplayNoWindowOpens) {
-  unsetenv("DISPLAY");
+  removeVariable("DISPLAY");
   const Vst3Plugin plugin;
   v3_plugin_view** view = plugin.c().create_view(plugin.controller, "editor");
   ASSERT_EQ(view != nullptr, QUELLARD_HAS_FACE);
   if (view == nullptr) return;
-  EXPECT_NE(v3_cpp_obj(view)->attached(view, &view, V3_VIEW_PLATFORM_TYPE_X11), V3_OK);
+  EXPECT_NE(v3_cpp_obj(view)->attached(view, &view, V3_VIEW_PLATFORM_TYPE_NATIVE), V3_OK);
   EXPECT_EQ(v3_cpp_obj(view)->removed(view), V3_OK);
   EXPECT_EQ(v3_cpp_obj_unref(view), 0U);
 }

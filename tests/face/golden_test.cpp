@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
-#include <png.h>
 #include <string>
 
 #include "face/face.h"
 #include "face/painter.h"
 #include "params/factory_bank.h"
+#include "tests/face/png_file.h"
 #include "tests/face/recording_target.h"
 
 namespace quellard {
@@ -21,46 +21,15 @@ namespace {
 // Of a colour, 0..255: what another C library's sine may change.
 constexpr int kTolerance = 3;
 
-using Bytes = std::vector<png_byte>;  // red, green, blue
-
 Bytes bytesOf(const Picture& picture) {
   Bytes bytes;
   for (int y = 0; y < picture.height(); ++y) {
     for (int x = 0; x < picture.width(); ++x) {
       for (const unsigned shift : {16U, 8U, 0U}) {
-        bytes.push_back(static_cast<png_byte>(picture.row(y)[x] >> shift & 0xFFU));
+        bytes.push_back(static_cast<std::uint8_t>(picture.row(y)[x] >> shift & 0xFFU));
       }
     }
   }
-  return bytes;
-}
-
-png_image imageOf(int width, int height) {
-  png_image image{};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = static_cast<png_uint_32>(width);
-  image.height = static_cast<png_uint_32>(height);
-  image.format = PNG_FORMAT_RGB;
-  return image;
-}
-
-void write(const std::filesystem::path& file, const Bytes& bytes, int width, int height) {
-  png_image image = imageOf(width, height);
-  ASSERT_NE(png_image_write_to_file(&image, file.c_str(), 0, bytes.data(), 0, nullptr), 0) << file;
-}
-
-// Empty where the file is missing or has another size.
-Bytes read(const std::filesystem::path& file, int width, int height) {
-  png_image image = imageOf(width, height);
-  if (png_image_begin_read_from_file(&image, file.c_str()) == 0) return {};
-  image.format = PNG_FORMAT_RGB;
-  if (image.width != static_cast<png_uint_32>(width) ||
-      image.height != static_cast<png_uint_32>(height)) {
-    png_image_free(&image);
-    return {};
-  }
-  Bytes bytes(PNG_IMAGE_SIZE(image));
-  png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr);
   return bytes;
 }
 
@@ -175,22 +144,22 @@ TEST_P(Golden, PictureIsTheOneThatWasLookedAt) {
   const std::string name = std::string(scene.name) + "-" + std::to_string(percent);
   const std::filesystem::path golden = std::filesystem::path(QUELLARD_GOLDEN) / (name + ".png");
   if (std::getenv("QUELLARD_WRITE_GOLDEN") != nullptr) {
-    write(golden, painted, width, height);
+    writePng(golden, painted, width, height);
     GTEST_SKIP() << "written";
   }
-  const Bytes expected = read(golden, width, height);
+  const Bytes expected = readPng(golden, width, height);
   ASSERT_EQ(expected.size(), painted.size()) << golden << " is missing or of another size";
   Bytes differences(painted.size());
   int largest = 0;
   for (std::size_t i = 0; i < painted.size(); ++i) {
     const int difference = std::abs(int{painted[i]} - int{expected[i]});
     largest = std::max(largest, difference);
-    differences[i] = static_cast<png_byte>(std::min(difference * 8, 255));
+    differences[i] = static_cast<std::uint8_t>(std::min(difference * 8, 255));
   }
   if (largest <= kTolerance) return;
   const std::filesystem::path folder = QUELLARD_DIFFERENCES;
-  write(folder / (name + ".png"), painted, width, height);
-  write(folder / (name + "-difference.png"), differences, width, height);
+  writePng(folder / (name + ".png"), painted, width, height);
+  writePng(folder / (name + "-difference.png"), differences, width, height);
   ADD_FAILURE() << "differs by up to " << largest << ": see "
                 << folder / (name + "-difference.png");
 }

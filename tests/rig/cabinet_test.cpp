@@ -8,6 +8,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numbers>
 #include <stdexcept>
 #include <thread>
 
@@ -190,7 +191,7 @@ TEST(Cabinet, IsExchangedWithoutAClick) {
       before = x;
     }
   }
-  const double steady = 2.0 * M_PI * 110.0 / kRate * highest;
+  const double steady = 2.0 * std::numbers::pi * 110.0 / kRate * highest;
   EXPECT_LT(step, 1.15 * steady);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 
 #include "params/decibels.h"
 #include "params/factory_bank.h"
@@ -15,6 +16,7 @@ namespace quellard::test {
 namespace {
 
 constexpr double kRate = 44100.0;
+constexpr double kTurn = 2.0 * std::numbers::pi;
 
 int framesOf(double seconds) { return static_cast<int>(seconds * kRate); }
 
@@ -40,7 +42,7 @@ double peak(const std::vector<double>& samples, int begin, int end) {
 void addNoise(Random& random, std::vector<double>& samples) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const double t = static_cast<double>(i) / kRate;
-    const double hum = std::sin(2.0 * M_PI * 50.0 * t) + 0.5 * std::sin(2.0 * M_PI * 150.0 * t);
+    const double hum = std::sin(kTurn * 50.0 * t) + 0.5 * std::sin(kTurn * 150.0 * t);
     double hiss = 0.0;
     for (int k = 0; k < 6; ++k) hiss += random.between(-1.0, 1.0);
     samples[i] += 1.778e-4 * (0.63 * hum + 0.5 * hiss);
@@ -119,7 +121,7 @@ TEST(Gate, ClosesOnceWhileAChordDies) {
       const double phase = random.between(0.0, 6.28);
       for (std::size_t i = 0; i < chord.size(); ++i) {
         const double t = static_cast<double>(i) / kRate;
-        chord[i] += 0.1 * std::sin(2.0 * M_PI * hz * t + phase) * std::exp(-t / decay_s);
+        chord[i] += 0.1 * std::sin(kTurn * hz * t + phase) * std::exp(-t / decay_s);
       }
     }
     addNoise(random, chord);

@@ -3,13 +3,13 @@
 #include "tests/shell/module.h"
 
 #include <array>
-#include <cstdio>
 #include <gtest/gtest.h>
 #include <set>
 #include <stdexcept>
 #include <string>
 
 #include "tests/shell/recording_host.h"
+#include "tests/support/exported_names.h"
 
 namespace quellard::test {
 namespace {
@@ -19,20 +19,15 @@ std::intptr_t throwingHost(AEffect*, std::int32_t, std::int32_t, std::intptr_t, 
 }
 
 TEST(Module, ExportsItsTwoEntriesAndNothingElse) {
-  FILE* list = popen("nm -D --defined-only '" QUELLARD_PLUGIN_FILE "'", "r");
-  ASSERT_NE(list, nullptr);
-  std::set<std::string> names;
-  char address[64], kind, name[512];
-  while (std::fscanf(list, "%63s %c %511s", address, &kind, name) == 3) names.insert(name);
-  ASSERT_EQ(pclose(list), 0);
-  EXPECT_EQ(names, (std::set<std::string>{"OrvTypeIF", "getinterface"}));
+  EXPECT_EQ(exportedNames(QUELLARD_PLUGIN_FILE),
+            (std::set<std::string>{"OrvTypeIF", "getinterface"}));
 }
 
 class ModuleEntry : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     hostCalls.clear();
-    ASSERT_NE(entry = moduleEntry(GetParam()), nullptr) << dlerror();
+    entry = moduleEntry(GetParam());
   }
   Entry entry = nullptr;
 };

@@ -28,6 +28,15 @@ class Shortage {
   Shortage& operator=(const Shortage&) = delete;
 };
 
+// How much memory an allocation has got.
+inline std::size_t sizeOf(void* memory) {
+#if defined(_WIN32)
+  return memory != nullptr ? _msize(memory) : 0;
+#else
+  return malloc_usable_size(memory);
+#endif
+}
+
 inline void* allocate(std::size_t size) noexcept {
   if (untilFailure >= 0 && untilFailure-- == 0) {
     failed = true;
@@ -35,13 +44,13 @@ inline void* allocate(std::size_t size) noexcept {
   }
   void* memory = std::malloc(size > 0 ? size : 1);
   ++allocations;
-  liveBytes += static_cast<long>(malloc_usable_size(memory));
+  liveBytes += static_cast<long>(sizeOf(memory));
   return memory;
 }
 
 // Not inlined: g++ would warn that free() does not match operator new.
 [[gnu::noinline]] inline void release(void* memory) noexcept {
-  const std::size_t size = malloc_usable_size(memory);
+  const std::size_t size = sizeOf(memory);
   liveBytes -= static_cast<long>(size);
   if (onRelease != nullptr && memory != nullptr) {
     onRelease(static_cast<char*>(memory), static_cast<char*>(memory) + size);

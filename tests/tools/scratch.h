@@ -3,16 +3,22 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sndfile.h>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/support/signals.h"
 #include "tools/host/plugin_host.h"
+#if defined(_WIN32)
+#include "tools/common/errors.h"
+#include "tools/files/audio_file.h"
+#include "tools/files/audio_format.h"
+#else
+#include <sndfile.h>
+#endif
 
 namespace quellard::test {
 
@@ -21,9 +27,9 @@ namespace fs = std::filesystem;
 class Scratch {
  public:
   Scratch() {
-    std::string name = (fs::temp_directory_path() / "quellard-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder to test in");
-    folder_ = fs::canonical(name);
+    const std::string name = "quellard-test-" + std::to_string(std::random_device()());
+    folder_ = fs::canonical(fs::temp_directory_path()) / name;
+    if (!fs::create_directory(folder_)) throw std::runtime_error("no folder to test in");
   }
   ~Scratch() { fs::remove_all(folder_); }
   Scratch(const Scratch&) = delete;
@@ -51,6 +57,26 @@ struct Audio {
   std::vector<double> samples = {};  // interleaved
 };
 
+#if defined(_WIN32)
+
+inline void writeAudio(const fs::path& path, const Audio& audio) {
+  AudioWriter writer(path, formatFor(path, "double", "wav"), audio.rate, audio.channels, 0);
+  writer.write(audio.samples.data(), std::ssize(audio.samples) / audio.channels);
+  writer.finish();
+}
+
+inline Audio readAudio(const fs::path& path) try {
+  AudioReader reader(path);
+  Audio audio = {reader.rate(), reader.channels(), {}};
+  audio.samples.resize(static_cast<std::size_t>(reader.frames() * reader.channels()));
+  reader.read(audio.samples.data(), reader.frames());
+  return audio;
+} catch (const FileError&) {
+  return {0, 0, {}};
+}
+
+#else
+
 inline void writeAudio(const fs::path& path, const Audio& audio) {
   SF_INFO info = {0, audio.rate, audio.channels, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 0, 0};
   SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
@@ -69,6 +95,8 @@ inline Audio readAudio(const fs::path& path) {
   sf_close(file);
   return audio;
 }
+
+#endif
 
 // A plucked string, the same in every call. frequency: Hz.
 inline std::vector<double> pluck(double seconds, int rate = 48000, double frequency = 110.0) {

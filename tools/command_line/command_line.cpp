@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sstream>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -60,17 +58,6 @@ std::string wrongNumberOfValues(const CLI::App& command, const std::string& sent
 }
 
 }  // namespace
-
-void holdStandardStreams() {
-  // Reading for output and writing for input, so that using the stream is an error.
-  for (const auto& [number, mode] :
-       {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY),
-        std::pair(STDERR_FILENO, O_WRONLY)}) {
-    if (fcntl(number, F_GETFD) >= 0) continue;
-    const int opened = open("/dev/null", mode);
-    if (opened >= 0 && opened != number) close(opened);
-  }
-}
 
 void printOut(std::string_view text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();

@@ -15,7 +15,7 @@
 namespace quellard {
 namespace {
 
-constexpr std::array<std::pair<int, const char*>, 22> kReasons = {{
+constexpr std::pair<int, const char*> kReasons[] = {
     {ENOENT, "no such file or folder"},
     {EACCES, "no permission"},
     {EPERM, "not permitted"},
@@ -23,7 +23,9 @@ constexpr std::array<std::pair<int, const char*>, 22> kReasons = {{
     {ENOTDIR, "a part of its path is no folder"},
     {EEXIST, "something else has this name"},
     {ENOSPC, "the disk is full"},
+#if defined(EDQUOT)  // not on Windows
     {EDQUOT, "the quota of disk space is used up"},
+#endif
     {EFBIG, "larger than a file may become here"},
     {EROFS, "the disk can only be read"},
     {EIO, "the disk or device fails"},
@@ -38,7 +40,7 @@ constexpr std::array<std::pair<int, const char*>, 22> kReasons = {{
     {ENXIO, "there is no such device"},
     {ENODEV, "there is no such device"},
     {ETXTBSY, "it is a program that runs"},
-}};
+};
 
 struct Character {
   std::uint32_t code;
@@ -85,13 +87,17 @@ std::string systemMessage(int error) {
   return fmt::format("the system refuses, for its reason {}", error);
 }
 
+// Windows has numbers of its own, which have nearest ones among those of C.
+std::string systemMessage(const std::error_code& error) {
+  return systemMessage(error.default_error_condition().value());
+}
+
 std::string explanation(const std::exception& error) {
   if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {
-    return fmt::format("cannot reach {}: {}", file->path1().string(),
-                       systemMessage(file->code().value()));
+    return fmt::format("cannot reach {}: {}", file->path1().string(), systemMessage(file->code()));
   }
   if (const auto* system = dynamic_cast<const std::system_error*>(&error)) {
-    return systemMessage(system->code().value());
+    return systemMessage(system->code());
   }
   if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return systemMessage(ENOMEM);
   return error.what();

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace quellard {
 
@@ -39,6 +40,7 @@ class Interrupted : public std::runtime_error {
 // The meaning of an errno value as the end of a sentence: "the disk is full". [any thread], unlike
 // strerror().
 std::string systemMessage(int error);
+std::string systemMessage(const std::error_code& error);
 
 // The message of any exception; those of the standard library are reworded.
 std::string explanation(const std::exception& error);

@@ -2,7 +2,8 @@
 #include "tools/face/face_picture.h"
 
 #include <cmath>
-#include <png.h>
+#include <iterator>
+#include <string>
 #include <vector>
 
 #include "face/face.h"
@@ -10,6 +11,7 @@
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/face/face_presets.h"
+#include "tools/face/png_encoding.h"
 #include "tools/files/output_file.h"
 #include "tools/settings/presets.h"
 
@@ -44,26 +46,9 @@ int placeOf(const std::string& name, const std::vector<FacePreset>& presets) {
 
 void writePng(const Picture& picture, const std::filesystem::path& path) {
   OutputFile file(path);
-  png_image image{};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = static_cast<png_uint_32>(picture.width());
-  image.height = static_cast<png_uint_32>(picture.height());
-  image.format = PNG_FORMAT_RGB;
-  std::vector<png_byte> bytes;
-  for (int y = 0; y < picture.height(); ++y) {
-    for (int x = 0; x < picture.width(); ++x) {
-      const std::uint32_t pixel = picture.row(y)[x];
-      for (const unsigned shift : {16U, 8U, 0U}) {
-        bytes.push_back(static_cast<png_byte>(pixel >> shift & 0xFFU));
-      }
-    }
-  }
-  std::vector<png_byte> encoded(PNG_IMAGE_PNG_SIZE_MAX(image));
-  png_alloc_size_t size = encoded.size();
-  if (png_image_write_to_memory(&image, encoded.data(), &size, 0, bytes.data(), 0, nullptr) == 0) {
-    throw FileError("cannot encode " + path.string());
-  }
-  file.write(encoded.data(), static_cast<std::int64_t>(size));
+  const std::string encoded = encodedPng(picture);
+  if (encoded.empty()) throw FileError("cannot encode " + path.string());
+  file.write(encoded.data(), std::ssize(encoded));
   file.commit();
 }
 

@@ -5,14 +5,25 @@
 #include <array>
 #include <cmath>
 #include <fmt/format.h>
+#include <memory>
+#include <sndfile.h>
+#include <string>
+#include <vector>
 
 #include "tools/common/errors.h"
 #include "tools/files/audio_format.h"
+#include "tools/files/input_file.h"
 #include "tools/files/muted_stderr.h"
+#include "tools/files/output_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
 namespace {
+
+struct CloseSoundFile {
+  void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
 // The highest sample of integer formats. Some of the library's encoders overflow at 1 exactly.
 constexpr double kFullScale = 1.0 - 0x1p-31;
@@ -97,13 +108,41 @@ SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
 
 }  // namespace
 
-AudioReader::AudioReader(const fs::path& path) : input_(path) {
+class AudioReader::Decoder {
+ public:
+  explicit Decoder(const fs::path& path);
+
+  int rate() const { return info_.samplerate; }
+  int channels() const { return info_.channels; }
+  std::int64_t frames() const { return frames_; }
+  std::int64_t read(double* interleaved, std::int64_t count);
+  bool truncated() const { return ended_ && (damaged_ || received_ < promised_); }
+
+ private:
+  bool openStream();
+  void openWhole(const fs::path& path);
+  SoundFile open(bool endless);
+  std::int64_t promisedFrames();
+  bool endIsMissing(const std::string& start);
+
+  InputFile input_;
+  SF_INFO info_ = {};
+  SoundFile file_;
+  std::int64_t frames_ = 0;
+  std::int64_t promised_ = 0;
+  std::int64_t received_ = 0;
+  bool mayBeMpeg_ = true;  // MPEG's decoder prints messages on stderr
+  bool damaged_ = false;
+  bool ended_ = false;
+};
+
+AudioReader::Decoder::Decoder(const fs::path& path) : input_(path) {
   if (input_.isStream() && openStream()) return;
   if (input_.isStream()) input_.spool();
   openWhole(path);
 }
 
-SoundFile AudioReader::open(bool endless) {
+SoundFile AudioReader::Decoder::open(bool endless) {
   SF_VIRTUAL_IO io = {inputSize, seekInput, readInput, noWrite, tellInput};
   input_.pretendEndless(endless);
   input_.seek(0, SEEK_SET);
@@ -115,7 +154,7 @@ SoundFile AudioReader::open(bool endless) {
   return file;
 }
 
-bool AudioReader::openStream() {
+bool AudioReader::Decoder::openStream() {
   if (!hasLengthInFront(padded(input_.start(kMagicBytes)))) return false;
   file_ = open(true);
   if (file_ == nullptr || bytesPerSample(info_.format) == 0) return false;
@@ -124,7 +163,7 @@ bool AudioReader::openStream() {
   return true;
 }
 
-void AudioReader::openWhole(const fs::path& path) {
+void AudioReader::Decoder::openWhole(const fs::path& path) {
   const std::string magic = padded(input_.start(kMagicBytes));
   if (input_.size() == 0) {
     throw FileError(fmt::format("cannot read {}: it is empty", input_.name()));
@@ -147,13 +186,13 @@ void AudioReader::openWhole(const fs::path& path) {
   damaged_ = endIsMissing(magic);
 }
 
-std::int64_t AudioReader::promisedFrames() {
+std::int64_t AudioReader::Decoder::promisedFrames() {
   const SoundFile file = open(true);
   return file != nullptr ? credibleFrames(info_) : 0;
 }
 
 // For types for which the library takes the number of samples from the file's length.
-bool AudioReader::endIsMissing(const std::string& start) {
+bool AudioReader::Decoder::endIsMissing(const std::string& start) {
   constexpr std::size_t kLongestPage = 65307;
   const std::int64_t position = input_.seek(0, SEEK_CUR);
   const std::int64_t size = input_.size();
@@ -174,7 +213,7 @@ bool AudioReader::endIsMissing(const std::string& start) {
   return missing;
 }
 
-std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
+std::int64_t AudioReader::Decoder::read(double* interleaved, std::int64_t count) {
   const sf_count_t got = [&] {
     const MutedStderr muted(mayBeMpeg_);
     return sf_readf_double(file_.get(), interleaved, count);
@@ -189,6 +228,16 @@ std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
   throw FileError(fmt::format("cannot read {}: it is damaged", input_.name()));
 }
 
+AudioReader::AudioReader(const fs::path& path) : decoder_(std::make_unique<Decoder>(path)) {}
+AudioReader::~AudioReader() = default;
+int AudioReader::rate() const { return decoder_->rate(); }
+int AudioReader::channels() const { return decoder_->channels(); }
+std::int64_t AudioReader::frames() const { return decoder_->frames(); }
+std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
+  return decoder_->read(interleaved, count);
+}
+bool AudioReader::truncated() const { return decoder_->truncated(); }
+
 bool isAudioFile(const fs::path& path) {
   try {
     const AudioReader reader(path);
@@ -198,8 +247,31 @@ bool isAudioFile(const fs::path& path) {
   }
 }
 
-AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
-                         std::int64_t expectedFrames)
+class AudioWriter::Encoder {
+ public:
+  Encoder(const fs::path& path, int format, int rate, int channels, std::int64_t expectedFrames);
+
+  void write(const double* interleaved, std::int64_t frames);
+  void finish();
+  std::int64_t clipped() const { return clipped_; }
+
+ private:
+  // Throws FileError where the type has stored another rate: some old types have only one, or round
+  // it, and the file would play at another pitch.
+  void checkRate();
+
+  fs::path path_;
+  OutputFile output_;
+  int format_;
+  int rate_;
+  int channels_;
+  SoundFile file_;  // writes its header when destroyed, so it stands after output_
+  std::vector<double> cut_;
+  std::int64_t clipped_ = 0;
+};
+
+AudioWriter::Encoder::Encoder(const fs::path& path, int format, int rate, int channels,
+                              std::int64_t expectedFrames)
     : path_(path), output_(path), format_(format), rate_(rate), channels_(channels) {
   const double bytes = static_cast<double>(expectedFrames) * channels * bytesPerSample(format);
   if (bytes > largestFile(format) - 65536) {
@@ -220,7 +292,7 @@ AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channel
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
-void AudioWriter::write(const double* interleaved, std::int64_t frames) {
+void AudioWriter::Encoder::write(const double* interleaved, std::int64_t frames) {
   if (hasFullScale(format_)) {
     cut_.assign(interleaved, interleaved + frames * channels_);
     for (double& sample : cut_) {
@@ -236,7 +308,7 @@ void AudioWriter::write(const double* interleaved, std::int64_t frames) {
   }
 }
 
-void AudioWriter::finish() {
+void AudioWriter::Encoder::finish() {
   const int error = sf_close(file_.release());
   output_.throwIfFailed();
   if (error != SF_ERR_NO_ERROR) {
@@ -246,7 +318,7 @@ void AudioWriter::finish() {
   output_.commit();
 }
 
-void AudioWriter::checkRate() {
+void AudioWriter::Encoder::checkRate() {
   const int type = format_ & SF_FORMAT_TYPEMASK;
   if (type == SF_FORMAT_RAW) return;  // stores no rate
   SF_INFO info = {};
@@ -259,5 +331,15 @@ void AudioWriter::checkRate() {
   throw FileError(fmt::format("cannot write {}: such a file cannot say {} Hz, only {} Hz",
                               path_.string(), rate_, info.samplerate));
 }
+
+AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
+                         std::int64_t expectedFrames)
+    : encoder_(std::make_unique<Encoder>(path, format, rate, channels, expectedFrames)) {}
+AudioWriter::~AudioWriter() = default;
+void AudioWriter::write(const double* interleaved, std::int64_t frames) {
+  encoder_->write(interleaved, frames);
+}
+void AudioWriter::finish() { encoder_->finish(); }
+std::int64_t AudioWriter::clipped() const { return encoder_->clipped(); }
 
 }  // namespace quellard

@@ -9,8 +9,7 @@ namespace {
 
 // Relative paths in these variables are to be ignored.
 fs::path absoluteFrom(const char* variable) {
-  const char* const value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe)
-  fs::path path = value != nullptr ? value : "";
+  fs::path path = pathFromVariable(variable);
   return path.is_absolute() ? path : fs::path();
 }
 
@@ -28,5 +27,10 @@ fs::path homeFolder() { return absoluteFrom("HOME"); }
 fs::path configurationFolder() { return folder("XDG_CONFIG_HOME", ".config"); }
 
 fs::path stateFolder() { return folder("XDG_STATE_HOME", ".local/state"); }
+
+fs::path pathFromVariable(const char* variable) {
+  const char* const value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe)
+  return value != nullptr ? value : "";
+}
 
 }  // namespace quellard

@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 #include <map>
 #include <set>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -18,6 +17,7 @@
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
+#include "tools/files/file_identity.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
 
@@ -57,8 +57,7 @@ std::vector<Found> searchFolder(const fs::path& folder, const fs::path& output) 
     if (listed && !isIgnored(path)) found.push_back({path, path.lexically_relative(folder)});
   }
   if (error) {
-    throw FileError(
-        fmt::format("cannot read {}: {}", folder.string(), systemMessage(error.value())));
+    throw FileError(fmt::format("cannot read {}: {}", folder.string(), systemMessage(error)));
   }
   if (found.empty()) throw FileError(fmt::format("no audio files in {}", folder.string()));
   // Sorted, since folders list their files in any order.
@@ -77,8 +76,7 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
     std::error_code error;
     const fs::file_status status = fs::status(input, error);
     if (!fs::exists(status)) {
-      throw FileError(
-          fmt::format("cannot read {}: {}", input.string(), systemMessage(error.value())));
+      throw FileError(fmt::format("cannot read {}: {}", input.string(), systemMessage(error)));
     }
     if (!fs::is_directory(status)) {
       all.push_back({input, input.filename()});
@@ -87,24 +85,6 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
     for (Found& found : searchFolder(input, output)) all.push_back(std::move(found));
   }
   return all;
-}
-
-// Identifies a file, whatever its name.
-using FileIdentity = std::pair<dev_t, ino_t>;
-
-struct Identified {
-  FileIdentity identity;
-  bool readOnce;  // a pipe
-};
-
-// Nothing for devices such as a terminal or /dev/null, which may be used several times.
-std::optional<Identified> identify(const fs::path& path, int standardStream) {
-  struct stat status = {};
-  const bool standard = isStandardInput(path) || isStandardOutput(path);
-  const int failed = standard ? fstat(standardStream, &status) : stat(path.c_str(), &status);
-  const bool isPipe = S_ISFIFO(status.st_mode);
-  if (failed != 0 || (!isPipe && !S_ISREG(status.st_mode))) return {};
-  return Identified{{status.st_dev, status.st_ino}, isPipe};
 }
 
 // Two inputs that differ only in their ending would have the same output. Where one of them is no

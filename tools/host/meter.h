@@ -3,8 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
+
+#include "tools/host/loudness.h"
 
 namespace quellard {
 
@@ -15,9 +16,6 @@ class Meter {
  public:
   // rate: Hz.
   Meter(int rate, int channels);
-  ~Meter();
-  Meter(const Meter&) = delete;
-  Meter& operator=(const Meter&) = delete;
 
   void add(const double* interleaved, std::int64_t frames);
 
@@ -29,10 +27,9 @@ class Meter {
   std::optional<double> loudness_lufs() const;
 
  private:
-  struct Loudness;
   int channels_;
   double peak_ = 0.0;
-  std::unique_ptr<Loudness> loudness_;
+  Loudness loudness_;
 };
 
 }  // namespace quellard

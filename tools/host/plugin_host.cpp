@@ -2,19 +2,15 @@
 #include "tools/host/plugin_host.h"
 
 #include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <dlfcn.h>
 #include <fmt/format.h>
 #include <mutex>
 #include <system_error>
-#include <unistd.h>
 #include <vector>
 
 #include "tools/common/errors.h"
-#if defined(__APPLE__)
-#include <mach-o/dyld.h>
-#endif
+#include "tools/files/user_folders.h"
+#include "tools/files/utf8_path.h"
+#include "tools/host/loaded_library.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -28,37 +24,20 @@ std::intptr_t hostCallback(AEffect* /*effect*/, std::int32_t opcode, std::int32_
   return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
-fs::path commandFolder() {
-#if defined(__APPLE__)
-  std::array<char, 4096> buffer = {};
-  std::uint32_t size = buffer.size();
-  if (_NSGetExecutablePath(buffer.data(), &size) != 0) return {};
-  return fs::path(buffer.data()).parent_path();
-#else
-  std::error_code error;
-  return fs::read_symlink("/proc/self/exe", error).parent_path();
-#endif
-}
-
 std::vector<fs::path> defaultFiles() {
-#if defined(__APPLE__)
-  const fs::path name = "quellard.vst/Contents/MacOS/quellard";
-#else
-  const fs::path name = "quellard.so";
-#endif
-  const fs::path folder = commandFolder();
+  const fs::path name = libraryName("quellard");
+  const fs::path folder = programFile().parent_path();
   return {folder / name, (folder / QUELLARD_PLUGIN_FROM_COMMAND / name).lexically_normal()};
 }
 
 }  // namespace
 
-void PluginModule::Unload::operator()(void* handle) const { dlclose(handle); }
+void PluginModule::Unload::operator()(void* handle) const { closeLibrary(handle); }
 
 fs::path PluginModule::find(const std::string& chosen) {
-  if (!chosen.empty()) return chosen;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process sets variables
-  const char* fromEnvironment = std::getenv("QUELLARD_PLUGIN");
-  if (fromEnvironment != nullptr && *fromEnvironment != '\0') return fromEnvironment;
+  if (!chosen.empty()) return pathFrom(chosen);
+  fs::path fromEnvironment = pathFromVariable("QUELLARD_PLUGIN");
+  if (!fromEnvironment.empty()) return fromEnvironment;
   std::string tried;
   for (const fs::path& file : defaultFiles()) {
     std::error_code error;
@@ -69,15 +48,12 @@ fs::path PluginModule::find(const std::string& chosen) {
 }
 
 PluginModule::PluginModule(const fs::path& file) : file_(file) {
-  // dlopen() looks up a name without a slash in the system's library folders.
-  const fs::path path = fs::absolute(file);
-  handle_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  std::string why;
+  handle_.reset(openLibrary(file, why));
   if (handle_ == nullptr) {
-    const bool there = access(path.c_str(), R_OK) == 0;
-    throw FileError(fmt::format("cannot load the plug-in {}: {}", file.string(),
-                                there ? "not a library for this machine" : systemMessage(errno)));
+    throw FileError(fmt::format("cannot load the plug-in {}: {}", file.string(), why));
   }
-  entry_ = reinterpret_cast<Entry>(dlsym(handle_.get(), "getinterface"));
+  entry_ = reinterpret_cast<Entry>(symbolIn(handle_.get(), "getinterface"));
   if (entry_ == nullptr) {
     throw FileError(fmt::format("{} is not the plug-in: it has no getinterface", file.string()));
   }

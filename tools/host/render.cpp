@@ -11,6 +11,7 @@
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
+#include "tools/files/output_file.h"
 #include "tools/host/meter.h"
 
 namespace quellard {

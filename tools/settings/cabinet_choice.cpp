@@ -6,12 +6,13 @@
 #include "params/words.h"
 #include "rig/rig_parameters.h"
 #include "tools/common/parsing.h"
+#include "tools/files/utf8_path.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
 
 fs::path cabinetNamed(std::string_view text) {
-  return sameWord(text, "none") ? fs::path() : fs::path(text);
+  return sameWord(text, "none") ? fs::path() : pathFrom(text);
 }
 
 double parseCabinetLevel_db(const char* name, std::string_view text) {
@@ -44,7 +45,7 @@ fs::path pathFromText(std::string_view text) {
     bytes += coded ? static_cast<char>(digit(text[i + 1]) * 16 + digit(text[i + 2])) : text[i];
     if (coded) i += 2;
   }
-  return bytes;
+  return pathFrom(bytes);
 }
 
 }  // namespace quellard

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
-#include <soxr.h>
 #include <stdexcept>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/files/audio_file.h"
+#include "tools/settings/resampling.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -59,25 +59,6 @@ Recording readRecording(const fs::path& file) {
   return recording;
 }
 
-void resample(Recording& recording, double rate) {
-  if (recording.rate == rate) return;
-  const std::size_t frames = recording.interleaved.size() / recording.channels;
-  const double ratio = rate / recording.rate;
-  std::vector<double> resampled(
-      static_cast<std::size_t>(std::ceil(static_cast<double>(frames) * ratio)) *
-      recording.channels);
-  const soxr_io_spec_t doubles = soxr_io_spec(SOXR_FLOAT64_I, SOXR_FLOAT64_I);
-  const soxr_quality_spec_t best = soxr_quality_spec(SOXR_VHQ, 0);
-  std::size_t written = 0;
-  const soxr_error_t error =
-      soxr_oneshot(recording.rate, rate, static_cast<unsigned>(recording.channels),
-                   recording.interleaved.data(), frames, nullptr, resampled.data(),
-                   resampled.size() / recording.channels, &written, &doubles, &best, nullptr);
-  if (error != nullptr) refuse(soxr_strerror(error));
-  resampled.resize(written * recording.channels);
-  recording.interleaved = std::move(resampled);
-}
-
 ImpulseResponse separated(const Recording& recording, double rate) {
   ImpulseResponse response{rate, {}};
   for (std::size_t c = 0; c < recording.channels; ++c) {
@@ -95,7 +76,10 @@ void loadCabinet(const CabinetChoice& choice, double rate, int sides, Cabinet& c
   if (choice.file.empty()) return cabinet.unload();
   try {
     Recording recording = readRecording(choice.file);
-    resample(recording, rate);
+    if (recording.rate != rate) {
+      recording.interleaved =
+          resampled(recording.interleaved, recording.channels, recording.rate, rate);
+    }
     cabinet.load(preparedResponse(separated(recording, rate), sides),
                  gainFromDecibels(choice.level_db), sides);
   } catch (const FileError& reason) {

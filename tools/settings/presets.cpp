@@ -11,6 +11,7 @@
 #include "tools/common/errors.h"
 #include "tools/common/parsing.h"
 #include "tools/files/user_folders.h"
+#include "tools/files/utf8_path.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -18,6 +19,13 @@ namespace {
 
 constexpr const char* kEnding = ".txt";
 constexpr std::size_t kLongestName = 64;  // bytes
+
+// What the system allows in no file's name, besides the slash.
+#if defined(_WIN32)
+constexpr std::string_view kNotInNames = R"(\:*?"<>|)";
+#else
+constexpr std::string_view kNotInNames;
+#endif
 
 bool sameName(std::string_view a, std::string_view b) { return sameWord(trimmed(a), trimmed(b)); }
 
@@ -108,7 +116,7 @@ PresetList listPresetFiles() {
   }
   if (error && error != std::errc::no_such_file_or_directory) {  // the folder may not exist
     list.errors.push_back(
-        fmt::format("cannot read {}: {}", presetFolder().string(), systemMessage(error.value())));
+        fmt::format("cannot read {}: {}", presetFolder().string(), systemMessage(error)));
   }
   return list;
 }
@@ -127,6 +135,9 @@ std::string faultOfPresetName(std::string_view name) {
   if (oneLine(name) != name) return "a preset's name is UTF-8 without control characters";
   if (name.starts_with('.')) return "a preset's name does not begin with a dot";
   if (name.find('/') != std::string_view::npos) return "a preset's name has no slash";
+  if (name.find_first_of(kNotInNames) != std::string_view::npos) {
+    return fmt::format("a preset's name has none of {}", kNotInNames);
+  }
   if (const FactoryPreset* preset = factoryPreset(name)) {
     return fmt::format("'{}' is a factory preset's name", preset->name);
   }
@@ -141,7 +152,7 @@ void savePreset(std::string_view name, const ParameterValues& values) {
   const fs::path folder = presetFolder();
   if (folder.empty()) throw FileError("there is no home folder to keep presets in");
   const auto existing = userFile(name);
-  saveSettings(existing ? *existing : folder / (std::string(name) + kEnding),
+  saveSettings(existing ? *existing : folder / pathFrom(std::string(name) + kEnding),
                {"", withAmplifier(defaultHostedValues(), values)});
 }
 

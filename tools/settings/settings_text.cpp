@@ -175,7 +175,7 @@ SettingsText parseSettings(std::string_view text, const std::string& name) {
 SettingsText readSettings(const fs::path& file) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
-  if (!fs::exists(status)) failReading(file, systemMessage(error ? error.value() : ENOENT));
+  if (!fs::exists(status)) failReading(file, error ? systemMessage(error) : systemMessage(ENOENT));
   // Reading a pipe would wait, and a device might never end.
   if (!fs::is_regular_file(status)) failReading(file, "not an ordinary file");
   std::ifstream stream(file, std::ios::binary);
@@ -192,8 +192,7 @@ void saveSettings(const fs::path& file, const SettingsText& settings) {
   std::error_code error;
   if (file.has_parent_path()) fs::create_directories(file.parent_path(), error);
   if (error)
-    throw FileError(
-        fmt::format("cannot write {}: {}", file.string(), systemMessage(error.value())));
+    throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
   const std::string text = writeSettings(settings);
   OutputFile output(file);
   output.write(text.data(), std::ssize(text));

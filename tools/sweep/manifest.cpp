@@ -2,18 +2,15 @@
 #include "tools/sweep/manifest.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 #include "params/sizes.h"
 #include "tools/common/errors.h"
+#include "tools/files/locked_file.h"
 #include "tools/files/output_file.h"
 
 namespace quellard {
@@ -51,28 +48,6 @@ void readRows(const fs::path& file, ManifestRows& rows) {
 fs::path listIn(const fs::path& folder) { return folder / kManifestName; }
 fs::path partialListIn(const fs::path& folder) { return folder / "manifest.partial.jsonl"; }
 
-[[noreturn]] void failWriting(const fs::path& file) {
-  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(errno)));
-}
-
-// Of a journal that another process has removed since it was opened, as it had finished.
-bool isGone(const FileDescriptor& file) {
-  struct stat status = {};
-  return fstat(file.number(), &status) == 0 && status.st_nlink == 0;
-}
-
-FileDescriptor openLocked(const fs::path& file) {
-  for (;;) {
-    FileDescriptor opened(open(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
-    if (!opened) failWriting(file);
-    // File systems that have no locks go without.
-    if (flock(opened.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-      throw FileError(fmt::format("another sweep is writing to {}", file.parent_path().string()));
-    }
-    if (!isGone(opened)) return opened;
-  }
-}
-
 }  // namespace
 
 ManifestRows readManifest(const fs::path& folder) {
@@ -86,9 +61,12 @@ Manifest::Manifest(const fs::path& folder)
     : file_(listIn(folder)), partial_(partialListIn(folder)) {
   makeFolder(folder);
   journal_ = openLocked(partial_);
+  if (!journal_) {
+    throw FileError(fmt::format("another sweep is writing to {}", folder.string()));
+  }
   rows_ = readManifest(folder);
   // Behind a line that was cut, a new one begins.
-  if (write(journal_.number(), "\n", 1) != 1) failWriting(partial_);
+  append(journal_, "\n", partial_);
 }
 
 std::string Manifest::find(const std::string& output) const {
@@ -105,9 +83,7 @@ void Manifest::add(const std::string& row) {
   std::string& kept = rows_[output];
   if (kept == text) return;
   kept = std::move(text);
-  const std::string line = kept + '\n';
-  const ssize_t written = write(journal_.number(), line.data(), line.size());
-  if (written != std::ssize(line)) failWriting(partial_);
+  append(journal_, kept + '\n', partial_);
 }
 
 std::vector<std::string> Manifest::finish(const std::vector<std::string>& outputs) {
@@ -126,7 +102,7 @@ std::vector<std::string> Manifest::finish(const std::vector<std::string>& output
   for (const std::string& row : rows) put(row);
   for (const auto& [output, row] : others) put(row);
   whole.commit();
-  unlink(partial_.c_str());
+  removeLocked(partial_);
   return rows;
 }
 

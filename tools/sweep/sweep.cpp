@@ -16,6 +16,7 @@
 #include "tools/files/audio_format.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/input_file.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
 #include "tools/host/render_limits.h"
 #include "tools/settings/cabinet_file.h"
@@ -105,7 +106,8 @@ Sweep::Sweep(const std::vector<fs::path>& takes, const fs::path& folder,
                              .tailSeconds = settings.tailSeconds,
                              .blockLength = settings.blockLength,
                              .sampleFormat = settings.sampleFormat};
-  if (!settings.automation.empty()) conditions.automation = sourceFile(settings.automation);
+  if (!settings.automation.empty())
+    conditions.automation = sourceFile(pathFrom(settings.automation));
   conditions_ = std::make_shared<const SweepConditions>(std::move(conditions));
   refuseAxesWithoutEffect();
   if (takes.empty()) return;

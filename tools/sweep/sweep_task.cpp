@@ -10,6 +10,7 @@
 #include "tools/common/errors.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/output_file.h"
+#include "tools/files/utf8_path.h"
 #include "tools/host/render.h"
 #include "tools/settings/automation.h"
 #include "tools/settings/settings_json.h"
@@ -62,20 +63,20 @@ Json identityOf(const Json& row) {
 SweepTask taskFromJson(const Json& json) {
   const Json& row = json.at("row");
   SweepConditions common;
-  common.folder = json.at("folder").get<std::string>();
-  common.origin = json.at("origin").get<std::string>();
+  common.folder = pathFrom(json.at("folder").get<std::string>());
+  common.origin = pathFrom(json.at("origin").get<std::string>());
   common.mono = row.at("mono").get<bool>();
   common.tailSeconds = row.at("tail_seconds").get<double>();
   common.blockLength = row.at("block").get<int>();
   if (!row.at("format").is_null()) common.sampleFormat = row.at("format").get<std::string>();
   if (!row.at("automation").is_null()) {
-    common.automation = SourceFile{row.at("automation").get<std::string>(),
+    common.automation = SourceFile{pathFrom(row.at("automation").get<std::string>()),
                                    row.at("automation_sha256").get<std::string>()};
   }
   SweepTask task;
   task.output = row.at("output").get<std::string>();
-  task.take = std::make_shared<SourceFile>(
-      SourceFile{row.at("input").get<std::string>(), row.at("input_sha256").get<std::string>()});
+  task.take = std::make_shared<SourceFile>(SourceFile{pathFrom(row.at("input").get<std::string>()),
+                                                      row.at("input_sha256").get<std::string>()});
   settingsFromJson(row.at("settings"), task.values, task.cabinet);
   if (!row.at("cab_sha256").is_null()) {
     task.cabinetSha256 = row.at("cab_sha256").get<std::string>();
@@ -98,7 +99,7 @@ ReadTask readTask(const std::string& text) {
   }
 }
 
-fs::path fileOf(const SweepTask& task) { return task.common->folder / task.output; }
+fs::path fileOf(const SweepTask& task) { return task.common->folder / pathFrom(task.output); }
 
 // The row with the known results, where they are those of this task and the file is whole.
 std::optional<Json> keptRow(const SweepTask& task, const std::string& known) {

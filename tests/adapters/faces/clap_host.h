@@ -16,6 +16,7 @@
 
 #include "adapters/clap/hand_moves.h"
 #include "adapters/clap/presets.h"
+#include "adapters/clap/window_api.h"
 #include "face/geometry.h"
 
 namespace quellard::test {
@@ -77,13 +78,17 @@ class ClapFaceHost {
   ClapFaceHost(const ClapFaceHost&) = delete;
   ClapFaceHost& operator=(const ClapFaceHost&) = delete;
 
-  bool embed(clap_xwnd parent = 77) const {
-    clap_window_t window{CLAP_WINDOW_API_X11, {}};
+  bool embed(std::uintptr_t parent = 77) const {
+    clap_window_t window{kClapWindowApi, {}};
+#if defined(_WIN32)
+    window.win32 = reinterpret_cast<void*>(parent);
+#else
     window.x11 = parent;
+#endif
     return gui->set_parent(plugin, &window);
   }
   bool open() const {
-    return gui->create(plugin, CLAP_WINDOW_API_X11, false) && embed() && gui->show(plugin);
+    return gui->create(plugin, kClapWindowApi, false) && embed() && gui->show(plugin);
   }
   PixelSize size() const {
     std::uint32_t width = 0, height = 0;

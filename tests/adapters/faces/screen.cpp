@@ -48,6 +48,8 @@ std::string readLine(int descriptor) {
 }  // namespace
 
 // The server writes its number when it is ready, and ends with its last client.
+void deliverMessages() {}
+
 std::unique_ptr<Screen> Screen::start(int bits) {
   constexpr int kTold = 3;
   std::array<int, 2> pipe{};
@@ -96,6 +98,8 @@ void Screen::kill() {
 void Screen::wait() {
   owned(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
+
+bool Screen::hasScales() { return true; }
 
 void Screen::setDesktopScale(double scale) {
   const std::string text = "Xft.dpi:\t" + std::to_string(std::lround(96.0 * scale)) + "\n";
@@ -208,6 +212,7 @@ xcb_keycode_t Screen::keyOf(char character) {
 }
 
 void Screen::keyDown(char key) { fake(XCB_KEY_PRESS, keyOf(key)); }
+void Screen::repeatKey(char /*key*/) {}
 void Screen::keyUp(char key) { fake(XCB_KEY_RELEASE, keyOf(key)); }
 
 void Screen::type(const std::string& text) {

@@ -34,6 +34,7 @@ class WindowHost {
   virtual void idle() = 0;
   // Whether the host still calls the window; always in a format in which it cannot know.
   virtual bool isCalled() = 0;
+  virtual bool isToldOfTheEnd() { return true; }
   // False in a format in which only the window itself can be resized.
   virtual bool resize(PixelSize /*size*/) { return false; }
   // The size that the plug-in has asked for last. The host agrees to any.
@@ -58,7 +59,7 @@ struct WindowFormat {
 };
 
 std::unique_ptr<WindowHost> createClapHost();
-std::unique_ptr<WindowHost> createLv2Host();
+std::unique_ptr<WindowHost> createLv2Host();  // not on Windows
 std::unique_ptr<WindowHost> createVst2Host();
 std::unique_ptr<WindowHost> createVst3Host();
 

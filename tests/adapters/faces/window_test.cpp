@@ -10,6 +10,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <random>
 #include <regex>
 #include <thread>
 
@@ -18,6 +19,10 @@
 #include "params/factory_bank.h"
 #include "tests/adapters/faces/screen.h"
 #include "tests/adapters/faces/window_host.h"
+#include "tests/support/environment.h"
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 namespace quellard::test {
 namespace {
@@ -31,10 +36,22 @@ PixelSize times(PixelSize size, double by) {
           static_cast<int>(std::lround(size.height * by))};
 }
 
+// What a process has too few of to leave any behind: file descriptors, or the system's objects.
 std::ptrdiff_t openDescriptors() {
+#if defined(_WIN32)
+  const HANDLE self = GetCurrentProcess();
+  return GetGuiResources(self, GR_GDIOBJECTS) + GetGuiResources(self, GR_USEROBJECTS);
+#else
   const std::filesystem::directory_iterator all("/proc/self/fd");
   return std::distance(begin(all), end(all));
+#endif
 }
+
+#if defined(_WIN32)
+constexpr bool kClockIsCoarse = true;
+#else
+constexpr bool kClockIsCoarse = false;
+#endif
 
 double threadSeconds() {
   timespec now{};
@@ -62,7 +79,7 @@ class Track : private FaceTarget {
 
   // scale: 0 where the host does not tell it again.
   void open(double scale = 0.0) {
-    if (scale > 0.0) host->setScale(scale);
+    if (scale > 0.0) isScaled = host->setScale(scale) || screen.hasScales();
     announced = host->size();
     parent = screen.open(announced, left_);
     ASSERT_TRUE(host->open(parent));
@@ -169,7 +186,8 @@ class Track : private FaceTarget {
   Screen& screen;
   const std::unique_ptr<WindowHost> host;
   PixelSize announced;
-  xcb_window_t parent = 0, window = 0;
+  bool isScaled = false;
+  WindowId parent = 0, window = 0;
 
  private:
   float value(int parameter) const override { return static_cast<float>(host->get(parameter)); }
@@ -188,20 +206,22 @@ class Windows : public testing::TestWithParam<WindowFormat> {
  protected:
   Windows() {
     for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"})
-      setenv(name, folder_.c_str(), 1);
+      setVariable(name, folder_.string());
   }
   ~Windows() override { std::filesystem::remove_all(folder_); }
   void SetUp() override {
     screen = Screen::start();
-    if (screen == nullptr) GTEST_SKIP() << "Xvfb is not here";
+    if (screen == nullptr) GTEST_SKIP() << "there is no display";
   }
 
   std::unique_ptr<Screen> screen;
 
  private:
   static std::filesystem::path newFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "quellard-windows-XXXXXX";
-    return mkdtemp(name.data());
+    const auto name = "quellard-windows-" + std::to_string(std::random_device()());
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / name;
+    std::filesystem::create_directory(folder);
+    return folder;
   }
   std::filesystem::path folder_ = newFolder();
 };
@@ -241,7 +261,7 @@ TEST_P(Windows, AKnobIsDragged) {
   EXPECT_TRUE(track.comesTrue([&] { return std::fabs(track.host->get(kVolume) - 0.2) < 1e-3; }))
       << track.host->get(kVolume);
   track.mouseUp();
-  track.expectTold("end ", kVolume);
+  track.expectTold("(value )?end ", kVolume);
   EXPECT_LT(track.loudness(), 0.8 * before);
 }
 
@@ -276,17 +296,23 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   EXPECT_TRUE(hears(2));
   track.live();
   EXPECT_EQ(heard + screen->heard(), "+-");
+#if !defined(_WIN32)
   screen->forward(track.window, 'q');
   track.live();
   EXPECT_EQ(screen->heard(), "") << "sent back";
+#endif
   heard.clear();
   screen->keyDown('q');
+  for (int n = 0; n < 4; ++n) screen->repeatKey('q');
   EXPECT_TRUE(hears(5)) << "held down";
   screen->keyUp('q');
   track.live();
-  heard += screen->heard();
-  EXPECT_EQ(std::count(heard.begin(), heard.end(), '+'),
-            std::count(heard.begin(), heard.end(), '-'));
+  EXPECT_TRUE(track.comesTrue([&] {
+    return (heard += screen->heard()).find_last_of('-') + 1 == heard.size();
+  })) << heard;
+  const auto releases = std::count(heard.begin(), heard.end(), '-');
+  EXPECT_EQ(releases,
+            Screen::kRepeatsAreReleases ? std::count(heard.begin(), heard.end(), '+') : 1);
 
   // A field takes all of them, and a button that is held down is pressed once.
   track.moveMouse(knob(kVolume).value.center());
@@ -297,7 +323,10 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   constexpr int kVolumeToNextPreset = 8;  // Tab keys
   screen->type(std::string(kVolumeToNextPreset - 1, '\t'));
   screen->keyDown(' ');
-  for (int n = 0; n < 50; ++n) track.live();  // repetitions begin after 660 ms
+  for (int n = 0; n < 50; ++n) {  // repetitions begin after 660 ms
+    screen->repeatKey(' ');
+    track.live();
+  }
   screen->keyUp(' ');
   track.live();
   EXPECT_EQ(screen->heard(), "");
@@ -307,6 +336,7 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   }
 }
 
+#if !defined(_WIN32)
 // An embedder by the XEMBED protocol is asked for the keyboard, and takes it away.
 TEST_P(Windows, EmbeddersAreAskedForTheKeyboard) {
   constexpr std::uint32_t kEmbeddedNotify = 0;
@@ -337,6 +367,7 @@ TEST_P(Windows, ShowsOnDesktopsOfOtherDepths) {
     track.expectFace(kUsual);
   }
 }
+#endif
 
 // Of the formats that know windows which stand for themselves.
 class FloatingWindows : public Windows {};
@@ -344,7 +375,7 @@ class FloatingWindows : public Windows {};
 TEST_P(FloatingWindows, AreClosedByThePlayer) {
   const std::unique_ptr<WindowHost> host = GetParam().create();
   ASSERT_TRUE(host->floats());
-  const xcb_window_t window = screen->inside(0);
+  const WindowId window = screen->inside(0);
   for (int n = 0; n < 20 && screen->pixel(window, 400, 150) == 0; ++n) {
     std::this_thread::sleep_for(20ms);
     host->idle();
@@ -414,7 +445,7 @@ TEST_P(Windows, EndsInAnyOrder) {
       screen->destroy(track.parent);
       if (isTold) {
         track.live();
-        EXPECT_EQ(track.host->isCalled(), std::string(GetParam().name) == "Vst2");
+        EXPECT_EQ(track.host->isCalled(), !track.host->isToldOfTheEnd());
       }
       track.host->close();
       track.open();
@@ -429,19 +460,22 @@ TEST_P(Windows, EndsInAnyOrder) {
     track.expectTold("begin (value )+", kVolume);
   }
   EXPECT_EQ(openDescriptors(), before);
+#if !defined(_WIN32)
   Track track(*screen, GetParam());
   screen->kill();
   track.live();
-  EXPECT_EQ(track.host->isCalled(), std::string(GetParam().name) == "Vst2");
+  EXPECT_EQ(track.host->isCalled(), !track.host->isToldOfTheEnd());
   EXPECT_GT(track.loudness(), 0.0) << "the amplifier goes on";
   track.host->close();
   EXPECT_EQ(track.host->size(), kUsual);
   EXPECT_FALSE(track.host->open(track.parent));
+#endif
 }
 
 TEST_P(Windows, FillsTheAnnouncedSize) {
   for (const double scale : {1.25, 1.5, 1.75, 2.0}) {
     Track track(*screen, GetParam(), scale);
+    if (!track.isScaled) GTEST_SKIP() << "only the desktop tells the scale, and has one";
     EXPECT_EQ(track.announced, times(kUsual, scale));
     track.expectFace(track.announced);
     screen->destroy(track.parent);
@@ -509,21 +543,29 @@ TEST_P(Windows, CostsLittle) {
     });
     std::cout << "At " << scale << ": still " << 100.0 * idle << " % of a core, metering "
               << 100.0 * metering << " %\n";
-    // The bars are 0.1 % and 2 or 5 %. A busy machine, which forgets everything between two calls,
+    // The bars are 0.1 % and 2 or 5 %; Windows counts a thread's time in hundredths of a second,
+    // which is too coarse for them. A busy machine, which forgets everything between two calls,
     // takes up to three and one and a half times as long.
-    if (QUELLARD_SANITIZED) continue;
+    if (QUELLARD_SANITIZED || kClockIsCoarse) continue;
     EXPECT_LT(idle, 0.003);
     EXPECT_LT(metering, scale > 1.0 ? 0.075 : 0.03);
   }
 }
 
 constexpr WindowFormat kClap{"Clap", createClapHost};
-constexpr WindowFormat kLv2{"Lv2", createLv2Host};
 constexpr WindowFormat kVst2{"Vst2", createVst2Host};
 constexpr WindowFormat kVst3{"Vst3", createVst3Host};
-INSTANTIATE_TEST_SUITE_P(Real, Windows, testing::Values(kClap, kLv2, kVst2, kVst3),
+#if defined(_WIN32)
+const auto kAll = testing::Values(kClap, kVst2, kVst3);
+const auto kFloating = testing::Values(kClap);
+#else
+constexpr WindowFormat kLv2{"Lv2", createLv2Host};
+const auto kAll = testing::Values(kClap, kLv2, kVst2, kVst3);
+const auto kFloating = testing::Values(kClap, kLv2);
+#endif
+INSTANTIATE_TEST_SUITE_P(Real, Windows, kAll,
                          [](const auto& each) { return std::string(each.param.name); });
-INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, testing::Values(kClap, kLv2),
+INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, kFloating,
                          [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "params/factory_bank.h"
+#include "tests/support/environment.h"
 #include "tests/support/signals.h"
 #include "tests/tools/scratch.h"
 #include "tools/common/errors.h"
@@ -31,7 +32,7 @@ std::string complaint(Task&& task) {
 class Presets : public testing::Test {
  protected:
   Presets() {
-    setenv("XDG_CONFIG_HOME", (folder / "").c_str(), 1);
+    setVariable("XDG_CONFIG_HOME", (folder / "").string());
     fs::create_directories(folder / "quellard/presets");
   }
   void write(const std::string& name, const std::string& text) const {

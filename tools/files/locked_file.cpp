@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: ISC
+#include "tools/files/locked_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <iterator>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tools/common/errors.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+[[noreturn]] void failWriting(const fs::path& file) {
+  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(errno)));
+}
+
+// Of a file that another process has removed since it was opened, as it had finished.
+bool isGone(const FileDescriptor& file) {
+  struct stat status = {};
+  return fstat(file.number(), &status) == 0 && status.st_nlink == 0;
+}
+
+}  // namespace
+
+FileDescriptor openLocked(const fs::path& file) {
+  for (;;) {
+    FileDescriptor opened(open(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+    if (!opened) failWriting(file);
+    // File systems that have no locks go without.
+    if (flock(opened.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
+    if (!isGone(opened)) return opened;
+  }
+}
+
+void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
+  if (write(to.number(), text.data(), text.size()) != std::ssize(text)) failWriting(file);
+}
+
+void removeLocked(const fs::path& file) { unlink(file.c_str()); }
+
+}  // namespace quellard

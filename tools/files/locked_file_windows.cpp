@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: ISC
+#include <cerrno>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <io.h>
+#include <iterator>
+#include <windows.h>
+
+#include "tools/common/errors.h"
+#include "tools/files/locked_file.h"
+#include "tools/files/windows_errors.h"
+
+namespace quellard {
+namespace fs = std::filesystem;
+namespace {
+
+[[noreturn]] void failWriting(const fs::path& file, int error) {
+  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
+}
+
+}  // namespace
+
+// The system itself keeps others from opening it for writing.
+FileDescriptor openLocked(const fs::path& file) {
+  const HANDLE handle = CreateFileW(file.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE,
+                                    FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle != INVALID_HANDLE_VALUE) {
+    const auto number = reinterpret_cast<std::intptr_t>(handle);
+    return FileDescriptor(_open_osfhandle(number, _O_BINARY | _O_APPEND));
+  }
+  if (GetLastError() != ERROR_SHARING_VIOLATION) failWriting(file, lastError());
+  return {};
+}
+
+void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
+  const int written = _write(to.number(), text.data(), static_cast<unsigned>(text.size()));
+  if (written != std::ssize(text)) failWriting(file, errno);
+}
+
+void removeLocked(const fs::path& file) { DeleteFileW(file.c_str()); }
+
+}  // namespace quellard

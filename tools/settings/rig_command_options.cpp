@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: ISC
+// Apart from what plug-ins take of rig_options.h, since they have no command line to add to.
+#include "tools/settings/rig_options.h"
+#include "tools/settings/settings_options.h"
+
+namespace quellard {
+namespace {
+
+constexpr const char* kGroup = "Around the amplifier";
+
+}  // namespace
+
+void addRigOptions(CLI::App& command, RigOptions& options) {
+  addValue(command, "--input", options.input, "DB", "Trim of the guitar, -24 to 24 dB (0)")
+      ->group(kGroup);
+  addValue(command, "--gate", options.gate, "DBFS",
+           "Threshold of the noise gate at the trimmed guitar, -80 to -30 dBFS, or off (off)")
+      ->group(kGroup);
+  addValue(command, "--cab", options.cab, "FILE",
+           "Impulse response of a cabinet, of any rate, mono or stereo; or none (none)")
+      ->group(kGroup);
+  addValue(command, "--cab-level", options.cabLevel, "DB",
+           "Level of the cabinet, -24 to 24 dB; at 0 it is as loud as none (0)")
+      ->group(kGroup);
+  addValue(command, "--output", options.output, "DB", "Level behind everything, -24 to 24 dB (0)")
+      ->group(kGroup);
+}
+
+}  // namespace quellard
