@@ -100,6 +100,14 @@ class Channels {
   std::vector<double*> at_;
 };
 
+std::unique_ptr<AudioWriter> openResult(const fs::path& output, const Source& source,
+                                        const RenderSettings& settings) {
+  const int format = formatFor(output, settings.sampleFormat,
+                               isStream(output) ? settings.streamType : std::string());
+  return AudioWriter::open(output, format, source.rate(), source.channels(),
+                           source.expectedFrames());
+}
+
 double share(std::int64_t part, std::int64_t whole) {
   return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
 }
@@ -140,10 +148,7 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   Source source(input, settings);
   const int rate = source.rate();
   progress.expect(source.expectedFrames());
-  const int format = formatFor(output, settings.sampleFormat,
-                               isStream(output) ? settings.streamType : std::string());
-  const auto writer =
-      AudioWriter::open(output, format, rate, source.channels(), source.expectedFrames());
+  const auto writer = openResult(output, source, settings);
   RenderRig rig(module, source.channels(), rate, settings.rig);
   rig.measureInput();
   Channels channels(source.channels());
