@@ -93,6 +93,8 @@ void Screen::kill() {
   if (server_ == 0) return;
   ::kill(server_, SIGTERM);
   waitpid(std::exchange(server_, 0), nullptr, 0);
+  // A test beside this one may get its number next, and with it another desktop.
+  setenv("DISPLAY", ":none", 1);
 }
 
 void Screen::wait() {
