@@ -22,7 +22,8 @@ class AmpProcessor extends AudioWorkletProcessor {
   }
 
   process([[input]], [[output]]) {
-    while (this.deferred.length && this.deferred[0].time <= currentTime) this.amp.set(this.deferred.shift().values);
+    while (this.deferred.length && this.deferred[0].time <= currentTime)
+      this.amp.set(this.deferred.shift().values);
     this.amp.play(input, output);
     this.amp.tell(output.length, this.post);
     return true;

@@ -2,7 +2,7 @@
 // One side of the amplifier in an audio worklet, with its levels.
 import {instantiate} from './module.js';
 
-const kFrames = 128;  // that browsers ask for; more are played in pieces
+const kFrames = 128; // that browsers ask for; more are played in pieces
 const kTellsPerSecond = 30;
 
 export class LiveAmp {

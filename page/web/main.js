@@ -4,24 +4,25 @@ import {addressOf, soundOf} from './address.js';
 import {Face} from './face.js';
 import {FaceView} from './face_view.js';
 import {fetchModule, instantiateLater} from './module.js';
-import {Player, inputProblem} from './player.js';
+import {inputProblem, Player} from './player.js';
 import {deletePreset, onPresetsChanged, readPresets, savePreset} from './presets.js';
 import {mixDown, readRecording} from './recording.js';
 import {render, withTail} from './render.js';
 import {writeWav} from './wav.js';
 
-const byId = (id) => document.getElementById(id);
-const ui = Object.fromEntries(
-    ['source', 'device-choice', 'device', 'input-choice', 'input-channel', 'file', 'play', 'loop', 'held',
-     'message', 'problem', 'face', 'save-form', 'preset-name', 'delete', 'share', 'format', 'render',
-     'progress'].map((id) => [id, byId(id)]));
+// The page's elements by their names there.
+const ui = Object.fromEntries([...document.querySelectorAll('[id]')].map((element) => [element.id, element]));
 
 const kInput = 'input';
 const kFile = 'file';
 const kHeldShown_ms = 2000;
 
-function say(text) { ui.message.textContent = text; }
-function complain(text) { ui.problem.textContent = text; }
+function say(text) {
+  ui.message.textContent = text;
+}
+function complain(text) {
+  ui.problem.textContent = text;
+}
 
 // Runs what a hand has started; what goes wrong is told.
 async function attempt(task) {
@@ -51,8 +52,11 @@ class Page {
 
   listSources() {
     const takes = this.takes.map(({name, file}) => new Option(name, file));
-    ui.source.replaceChildren(...takes, new Option('A recording of yours…', kFile),
-                              new Option('Microphone or interface', kInput));
+    ui.source.replaceChildren(
+      ...takes,
+      new Option('A recording of yours…', kFile),
+      new Option('Microphone or interface', kInput),
+    );
   }
 
   // Its name in the list, once it has been read.
@@ -72,8 +76,11 @@ class Page {
     say('');
     if (ui.source.value === kInput) {
       const {value} = ui['input-channel'];
-      await this.player.playInput(value === 'both' ? value : Number(value), ui.device.value)
-          .catch((error) => { throw new Error(inputProblem(error), {cause: error}); });
+      await this.player
+        .playInput(value === 'both' ? value : Number(value), ui.device.value)
+        .catch((error) => {
+          throw new Error(inputProblem(error), {cause: error});
+        });
       await this.listDevices();
     } else {
       await this.player.playRecording(await this.recording(), ui.loop.checked);
@@ -105,7 +112,9 @@ class Page {
     [...ui.source.options].find((option) => option.value === name)?.remove();
     ui.source.prepend(new Option(file.name, name, false, true));
     await this.choose();
-    say(`${file.name}: ${(recording.channels[0].length / recording.rate).toFixed(1)} s at ${recording.rate} Hz.`);
+    say(
+      `${file.name}: ${(recording.channels[0].length / recording.rate).toFixed(1)} s at ${recording.rate} Hz.`,
+    );
   }
 
   async renderWav() {
@@ -114,9 +123,15 @@ class Page {
     ui.progress.hidden = false;
     try {
       const {rate} = recording;
-      const sound = {module: this.module, rate, values: this.face.values(),
-                     channels: [withTail(mixDown(recording), rate)]};
-      const {channels, seconds} = await render(sound, (done) => { ui.progress.value = done; });
+      const sound = {
+        module: this.module,
+        rate,
+        values: this.face.values(),
+        channels: [withTail(mixDown(recording), rate)],
+      };
+      const {channels, seconds} = await render(sound, (done) => {
+        ui.progress.value = done;
+      });
       this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), recording.name);
       const played = channels[0].length / rate;
       const speed = Math.round(played / seconds);
@@ -138,8 +153,15 @@ class Page {
 
   async share() {
     history.replaceState(null, '', addressOf(this.face));
-    const copied = await navigator.clipboard?.writeText(location.href).then(() => true, () => false);
-    say(copied ? 'The link to this sound is copied.' : 'The address of this page is now the link to this sound.');
+    const copied = await navigator.clipboard?.writeText(location.href).then(
+      () => true,
+      () => false,
+    );
+    say(
+      copied
+        ? 'The link to this sound is copied.'
+        : 'The address of this page is now the link to this sound.',
+    );
   }
 
   adoptAddress() {
@@ -148,7 +170,8 @@ class Page {
     for (const [index, value] of sound.values) this.face.set(index, value);
     this.face.update(0, {input: 0, output: 0, gateIsOpen: true});
     this.player.move(this.face.values());
-    if (sound.unknown.length) complain(`The address has what no amplifier knows: ${sound.unknown.join(', ')}`);
+    if (sound.unknown.length)
+      complain(`The address has what no amplifier knows: ${sound.unknown.join(', ')}`);
   }
 
   showPresets(chosen) {
@@ -189,7 +212,9 @@ class Page {
   showHeld() {
     ui.held.hidden = false;
     clearTimeout(this.heldTimer);
-    this.heldTimer = setTimeout(() => { ui.held.hidden = true; }, kHeldShown_ms);
+    this.heldTimer = setTimeout(() => {
+      ui.held.hidden = true;
+    }, kHeldShown_ms);
   }
 
   showState() {
@@ -198,7 +223,9 @@ class Page {
     ui.play.setAttribute('aria-pressed', String(isPlaying));
     if (!isPlaying) this.view.levels = {input: 0, output: 0, gateIsOpen: true};
     if (isSuspended) {
-      say('The browser holds the sound back, or there is no sound output. Click anywhere on the page to hear it.');
+      say(
+        'The browser holds the sound back, or there is no sound output. Click anywhere on the page to hear it.',
+      );
     } else if (this.wasSuspended) {
       say('');
     }
@@ -206,13 +233,15 @@ class Page {
   }
 
   listenToButtons() {
-    const on = (name, type, act) => ui[name].addEventListener(type, (event) => {
-      event.preventDefault();
-      attempt(() => act(event));
-    });
+    const on = (name, type, act) =>
+      ui[name].addEventListener(type, (event) => {
+        event.preventDefault();
+        attempt(() => act(event));
+      });
     on('play', 'click', () => (this.player.isPlaying ? this.player.stop() : this.play()));
     on('source', 'change', () => this.choose());
-    for (const choice of ['device', 'input-channel']) on(choice, 'change', () => this.player.isPlaying && this.play());
+    for (const choice of ['device', 'input-channel'])
+      on(choice, 'change', () => this.player.isPlaying && this.play());
     ui.loop.addEventListener('change', () => this.player.setLoop(ui.loop.checked));
     on('save-form', 'submit', () => this.savePreset());
     on('delete', 'click', () => this.deletePreset());
@@ -224,13 +253,18 @@ class Page {
     });
     onPresetsChanged(() => this.showPresets());
     addEventListener('hashchange', () => this.adoptAddress());
-    addEventListener('pointerdown', () => { if (this.player.isSuspended) this.player.resume(); });
+    addEventListener('pointerdown', () => {
+      if (this.player.isSuspended) this.player.resume();
+    });
   }
 
   listenToFiles() {
     ui.file.addEventListener('change', () => attempt(() => this.takeFile(ui.file.files[0])));
     const mark = (isOver) => document.body.classList.toggle('dropping', isOver);
-    addEventListener('dragover', (event) => { event.preventDefault(); mark(true); });
+    addEventListener('dragover', (event) => {
+      event.preventDefault();
+      mark(true);
+    });
     addEventListener('dragleave', () => mark(false));
     addEventListener('drop', (event) => {
       event.preventDefault();
@@ -242,10 +276,11 @@ class Page {
 
 async function open() {
   const [module, takes] = await Promise.all([
-    fetchModule(), fetch('takes/takes.json').then((response) => response.json()),
+    fetchModule(),
+    fetch('takes/takes.json').then((response) => response.json()),
   ]);
   const page = new Page(module, new Face(await instantiateLater(module)), takes);
-  await navigator.serviceWorker?.register('service_worker.js').catch(() => {});  // works without, too
+  await navigator.serviceWorker?.register('service_worker.js').catch(() => {}); // works without, too
   return page;
 }
 

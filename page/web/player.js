@@ -7,12 +7,16 @@ const kRings_ms = 4000;
 
 // A guitar is no voice: nothing may change its level or take its noise, which browsers do for calls.
 const kGuitarInput = {
-  echoCancellation: false, autoGainControl: false, noiseSuppression: false,
-  channelCount: {ideal: 2}, latency: {ideal: 0},
+  echoCancellation: false,
+  autoGainControl: false,
+  noiseSuppression: false,
+  channelCount: {ideal: 2},
+  latency: {ideal: 0},
 };
 
 const kInputProblems = {
-  NotAllowedError: 'The browser was not allowed to listen to the input. Allow it in its settings for this page.',
+  NotAllowedError:
+    'The browser was not allowed to listen to the input. Allow it in its settings for this page.',
   NotFoundError: 'There is no microphone or interface to listen to.',
   OverconstrainedError: 'This interface is no longer there.',
   NotReadableError: 'Another program holds the input, or it has gone.',
@@ -30,8 +34,12 @@ export class Player extends EventTarget {
     this.values = values;
   }
 
-  get isPlaying() { return Boolean(this.source); }
-  get isSuspended() { return this.isPlaying && this.context.state !== 'running'; }
+  get isPlaying() {
+    return Boolean(this.source);
+  }
+  get isSuspended() {
+    return this.isPlaying && this.context.state !== 'running';
+  }
 
   // Browsers give sound only after a click or a key.
   async open() {
@@ -57,14 +65,20 @@ export class Player extends EventTarget {
     });
   }
 
-  tell(type, detail) { this.dispatchEvent(new CustomEvent(type, {detail})); }
+  tell(type, detail) {
+    this.dispatchEvent(new CustomEvent(type, {detail}));
+  }
 
-  move(values) { this.amp?.port.postMessage({values}); }
+  move(values) {
+    this.amp?.port.postMessage({values});
+  }
 
   async playRecording(recording, loop) {
     await this.open();
     const source = new AudioBufferSourceNode(this.context, {buffer: asAudioBuffer(recording), loop});
-    source.onended = () => { if (this.source === source) this.stop(); };
+    source.onended = () => {
+      if (this.source === source) this.stop();
+    };
     this.begin(source, source);
     source.start();
     this.resume();
@@ -79,7 +93,9 @@ export class Player extends EventTarget {
     await this.open();
     const source = new MediaStreamAudioSourceNode(this.context, {mediaStream: stream});
     const [track] = stream.getAudioTracks();
-    track.onended = () => { if (this.source === source) this.stop(); };
+    track.onended = () => {
+      if (this.source === source) this.stop();
+    };
     this.begin(source, source.channelCount > 1 && channel !== 'both' ? this.side(source, channel) : source);
     this.stream = stream;
     this.resume();
@@ -89,9 +105,10 @@ export class Player extends EventTarget {
   async inputDevices() {
     const now = this.stream?.getAudioTracks()[0].getSettings().deviceId;
     const all = await navigator.mediaDevices.enumerateDevices();
-    return all.filter(({kind, deviceId}) => kind === 'audioinput' && deviceId)
-        .map(({label, deviceId}) => ({name: label || 'Input', id: deviceId}))
-        .sort((a, b) => (b.id === now) - (a.id === now));
+    return all
+      .filter(({kind, deviceId}) => kind === 'audioinput' && deviceId)
+      .map(({label, deviceId}) => ({name: label || 'Input', id: deviceId}))
+      .sort((a, b) => (b.id === now) - (a.id === now));
   }
 
   side(source, channel) {
@@ -110,11 +127,16 @@ export class Player extends EventTarget {
 
   // It may stay suspended, as before a click: whoever listens to 'state' says so.
   resume() {
-    this.context.resume().then(() => this.tell('state'), () => this.tell('state'));
+    this.context.resume().then(
+      () => this.tell('state'),
+      () => this.tell('state'),
+    );
     this.tell('state');
   }
 
-  setLoop(loop) { if (this.source && 'loop' in this.source) this.source.loop = loop; }
+  setLoop(loop) {
+    if (this.source && 'loop' in this.source) this.source.loop = loop;
+  }
 
   stop() {
     if (!this.source) return;
@@ -127,6 +149,8 @@ export class Player extends EventTarget {
     for (const track of this.stream?.getTracks() ?? []) track.stop();
     this.stream = null;
     this.tell('state');
-    setTimeout(() => { if (!this.source) this.context.suspend(); }, kRings_ms);
+    setTimeout(() => {
+      if (!this.source) this.context.suspend();
+    }, kRings_ms);
   }
 }

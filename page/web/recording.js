@@ -7,7 +7,7 @@ const kUsualRate = 48000;
 // Browsers bring what they decode to the rate of a context: one with the file's own leaves it.
 function rateOf(bytes) {
   const view = new DataView(bytes);
-  const isFlac = view.byteLength > 22 && view.getUint32(0) === 0x664c6143;  // "fLaC"
+  const isFlac = view.byteLength > 22 && view.getUint32(0) === 0x664c6143; // "fLaC"
   return isFlac ? view.getUint32(18) >>> 12 : kUsualRate;
 }
 
@@ -36,13 +36,19 @@ export async function readRecording(name, bytes) {
 export function mixDown({channels}) {
   if (channels.length === 1) return Float64Array.from(channels[0]);
   const mean = new Float64Array(channels[0].length);
-  for (const samples of channels) samples.forEach((x, i) => { mean[i] += x; });
+  for (const samples of channels)
+    samples.forEach((x, i) => {
+      mean[i] += x;
+    });
   return mean.map((sum) => sum / channels.length);
 }
 
 export function asAudioBuffer({rate, channels}) {
-  const buffer = new AudioBuffer({length: channels[0].length, sampleRate: rate,
-                                  numberOfChannels: channels.length});
+  const buffer = new AudioBuffer({
+    length: channels[0].length,
+    sampleRate: rate,
+    numberOfChannels: channels.length,
+  });
   channels.forEach((samples, i) => buffer.copyToChannel(Float32Array.from(samples), i));
   return buffer;
 }

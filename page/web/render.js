@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // A render at full speed, in a thread of its own.
 
-export const kTailSeconds = 2;  // for the last chord to ring out
+export const kTailSeconds = 2; // for the last chord to ring out
 
 // sound: {module, channels: [Float64Array], rate, values, moves}, see render_worker.js; its arrays
 // are given away. onProgress: from 0 to 1. Gives {channels, seconds that it took, memory}.

@@ -9,9 +9,16 @@ import {extname, join, normalize} from 'node:path';
 const {QUELLARD_PAGE: kFolder, QUELLARD_DRIVERS: kDrivers} = process.env;
 const require = createRequire(join(kDrivers, 'package.json'));
 
-const kTypes = {'.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.svg': 'image/svg+xml',
-                '.json': 'application/json', '.wasm': 'application/wasm', '.flac': 'audio/flac',
-                '.webmanifest': 'application/manifest+json'};
+const kTypes = {
+  '.html': 'text/html',
+  '.js': 'text/javascript',
+  '.css': 'text/css',
+  '.svg': 'image/svg+xml',
+  '.json': 'application/json',
+  '.wasm': 'application/wasm',
+  '.flac': 'audio/flac',
+  '.webmanifest': 'application/manifest+json',
+};
 
 // A web server of the page. Gives its address, what was asked of it, `files`, by whose names it
 // serves further bytes, and stop().
@@ -29,10 +36,11 @@ export async function serve(folder = kFolder) {
     createReadStream(file).pipe(response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  const stop = () => new Promise((resolve) => {
-    server.close(resolve);
-    server.closeAllConnections();
-  });
+  const stop = () =>
+    new Promise((resolve) => {
+      server.close(resolve);
+      server.closeAllConnections();
+    });
   return {address: `http://localhost:${server.address().port}/`, asked, files, stop};
 }
 
@@ -45,7 +53,9 @@ async function openChromium() {
   return {
     newPage: async ({microphone = false, scale = 1} = {}) => {
       const context = await browser.newContext({
-        viewport: kViewport, deviceScaleFactor: scale, permissions: microphone ? ['microphone'] : [],
+        viewport: kViewport,
+        deviceScaleFactor: scale,
+        permissions: microphone ? ['microphone'] : [],
         acceptDownloads: true,
       });
       return context.newPage();

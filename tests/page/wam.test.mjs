@@ -30,8 +30,13 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         const {audioNode} = window.wam;
         const guitar = new OscillatorNode(context, {frequency: 110});
         window.levels = {output: 0};
-        audioNode.onLevels.add((levels) => { window.levels = levels; });
-        guitar.connect(new GainNode(context, {gain: 0.2})).connect(audioNode).connect(context.destination);
+        audioNode.onLevels.add((levels) => {
+          window.levels = levels;
+        });
+        guitar
+          .connect(new GainNode(context, {gain: 0.2}))
+          .connect(audioNode)
+          .connect(context.destination);
         guitar.start();
       });
     });
@@ -40,15 +45,19 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await server?.stop();
     });
 
-    const valuesOf = () => page.evaluate(async () => {
-      const values = await window.wam.audioNode.getParameterValues(false);
-      return Object.fromEntries(Object.values(values).map(({id, value}) => [id, value]));
-    });
-    const levelIs = (what, isSo) => until(what, async () => isSo(await page.evaluate(() => window.levels.output)));
+    const valuesOf = () =>
+      page.evaluate(async () => {
+        const values = await window.wam.audioNode.getParameterValues(false);
+        return Object.fromEntries(Object.values(values).map(({id, value}) => [id, value]));
+      });
+    const levelIs = (what, isSo) =>
+      until(what, async () => isSo(await page.evaluate(() => window.levels.output)));
 
     it('describes itself and its 23 parameters', async () => {
-      const [descriptor, parameters] = await page.evaluate(async () => (
-        [window.wam.descriptor, await window.wam.audioNode.getParameterInfo()]));
+      const [descriptor, parameters] = await page.evaluate(async () => [
+        window.wam.descriptor,
+        await window.wam.audioNode.getParameterInfo(),
+      ]);
       assert.equal(descriptor.name, 'Quellard');
       assert.equal(descriptor.hasAudioInput, true);
       assert.equal(Object.keys(parameters).length, 23);
@@ -60,14 +69,19 @@ for (const [name, open] of Object.entries(kBrowsers)) {
 
     it('plays, and follows values and events of its host', async () => {
       await levelIs('it is heard', (peak) => peak > 0.05);
-      await page.evaluate(() => window.wam.audioNode.setParameterValues(
-          {modern_master: {id: 'modern_master', value: 0, normalized: false}}));
+      await page.evaluate(() =>
+        window.wam.audioNode.setParameterValues({
+          modern_master: {id: 'modern_master', value: 0, normalized: false},
+        }),
+      );
       await levelIs('MASTER at 0 is silent', (peak) => peak < 0.001);
-      await page.evaluate(() => window.wam.audioNode.scheduleEvents({
-        type: 'wam-automation',
-        time: window.wam.audioContext.currentTime + 0.1,
-        data: {id: 'channel', value: 0, normalized: false},
-      }));
+      await page.evaluate(() =>
+        window.wam.audioNode.scheduleEvents({
+          type: 'wam-automation',
+          time: window.wam.audioContext.currentTime + 0.1,
+          data: {id: 'channel', value: 0, normalized: false},
+        }),
+      );
       await levelIs('CLEAN is heard', (peak) => peak > 0.01);
       assert.equal((await valuesOf()).channel, 0);
     });
@@ -90,19 +104,24 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         window.gui.style.width = '960px';
         document.getElementById('place').append(window.gui);
       });
-      const knob = (act) => page.evaluate((what) => {
-        const shown = window.gui.shadowRoot.querySelector('[aria-label="Clean Treble"]');
-        if (what === 'focus') shown.focus();
-        return shown.ariaValueText;
-      }, act);
-      await until('the face is as wide as its host wants', () => (
-        page.evaluate(() => window.gui.shadowRoot.querySelector('canvas').width === 960)));
+      const knob = (act) =>
+        page.evaluate((what) => {
+          const shown = window.gui.shadowRoot.querySelector('[aria-label="Clean Treble"]');
+          if (what === 'focus') shown.focus();
+          return shown.ariaValueText;
+        }, act);
+      await until('the face is as wide as its host wants', () =>
+        page.evaluate(() => window.gui.shadowRoot.querySelector('canvas').width === 960),
+      );
       await knob('focus');
       await page.keyboard.press('PageUp');
       assert.equal(await knob(), '6.00');
       await until('the amplifier has it', async () => (await valuesOf()).clean_treble === 6);
-      await page.evaluate(() => window.wam.audioNode.setParameterValues(
-          {clean_treble: {id: 'clean_treble', value: 2.5, normalized: false}}));
+      await page.evaluate(() =>
+        window.wam.audioNode.setParameterValues({
+          clean_treble: {id: 'clean_treble', value: 2.5, normalized: false},
+        }),
+      );
       await until('the face has it', async () => (await knob()) === '2.50');
       await page.evaluate(() => window.wam.destroyGui(window.gui));
     });

@@ -8,7 +8,7 @@ import {WamNode, WebAudioModule} from './sdk.js';
 
 const kBypass = 20;
 const kChannels = ['clean', 'vintage', 'modern'];
-const kReads_ms = 100;  // between two looks at what the host has moved, while the face is shown
+const kReads_ms = 100; // between two looks at what the host has moved, while the face is shown
 
 // As the module's parameters are described to hosts.
 function described(face) {
@@ -25,7 +25,7 @@ function described(face) {
 }
 
 class AmpNode extends WamNode {
-  onLevels = new Set();  // functions that take them; the kit's node lets only its own events through
+  onLevels = new Set(); // functions that take them; the kit's node lets only its own events through
 
   _onMessage(message) {
     const {levels} = message.data;
@@ -72,7 +72,9 @@ export default class QuellardModule extends WebAudioModule {
     await this.readValues();
     const view = new FaceView(this.face, shown);
     view.addEventListener('moves', ({detail}) => this.move(detail));
-    const showLevels = (levels) => { view.levels = levels; };
+    const showLevels = (levels) => {
+      view.levels = levels;
+    };
     this.audioNode.onLevels.add(showLevels);
     const reading = setInterval(() => this.readValues(), kReads_ms);
     place.end = () => {
@@ -83,10 +85,14 @@ export default class QuellardModule extends WebAudioModule {
     return place;
   }
 
-  destroyGui(place) { place.end(); }
+  destroyGui(place) {
+    place.end();
+  }
 
   async move(moves) {
-    const {face: {parameters}} = this;
+    const {
+      face: {parameters},
+    } = this;
     const values = moves.map(([index, value]) => {
       const {symbol} = parameters[index];
       return [symbol, {id: symbol, value: this.face.asControl(index, value), normalized: false}];

@@ -3,7 +3,7 @@
 // samples; moves of knobs take the amplifier's own 12 ms.
 import {LiveAmp} from '../live_amp.js';
 
-const kModule = 'quellard';  // as in descriptor.json
+const kModule = 'quellard'; // as in descriptor.json
 const {WamProcessor, WamParameterInfo} = globalThis.webAudioModules.getModuleScope(kModule);
 
 class QuellardProcessor extends WamProcessor {
@@ -16,8 +16,9 @@ class QuellardProcessor extends WamProcessor {
   }
 
   _generateWamParameterInfo() {
-    return Object.fromEntries(this.described.map(({index, symbol, ...info}) => (
-      [symbol, new WamParameterInfo(symbol, info)])));
+    return Object.fromEntries(
+      this.described.map(({index, symbol, ...info}) => [symbol, new WamParameterInfo(symbol, info)]),
+    );
   }
 
   _initialize() {
