@@ -17,7 +17,7 @@ const kLabels = {
   inputMeter: 'Input level',
   outputMeter: 'Output level',
 };
-const kChannelNames = ['Clean', 'Vintage', 'Modern'];
+const kChannelNames = ['Clean channel', 'Vintage channel', 'Modern channel'];
 
 // In the units of Face.asControl().
 function rangeOf(face, index) {
