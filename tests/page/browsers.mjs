@@ -90,6 +90,23 @@ async function openFirefox({microphone = false} = {}) {
 
 export const kBrowsers = {chromium: openChromium, firefox: openFirefox};
 
+// What a group of tests begins with, and end(), which closes all of it.
+export async function begin(open, options) {
+  const server = await serve();
+  let browser = null;
+  const end = async () => {
+    await browser?.close();
+    await server.stop();
+  };
+  try {
+    browser = await open(options);
+    return {server, browser, end, page: await openPage(browser, server.address, options)};
+  } catch (error) {
+    await end();
+    throw error;
+  }
+}
+
 // Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it.
 export async function openPage(browser, address, options) {
   const page = await browser.newPage(options);
@@ -97,7 +114,7 @@ export async function openPage(browser, address, options) {
   return page;
 }
 export async function show(page, address) {
-  await page.goto(address);
+  if (address) await page.goto(address);
   await page.evaluate(async () => {
     const {page: opened} = await import(new URL('main.js', document.baseURI));
     window.quellard = await opened;

@@ -3,19 +3,19 @@
 import assert from 'node:assert/strict';
 import {after, before, describe, it} from 'node:test';
 
-import {kBrowsers, serve, until} from './browsers.mjs';
+import {begin, kBrowsers, until} from './browsers.mjs';
 
 const kHost = '<!DOCTYPE html><title>Host</title><button id="start">Start</button><div id="place"></div>';
 
 for (const [name, open] of Object.entries(kBrowsers)) {
   describe(`The Web Audio Module in ${name}`, {timeout: 120000}, () => {
-    let server, browser, page;
+    let page, end;
 
     before(async () => {
-      server = await serve();
+      const begun = await begin(open);
+      ({page, end} = begun);
+      const {server} = begun;
       server.files.set('/host.html', kHost);
-      browser = await open();
-      page = await browser.newPage();
       await page.goto(`${server.address}host.html`);
       await page.click('#start');
       await page.evaluate(async () => {
@@ -40,10 +40,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         guitar.start();
       });
     });
-    after(async () => {
-      await browser?.close();
-      await server?.stop();
-    });
+    after(() => end?.());
 
     const valuesOf = () =>
       page.evaluate(async () => {
