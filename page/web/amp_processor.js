@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The page's audio worklet: one input, one output, one channel each. Its port takes
 // {values: [[parameter, value], ...]} with the time at which they begin to move, if that is not at
-// once, and tells levels.
+// once, or {cabinet: the response}, and tells levels.
 import {LiveAmp} from './live_amp.js';
 
 class AmpProcessor extends AudioWorkletProcessor {
@@ -11,7 +11,8 @@ class AmpProcessor extends AudioWorkletProcessor {
     this.deferred = [];
     this.post = (levels) => this.port.postMessage(levels);
     this.port.onmessage = ({data}) => {
-      if (data.time > currentTime) this.defer(data);
+      if (data.cabinet) this.amp.setCabinet(data.cabinet);
+      else if (data.time > currentTime) this.defer(data);
       else this.amp.set(data.values);
     };
   }

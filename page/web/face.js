@@ -130,6 +130,19 @@ export class Face {
       isFactory: this.module.face_preset_is_factory(i) !== 0,
     }));
   }
+  putText(words) {
+    const bytes = new TextEncoder().encode(words).subarray(0, kTextBytes - 1);
+    const to = new Uint8Array(this.module.memory.buffer, this.module.face_text_in(), kTextBytes);
+    to.set(bytes);
+    to[bytes.length] = 0;
+  }
+
+  // From then on the picture has a place for it.
+  showCabinet(name) {
+    this.putText(name);
+    this.module.face_show_cabinet();
+  }
+
   choosePreset(i) {
     this.module.face_choose_preset(i);
   }
@@ -139,10 +152,7 @@ export class Face {
     this.module.face_clear_presets();
     for (const {name, values} of own) {
       for (const [index, value] of values) this.module.face_preset_set(index, value);
-      const bytes = new TextEncoder().encode(name).subarray(0, kTextBytes - 1);
-      const to = new Uint8Array(this.module.memory.buffer, this.module.face_text_in(), kTextBytes);
-      to.set(bytes);
-      to[bytes.length] = 0;
+      this.putText(name);
       this.module.face_add_preset();
     }
     const factory = this.presets().filter(({isFactory}) => isFactory).length;

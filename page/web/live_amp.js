@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // One side of the amplifier in an audio worklet, with its levels.
+import {loadCabinet} from './cabinet.js';
 import {instantiate} from './module.js';
 
 const kFrames = 128; // that browsers ask for; more are played in pieces
@@ -23,6 +24,11 @@ export class LiveAmp {
   // control: of people, as in page/wasm/face_binding.cpp.
   setControl(index, control) {
     this.amp.amp_set(index, this.amp.face_value_from_control(index, control));
+  }
+
+  // response: of preparedCabinet(); none without samples.
+  setCabinet(response) {
+    loadCabinet(this.amp, response);
   }
 
   // The module's memory for one piece; where it has grown, what was made before is void.

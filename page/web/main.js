@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: ISC
 // The page: what its buttons do.
-import {addressOf, soundOf} from './address.js';
+import {addressOf, keepSound, keptSound, soundOf} from './address.js';
+import {preparedCabinet, readCabinet} from './cabinet.js';
 import {Face} from './face.js';
 import {FaceView} from './face_view.js';
 import {fetchModule, instantiateLater} from './module.js';
 import {inputProblem, Player} from './player.js';
 import {deletePreset, onPresetsChanged, readPresets, savePreset} from './presets.js';
-import {mixDown, readRecording} from './recording.js';
+import {readRecording} from './recording.js';
 import {render, withTail} from './render.js';
 import {writeWav} from './wav.js';
 
@@ -15,6 +16,7 @@ const ui = Object.fromEntries([...document.querySelectorAll('[id]')].map((elemen
 
 const kInput = 'input';
 const kFile = 'file';
+const kNoCabinet = 'none';
 const kHeldShown_ms = 2000;
 
 function say(text) {
@@ -42,9 +44,11 @@ class Page {
     this.recordings = new Map();
     this.player = new Player(module, () => face.values());
     face.showPresets(readPresets());
-    this.adoptAddress();
+    face.showCabinet(kNoCabinet);
+    this.adoptSound(keptSound() ?? location.hash);
     this.view = new FaceView(face, ui.face);
     this.listSources();
+    this.showRender();
     this.listenToPlayer();
     this.listenToButtons();
     this.listenToFiles();
@@ -83,22 +87,35 @@ class Page {
         });
       await this.listDevices();
     } else {
-      await this.player.playRecording(await this.recording(), ui.loop.checked);
+      await this.player.playRecording(this.recording(), ui.loop.checked);
     }
   }
 
+  // The one that was chosen stays so while it is there; at first it is the one that plays.
   async listDevices() {
+    const chosen = ui.device.value;
     const devices = await this.player.inputDevices();
     ui.device.replaceChildren(...devices.map(({name, id}) => new Option(name, id)));
-    ui['device-choice'].hidden = devices.length < 2;
+    if (devices.some(({id}) => id === chosen)) ui.device.value = chosen;
+    this.showChoices();
   }
 
-  async choose() {
+  showChoices() {
     const {value} = ui.source;
     ui['device-choice'].hidden = value !== kInput || ui.device.options.length < 2;
     ui['input-choice'].hidden = value !== kInput;
     ui.file.hidden = value !== kFile;
-    ui.render.disabled = value === kInput || value === kFile;
+  }
+
+  showRender() {
+    ui.render.disabled = this.isRendering || ui.source.value === kInput || ui.source.value === kFile;
+    ui.progress.hidden = !this.isRendering;
+  }
+
+  async choose() {
+    const {value} = ui.source;
+    this.showChoices();
+    this.showRender();
     const wasPlaying = this.player.isPlaying;
     this.player.stop();
     if (wasPlaying && value !== kFile) await this.play();
@@ -106,40 +123,63 @@ class Page {
 
   async takeFile(file) {
     if (!file) return;
+    ui.file.value = ''; // so that the same one can be chosen again
     const recording = await readRecording(file.name, await file.arrayBuffer());
     const name = `own:${file.name}`;
     this.recordings.set(name, recording);
     [...ui.source.options].find((option) => option.value === name)?.remove();
     ui.source.prepend(new Option(file.name, name, false, true));
     await this.choose();
-    say(
-      `${file.name}: ${(recording.channels[0].length / recording.rate).toFixed(1)} s at ${recording.rate} Hz.`,
-    );
+    const {samples, rate} = recording;
+    say(`${file.name}: ${(samples.length / rate).toFixed(1)} s at ${rate} Hz.`);
+  }
+
+  async chooseCabinet() {
+    const {value} = ui.cabinet;
+    ui['cabinet-file'].hidden = value !== kFile;
+    if (value !== kFile) await this.useCabinet(value === kNoCabinet ? null : this.ownCabinet);
+  }
+
+  async takeCabinet(file) {
+    if (!file) return;
+    ui['cabinet-file'].value = '';
+    this.ownCabinet = await readCabinet(this.module, file.name, await file.arrayBuffer());
+    const {name} = this.ownCabinet;
+    [...ui.cabinet.options].find((option) => option.value === 'own')?.remove();
+    ui.cabinet.options[0].after(new Option(name, 'own', false, true));
+    await this.chooseCabinet();
+    say(`The amplifier plays through ${name}.`);
+  }
+
+  async useCabinet(cabinet) {
+    await this.player.setCabinet(cabinet);
+    this.face.showCabinet(cabinet?.name ?? kNoCabinet);
   }
 
   async renderWav() {
-    const recording = await this.recording();
-    ui.render.disabled = true;
-    ui.progress.hidden = false;
+    if (this.isRendering) return;
+    const {name, rate, samples} = await this.recording();
+    this.isRendering = true;
+    this.showRender();
     try {
-      const {rate} = recording;
       const sound = {
         module: this.module,
         rate,
         values: this.face.values(),
-        channels: [withTail(mixDown(recording), rate)],
+        cabinet: await preparedCabinet(this.module, this.player.cabinet, rate),
+        channels: [withTail(samples, rate)],
       };
       const {channels, seconds} = await render(sound, (done) => {
         ui.progress.value = done;
       });
-      this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), recording.name);
+      this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), name);
       const played = channels[0].length / rate;
       const speed = Math.round(played / seconds);
       say(`${played.toFixed(1)} s rendered in ${seconds.toFixed(2)} s, ${speed} times real time.`);
     } finally {
-      ui.progress.hidden = true;
+      this.isRendering = false;
       ui.progress.value = 0;
-      ui.render.disabled = false;
+      this.showRender();
     }
   }
 
@@ -164,8 +204,9 @@ class Page {
     );
   }
 
-  adoptAddress() {
-    const sound = soundOf(location.hash, this.face);
+  // address: the part of one behind "#".
+  adoptSound(address) {
+    const sound = soundOf(address, this.face);
     if (!sound) return;
     for (const [index, value] of sound.values) this.face.set(index, value);
     this.face.update(0, {input: 0, output: 0, gateIsOpen: true});
@@ -206,6 +247,9 @@ class Page {
       if (detail.held) this.showHeld();
     });
     this.player.addEventListener('state', () => this.showState());
+    this.player.addEventListener('lost', () =>
+      complain('The interface has gone, or was taken from this page.'),
+    );
     this.player.addEventListener('broken', () => complain('The amplifier has stopped. Load the page again.'));
   }
 
@@ -220,7 +264,7 @@ class Page {
   showState() {
     const {isPlaying, isSuspended} = this.player;
     ui.play.textContent = isPlaying ? 'Stop' : 'Play';
-    ui.play.setAttribute('aria-pressed', String(isPlaying));
+    ui.play.classList.toggle('playing', isPlaying);
     if (!isPlaying) this.view.levels = {input: 0, output: 0, gateIsOpen: true};
     if (isSuspended) {
       say(
@@ -240,6 +284,7 @@ class Page {
       });
     on('play', 'click', () => (this.player.isPlaying ? this.player.stop() : this.play()));
     on('source', 'change', () => this.choose());
+    on('cabinet', 'change', () => this.chooseCabinet());
     for (const choice of ['device', 'input-channel'])
       on(choice, 'change', () => this.player.isPlaying && this.play());
     ui.loop.addEventListener('change', () => this.player.setLoop(ui.loop.checked));
@@ -252,14 +297,22 @@ class Page {
       this.showDelete();
     });
     onPresetsChanged(() => this.showPresets());
-    addEventListener('hashchange', () => this.adoptAddress());
-    addEventListener('pointerdown', () => {
-      if (this.player.isSuspended) this.player.resume();
-    });
+    addEventListener('hashchange', () => this.adoptSound(location.hash));
+    addEventListener('pagehide', () => keepSound(addressOf(this.face)));
+    for (const hand of ['pointerdown', 'keydown']) {
+      addEventListener(hand, () => {
+        if (this.player.isSuspended) this.player.resume();
+      });
+    }
+    navigator.mediaDevices?.addEventListener('devicechange', () => this.listDevices());
   }
 
   listenToFiles() {
-    ui.file.addEventListener('change', () => attempt(() => this.takeFile(ui.file.files[0])));
+    const take = (file, {target}) =>
+      attempt(() => (ui['cabinet-choice'].contains(target) ? this.takeCabinet(file) : this.takeFile(file)));
+    for (const name of ['file', 'cabinet-file']) {
+      ui[name].addEventListener('change', (event) => take(ui[name].files[0], event));
+    }
     const mark = (isOver) => document.body.classList.toggle('dropping', isOver);
     addEventListener('dragover', (event) => {
       event.preventDefault();
@@ -269,7 +322,7 @@ class Page {
     addEventListener('drop', (event) => {
       event.preventDefault();
       mark(false);
-      attempt(() => this.takeFile(event.dataTransfer.files[0]));
+      take(event.dataTransfer.files[0], event);
     });
   }
 }
@@ -277,7 +330,7 @@ class Page {
 async function open() {
   const [module, takes] = await Promise.all([
     fetchModule(),
-    fetch('takes/takes.json').then((response) => response.json()),
+    fetch('takes/takes.json').then((response) => (response.ok ? response.json() : [])),
   ]);
   const page = new Page(module, new Face(await instantiateLater(module)), takes);
   await navigator.serviceWorker?.register('service_worker.js').catch(() => {}); // works without, too

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: ISC
 // What is heard: a recording or the interface's input, through the amplifier, to the loudspeakers.
+import {preparedCabinet} from './cabinet.js';
 import {asAudioBuffer} from './recording.js';
 
 // So long the amplifier rings on after a stop; then the sound card may rest.
 const kRings_ms = 4000;
+// So long a source takes to its end: a sine that is cut would be a click.
+const kFade_s = 0.01;
+const kFaded_ms = 100; // by then it is over
+// Browsers take some time to start, which is no reason to complain.
+const kStarts_ms = 1500;
 
 // A guitar is no voice: nothing may change its level or take its noise, which browsers do for calls.
 const kGuitarInput = {
@@ -32,26 +38,44 @@ export class Player extends EventTarget {
     super();
     this.module = module;
     this.values = values;
+    this.cabinet = null;
+    this.turn = 0; // counts what was asked for: only the last one plays
   }
 
   get isPlaying() {
     return Boolean(this.source);
   }
   get isSuspended() {
-    return this.isPlaying && this.context.state !== 'running';
+    return this.isPlaying && !this.isStarting && this.context.state !== 'running';
   }
 
   // Browsers give sound only after a click or a key.
-  async open() {
-    if (this.context) return;
+  open() {
+    this.opening ??= this.openContext().catch((error) => {
+      this.opening = null;
+      throw error;
+    });
+    return this.opening;
+  }
+
+  async openContext() {
+    if (!globalThis.AudioWorkletNode) {
+      throw new Error('Browsers let a page play only where it comes over https, or from this machine.');
+    }
     const context = new AudioContext({latencyHint: 'interactive'});
-    await context.audioWorklet.addModule(new URL('amp_processor.js', import.meta.url));
+    try {
+      await context.audioWorklet.addModule(new URL('amp_processor.js', import.meta.url));
+      this.amp = this.makeAmp(context);
+    } catch (error) {
+      context.close();
+      throw error;
+    }
     this.context = context;
-    this.amp = this.makeAmp(context);
     this.amp.connect(context.destination);
     this.amp.port.onmessage = ({data}) => this.tell('levels', data);
     this.amp.onprocessorerror = () => this.tell('broken');
     context.onstatechange = () => this.tell('state');
+    await this.sendCabinet();
   }
 
   makeAmp(context) {
@@ -73,13 +97,28 @@ export class Player extends EventTarget {
     this.amp?.port.postMessage({values});
   }
 
+  // cabinet: of readCabinet(), or null for none.
+  async setCabinet(cabinet) {
+    this.cabinet = cabinet;
+    if (this.context) await this.sendCabinet();
+  }
+
+  async sendCabinet() {
+    const {cabinet} = this;
+    const response = await preparedCabinet(this.module, cabinet, this.context.sampleRate);
+    if (cabinet === this.cabinet) this.amp.port.postMessage({cabinet: response});
+  }
+
+  // recording: a promise of one.
   async playRecording(recording, loop) {
-    await this.open();
-    const source = new AudioBufferSourceNode(this.context, {buffer: asAudioBuffer(recording), loop});
+    const turn = ++this.turn;
+    const [played] = await Promise.all([recording, this.open()]);
+    if (turn !== this.turn) return;
+    const source = new AudioBufferSourceNode(this.context, {buffer: asAudioBuffer(played), loop});
     source.onended = () => {
       if (this.source === source) this.stop();
     };
-    this.begin(source, source);
+    this.begin(source);
     source.start();
     this.resume();
   }
@@ -87,16 +126,20 @@ export class Player extends EventTarget {
   // channel: 0, 1, or 'both' for their mean. device: of inputDevices(), '' for the browser's choice.
   // Throws what the browser throws.
   async playInput(channel, device = '') {
+    const turn = ++this.turn;
     if (!navigator.mediaDevices) throw new Error('this page is not served over https');
     const chosen = device ? {deviceId: {exact: device}} : {};
-    const stream = await navigator.mediaDevices.getUserMedia({audio: {...kGuitarInput, ...chosen}});
     await this.open();
-    const source = new MediaStreamAudioSourceNode(this.context, {mediaStream: stream});
+    const stream = await navigator.mediaDevices.getUserMedia({audio: {...kGuitarInput, ...chosen}});
     const [track] = stream.getAudioTracks();
+    if (turn !== this.turn) return track.stop();
+    const source = new MediaStreamAudioSourceNode(this.context, {mediaStream: stream});
     track.onended = () => {
-      if (this.source === source) this.stop();
+      if (this.source !== source) return;
+      this.stop();
+      this.tell('lost');
     };
-    this.begin(source, source.channelCount > 1 && channel !== 'both' ? this.side(source, channel) : source);
+    this.begin(source, source.channelCount > 1 ? channel : 'both');
     this.stream = stream;
     this.resume();
   }
@@ -111,27 +154,33 @@ export class Player extends EventTarget {
       .sort((a, b) => (b.id === now) - (a.id === now));
   }
 
-  side(source, channel) {
-    const splitter = new ChannelSplitterNode(this.context, {numberOfOutputs: 2});
-    source.connect(splitter);
-    this.splitter = splitter;
-    return {connect: (to) => splitter.connect(to, channel)};
-  }
-
-  begin(source, from) {
-    this.stop();
+  begin(source, channel = 'both') {
+    this.end();
+    clearTimeout(this.resting);
+    const fader = new GainNode(this.context);
+    if (channel === 'both') {
+      source.connect(fader);
+    } else {
+      const splitter = new ChannelSplitterNode(this.context, {numberOfOutputs: 2});
+      source.connect(splitter).connect(fader, channel);
+    }
+    fader.connect(this.amp);
     this.source = source;
-    from.connect(this.amp);
+    this.fader = fader;
     this.tell('state');
   }
 
   // It may stay suspended, as before a click: whoever listens to 'state' says so.
   resume() {
-    this.context.resume().then(
-      () => this.tell('state'),
-      () => this.tell('state'),
-    );
-    this.tell('state');
+    const settle = () => {
+      clearTimeout(this.starting);
+      this.isStarting = false;
+      this.tell('state');
+    };
+    clearTimeout(this.starting);
+    this.starting = setTimeout(settle, kStarts_ms);
+    this.isStarting = true;
+    this.context.resume().then(settle, settle);
   }
 
   setLoop(loop) {
@@ -139,18 +188,24 @@ export class Player extends EventTarget {
   }
 
   stop() {
+    ++this.turn;
+    this.end();
+  }
+
+  end() {
     if (!this.source) return;
-    const source = this.source;
+    const {source, fader, stream} = this;
     this.source = null;
-    source.stop?.();
-    source.disconnect();
-    this.splitter?.disconnect();
-    this.splitter = null;
-    for (const track of this.stream?.getTracks() ?? []) track.stop();
     this.stream = null;
-    this.tell('state');
+    const now = this.context.currentTime;
+    fader.gain.setValueAtTime(1, now).linearRampToValueAtTime(0, now + kFade_s);
     setTimeout(() => {
-      if (!this.source) this.context.suspend();
-    }, kRings_ms);
+      source.stop?.();
+      source.disconnect();
+      fader.disconnect();
+      for (const track of stream?.getTracks() ?? []) track.stop();
+    }, kFaded_ms);
+    this.tell('state');
+    this.resting = setTimeout(() => this.context.suspend(), kRings_ms);
   }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: ISC
 // Renders beside the page, in doubles: what the command renders, as fast as the machine goes.
+import {loadCabinet} from './cabinet.js';
 import {instantiate} from './module.js';
 
 const kBlock = 512; // frames, as the command plays them
@@ -19,12 +20,13 @@ function playBlock(amp, channels, begin, end) {
 }
 
 // moves: [frame, parameter, value], in the order of time; those at 0 belong to the values.
-function render({module, channels, rate, values, moves}, tell) {
+function render({module, channels, rate, values, moves, cabinet}, tell) {
   const amp = instantiate(module);
   for (const [index, value] of values) amp.amp_set(index, value);
   if (!amp.amp_prepare(channels.length, rate, kBlock)) {
     throw new RangeError(`The amplifier cannot play ${channels.length} channels at ${rate} Hz.`);
   }
+  if (cabinet?.length) loadCabinet(amp, cabinet);
   const frames = channels[0].length;
   let next = 0;
   let blocks = 0;

@@ -7,24 +7,19 @@ import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {after, before, beforeEach, describe, it} from 'node:test';
 
-import {kBrowsers, openPage, serve, show} from './browsers.mjs';
+import {begin, kBrowsers, show} from './browsers.mjs';
 
 const kSelector = 19;
 const kBypass = 20;
 
 for (const [name, open] of Object.entries(kBrowsers)) {
   describe(`The face in ${name}`, {timeout: 300000}, () => {
-    let server, browser, page, controls;
+    let server, page, end, controls;
 
     before(async () => {
-      server = await serve();
-      browser = await open();
-      page = await openPage(browser, server.address);
+      ({server, page, end} = await begin(open));
     });
-    after(async () => {
-      await browser?.close();
-      await server?.stop();
-    });
+    after(() => end?.());
     beforeEach(async () => {
       await show(page, `${server.address}?${Math.random()}`);
       // Each with its middle on the screen.
@@ -60,7 +55,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     it('is the picture that the command draws', async () => {
       const file = join(mkdtempSync(join(tmpdir(), 'quellard-')), 'face.png');
       const scale = 1.25;
-      const settings = ['--preset', 'Blues Lead', '--bass', '7.25', '--gate', '-60'];
+      const settings = ['--preset', 'Blues Lead', ...'--bass 7.25 --gate -60 --cab 4x12.wav'.split(' ')];
       execFileSync(process.env.QUELLARD_COMMAND, ['face', '-o', file, '--scale', String(scale), ...settings]);
       server.files.set('/native.png', readFileSync(file));
       const difference = await page.evaluate(
@@ -69,6 +64,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
           face.choosePreset(face.presets().findIndex((preset) => preset.name === lead));
           face.set(8, face.asValue(8, 7.25));
           face.set(22, face.asValue(22, -60));
+          face.showCabinet('4x12');
           document.getElementById('face').style.width = `${960 * factor}px`;
           document.querySelector('main').style.maxWidth = 'none';
           await new Promise((resolve) => {
@@ -167,7 +163,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     it('is reached by Tab alone, and every button answers', async () => {
-      await page.evaluate(() => document.getElementById('loop').focus());
+      await page.evaluate(() => document.getElementById('cabinet').focus());
       const reached = [];
       for (let i = 0; i < controls.length; ++i) {
         await page.keyboard.press('Tab');

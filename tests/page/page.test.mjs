@@ -7,7 +7,7 @@ import {after, before, describe, it} from 'node:test';
 import {pathToFileURL} from 'node:url';
 import {gzipSync} from 'node:zlib';
 
-import {kBrowsers, openPage, serve, show, textOf, until} from './browsers.mjs';
+import {begin, kBrowsers, openPage, show, textOf, until} from './browsers.mjs';
 
 const kPage = process.env.QUELLARD_PAGE;
 const {readWav, writeWav} = await import(pathToFileURL(join(kPage, 'wav.js')));
@@ -51,17 +51,12 @@ describe('The folder', () => {
 
 for (const [name, open] of Object.entries(kBrowsers)) {
   describe(`The page in ${name}`, {timeout: 120000}, () => {
-    let server, browser, page;
+    let server, browser, page, end;
 
     before(async () => {
-      server = await serve();
-      browser = await open();
-      page = await openPage(browser, server.address);
+      ({server, browser, page, end} = await begin(open));
     });
-    after(async () => {
-      await browser?.close();
-      await server?.stop();
-    });
+    after(() => end?.());
 
     const click = (selector) => page.click(selector);
     const choose = (value) =>
@@ -72,14 +67,15 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       }, value);
     const isHeard = (what = 'it') =>
       until(`${what} is heard`, () => page.evaluate(() => quellard.view.levels.output > 0.01));
-    const drop = (file, bytes) =>
+    const drop = (file, bytes, onto = 'h1') =>
       page.evaluate(
-        ([called, contents]) => {
+        ([called, contents, place]) => {
           const transfer = new DataTransfer();
           transfer.items.add(new File([new Uint8Array(contents)], called));
-          dispatchEvent(new DragEvent('drop', {dataTransfer: transfer, cancelable: true}));
+          const event = new DragEvent('drop', {dataTransfer: transfer, bubbles: true, cancelable: true});
+          document.querySelector(place).dispatchEvent(event);
         },
-        [file, [...new Uint8Array(bytes)]],
+        [file, [...new Uint8Array(bytes)], onto],
       );
     const sine = (rate, seconds) =>
       Float64Array.from({length: rate * seconds}, (_, i) => 0.5 * Math.sin((2 * Math.PI * 110 * i) / rate));
@@ -97,6 +93,16 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         await isHeard(take);
       }
       assert.equal(await textOf(page, '#play', /./), 'Stop');
+      const late = await page.evaluate(async () => {
+        const {player} = quellard;
+        const asked = player.playRecording(quellard.recording(), true);
+        player.stop();
+        await asked;
+        return player.isPlaying;
+      });
+      assert.equal(late, false, 'what is ready after the stop stays silent');
+      await click('#play');
+      await isHeard();
       await click('#play');
       await textOf(page, '#play', /Play/);
       await textOf(page, '#problem', /^$/);
@@ -117,8 +123,10 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await choose('file');
       await click('#play');
       await textOf(page, '#problem', /Choose a recording/);
-      await drop('riff.wav', writeWav([sine(32000, 1)], 32000, 'pcm24'));
+      await drop('riff.wav', writeWav([sine(32000, 1), new Float64Array(32000)], 32000, 'pcm24'));
       await textOf(page, '#message', /riff.wav: 1.0 s at 32000 Hz/);
+      const peak = await page.evaluate(() => Math.max(...quellard.recordings.get('own:riff.wav').samples));
+      assert.ok(Math.abs(peak - 0.25) < 0.001, `the mean of both sides reaches ${peak}`);
       await click('#play');
       await isHeard();
       await click('#play');
@@ -145,7 +153,37 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         await drop(file, bytes);
         await textOf(page, '#problem', message);
       }
+      await drop('slow.wav', writeWav([sine(100, 1)], 100, 'float'));
+      await textOf(page, '#message', /slow.wav: 1.0 s at 100 Hz/);
+      await click('#play');
+      await textOf(page, '#problem', /slow.wav has 100 Hz, which this browser only renders/);
       await drop('riff.wav', writeWav([sine(32000, 1)], 32000, 'pcm16'));
+      await textOf(page, '#problem', /^$/);
+    });
+
+    it('plays through a cabinet that is dropped on their list, or says why it cannot', async () => {
+      const click1 = Float64Array.from({length: 480}, (_, i) => Math.exp(-i / 20));
+      for (const [samples, message] of [
+        [new Float64Array(480), /4x12 is no cabinet: nothing is heard/],
+        [click1.map((x, i) => (i === 9 ? NaN : x)), /4x12 is no cabinet/],
+      ]) {
+        await drop('4x12.wav', writeWav([samples], 48000, 'float'), '#cabinet');
+        await textOf(page, '#problem', message);
+      }
+      await drop('4x12.wav', writeWav([click1], 48000, 'float'), '#cabinet');
+      await textOf(page, '#message', /plays through 4x12/);
+      await textOf(page, '#problem', /^$/);
+      await click('#play');
+      await isHeard();
+      await page.evaluate(() => {
+        const {cabinet} = Object.fromEntries(
+          [...document.querySelectorAll('select')].map((of) => [of.id, of]),
+        );
+        cabinet.value = 'none';
+        cabinet.dispatchEvent(new Event('change'));
+      });
+      await until('it is gone', () => page.evaluate(() => quellard.player.cabinet === null));
+      await click('#play');
       await textOf(page, '#problem', /^$/);
     });
 
@@ -203,6 +241,19 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       assert.match(address, /#.*clean_gain=7\.39&.*channel=vintage&gate=-47\.3/);
       const other = await openPage(browser, `${server.address}?again#${address.split('#')[1]}`);
       assert.deepEqual(await other.evaluate(() => quellard.face.values()), before);
+      await other.evaluate(() => quellard.face.set(6, 0.25));
+      const changed = await other.evaluate(() => quellard.face.values());
+      await show(other, `${server.address}?away`);
+      assert.notDeepEqual(await other.evaluate(() => quellard.face.values()), changed);
+      await show(other, `${server.address}?again#${address.split('#')[1]}`);
+      await other.evaluate(() => quellard.face.set(6, 0.25));
+      await other.reload();
+      await show(other);
+      assert.deepEqual(
+        await other.evaluate(() => quellard.face.values()),
+        changed,
+        'loaded again, it goes on',
+      );
       await show(other, `${server.address}?wrong#channel=purple&clean_gain=4&nothing=1&gate=loud`);
       await textOf(other, '#problem', /no amplifier knows: channel=purple, nothing=1, gate=loud/);
       assert.equal(await other.evaluate(() => quellard.face.value(6)), Math.fround(0.4));
@@ -263,33 +314,46 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       assert.equal(await textOf(page, '#play', /./), 'Play');
     });
 
-    it('works without a network after the first visit', async () => {
-      await page.evaluate(() => navigator.serviceWorker.ready.then(() => null));
-      await until('the page is kept', () =>
+    it('changes to another version when no tab shows the old one, and works without a network', async () => {
+      const keptFiles = () =>
         page.evaluate(async () => {
           const names = await caches.keys();
-          const kept = await Promise.all(
-            names.map(async (cache) => (await (await caches.open(cache)).keys()).length),
-          );
-          return kept.some((count) => count > 20);
-        }),
+          return Promise.all(names.map(async (cache) => (await (await caches.open(cache)).keys()).length));
+        });
+      await until('the page is kept', async () => (await keptFiles())[0] > 20);
+      await show(page, server.address); // the first visit was without the worker
+      const changed = (file, from, to) => readFileSync(join(kPage, file), 'utf8').replace(from, to);
+      const title = ['<title>Quellard', '<title>Another'];
+      for (const file of ['', 'index.html']) server.files.set(`/${file}`, changed('index.html', ...title));
+      const worker = changed('service_worker.js', /kVersion = '\w+'/, "kVersion = 'another'");
+      server.files.set('/service_worker.js', worker);
+      await page.evaluate(async () => (await navigator.serviceWorker.ready).update().then(() => null));
+      await until('the new version waits', () =>
+        page.evaluate(async () => Boolean((await navigator.serviceWorker.ready).waiting)),
       );
+      await show(page, server.address);
+      assert.equal(await page.title(), 'Quellard', 'a tab that is open keeps its version');
+      await until('the new version is there', async () => {
+        const next = await browser.sibling(page);
+        await page.close();
+        page = next;
+        await show(page, server.address);
+        return (await page.title()) === 'Another';
+      });
+      await until('the old one is away', async () => (await keptFiles()).length === 1);
       const outside = server.asked.length;
       await server.stop();
       await show(page, server.address);
       await click('#play');
       await isHeard('a take');
       assert.equal(server.asked.length, outside);
-      server = null;
     });
   });
 
   describe(`The input in ${name}`, {timeout: 120000}, () => {
     it('is heard through the amplifier, untouched', async () => {
-      const server = await serve();
-      const browser = await open({microphone: true});
+      const {page, end} = await begin(open, {microphone: true});
       try {
-        const page = await openPage(browser, server.address, {microphone: true});
         await page.evaluate(() => {
           const ask = navigator.mediaDevices.getUserMedia.bind(navigator.mediaDevices);
           navigator.mediaDevices.getUserMedia = (wanted) => {
@@ -328,11 +392,25 @@ for (const [name, open] of Object.entries(kBrowsers)) {
             );
           }
         }
+        const letGo = () => page.evaluate(() => window.track.readyState === 'ended');
+        const play = async () => {
+          await page.click('#play');
+          await until('it plays', () => page.evaluate(() => quellard.player.isPlaying));
+          await page.evaluate(() => {
+            [window.track] = quellard.player.stream.getAudioTracks();
+          });
+        };
         await page.click('#play');
-        assert.equal(await page.evaluate(() => quellard.player.stream), null, 'the input is let go');
+        await play();
+        await page.click('#play');
+        await until('the input is let go', letGo);
+        await textOf(page, '#problem', /^$/);
+        await play();
+        await page.evaluate(() => window.track.dispatchEvent(new Event('ended'))); // as when it is unplugged
+        await textOf(page, '#problem', /The interface has gone/);
+        assert.equal(await textOf(page, '#play', /./), 'Play');
       } finally {
-        await browser.close();
-        await server.stop();
+        await end();
       }
     });
   });

@@ -8,7 +8,7 @@ import {join} from 'node:path';
 import {after, before, describe, it} from 'node:test';
 import {pathToFileURL} from 'node:url';
 
-import {kBrowsers, openPage, serve, until} from './browsers.mjs';
+import {begin, kBrowsers, openPage, until} from './browsers.mjs';
 
 const {QUELLARD_BITS: kBits, QUELLARD_COMMAND: kCommand, QUELLARD_PAGE: kPage} = process.env;
 const {writeWav} = await import(pathToFileURL(join(kPage, 'wav.js')));
@@ -63,33 +63,48 @@ function session(rate) {
 
 for (const [name, open] of Object.entries(kBrowsers)) {
   describe(`The sound in ${name}`, {timeout: 600000}, () => {
-    let server, browser, page;
+    let server, browser, page, end;
 
     before(async () => {
-      server = await serve();
+      ({server, browser, page, end} = await begin(open));
       server.files.set('/bits.wasm', readFileSync(kBits));
-      browser = await open();
-      page = await openPage(browser, server.address);
     });
-    after(async () => {
-      await browser?.close();
-      await server?.stop();
-    });
+    after(() => end?.());
 
-    // The largest difference from the command's render, as a share of the peak.
-    async function difference(label, rate, settings, values, moves = [], input = guitar(rate, 2)) {
+    // The largest difference from the command's render, as a share of the peak. cabinet: the bytes of
+    // its file.
+    async function difference(
+      label,
+      rate,
+      settings,
+      values,
+      moves = [],
+      input = guitar(rate, 2),
+      cabinet = null,
+    ) {
       const [dry, wet] = commandRenders(`${name}-${label}`, input, rate, settings);
       server.files.set('/dry.wav', dry);
       server.files.set('/wet.wav', wet);
+      if (cabinet) server.files.set('/cabinet.wav', cabinet);
       return page.evaluate(
         async (sound) => {
           const {readWav} = await import(new URL('wav.js', document.baseURI));
           const {render} = await import(new URL('render.js', document.baseURI));
-          const get = async (file) => readWav(await (await fetch(file, {cache: 'reload'})).arrayBuffer());
+          const {readCabinet, preparedCabinet} = await import(new URL('cabinet.js', document.baseURI));
+          const bytes = async (file) => (await fetch(file, {cache: 'reload'})).arrayBuffer();
+          const get = async (file) => readWav(await bytes(file));
           const [input, expected] = [await get('dry.wav'), (await get('wet.wav')).channels[0]];
+          const {module} = quellard;
+          const cabinet =
+            sound.hasCabinet && (await readCabinet(module, 'cabinet.wav', await bytes('cabinet.wav')));
           const {
             channels: [actual],
-          } = await render({...sound, ...input, module: quellard.module});
+          } = await render({
+            ...sound,
+            ...input,
+            module,
+            cabinet: await preparedCabinet(module, cabinet, input.rate),
+          });
           if (actual.length !== expected.length)
             throw new Error(`${actual.length} samples, not ${expected.length}`);
           let most = 0;
@@ -100,7 +115,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
           });
           return {most: most / peak, peak};
         },
-        {values, moves},
+        {values, moves, hasCabinet: cabinet !== null},
       );
     }
 
@@ -117,18 +132,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     it('is that of the command, in all channels and through a session of moves', async () => {
       for (const rate of [44100, 48000]) {
         for (const [i, channel] of kChannels.entries()) {
-          const settings = [
-            '--channel',
-            channel,
-            '--gain',
-            '6.3',
-            '--bass',
-            '3.7',
-            '--gate',
-            '-50',
-            '--output',
-            '-3',
-          ];
+          const settings = `--channel ${channel} --gain 6.3 --bass 3.7 --gate -50 --output -3`.split(' ');
           const values = [
             [kSelector, i / 2],
             [6 * i + 6, Math.fround(0.63)],
@@ -145,6 +149,36 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         const {most, peak} = await difference(`session-${rate}`, rate, ['--automation', file], [], moves);
         assert.ok(peak > 0.1 && most <= 1e-9, `the session at ${rate} Hz differs by ${most}`);
         console.log(`${name}, session at ${rate} Hz: ${most.toExponential(1)} of the peak`);
+      }
+    });
+
+    it('is that of the command through a cabinet', async () => {
+      const rate = 48000;
+      // At another rate the two convert it by ways of their own.
+      for (const [cabinetRate, limit] of [
+        [rate, 1e-9],
+        [96000, 1e-3],
+      ]) {
+        const side = (hz) =>
+          Float64Array.from({length: 0.2 * cabinetRate}, (_, i) => {
+            const t = i / cabinetRate;
+            return Math.exp(-300 * t) * Math.sin(2 * Math.PI * hz * t);
+          });
+        const file = join(kScratch, `cabinet-${cabinetRate}.wav`);
+        const cabinet = Buffer.from(writeWav([side(400), side(2500)], cabinetRate, 'double'));
+        writeFileSync(file, cabinet);
+        const settings = ['--channel', 'modern', '--cab', file];
+        const {most, peak} = await difference(
+          `cabinet-${cabinetRate}`,
+          rate,
+          settings,
+          [[kSelector, 1]],
+          [],
+          guitar(rate, 2),
+          cabinet,
+        );
+        assert.ok(peak > 0.1 && most <= limit, `at ${cabinetRate} Hz it differs by ${most}`);
+        console.log(`${name}, a cabinet of ${cabinetRate} Hz: ${most.toExponential(1)} of the peak`);
       }
     });
 
