@@ -107,7 +107,8 @@ export async function begin(open, options) {
   }
 }
 
-// Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it.
+// Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it, with
+// base64Of() and bytesOf() for what goes out and in, since drivers take long for each number.
 export async function openPage(browser, address, options) {
   const page = await browser.newPage(options);
   await show(page, address);
@@ -118,6 +119,13 @@ export async function show(page, address) {
   await page.evaluate(async () => {
     const {page: opened} = await import(new URL('main.js', document.baseURI));
     window.quellard = await opened;
+    window.base64Of = (part) =>
+      new Promise((resolve) => {
+        const reader = new FileReader();
+        reader.onload = () => resolve(reader.result.split(',')[1]);
+        reader.readAsDataURL(new Blob([part]));
+      });
+    window.bytesOf = (base64) => Uint8Array.from(atob(base64), (char) => char.charCodeAt(0));
   });
 }
 

@@ -71,11 +71,11 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       page.evaluate(
         ([called, contents, place]) => {
           const transfer = new DataTransfer();
-          transfer.items.add(new File([new Uint8Array(contents)], called));
+          transfer.items.add(new File([bytesOf(contents)], called));
           const event = new DragEvent('drop', {dataTransfer: transfer, bubbles: true, cancelable: true});
           document.querySelector(place).dispatchEvent(event);
         },
-        [file, [...new Uint8Array(bytes)], onto],
+        [file, Buffer.from(bytes).toString('base64'), onto],
       );
     const sine = (rate, seconds) =>
       Float64Array.from({length: rate * seconds}, (_, i) => 0.5 * Math.sin((2 * Math.PI * 110 * i) / rate));
@@ -193,7 +193,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await page.evaluate(() => {
         window.saved = [];
         quellard.save = async (blob, called) => {
-          window.saved.push([called, [...new Uint8Array(await blob.arrayBuffer())]]);
+          window.saved.push([called, await base64Of(blob)]);
         };
       });
       for (const [format, size] of [
@@ -206,13 +206,14 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         }, format);
         await click('#render');
         await textOf(page, '#message', /3.0 s rendered in .* times real time/);
-        const [called, bytes] = await until('a file', () => page.evaluate(() => window.saved.pop()));
+        const [called, contents] = await until('a file', () => page.evaluate(() => window.saved.pop()));
+        const bytes = Uint8Array.from(Buffer.from(contents, 'base64'));
         assert.equal(called, 'riff.wav');
         assert.equal(bytes.length, 44 + 3 * 8000 * size, 'a second, and two for the last chord');
         const {
           rate,
           channels: [samples],
-        } = readWav(new Uint8Array(bytes).buffer);
+        } = readWav(bytes.buffer);
         assert.equal(rate, 8000);
         assert.ok(samples.some((x) => Math.abs(x) > 0.05));
         await page.evaluate(() => {

@@ -210,8 +210,8 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     // Plays a sine of 220 Hz through the worklet, with moves at their times.
-    const playWorklet = (seconds, values, moves, rate = 48000) =>
-      page.evaluate(
+    const playWorklet = async (seconds, values, moves, rate = 48000) => {
+      const result = await page.evaluate(
         async ([length, start, later, hz]) => {
           const context = new OfflineAudioContext(1, length * hz, hz);
           await context.audioWorklet.addModule('amp_processor.js');
@@ -240,11 +240,14 @@ for (const [name, open] of Object.entries(kBrowsers)) {
             held,
             tells: told.length,
             memory: [memory[0], memory.at(-1)],
-            samples: length > 10 ? [] : [...buffer.getChannelData(0)],
+            samples: length > 10 ? '' : await base64Of(buffer.getChannelData(0)),
           };
         },
         [seconds, values, moves, rate],
       );
+      const bytes = Uint8Array.from(Buffer.from(result.samples, 'base64'));
+      return {...result, samples: new Float32Array(bytes.buffer)};
+    };
 
     // The largest second difference from `begin` to `end`, which a click drives up and a sine's fade does not.
     const roughness = (samples, begin, end) => {
