@@ -9,7 +9,7 @@ const kRead_s = 1.1;
 // {name, rate, samples}, at the rate that the file has. Throws an Error with a reason for people.
 export async function readCabinet(module, name, bytes) {
   const {rate, samples} = await readRecording(name, bytes);
-  const read = samples.subarray(0, Math.ceil(kRead_s * rate));
+  const read = samples.slice(0, Math.ceil(kRead_s * rate));
   const cabinet = {name: name.replace(/\.[^.]*$/, ''), rate, samples: read};
   await preparedCabinet(module, cabinet, rate);
   return cabinet;
@@ -39,4 +39,28 @@ export async function preparedCabinet(module, cabinet, rate) {
 export function loadCabinet(amp, response) {
   put(amp, response);
   amp.amp_load_cabinet();
+}
+
+// The browser keeps the one that was chosen last, until the page is visited again.
+const kStore = 'quellard-cabinet';
+const kEntry = 'cabinet';
+
+export async function keepCabinet(cabinet) {
+  try {
+    if (!cabinet) return await caches.delete(kStore);
+    const {name, rate, samples} = cabinet;
+    const headers = {'X-Cabinet': encodeURIComponent(JSON.stringify({name, rate}))};
+    await (await caches.open(kStore)).put(kEntry, new Response(samples, {headers}));
+  } catch {} // a store that is full, or closed to the page
+}
+
+// Null where there is none.
+export async function keptCabinet() {
+  try {
+    const kept = await (await caches.open(kStore)).match(kEntry);
+    const {name, rate} = JSON.parse(decodeURIComponent(kept.headers.get('X-Cabinet')));
+    return {name, rate, samples: new Float64Array(await kept.arrayBuffer())};
+  } catch {
+    return null;
+  }
 }

@@ -130,7 +130,8 @@ export class FaceView extends EventTarget {
 
   resize() {
     const {width, height} = this.canvas.getBoundingClientRect();
-    const scale = Math.min(window.devicePixelRatio || 1, kLargestSide / Math.max(width, height, 1));
+    this.ratio = window.devicePixelRatio;
+    const scale = Math.min(this.ratio || 1, kLargestSide / Math.max(width, height, 1));
     const pixels = [width, height].map((side) => Math.max(1, Math.round(side * scale)));
     if (this.canvas.width === pixels[0] && this.canvas.height === pixels[1]) return;
     [this.canvas.width, this.canvas.height] = pixels;
@@ -143,6 +144,7 @@ export class FaceView extends EventTarget {
   }
 
   update(now) {
+    if (this.ratio !== window.devicePixelRatio) this.resize(); // another screen
     this.face.update((now - this.updatedAt) / 1000, this.levels);
     this.updatedAt = now;
     this.showValues();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The page: what its buttons do.
 import {addressOf, keepSound, keptSound, soundOf} from './address.js';
-import {preparedCabinet, readCabinet} from './cabinet.js';
+import {keepCabinet, keptCabinet, preparedCabinet, readCabinet} from './cabinet.js';
 import {Face} from './face.js';
 import {FaceView} from './face_view.js';
 import {fetchModule, instantiateLater} from './module.js';
@@ -137,23 +137,25 @@ class Page {
   async chooseCabinet() {
     const {value} = ui.cabinet;
     ui['cabinet-file'].hidden = value !== kFile;
-    if (value !== kFile) await this.useCabinet(value === kNoCabinet ? null : this.ownCabinet);
+    if (value === kFile) return;
+    const cabinet = value === kNoCabinet ? null : this.ownCabinet;
+    await this.player.setCabinet(cabinet);
+    this.face.showCabinet(cabinet?.name ?? kNoCabinet);
+    await keepCabinet(cabinet);
   }
 
   async takeCabinet(file) {
     if (!file) return;
     ui['cabinet-file'].value = '';
-    this.ownCabinet = await readCabinet(this.module, file.name, await file.arrayBuffer());
-    const {name} = this.ownCabinet;
-    [...ui.cabinet.options].find((option) => option.value === 'own')?.remove();
-    ui.cabinet.options[0].after(new Option(name, 'own', false, true));
-    await this.chooseCabinet();
-    say(`The amplifier plays through ${name}.`);
+    await this.addCabinet(await readCabinet(this.module, file.name, await file.arrayBuffer()));
+    say(`The amplifier plays through ${this.ownCabinet.name}.`);
   }
 
-  async useCabinet(cabinet) {
-    await this.player.setCabinet(cabinet);
-    this.face.showCabinet(cabinet?.name ?? kNoCabinet);
+  async addCabinet(cabinet) {
+    this.ownCabinet = cabinet;
+    [...ui.cabinet.options].find((option) => option.value === 'own')?.remove();
+    ui.cabinet.options[0].after(new Option(cabinet.name, 'own', false, true));
+    await this.chooseCabinet();
   }
 
   async renderWav() {
@@ -300,9 +302,7 @@ class Page {
     addEventListener('hashchange', () => this.adoptSound(location.hash));
     addEventListener('pagehide', () => keepSound(addressOf(this.face)));
     for (const hand of ['pointerdown', 'keydown']) {
-      addEventListener(hand, () => {
-        if (this.player.isSuspended) this.player.resume();
-      });
+      addEventListener(hand, () => this.player.resume());
     }
     navigator.mediaDevices?.addEventListener('devicechange', () => this.listDevices());
   }
@@ -314,12 +314,15 @@ class Page {
       ui[name].addEventListener('change', (event) => take(ui[name].files[0], event));
     }
     const mark = (isOver) => document.body.classList.toggle('dropping', isOver);
+    const hasFile = ({dataTransfer}) => dataTransfer.types.includes('Files');
     addEventListener('dragover', (event) => {
+      if (!hasFile(event)) return;
       event.preventDefault();
       mark(true);
     });
-    addEventListener('dragleave', () => mark(false));
+    addEventListener('dragleave', ({relatedTarget}) => mark(relatedTarget !== null));
     addEventListener('drop', (event) => {
+      if (!hasFile(event)) return;
       event.preventDefault();
       mark(false);
       take(event.dataTransfer.files[0], event);
@@ -333,6 +336,8 @@ async function open() {
     fetch('takes/takes.json').then((response) => (response.ok ? response.json() : [])),
   ]);
   const page = new Page(module, new Face(await instantiateLater(module)), takes);
+  const cabinet = await keptCabinet();
+  if (cabinet) await page.addCabinet(cabinet);
   await navigator.serviceWorker?.register('service_worker.js').catch(() => {}); // works without, too
   return page;
 }

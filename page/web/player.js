@@ -120,7 +120,6 @@ export class Player extends EventTarget {
     };
     this.begin(source);
     source.start();
-    this.resume();
   }
 
   // channel: 0, 1, or 'both' for their mean. device: of inputDevices(), '' for the browser's choice.
@@ -141,7 +140,6 @@ export class Player extends EventTarget {
     };
     this.begin(source, source.channelCount > 1 ? channel : 'both');
     this.stream = stream;
-    this.resume();
   }
 
   // [{name, id}, ...], which browsers tell after the player has allowed one; with the one that plays first.
@@ -167,11 +165,14 @@ export class Player extends EventTarget {
     fader.connect(this.amp);
     this.source = source;
     this.fader = fader;
+    this.resume();
     this.tell('state');
   }
 
-  // It may stay suspended, as before a click: whoever listens to 'state' says so.
+  // Where sound is to be and is not. It may stay suspended, as before a click: whoever listens to
+  // 'state' says so.
   resume() {
+    if (!this.isPlaying) return;
     const settle = () => {
       clearTimeout(this.starting);
       this.isStarting = false;

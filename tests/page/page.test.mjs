@@ -59,12 +59,15 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     after(() => end?.());
 
     const click = (selector) => page.click(selector);
-    const choose = (value) =>
-      page.evaluate((to) => {
-        const source = document.getElementById('source');
-        source.value = to;
-        source.dispatchEvent(new Event('change'));
-      }, value);
+    const choose = (value, list = 'source') =>
+      page.evaluate(
+        ([to, of]) => {
+          const select = document.getElementById(of);
+          select.value = to;
+          select.dispatchEvent(new Event('change'));
+        },
+        [value, list],
+      );
     const isHeard = (what = 'it') =>
       until(`${what} is heard`, () => page.evaluate(() => quellard.view.levels.output > 0.01));
     const drop = (file, bytes, onto = 'h1') =>
@@ -117,6 +120,19 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await textOf(page, '#message', /^$/);
       assert.equal(await page.evaluate(() => quellard.player.context.state), 'running');
       await click('#play');
+      // Where there was no click, resume() waits for one without an end.
+      await page.evaluate(async () => {
+        const {context} = quellard.player;
+        await context.suspend();
+        context.resume = () => new Promise(() => {});
+        document.getElementById('play').click();
+      });
+      await textOf(page, '#message', /holds the sound back/);
+      await page.evaluate(() => delete quellard.player.context.resume);
+      await click('h1');
+      await isHeard();
+      await textOf(page, '#message', /^$/);
+      await click('#play');
     });
 
     it('plays a file that is dropped, at its own rate, and says why another cannot be played', async () => {
@@ -162,29 +178,27 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     it('plays through a cabinet that is dropped on their list, or says why it cannot', async () => {
-      const click1 = Float64Array.from({length: 480}, (_, i) => Math.exp(-i / 20));
+      const response = Float64Array.from({length: 480}, (_, i) => Math.exp(-i / 20));
       for (const [samples, message] of [
         [new Float64Array(480), /4x12 is no cabinet: nothing is heard/],
-        [click1.map((x, i) => (i === 9 ? NaN : x)), /4x12 is no cabinet/],
+        [response.map((x, i) => (i === 9 ? NaN : x)), /4x12 is no cabinet/],
       ]) {
         await drop('4x12.wav', writeWav([samples], 48000, 'float'), '#cabinet');
         await textOf(page, '#problem', message);
       }
-      await drop('4x12.wav', writeWav([click1], 48000, 'float'), '#cabinet');
+      await drop('4x12.wav', writeWav([response], 48000, 'float'), '#cabinet');
       await textOf(page, '#message', /plays through 4x12/);
       await textOf(page, '#problem', /^$/);
       await click('#play');
       await isHeard();
-      await page.evaluate(() => {
-        const {cabinet} = Object.fromEntries(
-          [...document.querySelectorAll('select')].map((of) => [of.id, of]),
-        );
-        cabinet.value = 'none';
-        cabinet.dispatchEvent(new Event('change'));
-      });
+      await show(page, `${server.address}?cabinet`);
+      assert.equal(await page.evaluate(() => quellard.player.cabinet.name), '4x12', 'it is kept');
+      await choose('none', 'cabinet');
       await until('it is gone', () => page.evaluate(() => quellard.player.cabinet === null));
-      await click('#play');
-      await textOf(page, '#problem', /^$/);
+      await until('so it is for the next visit', async () => {
+        await show(page, `${server.address}?none`);
+        return page.evaluate(() => quellard.player.cabinet === null);
+      });
     });
 
     it('renders a WAV with all that it plays', async () => {
@@ -318,7 +332,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     it('changes to another version when no tab shows the old one, and works without a network', async () => {
       const keptFiles = () =>
         page.evaluate(async () => {
-          const names = await caches.keys();
+          const names = (await caches.keys()).filter((cache) =>
+            cache.includes(new URL('./', document.baseURI)),
+          );
           return Promise.all(names.map(async (cache) => (await (await caches.open(cache)).keys()).length));
         });
       await until('the page is kept', async () => (await keptFiles())[0] > 20);

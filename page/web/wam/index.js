@@ -35,6 +35,8 @@ class AmpNode extends WamNode {
 }
 
 export default class QuellardModule extends WebAudioModule {
+  moves = 0; // of the face that are on their way
+
   async initialize(state) {
     const descriptor = await fetch(new URL('descriptor.json', import.meta.url));
     Object.assign(this._descriptor, await descriptor.json());
@@ -97,15 +99,14 @@ export default class QuellardModule extends WebAudioModule {
       const {symbol} = parameters[index];
       return [symbol, {id: symbol, value: this.face.asControl(index, value), normalized: false}];
     });
-    this.isMoving = true;
-    await this.audioNode.setParameterValues(Object.fromEntries(values));
-    this.isMoving = false;
+    ++this.moves;
+    await this.audioNode.setParameterValues(Object.fromEntries(values)).finally(() => --this.moves);
   }
 
   // What the host has set; not while a move of the face is on its way.
   async readValues() {
     const values = await this.audioNode.getParameterValues(false);
-    if (this.isMoving) return;
+    if (this.moves) return;
     for (const {index, symbol} of Object.values(this.face.parameters)) {
       this.face.set(index, this.face.asValue(index, values[symbol].value));
     }
