@@ -7,7 +7,7 @@ import {LiveAmp} from './live_amp.js';
 class AmpProcessor extends AudioWorkletProcessor {
   constructor({processorOptions: {module, values}}) {
     super();
-    this.amp = new LiveAmp(module, values, sampleRate);
+    this.amp = new LiveAmp(module, values, sampleRate, true);
     this.deferred = [];
     this.post = (levels) => this.port.postMessage(levels);
     this.port.onmessage = ({data}) => {

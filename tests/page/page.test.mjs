@@ -106,6 +106,14 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       assert.equal(late, false, 'what is ready after the stop stays silent');
       await click('#play');
       await isHeard();
+      await page.evaluate(() => quellard.view.moveTo(23, 1));
+      await until('it is said to be above full scale', () =>
+        page.evaluate(
+          () => !document.getElementById('held').hidden && quellard.face.module.face_is_clipped(),
+        ),
+      );
+      await page.evaluate(() => quellard.view.moveTo(23, 0.5));
+      await until('it is over', () => page.evaluate(() => document.getElementById('held').hidden));
       await click('#play');
       await textOf(page, '#play', /Play/);
       await textOf(page, '#problem', /^$/);

@@ -81,6 +81,23 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       );
       await levelIs('CLEAN is heard', (peak) => peak > 0.01);
       assert.equal((await valuesOf()).channel, 0);
+      // What is above full scale, the host's other effects may bring down again.
+      await page.evaluate(async () => {
+        const {audioNode, audioContext} = window.wam;
+        window.analyser = new AnalyserNode(audioContext);
+        audioNode.connect(window.analyser);
+        await audioNode.setParameterValues({output: {id: 'output', value: 24, normalized: false}});
+      });
+      await until('it is not held at full scale', () =>
+        page.evaluate(() => {
+          const samples = new Float32Array(window.analyser.fftSize);
+          window.analyser.getFloatTimeDomainData(samples);
+          return Math.max(...samples) > 1.5;
+        }),
+      );
+      await page.evaluate(() =>
+        window.wam.audioNode.setParameterValues({output: {id: 'output', value: 0, normalized: false}}),
+      );
     });
 
     it('gives its state to another one', async () => {

@@ -11,7 +11,7 @@ class QuellardProcessor extends WamProcessor {
     super(options);
     const {module, parameters} = options.processorOptions;
     this.described = parameters;
-    this.amp = new LiveAmp(module, [], sampleRate);
+    this.amp = new LiveAmp(module, [], sampleRate, false);
     this.post = (levels) => this.port.postMessage({levels});
   }
 
