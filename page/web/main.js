@@ -252,7 +252,9 @@ class Page {
     this.player.addEventListener('lost', () =>
       complain('The interface has gone, or was taken from this page.'),
     );
-    this.player.addEventListener('broken', () => complain('The amplifier has stopped. Load the page again.'));
+    const stopped = () => complain('The amplifier has stopped. Load the page again.');
+    this.player.addEventListener('broken', stopped);
+    addEventListener('error', ({error}) => error instanceof WebAssembly.RuntimeError && stopped());
   }
 
   showHeld() {

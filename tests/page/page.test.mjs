@@ -330,6 +330,14 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       assert.deepEqual(await list(page), [], 'what is no preset is left out');
     });
 
+    it('says that the face has stopped', async () => {
+      const other = await openPage(browser, `${server.address}?stops`);
+      // A place beyond the module's memory.
+      await other.evaluate(() => setTimeout(() => quellard.face.module.face_preset_name(-1000000000)));
+      await textOf(other, '#problem', /has stopped. Load the page again/);
+      await other.close();
+    });
+
     it('says why a denied microphone is not heard', async () => {
       await choose('input');
       await click('#play');
