@@ -370,6 +370,8 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         const next = await browser.sibling(page);
         await page.close();
         page = next;
+        // Chromium, driven, may never finish a page that it opens while it changes workers.
+        await new Promise((resolve) => setTimeout(resolve, 1500));
         await show(page, server.address);
         return (await page.title()) === 'Another';
       });
