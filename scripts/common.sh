@@ -32,3 +32,15 @@ build() {
 cpp_files() {
   (cd "$root" && find "$@" -name '*.h' -o -name '*.cpp' | sort)
 }
+
+# What comes from npm, in the versions of page/package-lock.json: for the page, its tests, and the
+# layout of JavaScript.
+# shellcheck disable=SC2034
+npm=$root/build/page-npm
+install_npm() {
+  mkdir -p "$npm"
+  cp "$root"/page/package{,-lock}.json "$npm"
+  if [[ ! $npm/node_modules/.package-lock.json -nt $root/page/package-lock.json ]]; then
+    (cd "$npm" && npm ci --silent --no-audit --no-fund)
+  fi
+}

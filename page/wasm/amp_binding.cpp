@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 // The amplifier as JavaScript plays it. A page holds one amplifier in each instance of the module:
 // one in the audio worklet, one in each render. Nothing here is called before amp_prepare() but
-// amp_set() and amp_value().
+// amp_set(), amp_value() and what prepares a cabinet.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -11,6 +11,7 @@
 
 #include "page/wasm/exported.h"
 #include "rig/hosted_amp.h"
+#include "tools/settings/resampling.h"
 
 namespace quellard {
 namespace {
@@ -55,6 +56,17 @@ class PageAmp {
     play({.doubles = doubleAt_.data(), .count = amp_->sides()}, doubleAt_, frames);
   }
 
+  // The response of a cabinet: as it was recorded, then as it is to be played.
+  std::vector<double>& response() { return response_; }
+  void prepareResponse(double from, double to) {
+    if (from != to) response_ = resampled(response_, 1, from, to);
+    response_ = preparedResponse({to, {response_}}, HostedAmp::kMono).sides.front();
+  }
+  void loadCabinet() {
+    if (response_.empty()) return amp_->cabinet().unload();
+    amp_->cabinet().load({amp_->rate(), {response_}}, 1.0, amp_->sides());
+  }
+
   bool isAsleep() const { return silent_ > asleepAfter_; }
 
   // Browsers differ in what they do above full scale; so nothing above it reaches them. Returns how
@@ -96,6 +108,7 @@ class PageAmp {
   std::array<std::vector<double>, kMostSides> doubles_;
   std::array<float*, kMostSides> floatAt_{};
   std::array<double*, kMostSides> doubleAt_{};
+  std::vector<double> response_;
   std::int64_t silent_ = 0;  // frames of silence at the input's end
   std::int64_t asleepAfter_ = 0;
 };
@@ -128,6 +141,21 @@ QUELLARD_EXPORTED(amp_doubles) double* ampDoubles(int side) { return page().doub
 QUELLARD_EXPORTED(amp_play_floats) void ampPlayFloats(int frames) { page().playFloats(frames); }
 QUELLARD_EXPORTED(amp_play_doubles) void ampPlayDoubles(int frames) { page().playDoubles(frames); }
 QUELLARD_EXPORTED(amp_hold) int ampHold(int frames) { return page().hold(frames); }
+
+// A cabinet. cabinet_room(): where its samples are put and fetched, so many of them.
+// cabinet_prepare() brings what stands there from one rate to another, in Hz, and to the level of
+// no cabinet, and returns how many samples it is then; it takes a moment, and the module stops
+// where there is nothing to hear. amp_load_cabinet() plays what stands there; without samples,
+// none.
+QUELLARD_EXPORTED(cabinet_room) double* cabinetRoom(int frames) {
+  page().response().resize(quellard::asSize(frames));
+  return page().response().data();
+}
+QUELLARD_EXPORTED(cabinet_prepare) int cabinetPrepare(double from, double to) {
+  page().prepareResponse(from, to);
+  return static_cast<int>(page().response().size());
+}
+QUELLARD_EXPORTED(amp_load_cabinet) void ampLoadCabinet() { page().loadCabinet(); }
 
 QUELLARD_EXPORTED(amp_input_peak) float ampInputPeak() { return page().amp().inputPeak(); }
 QUELLARD_EXPORTED(amp_output_peak) float ampOutputPeak() {

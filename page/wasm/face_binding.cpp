@@ -5,6 +5,7 @@
 // Texts are UTF-8, end with a zero, and last until the next call.
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,10 +29,12 @@ class PageTarget : public FaceTarget {
   }
   void endMove(int) override {}
   FaceLevels levels() override { return levels_; }
+  std::optional<std::string> cabinet() const override { return cabinet_; }
   void presetShown(int preset) override { preset_ = preset; }
 
   void set(int parameter, float value) { values_[parameter] = limitToRange(value); }
   void setLevels(const FaceLevels& levels) { levels_ = levels; }
+  void setCabinet(const char* name) { cabinet_ = name; }
   unsigned takeMoved() { return std::exchange(moved_, 0U); }
   int preset() const { return preset_; }
 
@@ -40,6 +43,7 @@ class PageTarget : public FaceTarget {
 
   HostedValues values_ = defaultHostedValues();
   FaceLevels levels_;
+  std::optional<std::string> cabinet_;
   unsigned moved_ = 0;
   int preset_ = -1;
 };
@@ -158,6 +162,11 @@ QUELLARD_EXPORTED(face_resize) void faceResize(int width, int height) {
 QUELLARD_EXPORTED(face_paint) int facePaint() { return page()->paint(); }
 QUELLARD_EXPORTED(face_area) const int* faceArea(int index) { return &page()->area(index)->left; }
 QUELLARD_EXPORTED(face_pixels) const std::uint32_t* facePixels() { return page()->pixels(); }
+
+// The cabinet's name, as written. Before the first of them the picture has no place for it.
+QUELLARD_EXPORTED(face_show_cabinet) void faceShowCabinet() {
+  page()->target().setCabinet(page()->written());
+}
 
 // seconds: since the last call. The peaks are those that the amplifier has measured.
 QUELLARD_EXPORTED(face_update)

@@ -9,9 +9,9 @@ extern "C" {
 char* getenv(const char*) { return nullptr; }
 _Noreturn void abort() { __builtin_trap(); }
 
-// NOLINTBEGIN(bugprone-reserved-identifier,modernize-avoid-variadic-functions): the libraries'
-// names The compiler's: what calls when an exception is thrown, and when nothing overrides a
-// function.
+// NOLINTBEGIN(bugprone-reserved-identifier,modernize-avoid-variadic-functions): their names
+
+// The compiler's: for an exception that is thrown, and for a function that nothing overrides.
 void* __cxa_allocate_exception(std::size_t) noexcept { __builtin_trap(); }
 [[noreturn]] void __cxa_throw(void*, void*, void (*)(void*)) { __builtin_trap(); }
 [[noreturn]] void __cxa_pure_virtual() { __builtin_trap(); }

@@ -42,3 +42,22 @@ export function soundOf(address, face) {
   }
   return {values: [...values], unknown};
 }
+
+// A page that is loaded again in its tab goes on with the sound that it had.
+const kKept = 'quellard.sound';
+
+export function keepSound(sound) {
+  try {
+    sessionStorage.setItem(kKept, JSON.stringify({page: location.href, sound}));
+  } catch {} // a store that is closed to the page
+}
+
+// Null where there is none, or where it was of another address.
+export function keptSound() {
+  try {
+    const {page, sound} = JSON.parse(sessionStorage.getItem(kKept));
+    return page === location.href ? sound : null;
+  } catch {
+    return null;
+  }
+}

@@ -4,10 +4,10 @@
 
 const kWidth = 960;
 const kHeight = 600;
-const kLargestSide = 4096;  // pixels
+const kLargestSide = 4096; // pixels
 const kUpdate_ms = 33;
-const kWheelNotch = 100;  // pixels of a wheel's notch in most browsers
-const kWheelLine = 1 / 3;  // notches of a line, in others
+const kWheelNotch = 100; // pixels of a wheel's notch in most browsers
+const kWheelLine = 1 / 3; // notches of a line, in others
 
 const kLabels = {
   previousPreset: 'Previous preset',
@@ -17,7 +17,7 @@ const kLabels = {
   inputMeter: 'Input level',
   outputMeter: 'Output level',
 };
-const kChannelNames = ['Clean', 'Vintage', 'Modern'];
+const kChannelNames = ['Clean channel', 'Vintage channel', 'Modern channel'];
 
 // In the units of Face.asControl().
 function rangeOf(face, index) {
@@ -25,7 +25,9 @@ function rangeOf(face, index) {
   return {min: face.asControl(index, 0), max: face.asControl(index, 1), step: isKnob ? 0.01 : 0.1};
 }
 
-function element(tag, properties) { return Object.assign(document.createElement(tag), properties); }
+function element(tag, properties) {
+  return Object.assign(document.createElement(tag), properties);
+}
 
 export class FaceView extends EventTarget {
   constructor(face, place) {
@@ -61,14 +63,18 @@ export class FaceView extends EventTarget {
   }
 
   // The focused element of the page, or of the shadow that the face stands in.
-  get active() { return this.behind.getRootNode().activeElement; }
+  get active() {
+    return this.behind.getRootNode().activeElement;
+  }
 
   makeElement(control) {
     const made = this.makers[control.kind]?.call(this, control) ?? element('button', {type: 'button'});
     made.setAttribute('aria-label', this.labelOf(control));
     Object.assign(made.style, {
-      left: `${100 * control.x / kWidth}%`, top: `${100 * control.y / kHeight}%`,
-      width: `${100 * control.width / kWidth}%`, height: `${100 * control.height / kHeight}%`,
+      left: `${(100 * control.x) / kWidth}%`,
+      top: `${(100 * control.y) / kHeight}%`,
+      width: `${(100 * control.width) / kWidth}%`,
+      height: `${(100 * control.height) / kHeight}%`,
     });
     made.addEventListener('focus', () => this.elementFocused(control.place));
     if (made.tagName === 'BUTTON') made.addEventListener('click', () => this.activate(control.place));
@@ -124,7 +130,8 @@ export class FaceView extends EventTarget {
 
   resize() {
     const {width, height} = this.canvas.getBoundingClientRect();
-    const scale = Math.min(window.devicePixelRatio || 1, kLargestSide / Math.max(width, height, 1));
+    this.ratio = window.devicePixelRatio;
+    const scale = Math.min(this.ratio || 1, kLargestSide / Math.max(width, height, 1));
     const pixels = [width, height].map((side) => Math.max(1, Math.round(side * scale)));
     if (this.canvas.width === pixels[0] && this.canvas.height === pixels[1]) return;
     [this.canvas.width, this.canvas.height] = pixels;
@@ -132,9 +139,12 @@ export class FaceView extends EventTarget {
     this.paint();
   }
 
-  paint() { this.face.paint(this.context, this.canvas.width, this.canvas.height); }
+  paint() {
+    this.face.paint(this.context, this.canvas.width, this.canvas.height);
+  }
 
   update(now) {
+    if (this.ratio !== window.devicePixelRatio) this.resize(); // another screen
     this.face.update((now - this.updatedAt) / 1000, this.levels);
     this.updatedAt = now;
     this.showValues();
@@ -182,12 +192,16 @@ export class FaceView extends EventTarget {
 
   announceTyping() {
     const {typed} = this.face;
-    const text = typed === null ? '' : `${this.face.typedIsWrong ? 'No such value' : 'Type a value'}: ${typed}`;
+    const text =
+      typed === null ? '' : `${this.face.typedIsWrong ? 'No such value' : 'Type a value'}: ${typed}`;
     if (this.announcer.textContent !== text) this.announcer.textContent = text;
   }
 
   listPresets() {
-    const groups = [['Factory', true], ['Yours', false]].map(([label, isFactory]) => {
+    const groups = [
+      ['Factory', true],
+      ['Yours', false],
+    ].map(([label, isFactory]) => {
       const group = element('optgroup', {label});
       this.face.presets().forEach((preset, i) => {
         if (preset.isFactory === isFactory) group.append(new Option(preset.name, i));
@@ -205,18 +219,27 @@ export class FaceView extends EventTarget {
   }
 
   elementAt({offsetX, offsetY}) {
-    const [x, y] = [offsetX * kWidth / this.canvas.clientWidth, offsetY * kHeight / this.canvas.clientHeight];
-    const found = this.face.controls.find((control) => x >= control.x && x < control.x + control.width &&
-                                          y >= control.y && y < control.y + control.height);
+    const [x, y] = [
+      (offsetX * kWidth) / this.canvas.clientWidth,
+      (offsetY * kHeight) / this.canvas.clientHeight,
+    ];
+    const found = this.face.controls.find(
+      (control) =>
+        x >= control.x && x < control.x + control.width && y >= control.y && y < control.y + control.height,
+    );
     return found && this.elements[found.place];
   }
 
   listenToMouse() {
-    const {canvas, face: {module}} = this;
-    const on = (type, act) => canvas.addEventListener(type, (event) => {
-      act(event, ...this.pixelOf(event));
-      this.afterHand();
-    });
+    const {
+      canvas,
+      face: {module},
+    } = this;
+    const on = (type, act) =>
+      canvas.addEventListener(type, (event) => {
+        act(event, ...this.pixelOf(event));
+        this.afterHand();
+      });
     on('pointerdown', (event, x, y) => {
       event.preventDefault();
       canvas.setPointerCapture(event.pointerId);
@@ -226,18 +249,22 @@ export class FaceView extends EventTarget {
       this.isPointing = false;
     });
     on('pointermove', (event, x, y) => module.face_drag(x, y, event.shiftKey));
-    on('pointerup', (event, x, y) => module.face_release(x, y));
+    on('pointerup', (_event, x, y) => module.face_release(x, y));
     on('pointercancel', () => module.face_let_go());
     on('pointerleave', () => module.face_leave());
     canvas.addEventListener('contextmenu', (event) => event.preventDefault());
-    canvas.addEventListener('wheel', (event) => {
-      event.preventDefault();
-      // Shift turns a wheel to the side.
-      const way = event.deltaY || event.deltaX;
-      const notches = event.deltaMode === 0 ? way / kWheelNotch : way * kWheelLine;
-      module.face_wheel(...this.pixelOf(event), -notches, event.shiftKey);
-      this.afterHand();
-    }, {passive: false});
+    canvas.addEventListener(
+      'wheel',
+      (event) => {
+        event.preventDefault();
+        // Shift turns a wheel to the side.
+        const way = event.deltaY || event.deltaX;
+        const notches = event.deltaMode === 0 ? way / kWheelNotch : way * kWheelLine;
+        module.face_wheel(...this.pixelOf(event), -notches, event.shiftKey);
+        this.afterHand();
+      },
+      {passive: false},
+    );
   }
 
   listenToKeys() {

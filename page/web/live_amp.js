@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: ISC
 // One side of the amplifier in an audio worklet, with its levels.
+import {loadCabinet} from './cabinet.js';
 import {instantiate} from './module.js';
 
-const kFrames = 128;  // that browsers ask for; more are played in pieces
+const kFrames = 128; // that browsers ask for; more are played in pieces
 const kTellsPerSecond = 30;
 
 export class LiveAmp {
-  constructor(module, values, rate) {
+  // isLast: whether loudspeakers follow, before which what is above full scale is held there. Other
+  // effects are to have it as it is.
+  constructor(module, values, rate, isLast) {
+    this.isLast = isLast;
     this.amp = instantiate(module);
     this.set(values);
     if (!this.amp.amp_prepare(1, rate, kFrames)) throw new RangeError(`${rate} Hz`);
@@ -25,6 +29,11 @@ export class LiveAmp {
     this.amp.amp_set(index, this.amp.face_value_from_control(index, control));
   }
 
+  // response: of preparedCabinet(); none without samples.
+  setCabinet(response) {
+    loadCabinet(this.amp, response);
+  }
+
   // The module's memory for one piece; where it has grown, what was made before is void.
   buffer() {
     const {memory} = this.amp;
@@ -34,7 +43,7 @@ export class LiveAmp {
     return this.samples;
   }
 
-  // Plays the frames from begin to end; no input is silence. What is above full scale is held there.
+  // Plays the frames from begin to end; no input is silence.
   play(input, output, begin = 0, end = output.length) {
     for (let at = begin; at < end; at += kFrames) {
       this.playPiece(input, output, at, Math.min(at + kFrames, end));
@@ -47,7 +56,7 @@ export class LiveAmp {
     if (!input) samples.fill(0);
     else samples.set(isWhole ? input : input.subarray(begin, end));
     this.amp.amp_play_floats(end - begin);
-    this.levels.held += this.amp.amp_hold(end - begin);
+    if (this.isLast) this.levels.held += this.amp.amp_hold(end - begin);
     output.set(isWhole ? this.buffer() : this.buffer().subarray(0, end - begin), begin);
   }
 

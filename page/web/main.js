@@ -1,27 +1,30 @@
 // SPDX-License-Identifier: ISC
 // The page: what its buttons do.
-import {addressOf, soundOf} from './address.js';
+import {addressOf, keepSound, keptSound, soundOf} from './address.js';
+import {keepCabinet, keptCabinet, preparedCabinet, readCabinet} from './cabinet.js';
 import {Face} from './face.js';
 import {FaceView} from './face_view.js';
 import {fetchModule, instantiateLater} from './module.js';
-import {Player, inputProblem} from './player.js';
+import {inputProblem, Player} from './player.js';
 import {deletePreset, onPresetsChanged, readPresets, savePreset} from './presets.js';
-import {mixDown, readRecording} from './recording.js';
+import {readRecording} from './recording.js';
 import {render, withTail} from './render.js';
 import {writeWav} from './wav.js';
 
-const byId = (id) => document.getElementById(id);
-const ui = Object.fromEntries(
-    ['source', 'device-choice', 'device', 'input-choice', 'input-channel', 'file', 'play', 'loop', 'held',
-     'message', 'problem', 'face', 'save-form', 'preset-name', 'delete', 'share', 'format', 'render',
-     'progress'].map((id) => [id, byId(id)]));
+// The page's elements by their names there.
+const ui = Object.fromEntries([...document.querySelectorAll('[id]')].map((element) => [element.id, element]));
 
 const kInput = 'input';
 const kFile = 'file';
+const kNoCabinet = 'none';
 const kHeldShown_ms = 2000;
 
-function say(text) { ui.message.textContent = text; }
-function complain(text) { ui.problem.textContent = text; }
+function say(text) {
+  ui.message.textContent = text;
+}
+function complain(text) {
+  ui.problem.textContent = text;
+}
 
 // Runs what a hand has started; what goes wrong is told.
 async function attempt(task) {
@@ -41,9 +44,11 @@ class Page {
     this.recordings = new Map();
     this.player = new Player(module, () => face.values());
     face.showPresets(readPresets());
-    this.adoptAddress();
+    face.showCabinet(kNoCabinet);
+    this.adoptSound(keptSound() ?? location.hash);
     this.view = new FaceView(face, ui.face);
     this.listSources();
+    this.showRender();
     this.listenToPlayer();
     this.listenToButtons();
     this.listenToFiles();
@@ -51,8 +56,11 @@ class Page {
 
   listSources() {
     const takes = this.takes.map(({name, file}) => new Option(name, file));
-    ui.source.replaceChildren(...takes, new Option('A recording of yours…', kFile),
-                              new Option('Microphone or interface', kInput));
+    ui.source.replaceChildren(
+      ...takes,
+      new Option('A recording of yours…', kFile),
+      new Option('Microphone or interface', kInput),
+    );
   }
 
   // Its name in the list, once it has been read.
@@ -72,26 +80,42 @@ class Page {
     say('');
     if (ui.source.value === kInput) {
       const {value} = ui['input-channel'];
-      await this.player.playInput(value === 'both' ? value : Number(value), ui.device.value)
-          .catch((error) => { throw new Error(inputProblem(error), {cause: error}); });
+      await this.player
+        .playInput(value === 'both' ? value : Number(value), ui.device.value)
+        .catch((error) => {
+          throw new Error(inputProblem(error), {cause: error});
+        });
       await this.listDevices();
     } else {
-      await this.player.playRecording(await this.recording(), ui.loop.checked);
+      await this.player.playRecording(this.recording(), ui.loop.checked);
     }
   }
 
+  // The one that was chosen stays so while it is there; at first it is the one that plays.
   async listDevices() {
+    const chosen = ui.device.value;
     const devices = await this.player.inputDevices();
     ui.device.replaceChildren(...devices.map(({name, id}) => new Option(name, id)));
-    ui['device-choice'].hidden = devices.length < 2;
+    if (devices.some(({id}) => id === chosen)) ui.device.value = chosen;
+    this.showChoices();
   }
 
-  async choose() {
+  showChoices() {
     const {value} = ui.source;
     ui['device-choice'].hidden = value !== kInput || ui.device.options.length < 2;
     ui['input-choice'].hidden = value !== kInput;
     ui.file.hidden = value !== kFile;
-    ui.render.disabled = value === kInput || value === kFile;
+  }
+
+  showRender() {
+    ui.render.disabled = this.isRendering || ui.source.value === kInput || ui.source.value === kFile;
+    ui.progress.hidden = !this.isRendering;
+  }
+
+  async choose() {
+    const {value} = ui.source;
+    this.showChoices();
+    this.showRender();
     const wasPlaying = this.player.isPlaying;
     this.player.stop();
     if (wasPlaying && value !== kFile) await this.play();
@@ -99,32 +123,65 @@ class Page {
 
   async takeFile(file) {
     if (!file) return;
+    ui.file.value = ''; // so that the same one can be chosen again
     const recording = await readRecording(file.name, await file.arrayBuffer());
     const name = `own:${file.name}`;
     this.recordings.set(name, recording);
     [...ui.source.options].find((option) => option.value === name)?.remove();
     ui.source.prepend(new Option(file.name, name, false, true));
     await this.choose();
-    say(`${file.name}: ${(recording.channels[0].length / recording.rate).toFixed(1)} s at ${recording.rate} Hz.`);
+    const {samples, rate} = recording;
+    say(`${file.name}: ${(samples.length / rate).toFixed(1)} s at ${rate} Hz.`);
+  }
+
+  async chooseCabinet() {
+    const {value} = ui.cabinet;
+    ui['cabinet-file'].hidden = value !== kFile;
+    if (value === kFile) return;
+    const cabinet = value === kNoCabinet ? null : this.ownCabinet;
+    await this.player.setCabinet(cabinet);
+    this.face.showCabinet(cabinet?.name ?? kNoCabinet);
+    await keepCabinet(cabinet);
+  }
+
+  async takeCabinet(file) {
+    if (!file) return;
+    ui['cabinet-file'].value = '';
+    await this.addCabinet(await readCabinet(this.module, file.name, await file.arrayBuffer()));
+    say(`The amplifier plays through ${this.ownCabinet.name}.`);
+  }
+
+  async addCabinet(cabinet) {
+    this.ownCabinet = cabinet;
+    [...ui.cabinet.options].find((option) => option.value === 'own')?.remove();
+    ui.cabinet.options[0].after(new Option(cabinet.name, 'own', false, true));
+    await this.chooseCabinet();
   }
 
   async renderWav() {
-    const recording = await this.recording();
-    ui.render.disabled = true;
-    ui.progress.hidden = false;
+    if (this.isRendering) return;
+    const {name, rate, samples} = await this.recording();
+    this.isRendering = true;
+    this.showRender();
     try {
-      const {rate} = recording;
-      const sound = {module: this.module, rate, values: this.face.values(),
-                     channels: [withTail(mixDown(recording), rate)]};
-      const {channels, seconds} = await render(sound, (done) => { ui.progress.value = done; });
-      this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), recording.name);
+      const sound = {
+        module: this.module,
+        rate,
+        values: this.face.values(),
+        cabinet: await preparedCabinet(this.module, this.player.cabinet, rate),
+        channels: [withTail(samples, rate)],
+      };
+      const {channels, seconds} = await render(sound, (done) => {
+        ui.progress.value = done;
+      });
+      this.save(new Blob([writeWav(channels, rate, ui.format.value)], {type: 'audio/wav'}), name);
       const played = channels[0].length / rate;
       const speed = Math.round(played / seconds);
       say(`${played.toFixed(1)} s rendered in ${seconds.toFixed(2)} s, ${speed} times real time.`);
     } finally {
-      ui.progress.hidden = true;
+      this.isRendering = false;
       ui.progress.value = 0;
-      ui.render.disabled = false;
+      this.showRender();
     }
   }
 
@@ -138,17 +195,26 @@ class Page {
 
   async share() {
     history.replaceState(null, '', addressOf(this.face));
-    const copied = await navigator.clipboard?.writeText(location.href).then(() => true, () => false);
-    say(copied ? 'The link to this sound is copied.' : 'The address of this page is now the link to this sound.');
+    const copied = await navigator.clipboard?.writeText(location.href).then(
+      () => true,
+      () => false,
+    );
+    say(
+      copied
+        ? 'The link to this sound is copied.'
+        : 'The address of this page is now the link to this sound.',
+    );
   }
 
-  adoptAddress() {
-    const sound = soundOf(location.hash, this.face);
+  // address: the part of one behind "#".
+  adoptSound(address) {
+    const sound = soundOf(address, this.face);
     if (!sound) return;
     for (const [index, value] of sound.values) this.face.set(index, value);
     this.face.update(0, {input: 0, output: 0, gateIsOpen: true});
     this.player.move(this.face.values());
-    if (sound.unknown.length) complain(`The address has what no amplifier knows: ${sound.unknown.join(', ')}`);
+    if (sound.unknown.length)
+      complain(`The address has what no amplifier knows: ${sound.unknown.join(', ')}`);
   }
 
   showPresets(chosen) {
@@ -183,22 +249,31 @@ class Page {
       if (detail.held) this.showHeld();
     });
     this.player.addEventListener('state', () => this.showState());
-    this.player.addEventListener('broken', () => complain('The amplifier has stopped. Load the page again.'));
+    this.player.addEventListener('lost', () =>
+      complain('The interface has gone, or was taken from this page.'),
+    );
+    const stopped = () => complain('The amplifier has stopped. Load the page again.');
+    this.player.addEventListener('broken', stopped);
+    addEventListener('error', ({error}) => error instanceof WebAssembly.RuntimeError && stopped());
   }
 
   showHeld() {
     ui.held.hidden = false;
     clearTimeout(this.heldTimer);
-    this.heldTimer = setTimeout(() => { ui.held.hidden = true; }, kHeldShown_ms);
+    this.heldTimer = setTimeout(() => {
+      ui.held.hidden = true;
+    }, kHeldShown_ms);
   }
 
   showState() {
     const {isPlaying, isSuspended} = this.player;
     ui.play.textContent = isPlaying ? 'Stop' : 'Play';
-    ui.play.setAttribute('aria-pressed', String(isPlaying));
+    ui.play.classList.toggle('playing', isPlaying);
     if (!isPlaying) this.view.levels = {input: 0, output: 0, gateIsOpen: true};
     if (isSuspended) {
-      say('The browser holds the sound back, or there is no sound output. Click anywhere on the page to hear it.');
+      say(
+        'The browser holds the sound back, or there is no sound output. Click anywhere on the page to hear it.',
+      );
     } else if (this.wasSuspended) {
       say('');
     }
@@ -206,13 +281,16 @@ class Page {
   }
 
   listenToButtons() {
-    const on = (name, type, act) => ui[name].addEventListener(type, (event) => {
-      event.preventDefault();
-      attempt(() => act(event));
-    });
+    const on = (name, type, act) =>
+      ui[name].addEventListener(type, (event) => {
+        event.preventDefault();
+        attempt(() => act(event));
+      });
     on('play', 'click', () => (this.player.isPlaying ? this.player.stop() : this.play()));
     on('source', 'change', () => this.choose());
-    for (const choice of ['device', 'input-channel']) on(choice, 'change', () => this.player.isPlaying && this.play());
+    on('cabinet', 'change', () => this.chooseCabinet());
+    for (const choice of ['device', 'input-channel'])
+      on(choice, 'change', () => this.player.isPlaying && this.play());
     ui.loop.addEventListener('change', () => this.player.setLoop(ui.loop.checked));
     on('save-form', 'submit', () => this.savePreset());
     on('delete', 'click', () => this.deletePreset());
@@ -223,29 +301,46 @@ class Page {
       this.showDelete();
     });
     onPresetsChanged(() => this.showPresets());
-    addEventListener('hashchange', () => this.adoptAddress());
-    addEventListener('pointerdown', () => { if (this.player.isSuspended) this.player.resume(); });
+    addEventListener('hashchange', () => this.adoptSound(location.hash));
+    addEventListener('pagehide', () => keepSound(addressOf(this.face)));
+    for (const hand of ['pointerdown', 'keydown']) {
+      addEventListener(hand, () => this.player.resume());
+    }
+    navigator.mediaDevices?.addEventListener('devicechange', () => this.listDevices());
   }
 
   listenToFiles() {
-    ui.file.addEventListener('change', () => attempt(() => this.takeFile(ui.file.files[0])));
+    const take = (file, {target}) =>
+      attempt(() => (ui['cabinet-choice'].contains(target) ? this.takeCabinet(file) : this.takeFile(file)));
+    for (const name of ['file', 'cabinet-file']) {
+      ui[name].addEventListener('change', (event) => take(ui[name].files[0], event));
+    }
     const mark = (isOver) => document.body.classList.toggle('dropping', isOver);
-    addEventListener('dragover', (event) => { event.preventDefault(); mark(true); });
-    addEventListener('dragleave', () => mark(false));
+    const hasFile = ({dataTransfer}) => dataTransfer.types.includes('Files');
+    addEventListener('dragover', (event) => {
+      if (!hasFile(event)) return;
+      event.preventDefault();
+      mark(true);
+    });
+    addEventListener('dragleave', ({relatedTarget}) => mark(relatedTarget !== null));
     addEventListener('drop', (event) => {
+      if (!hasFile(event)) return;
       event.preventDefault();
       mark(false);
-      attempt(() => this.takeFile(event.dataTransfer.files[0]));
+      take(event.dataTransfer.files[0], event);
     });
   }
 }
 
 async function open() {
   const [module, takes] = await Promise.all([
-    fetchModule(), fetch('takes/takes.json').then((response) => response.json()),
+    fetchModule(),
+    fetch('takes/takes.json').then((response) => (response.ok ? response.json() : [])),
   ]);
   const page = new Page(module, new Face(await instantiateLater(module)), takes);
-  await navigator.serviceWorker?.register('service_worker.js').catch(() => {});  // works without, too
+  const cabinet = await keptCabinet();
+  if (cabinet) await page.addCabinet(cabinet);
+  await navigator.serviceWorker?.register('service_worker.js').catch(() => {}); // works without, too
   return page;
 }
 

@@ -6,7 +6,7 @@ const kBadFile = 8;
 const refuse = () => kBadFile;
 const imports = {wasi_snapshot_preview1: {fd_close: refuse, fd_seek: refuse, fd_write: refuse}};
 
-export const kNumValues = 23;  // numbered from 1
+export const kNumValues = 23; // numbered from 1
 export const kSelector = 19;
 
 // The bytes of the module, which any thread compiles in a moment.

@@ -4,8 +4,12 @@
 const kKey = 'quellard.presets';
 
 function isPreset(entry) {
-  return typeof entry?.name === 'string' && entry.name !== '' && Array.isArray(entry.values) &&
-         entry.values.every((pair) => Array.isArray(pair) && pair.length === 2 && pair.every(Number.isFinite));
+  return (
+    typeof entry?.name === 'string' &&
+    entry.name !== '' &&
+    Array.isArray(entry.values) &&
+    entry.values.every((pair) => Array.isArray(pair) && pair.length === 2 && pair.every(Number.isFinite))
+  );
 }
 
 // What is no preset is left out; where the store is closed to the page, there are none.
@@ -39,5 +43,7 @@ export function deletePreset(name) {
 
 // Another tab has changed them.
 export function onPresetsChanged(act) {
-  addEventListener('storage', ({key}) => { if (key === kKey || key === null) act(); });
+  addEventListener('storage', ({key}) => {
+    if (key === kKey || key === null) act();
+  });
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: ISC
 // A render at full speed, in a thread of its own.
 
-export const kTailSeconds = 2;  // for the last chord to ring out
+export const kTailSeconds = 2; // for the last chord to ring out
 
-// sound: {module, channels: [Float64Array], rate, values, moves}, see render_worker.js; its arrays
+// sound: {module, channels: [Float64Array], rate, values, moves, cabinet}, see render_worker.js; its arrays
 // are given away. onProgress: from 0 to 1. Gives {channels, seconds that it took, memory}.
 export function render(sound, onProgress = () => {}) {
   const worker = new Worker(new URL('render_worker.js', import.meta.url), {type: 'module'});

@@ -14,12 +14,17 @@ addEventListener('install', (event) => {
 
 addEventListener('activate', (event) => {
   const old = (name) => name.startsWith(kPrefix) && name !== kCache;
-  event.waitUntil(caches.keys().then((names) => Promise.all(names.filter(old).map((name) => caches.delete(name)))));
+  event.waitUntil(
+    caches.keys().then((names) => Promise.all(names.filter(old).map((name) => caches.delete(name)))),
+  );
 });
 
 addEventListener('fetch', (event) => {
   if (event.request.method !== 'GET') return;
-  event.respondWith(caches.open(kCache)
+  event.respondWith(
+    caches
+      .open(kCache)
       .then((cache) => cache.match(event.request, {ignoreSearch: true}))
-      .then((kept) => kept ?? fetch(event.request)));
+      .then((kept) => kept ?? fetch(event.request)),
+  );
 });

@@ -9,8 +9,7 @@ const kExtensible = 0xfffe;
 const readers = {
   [`${kPcm}/8`]: (view, at) => (view.getUint8(at) - 128) / 128,
   [`${kPcm}/16`]: (view, at) => view.getInt16(at, true) / 0x8000,
-  [`${kPcm}/24`]: (view, at) =>
-      (view.getUint8(at) | view.getInt16(at + 1, true) << 8) / 0x800000,
+  [`${kPcm}/24`]: (view, at) => (view.getUint8(at) | (view.getInt16(at + 1, true) << 8)) / 0x800000,
   [`${kPcm}/32`]: (view, at) => view.getInt32(at, true) / 0x80000000,
   [`${kFloat}/32`]: (view, at) => view.getFloat32(at, true),
   [`${kFloat}/64`]: (view, at) => view.getFloat64(at, true),
@@ -28,8 +27,12 @@ function readFormat(view, at, size) {
   let type = view.getUint16(at, true);
   const bits = view.getUint16(at + 14, true);
   if (type === kExtensible && size >= 26) type = view.getUint16(at + 24, true);
-  const format = {channels: view.getUint16(at + 2, true), rate: view.getUint32(at + 4, true),
-                  read: readers[`${type}/${bits}`], width: bits / 8};
+  const format = {
+    channels: view.getUint16(at + 2, true),
+    rate: view.getUint32(at + 4, true),
+    read: readers[`${type}/${bits}`],
+    width: bits / 8,
+  };
   if (!format.read) throw new Error(`a WAV of type ${type} with ${bits} bits cannot be read here`);
   if (!format.channels || !format.rate) throw new Error('its header is damaged');
   return format;
@@ -49,14 +52,14 @@ function readSamples(view, at, size, {channels, read, width}) {
 export function readWav(bytes) {
   const view = new DataView(bytes);
   let format = null;
-  for (let at = 12; at + 8 <= view.byteLength;) {
+  for (let at = 12; at + 8 <= view.byteLength; ) {
     const name = tag(view, at);
     const size = Math.min(view.getUint32(at + 4, true), view.byteLength - at - 8);
     if (name === 'fmt ') format = readFormat(view, at + 8, size);
     if (name === 'data' && format) {
       return {rate: format.rate, channels: readSamples(view, at + 8, size, format)};
     }
-    at += 8 + size + size % 2;
+    at += 8 + size + (size % 2);
   }
   throw new Error('it has no samples');
 }
@@ -89,7 +92,7 @@ export function writeWav(channels, rate, format) {
   const {type, width, write} = writers[format];
   const frame = channels.length * width;
   const size = channels[0].length * frame;
-  const padded = size + size % 2;
+  const padded = size + (size % 2);
   const view = new DataView(new ArrayBuffer(44 + padded));
   const put = (at, text) => [...text].forEach((c, i) => view.setUint8(at + i, c.charCodeAt(0)));
   put(0, 'RIFF');

@@ -9,9 +9,16 @@ import {extname, join, normalize} from 'node:path';
 const {QUELLARD_PAGE: kFolder, QUELLARD_DRIVERS: kDrivers} = process.env;
 const require = createRequire(join(kDrivers, 'package.json'));
 
-const kTypes = {'.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.svg': 'image/svg+xml',
-                '.json': 'application/json', '.wasm': 'application/wasm', '.flac': 'audio/flac',
-                '.webmanifest': 'application/manifest+json'};
+const kTypes = {
+  '.html': 'text/html',
+  '.js': 'text/javascript',
+  '.css': 'text/css',
+  '.svg': 'image/svg+xml',
+  '.json': 'application/json',
+  '.wasm': 'application/wasm',
+  '.flac': 'audio/flac',
+  '.webmanifest': 'application/manifest+json',
+};
 
 // A web server of the page. Gives its address, what was asked of it, `files`, by whose names it
 // serves further bytes, and stop().
@@ -29,10 +36,11 @@ export async function serve(folder = kFolder) {
     createReadStream(file).pipe(response);
   });
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  const stop = () => new Promise((resolve) => {
-    server.close(resolve);
-    server.closeAllConnections();
-  });
+  const stop = () =>
+    new Promise((resolve) => {
+      server.close(resolve);
+      server.closeAllConnections();
+    });
   return {address: `http://localhost:${server.address().port}/`, asked, files, stop};
 }
 
@@ -45,7 +53,9 @@ async function openChromium() {
   return {
     newPage: async ({microphone = false, scale = 1} = {}) => {
       const context = await browser.newContext({
-        viewport: kViewport, deviceScaleFactor: scale, permissions: microphone ? ['microphone'] : [],
+        viewport: kViewport,
+        deviceScaleFactor: scale,
+        permissions: microphone ? ['microphone'] : [],
         acceptDownloads: true,
       });
       return context.newPage();
@@ -80,17 +90,42 @@ async function openFirefox({microphone = false} = {}) {
 
 export const kBrowsers = {chromium: openChromium, firefox: openFirefox};
 
-// Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it.
+// What a group of tests begins with, and end(), which closes all of it.
+export async function begin(open, options) {
+  const server = await serve();
+  let browser = null;
+  const end = async () => {
+    await browser?.close();
+    await server.stop();
+  };
+  try {
+    browser = await open(options);
+    return {server, browser, end, page: await openPage(browser, server.address, options)};
+  } catch (error) {
+    await end();
+    throw error;
+  }
+}
+
+// Opens the page, and waits until its amplifier is there: `quellard` for what is evaluated in it, with
+// base64Of() and bytesOf() for what goes out and in, since drivers take long for each number.
 export async function openPage(browser, address, options) {
   const page = await browser.newPage(options);
   await show(page, address);
   return page;
 }
 export async function show(page, address) {
-  await page.goto(address);
+  if (address) await page.goto(address);
   await page.evaluate(async () => {
     const {page: opened} = await import(new URL('main.js', document.baseURI));
     window.quellard = await opened;
+    window.base64Of = (part) =>
+      new Promise((resolve) => {
+        const reader = new FileReader();
+        reader.onload = () => resolve(reader.result.split(',')[1]);
+        reader.readAsDataURL(new Blob([part]));
+      });
+    window.bytesOf = (base64) => Uint8Array.from(atob(base64), (char) => char.charCodeAt(0));
   });
 }
 

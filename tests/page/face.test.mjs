@@ -7,24 +7,19 @@ import {tmpdir} from 'node:os';
 import {join} from 'node:path';
 import {after, before, beforeEach, describe, it} from 'node:test';
 
-import {kBrowsers, openPage, serve, show} from './browsers.mjs';
+import {begin, kBrowsers, show} from './browsers.mjs';
 
 const kSelector = 19;
 const kBypass = 20;
 
 for (const [name, open] of Object.entries(kBrowsers)) {
   describe(`The face in ${name}`, {timeout: 300000}, () => {
-    let server, browser, page, controls;
+    let server, page, end, controls;
 
     before(async () => {
-      server = await serve();
-      browser = await open();
-      page = await openPage(browser, server.address);
+      ({server, page, end} = await begin(open));
     });
-    after(async () => {
-      await browser?.close();
-      await server?.stop();
-    });
+    after(() => end?.());
     beforeEach(async () => {
       await show(page, `${server.address}?${Math.random()}`);
       // Each with its middle on the screen.
@@ -33,51 +28,63 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         const scale = width / 960;
         return quellard.face.controls.map((control) => ({
           ...control,
-          middle: [left + scale * (control.x + control.width / 2), top + scale * (control.y + control.height / 2)],
+          middle: [
+            left + scale * (control.x + control.width / 2),
+            top + scale * (control.y + control.height / 2),
+          ],
         }));
       });
     });
 
-    const valueOf = (index) => page.evaluate((i) => quellard.face.value(i), index);
-    const shown = (place) => page.evaluate((i) => {
-      const {value, checked, ariaValueText, ariaPressed} = quellard.view.elements[i];
-      return {value, checked, text: ariaValueText, pressed: ariaPressed};
-    }, place);
+    const valueAt = (index) => page.evaluate((i) => quellard.face.value(i), index);
+    const shown = (place) =>
+      page.evaluate((i) => {
+        const {value, checked, ariaValueText, ariaPressed} = quellard.view.elements[i];
+        return {value, checked, text: ariaValueText, pressed: ariaPressed};
+      }, place);
     const ofKind = (kind) => controls.filter((control) => control.kind === kind);
     const click = ({middle: [x, y]}) => page.mouse.click(x, y);
     const focusOn = (place) => page.evaluate((i) => quellard.view.elements[i].focus(), place);
     // What would be sent to the amplifier.
-    const recordMoves = () => page.evaluate(() => {
-      window.moves = [];
-      quellard.player.move = (values) => window.moves.push(...values);
-    });
+    const recordMoves = () =>
+      page.evaluate(() => {
+        window.moves = [];
+        quellard.player.move = (values) => window.moves.push(...values);
+      });
 
     it('is the picture that the command draws', async () => {
       const file = join(mkdtempSync(join(tmpdir(), 'quellard-')), 'face.png');
       const scale = 1.25;
-      const settings = ['--preset', 'Blues Lead', '--bass', '7.25', '--gate', '-60'];
+      const settings = ['--preset', 'Blues Lead', ...'--bass 7.25 --gate -60 --cab 4x12.wav'.split(' ')];
       execFileSync(process.env.QUELLARD_COMMAND, ['face', '-o', file, '--scale', String(scale), ...settings]);
       server.files.set('/native.png', readFileSync(file));
-      const difference = await page.evaluate(async ([factor, lead]) => {
-        const {face, view} = quellard;
-        face.choosePreset(face.presets().findIndex((preset) => preset.name === lead));
-        face.set(8, face.asValue(8, 7.25));
-        face.set(22, face.asValue(22, -60));
-        document.getElementById('face').style.width = `${960 * factor}px`;
-        document.querySelector('main').style.maxWidth = 'none';
-        await new Promise((resolve) => { setTimeout(resolve, 300); });
-        view.afterHand();
-        const native = await createImageBitmap(await (await fetch('native.png')).blob());
-        const canvas = new OffscreenCanvas(native.width, native.height);
-        const context = canvas.getContext('2d');
-        context.drawImage(native, 0, 0);
-        const read = (from, {width, height}) => from.getImageData(0, 0, width, height).data;
-        const [a, b] = [read(context, native), read(view.context, view.canvas)];
-        if (a.length !== b.length) return `${native.width} ${view.canvas.width}`;
-        // A page is resized by its browser: where a window has its grip, it has the ground.
-        const isGrip = (pixel) => pixel % native.width >= 938 * factor && pixel / native.width >= 578 * factor;
-        return a.reduce((most, x, i) => (isGrip(i >> 2) ? most : Math.max(most, Math.abs(x - b[i]))), 0);
-      }, [scale, 'Blues Lead']);
+      const difference = await page.evaluate(
+        async ([factor, lead]) => {
+          const {face, view} = quellard;
+          face.choosePreset(face.presets().findIndex((preset) => preset.name === lead));
+          face.set(8, face.asValue(8, 7.25));
+          face.set(22, face.asValue(22, -60));
+          face.showCabinet('4x12');
+          document.getElementById('face').style.width = `${960 * factor}px`;
+          document.querySelector('main').style.maxWidth = 'none';
+          await new Promise((resolve) => {
+            setTimeout(resolve, 300);
+          });
+          view.afterHand();
+          const native = await createImageBitmap(await (await fetch('native.png')).blob());
+          const canvas = new OffscreenCanvas(native.width, native.height);
+          const context = canvas.getContext('2d');
+          context.drawImage(native, 0, 0);
+          const read = (from, {width, height}) => from.getImageData(0, 0, width, height).data;
+          const [a, b] = [read(context, native), read(view.context, view.canvas)];
+          if (a.length !== b.length) return `${native.width} ${view.canvas.width}`;
+          // A page is resized by its browser: where a window has its grip, it has the ground.
+          const isGrip = (pixel) =>
+            pixel % native.width >= 938 * factor && pixel / native.width >= 578 * factor;
+          return a.reduce((most, x, i) => (isGrip(i >> 2) ? most : Math.max(most, Math.abs(x - b[i]))), 0);
+        },
+        [scale, 'Blues Lead'],
+      );
       assert.ok(difference <= 1, `the largest difference of a colour is ${difference}`);
     });
 
@@ -85,20 +92,20 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       await recordMoves();
       for (const knob of ofKind('knob')) {
         const [x, y] = knob.middle;
-        const neutral = await valueOf(knob.parameter);
+        const neutral = await valueAt(knob.parameter);
         await page.mouse.move(x, y);
         await page.mouse.down();
         await page.mouse.move(x, y - 30, {steps: 3});
         await page.mouse.up();
-        const dragged = await valueOf(knob.parameter);
+        const dragged = await valueAt(knob.parameter);
         assert.ok(dragged > neutral + 0.05, `${knob.parameter} was dragged to ${dragged}`);
         await page.mouse.move(x, y);
         await (name === 'firefox' ? page.mouse.wheel({deltaY: 100}) : page.mouse.wheel(0, 100));
         let turned = dragged;
-        for (let i = 0; i < 40 && turned === dragged; ++i) turned = await valueOf(knob.parameter);
+        for (let i = 0; i < 40 && turned === dragged; ++i) turned = await valueAt(knob.parameter);
         assert.ok(turned < dragged, `${knob.parameter} was turned by the wheel to ${turned}`);
         await page.mouse.click(x, y, name === 'firefox' ? {count: 2} : {clickCount: 2});
-        assert.equal(await valueOf(knob.parameter), neutral, 'a double-click takes the default');
+        assert.equal(await valueAt(knob.parameter), neutral, 'a double-click takes the default');
         const moves = await page.evaluate(() => window.moves.splice(0));
         assert.ok(moves.some(([index, value]) => index === knob.parameter && value === dragged));
         assert.deepEqual(moves.at(-1), [knob.parameter, neutral]);
@@ -108,9 +115,9 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     it('turns every knob by keys, and says so to screen readers', async () => {
       for (const knob of ofKind('knob')) {
         await focusOn(knob.place);
-        const neutral = await valueOf(knob.parameter);
+        const neutral = await valueAt(knob.parameter);
         await page.keyboard.press('End');
-        assert.equal(await valueOf(knob.parameter), 1);
+        assert.equal(await valueAt(knob.parameter), 1);
         await page.keyboard.press('ArrowDown');
         await page.keyboard.press('PageDown');
         // What the keys lead to, and what comes of a typed value, which is held within the range.
@@ -122,27 +129,27 @@ for (const [name, open] of Object.entries(kBrowsers)) {
         assert.equal((await shown(knob.place)).text, expected);
         assert.equal(Number((await shown(knob.place)).value), parseFloat(expected));
         await page.keyboard.press('Home');
-        assert.equal(await valueOf(knob.parameter), 0);
+        assert.equal(await valueAt(knob.parameter), 0);
         await page.keyboard.type(typed);
         await page.keyboard.press('Enter');
         assert.equal((await shown(knob.place)).text, taken);
         await page.keyboard.press('Delete');
-        assert.equal(await valueOf(knob.parameter), neutral);
+        assert.equal(await valueAt(knob.parameter), neutral);
       }
     });
 
     it('chooses channels, presets and the bypass by mouse', async () => {
       for (const channel of ofKind('channel')) {
         await click(channel);
-        assert.equal(await valueOf(kSelector), channel.channel / 2);
+        assert.equal(await valueAt(kSelector), channel.channel / 2);
         assert.equal((await shown(channel.place)).checked, true);
       }
       const [bypass] = ofKind('bypass');
       await click(bypass);
-      assert.equal(await valueOf(kBypass), 1);
+      assert.equal(await valueAt(kBypass), 1);
       assert.equal((await shown(bypass.place)).pressed, 'true');
       await click(bypass);
-      assert.equal(await valueOf(kBypass), 0);
+      assert.equal(await valueAt(kBypass), 0);
       await click(ofKind('nextPreset')[0]);
       assert.equal(await page.evaluate(() => quellard.face.preset), 1);
       await click(ofKind('previousPreset')[0]);
@@ -156,7 +163,7 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     it('is reached by Tab alone, and every button answers', async () => {
-      await page.evaluate(() => document.getElementById('loop').focus());
+      await page.evaluate(() => document.getElementById('cabinet').focus());
       const reached = [];
       for (let i = 0; i < controls.length; ++i) {
         await page.keyboard.press('Tab');
@@ -167,18 +174,23 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       }
       // Of the three channels, which are one choice, the one that sounds.
       const all = controls.filter(({kind, channel}) => kind !== 'channel' || channel === 2);
-      assert.deepEqual(reached, all.map(({place}) => place));
+      assert.deepEqual(
+        reached,
+        all.map(({place}) => place),
+      );
 
       await focusOn(ofKind('channel')[2].place);
       await page.keyboard.press('ArrowUp');
-      assert.equal(await valueOf(kSelector), 0.5);
-      assert.equal(await page.evaluate(() => quellard.view.elements.indexOf(document.activeElement)),
-                   ofKind('channel')[1].place);
+      assert.equal(await valueAt(kSelector), 0.5);
+      assert.equal(
+        await page.evaluate(() => quellard.view.elements.indexOf(document.activeElement)),
+        ofKind('channel')[1].place,
+      );
       await focusOn(ofKind('bypass')[0].place);
       await page.keyboard.press(' ');
-      assert.equal(await valueOf(kBypass), 1);
+      assert.equal(await valueAt(kBypass), 1);
       await page.keyboard.press('Enter');
-      assert.equal(await valueOf(kBypass), 0);
+      assert.equal(await valueAt(kBypass), 0);
       await focusOn(ofKind('nextPreset')[0].place);
       await page.keyboard.press(' ');
       const chosen = await page.evaluate(() => quellard.face.preset);
@@ -194,8 +206,11 @@ for (const [name, open] of Object.entries(kBrowsers)) {
       assert.equal(new Set(names).size, names.length, 'no two have the same');
       const after = await page.evaluate(() => {
         const {elements} = quellard.view;
-        const [knob, bypass, radio] = [['knob', 0], ['bypass', 0], ['channel', 0]].map(
-            ([kind]) => elements[quellard.face.controls.findIndex((control) => control.kind === kind)]);
+        const [knob, bypass, radio] = [
+          ['knob', 0],
+          ['bypass', 0],
+          ['channel', 0],
+        ].map(([kind]) => elements[quellard.face.controls.findIndex((control) => control.kind === kind)]);
         knob.value = 7.5;
         knob.dispatchEvent(new Event('input'));
         radio.click();
@@ -206,7 +221,10 @@ for (const [name, open] of Object.entries(kBrowsers)) {
     });
 
     it('forgets peaks where a meter is clicked', async () => {
-      for (const [kind, isOutput] of [['inputMeter', false], ['outputMeter', true]]) {
+      for (const [kind, isOutput] of [
+        ['inputMeter', false],
+        ['outputMeter', true],
+      ]) {
         await page.evaluate(() => {
           quellard.view.levels = {input: 0.5, output: 1.5, gateIsOpen: true};
           quellard.view.update(performance.now());

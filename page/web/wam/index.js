@@ -8,7 +8,7 @@ import {WamNode, WebAudioModule} from './sdk.js';
 
 const kBypass = 20;
 const kChannels = ['clean', 'vintage', 'modern'];
-const kReads_ms = 100;  // between two looks at what the host has moved, while the face is shown
+const kReads_ms = 100; // between two looks at what the host has moved, while the face is shown
 
 // As the module's parameters are described to hosts.
 function described(face) {
@@ -25,7 +25,7 @@ function described(face) {
 }
 
 class AmpNode extends WamNode {
-  onLevels = new Set();  // functions that take them; the kit's node lets only its own events through
+  onLevels = new Set(); // functions that take them; the kit's node lets only its own events through
 
   _onMessage(message) {
     const {levels} = message.data;
@@ -35,6 +35,8 @@ class AmpNode extends WamNode {
 }
 
 export default class QuellardModule extends WebAudioModule {
+  moves = 0; // of the face that are on their way
+
   async initialize(state) {
     const descriptor = await fetch(new URL('descriptor.json', import.meta.url));
     Object.assign(this._descriptor, await descriptor.json());
@@ -72,7 +74,9 @@ export default class QuellardModule extends WebAudioModule {
     await this.readValues();
     const view = new FaceView(this.face, shown);
     view.addEventListener('moves', ({detail}) => this.move(detail));
-    const showLevels = (levels) => { view.levels = levels; };
+    const showLevels = (levels) => {
+      view.levels = levels;
+    };
     this.audioNode.onLevels.add(showLevels);
     const reading = setInterval(() => this.readValues(), kReads_ms);
     place.end = () => {
@@ -83,23 +87,26 @@ export default class QuellardModule extends WebAudioModule {
     return place;
   }
 
-  destroyGui(place) { place.end(); }
+  destroyGui(place) {
+    place.end();
+  }
 
   async move(moves) {
-    const {face: {parameters}} = this;
+    const {
+      face: {parameters},
+    } = this;
     const values = moves.map(([index, value]) => {
       const {symbol} = parameters[index];
       return [symbol, {id: symbol, value: this.face.asControl(index, value), normalized: false}];
     });
-    this.isMoving = true;
-    await this.audioNode.setParameterValues(Object.fromEntries(values));
-    this.isMoving = false;
+    ++this.moves;
+    await this.audioNode.setParameterValues(Object.fromEntries(values)).finally(() => --this.moves);
   }
 
   // What the host has set; not while a move of the face is on its way.
   async readValues() {
     const values = await this.audioNode.getParameterValues(false);
-    if (this.isMoving) return;
+    if (this.moves) return;
     for (const {index, symbol} of Object.values(this.face.parameters)) {
       this.face.set(index, this.face.asValue(index, values[symbol].value));
     }

@@ -3,7 +3,7 @@
 // samples; moves of knobs take the amplifier's own 12 ms.
 import {LiveAmp} from '../live_amp.js';
 
-const kModule = 'quellard';  // as in descriptor.json
+const kModule = 'quellard'; // as in descriptor.json
 const {WamProcessor, WamParameterInfo} = globalThis.webAudioModules.getModuleScope(kModule);
 
 class QuellardProcessor extends WamProcessor {
@@ -11,13 +11,14 @@ class QuellardProcessor extends WamProcessor {
     super(options);
     const {module, parameters} = options.processorOptions;
     this.described = parameters;
-    this.amp = new LiveAmp(module, [], sampleRate);
+    this.amp = new LiveAmp(module, [], sampleRate, false);
     this.post = (levels) => this.port.postMessage({levels});
   }
 
   _generateWamParameterInfo() {
-    return Object.fromEntries(this.described.map(({index, symbol, ...info}) => (
-      [symbol, new WamParameterInfo(symbol, info)])));
+    return Object.fromEntries(
+      this.described.map(({index, symbol, ...info}) => [symbol, new WamParameterInfo(symbol, info)]),
+    );
   }
 
   _initialize() {
