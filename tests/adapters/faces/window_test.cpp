@@ -553,19 +553,12 @@ TEST_P(Windows, CostsLittle) {
 }
 
 constexpr WindowFormat kClap{"Clap", createClapHost};
+constexpr WindowFormat kLv2{"Lv2", createLv2Host};
 constexpr WindowFormat kVst2{"Vst2", createVst2Host};
 constexpr WindowFormat kVst3{"Vst3", createVst3Host};
-#if defined(_WIN32)
-const auto kAll = testing::Values(kClap, kVst2, kVst3);
-const auto kFloating = testing::Values(kClap);
-#else
-constexpr WindowFormat kLv2{"Lv2", createLv2Host};
-const auto kAll = testing::Values(kClap, kLv2, kVst2, kVst3);
-const auto kFloating = testing::Values(kClap, kLv2);
-#endif
-INSTANTIATE_TEST_SUITE_P(Real, Windows, kAll,
+INSTANTIATE_TEST_SUITE_P(Real, Windows, testing::Values(kClap, kLv2, kVst2, kVst3),
                          [](const auto& each) { return std::string(each.param.name); });
-INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, kFloating,
+INSTANTIATE_TEST_SUITE_P(Real, FloatingWindows, testing::Values(kClap, kLv2),
                          [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
