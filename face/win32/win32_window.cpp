@@ -9,16 +9,14 @@
 // clang-format on
 
 #include <algorithm>
-#include <bitset>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "face/painter.h"
 #include "face/win32/keyboard.h"
-#include "face/window.h"
+#include "face/window_base.h"
 
 namespace quellard {
 namespace {
@@ -55,15 +53,13 @@ struct Event {
 
 bool isDown(int key) { return GetKeyState(key) < 0; }
 
-class Win32Window : public FaceWindow {
+class Win32Window : public WindowBase {
  public:
   Win32Window(Face& face, Owner& owner, std::uintptr_t parent, PixelSize size)
-      : face_(face),
-        owner_(owner),
-        isFloating_(parent == 0),
+      : WindowBase(face, owner, parent == 0),
         parent_(reinterpret_cast<HWND>(parent)),
         className_(L"Quellard-" + std::to_wstring(reinterpret_cast<std::uintptr_t>(this))) {
-    picture_.resize(size.width, size.height);
+    facePicture().resize(size.width, size.height);
     create();
   }
 
@@ -75,23 +71,16 @@ class Win32Window : public FaceWindow {
   bool isUsable() const { return window_ != nullptr; }
 
   void close() override {
-    isGone_ = true;
-    if (window_ != nullptr) DestroyWindow(std::exchange(window_, nullptr));
+    if (window_ != nullptr) DestroyWindow(detached());
   }
 
-  void show() override { ShowWindow(window_, isFloating_ ? SW_SHOW : SW_SHOWNA); }
+  void show() override { ShowWindow(window_, isFloating() ? SW_SHOW : SW_SHOWNA); }
   void hide() override { ShowWindow(window_, SW_HIDE); }
   void resize(PixelSize size) override {
     if (size == this->size()) return;
-    picture_.resize(size.width, size.height);
-    const PixelSize outer = withFrame(this->size());
-    SetWindowPos(window_, nullptr, 0, 0, outer.width, outer.height,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    facePicture().resize(size.width, size.height);
+    setInnerSize(this->size());
   }
-  PixelSize size() const override {
-    return {picture_.picture().width(), picture_.picture().height()};
-  }
-
   void setTransientFor(std::uintptr_t window) override {
     SetWindowLongPtrW(window_, GWLP_HWNDPARENT, static_cast<LONG_PTR>(window));
   }
@@ -101,13 +90,10 @@ class Win32Window : public FaceWindow {
     std::vector<Event> events;
     events.swap(events_);
     for (const Event& event : events) {
-      if (isGone_) break;
+      if (isGone()) break;
       handle(event);
     }
-    if (!isGone_) adoptSize();
-    if (!isGone_) askForSize();
-    if (!isGone_) paint();
-    return !isGone_;
+    return finishEvents();
   }
 
   int fileDescriptor() const override { return -1; }
@@ -115,13 +101,29 @@ class Win32Window : public FaceWindow {
 
  private:
   DWORD style() const {
-    return isFloating_ ? WS_OVERLAPPEDWINDOW : WS_CHILD | WS_CLIPSIBLINGS | WS_TABSTOP;
+    return isFloating() ? WS_OVERLAPPEDWINDOW : WS_CHILD | WS_CLIPSIBLINGS | WS_TABSTOP;
   }
 
+  // As the frame is on the screen that the window is on.
   PixelSize withFrame(PixelSize size) const {
-    RECT outer = {0, 0, size.width, size.height};
-    if (isFloating_) AdjustWindowRectEx(&outer, style(), FALSE, 0);
-    return {static_cast<int>(outer.right - outer.left), static_cast<int>(outer.bottom - outer.top)};
+    RECT outer = {}, inner = {};
+    GetWindowRect(window_, &outer);
+    GetClientRect(window_, &inner);
+    return {static_cast<int>(outer.right - outer.left - inner.right) + size.width,
+            static_cast<int>(outer.bottom - outer.top - inner.bottom) + size.height};
+  }
+
+  void setInnerSize(PixelSize size) {
+    const PixelSize outer = withFrame(size);
+    SetWindowPos(window_, nullptr, 0, 0, outer.width, outer.height,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+
+  // The window, which from now on knows nothing of this object: it may outlive it by some messages.
+  HWND detached() {
+    markGone();
+    SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
+    return std::exchange(window_, nullptr);
   }
 
   void create() {
@@ -132,10 +134,11 @@ class Win32Window : public FaceWindow {
     kind.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     kind.lpszClassName = className_.c_str();
     if (RegisterClassExW(&kind) == 0) return;
-    const PixelSize outer = withFrame(size());
-    const int at = isFloating_ ? CW_USEDEFAULT : 0;
-    window_ = CreateWindowExW(0, className_.c_str(), L"", style(), at, at, outer.width,
-                              outer.height, parent_, nullptr, thisModule(), this);
+    const PixelSize inner = WindowBase::size();
+    const int at = isFloating() ? CW_USEDEFAULT : 0;
+    window_ = CreateWindowExW(0, className_.c_str(), L"", style(), at, at, inner.width,
+                              inner.height, parent_, nullptr, thisModule(), this);
+    if (window_ != nullptr && isFloating()) setInnerSize(inner);
   }
 
   static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM wide, LPARAM place) {
@@ -146,7 +149,6 @@ class Win32Window : public FaceWindow {
     auto* const self = reinterpret_cast<Win32Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     const std::optional<LRESULT> answer =
         self != nullptr ? self->answer(window, message, wide, place) : std::nullopt;
-    if (message == WM_NCDESTROY) SetWindowLongPtrW(window, GWLP_USERDATA, 0);
     return answer.has_value() ? *answer : DefWindowProcW(window, message, wide, place);
   }
 
@@ -158,14 +160,20 @@ class Win32Window : public FaceWindow {
       case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
       case WM_MOUSEACTIVATE: return MA_ACTIVATE;
       case WM_SIZE: return sized(wide, place), 0;
-      case WM_DESTROY: return isGone_ = true, window_ = nullptr, 0;
+      case WM_DESTROY: return detached(), 0;
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN:
         SetFocus(window);
         SetCapture(window);
         return note(message, wide, place), 0;
       case WM_LBUTTONUP:
-      case WM_RBUTTONUP: return note(message, wide, place), ReleaseCapture(), 0;
+      case WM_RBUTTONUP:
+        note(message, wide, place);
+        if ((wide & (MK_LBUTTON | MK_RBUTTON)) == 0) ReleaseCapture();
+        return 0;
+      case WM_CAPTURECHANGED:
+        if (isDown(VK_LBUTTON) || isDown(VK_RBUTTON)) note(message, wide, place);
+        return 0;
       case WM_MOUSEMOVE: return askForLeave(window), note(message, wide, place), 0;
       case WM_CHAR: return 0;  // read from the key itself
       case WM_MOUSEWHEEL:
@@ -204,12 +212,14 @@ class Win32Window : public FaceWindow {
   }
 
   void sized(WPARAM how, LPARAM place) {
-    if (how != SIZE_MINIMIZED) configured_ = {LOWORD(place), HIWORD(place)};
+    const PixelSize size = {LOWORD(place), HIWORD(place)};
+    if (how != SIZE_MINIMIZED && size.width > 0 && size.height > 0) noteSize(size);
   }
 
-  Point faceFrom(LPARAM place) const {
-    return picture_.faceFromPixels(static_cast<float>(GET_X_LPARAM(place)) + 0.5F,
-                                   static_cast<float>(GET_Y_LPARAM(place)) + 0.5F);
+  Point faceFrom(LPARAM place) const { return facePoint(GET_X_LPARAM(place), GET_Y_LPARAM(place)); }
+
+  static ScreenPoint onScreen(const Event& event) {
+    return {static_cast<int>(event.onScreen.x), static_cast<int>(event.onScreen.y)};
   }
 
   void handle(const Event& event) {
@@ -217,42 +227,31 @@ class Win32Window : public FaceWindow {
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN: return buttonDown(event);
       case WM_LBUTTONUP:
-      case WM_RBUTTONUP: return grip_.reset(), face_.release(faceFrom(event.place));
+      case WM_RBUTTONUP: return release(faceFrom(event.place));
       case WM_MOUSEMOVE: return moved(event);
       case WM_MOUSEWHEEL: return wheel(event);
-      case WM_MOUSELEAVE: return asksForLeave_ = false, face_.leave();
+      case WM_MOUSELEAVE: return asksForLeave_ = false, face().leave();
       case WM_KEYDOWN: return keyDown(event);
       case WM_KEYUP: return keyUp(event);
-      case WM_KILLFOCUS: return face_.loseFocus();
-      case WM_CLOSE: return owner_.closeIsWanted();
+      case WM_CAPTURECHANGED: return face().letGo();  // a host's dialog has the mouse now
+      case WM_KILLFOCUS: return face().loseFocus();
+      case WM_CLOSE: return owner().closeIsWanted();
       case WM_SHOWWINDOW:
-        if (event.wide == FALSE) face_.letGo();
+        if (event.wide == FALSE) face().letGo();
         return;
       default: return;
     }
   }
 
   void buttonDown(const Event& event) {
-    const Point at = faceFrom(event.place);
-    if (kResizeGrip.contains(at) && !face_.state().menu.has_value()) {
-      grip_ = Grip{event.onScreen, size().width};
-      return;
-    }
-    face_.press(at, event.message == WM_LBUTTONDOWN ? MouseButton::left : MouseButton::right,
-                event.isFine, event.time_ms / 1000.0);
+    press(faceFrom(event.place), onScreen(event),
+          event.message == WM_LBUTTONDOWN ? MouseButton::left : MouseButton::right, event.isFine,
+          event.time_ms / 1000.0);
   }
 
-  // A host may have taken the release of the button.
   void moved(const Event& event) {
-    if ((event.wide & (MK_LBUTTON | MK_RBUTTON)) == 0) {
-      grip_.reset();
-      face_.release(faceFrom(event.place));
-    }
-    if (!grip_.has_value()) return face_.drag(faceFrom(event.place), event.isFine);
-    const int across = static_cast<int>(event.onScreen.x - grip_->from.x);
-    const int down = static_cast<int>(event.onScreen.y - grip_->from.y) * 8 / 5;
-    const int width = std::max(grip_->width + std::max(across, down), 1);
-    wanted_ = {width, (width * 5 + 7) / 8};
+    const bool isHeld = (event.wide & (MK_LBUTTON | MK_RBUTTON)) != 0;
+    move(faceFrom(event.place), onScreen(event), isHeld, event.isFine);
   }
 
   // Its place is on the screen.
@@ -260,59 +259,29 @@ class Win32Window : public FaceWindow {
     POINT at = {GET_X_LPARAM(event.place), GET_Y_LPARAM(event.place)};
     ScreenToClient(window_, &at);
     const auto notches = static_cast<float>(GET_WHEEL_DELTA_WPARAM(event.wide)) / WHEEL_DELTA;
-    face_.wheel(
-        picture_.faceFromPixels(static_cast<float>(at.x) + 0.5F, static_cast<float>(at.y) + 0.5F),
-        notches, event.isFine);
+    face().wheel(facePoint(static_cast<int>(at.x), static_cast<int>(at.y)), notches, event.isFine);
   }
 
   void keyDown(const Event& event) {
     constexpr LPARAM kWasDown = LPARAM{1} << 30;
     const std::size_t key = event.wide & 0xFFU;
     const bool isRepeated = (event.place & kWasDown) != 0;
-    bool isHosts = event.isHosts || (isRepeated && hostsKeys_.test(key));
-    if (!isHosts && (!isRepeated || face_.takesRepeated(event.key.key))) {
-      isHosts = !use(event.key, event.isFine);
-    }
-    hostsKeys_.set(key, isHosts);
-    if (isHosts) handOn(event);
+    const bool isHosts = event.isHosts || (isRepeated && wasForHost(key));
+    if (isForHost(key, event.key, isRepeated, isHosts, event.isFine)) handOn(event);
   }
 
   void keyUp(const Event& event) {
-    const std::size_t key = event.wide & 0xFFU;
-    if (hostsKeys_.test(key)) handOn(event);
-    hostsKeys_.reset(key);
-  }
-
-  bool use(const KeyPress& press, bool withShift) {
-    if (press.key.has_value()) return face_.key(*press.key, withShift);
-    return press.character != 0 && face_.type(press.character);
+    if (releaseIsForHost(event.wide & 0xFFU)) handOn(event);
   }
 
   // To the host, for its transport and shortcuts.
   void handOn(const Event& event) const {
-    if (!isFloating_ && !isGone_) PostMessageW(parent_, event.message, event.wide, event.place);
+    if (!isFloating() && !isGone()) PostMessageW(parent_, event.message, event.wide, event.place);
   }
 
-  // The last of the sizes that have come, since a drag at a window's frame sends many.
-  void adoptSize() {
-    if (!configured_.has_value()) return;
-    const PixelSize now = *configured_;
-    configured_.reset();
-    if (now == size()) return;
-    picture_.resize(now.width, now.height);
-    owner_.sizeHasChanged(now);
-  }
-
-  void askForSize() {
-    if (!wanted_.has_value()) return;
-    const PixelSize size = *wanted_;
-    wanted_.reset();
-    owner_.sizeIsWanted(size);
-  }
-
-  void paint() {
-    if (picture_.isUpToDate(face_.state())) return;
-    for (const PixelRect& area : picture_.repaint(face_.state(), face_.presets())) {
+  void paint() override {
+    if (facePicture().isUpToDate(face().state())) return;
+    for (const PixelRect& area : facePicture().repaint(face().state(), face().presets())) {
       const RECT changed = {area.left, area.top, area.right, area.bottom};
       InvalidateRect(window_, &changed, FALSE);
     }
@@ -324,8 +293,8 @@ class Win32Window : public FaceWindow {
   void showPixels(HWND window) {
     PAINTSTRUCT area = {};
     const HDC context = BeginPaint(window, &area);
-    if (!picture_.isStale()) {
-      const Picture& picture = picture_.picture();
+    if (!facePicture().isStale()) {
+      const Picture& picture = facePicture().picture();
       BITMAPINFO form = {};
       form.bmiHeader = {.biSize = sizeof form.bmiHeader,
                         .biWidth = picture.width(),
@@ -346,25 +315,11 @@ class Win32Window : public FaceWindow {
     EndPaint(window, &area);
   }
 
-  struct Grip {
-    POINT from;  // the mouse, pixels of the screen
-    int width;   // the window's
-  };
-
-  Face& face_;
-  Owner& owner_;
-  const bool isFloating_;
   const HWND parent_;
   const std::wstring className_;  // its own, as modules cannot share one
   HWND window_ = nullptr;
-  bool isGone_ = false;
   bool asksForLeave_ = false;
-  FacePicture picture_;
   std::vector<Event> events_;
-  std::optional<PixelSize> configured_;
-  std::optional<Grip> grip_;
-  std::optional<PixelSize> wanted_;  // by the player, who drags the corner
-  std::bitset<256> hostsKeys_;       // that are down, and whose press was handed on
 };
 
 }  // namespace
@@ -377,8 +332,20 @@ std::unique_ptr<FaceWindow> FaceWindow::open(Face& face, Owner& owner, std::uint
   return window;
 }
 
+// Of the screen on which the host's window is that the player has before him. What Windows tells a
+// program that knows nothing of scales is that there are none.
 FaceWindow::Desktop FaceWindow::desktop() {
-  return {GetDpiForSystem() / 96.0, {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}};
+  const HWND host = GetActiveWindow();
+  const UINT dpi = host != nullptr ? GetDpiForWindow(host) : GetDpiForSystem();
+  MONITORINFO about = {};
+  about.cbSize = sizeof about;
+  if (GetMonitorInfoW(MonitorFromWindow(host, MONITOR_DEFAULTTOPRIMARY), &about) == 0) {
+    return {dpi / 96.0, {}};
+  }
+  const RECT& screen = about.rcMonitor;
+  return {
+      dpi / 96.0,
+      {static_cast<int>(screen.right - screen.left), static_cast<int>(screen.bottom - screen.top)}};
 }
 
 }  // namespace quellard

@@ -2,20 +2,13 @@
 // What a key of an X11 keyboard means.
 #pragma once
 
-#include <optional>
 #include <utility>
 #include <vector>
 
-#include "face/face.h"
+#include "face/key_press.h"
 #include "face/x11/xcb.h"
 
 namespace quellard {
-
-// One of the two, or none for keys that the face has no use for.
-struct KeyPress {
-  std::optional<Key> key;
-  char32_t character = 0;
-};
 
 class Keyboard {
  public:

@@ -3,7 +3,6 @@
 // Xlib ends the whole process, host and all, when the host has destroyed the window before the
 // plug-in.
 #include <array>
-#include <bitset>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,8 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "face/painter.h"
-#include "face/window.h"
+#include "face/window_base.h"
 #include "face/x11/keyboard.h"
 #include "face/x11/xcb.h"
 #include "params/number_text.h"
@@ -127,17 +125,15 @@ class Connection {
   xcb_connection_t* const handle;
 };
 
-class X11Window : public FaceWindow {
+class X11Window : public WindowBase {
  public:
   X11Window(std::unique_ptr<Connection> connection, Face& face, Owner& owner, std::uintptr_t parent,
             PixelSize size)
-      : connection_(std::move(connection)),
+      : WindowBase(face, owner, parent == 0),
+        connection_(std::move(connection)),
         xcb_(connection_->xcb),
         handle_(connection_->handle),
-        face_(face),
-        owner_(owner),
-        isFloating_(parent == 0),
-        parent_(isFloating_ ? connection_->screen()->root : static_cast<xcb_window_t>(parent)) {
+        parent_(isFloating() ? connection_->screen()->root : static_cast<xcb_window_t>(parent)) {
     const Visual visual = connection_->visualFor(parent_);
     depth_ = visual.depth;
     if (depth_ == 0) return;
@@ -157,7 +153,8 @@ class X11Window : public FaceWindow {
 
   // The server destroys the rest with the connection.
   void close() override {
-    if (!std::exchange(isGone_, true)) xcb_.destroy_window(handle_, window_);
+    if (!isGone()) xcb_.destroy_window(handle_, window_);
+    markGone();
     xcb_.flush(handle_);
   }
 
@@ -175,13 +172,9 @@ class X11Window : public FaceWindow {
                                static_cast<std::uint32_t>(std::max(size.height, 1))};
     xcb_.configure_window(handle_, window_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
                           values.data());
-    picture_.resize(size.width, size.height);
+    facePicture().resize(size.width, size.height);
     xcb_.flush(handle_);
   }
-  PixelSize size() const override {
-    return {picture_.picture().width(), picture_.picture().height()};
-  }
-
   void setTransientFor(std::uintptr_t window) override {
     setProperty(XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, static_cast<std::uint32_t>(window));
     xcb_.flush(handle_);
@@ -197,16 +190,13 @@ class X11Window : public FaceWindow {
   }
 
   bool handleEvents() override {
-    if (!connection_->isAlive()) isGone_ = true;
-    while (!isGone_) {
+    if (!connection_->isAlive()) markGone();
+    while (!isGone()) {
       const auto event = owned(xcb_.poll_for_event(handle_));
       if (!event) break;
       handle(*event);
     }
-    if (!isGone_) adoptSize();
-    if (!isGone_) askForSize();
-    if (!isGone_) paint();
-    return !isGone_;
+    return finishEvents();
   }
 
   int fileDescriptor() const override { return xcb_.get_file_descriptor(handle_); }
@@ -221,12 +211,13 @@ class X11Window : public FaceWindow {
     window_ = xcb_.generate_id(handle_);
     // Without a background the server leaves the old pixels until the new ones arrive: no flicker.
     const std::array<std::uint32_t, 4> values = {XCB_BACK_PIXMAP_NONE, 0, kEvents, colors};
-    picture_.resize(size.width, size.height);
+    facePicture().resize(size.width, size.height);
     xcb_.create_window(
         handle_, visual.depth, window_, parent_, 0, 0,
-        static_cast<std::uint16_t>(picture_.picture().width()),
-        static_cast<std::uint16_t>(picture_.picture().height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-        visual.id, XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP,
+        static_cast<std::uint16_t>(facePicture().picture().width()),
+        static_cast<std::uint16_t>(facePicture().picture().height()), 0,
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.id,
+        XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP,
         values.data());
     context_ = xcb_.generate_id(handle_);
     xcb_.create_gc(handle_, context_, window_, 0, nullptr);
@@ -254,7 +245,7 @@ class X11Window : public FaceWindow {
   // inter-client conventions (WM_NORMAL_HINTS). Inside a host's window they would only mislead:
   // some hosts take the smallest size for the one that is wanted.
   void tellProportions() {
-    if (!isFloating_) return;
+    if (!isFloating()) return;
     constexpr std::uint32_t kMinimum = 1U << 4;
     constexpr std::uint32_t kAspect = 1U << 7;
     std::array<std::uint32_t, 18> hints{};
@@ -269,10 +260,6 @@ class X11Window : public FaceWindow {
                          XCB_ATOM_WM_SIZE_HINTS, 32, hints.size(), hints.data());
   }
 
-  Point faceFrom(std::int16_t x, std::int16_t y) const {
-    return picture_.faceFromPixels(static_cast<float>(x) + 0.5F, static_cast<float>(y) + 0.5F);
-  }
-
   void handle(const xcb_generic_event_t& event) {
     switch (event.response_type & ~unsigned{kSentByOthers}) {
       case XCB_EXPOSE: return expose(reinterpret_cast<const xcb_expose_event_t&>(event));
@@ -284,15 +271,15 @@ class X11Window : public FaceWindow {
         return buttonUp(reinterpret_cast<const xcb_button_release_event_t&>(event));
       case XCB_MOTION_NOTIFY:
         return moved(reinterpret_cast<const xcb_motion_notify_event_t&>(event));
-      case XCB_LEAVE_NOTIFY: return face_.leave();
-      case XCB_UNMAP_NOTIFY: return face_.letGo();
+      case XCB_LEAVE_NOTIFY: return face().leave();
+      case XCB_UNMAP_NOTIFY: return face().letGo();
       case XCB_KEY_PRESS: return keyDown(reinterpret_cast<const xcb_key_press_event_t&>(event));
       case XCB_KEY_RELEASE: return keyUp(reinterpret_cast<const xcb_key_release_event_t&>(event));
       case XCB_FOCUS_OUT: return focusOut(reinterpret_cast<const xcb_focus_out_event_t&>(event));
       case XCB_CLIENT_MESSAGE:
         return message(reinterpret_cast<const xcb_client_message_event_t&>(event));
       case XCB_MAPPING_NOTIFY: return keyboard_.read(xcb_, handle_);
-      case XCB_DESTROY_NOTIFY: isGone_ = true; return;
+      case XCB_DESTROY_NOTIFY: markGone(); return;
       default: return;
     }
   }
@@ -300,50 +287,28 @@ class X11Window : public FaceWindow {
   // Of another size than before, everything is sent as soon as it is painted. Until then the old
   // pixels stay, rather than a picture that is still black.
   void expose(const xcb_expose_event_t& event) {
-    if (picture_.isStale()) return;
+    if (facePicture().isStale()) return;
     put(PixelRect{event.x, event.y, event.x + event.width, event.y + event.height}.cutTo(
-        picture_.picture().bounds()));
+        facePicture().picture().bounds()));
   }
 
   void configured(const xcb_configure_notify_event_t& event) {
-    configured_ = {event.width, event.height};
-  }
-
-  // The last of the sizes that have come, since a drag at a window's frame sends many.
-  void adoptSize() {
-    if (!configured_.has_value()) return;
-    const PixelSize now = *configured_;
-    configured_.reset();
-    if (now == size()) return;
-    picture_.resize(now.width, now.height);
-    owner_.sizeHasChanged(now);
-  }
-
-  // Once for all moves of the mouse, and when no event is being handled: the host may answer in any
-  // way.
-  void askForSize() {
-    if (!wanted_.has_value()) return;
-    const PixelSize size = *wanted_;
-    wanted_.reset();
-    owner_.sizeIsWanted(size);
+    noteSize({event.width, event.height});
   }
 
   void buttonDown(const xcb_button_press_event_t& event) {
     constexpr xcb_button_t kWheelUp = 4;
     constexpr xcb_button_t kWheelDown = 5;
-    const Point at = faceFrom(event.event_x, event.event_y);
+    const Point at = facePoint(event.event_x, event.event_y);
     const bool isFine = (event.state & XCB_MOD_MASK_SHIFT) != 0;
     if (event.detail == kWheelUp || event.detail == kWheelDown) {
-      return face_.wheel(at, event.detail == kWheelUp ? 1.0F : -1.0F, isFine);
+      return face().wheel(at, event.detail == kWheelUp ? 1.0F : -1.0F, isFine);
     }
     if (event.detail != XCB_BUTTON_INDEX_1 && event.detail != XCB_BUTTON_INDEX_3) return;
     takeFocus(event.time);
-    if (kResizeGrip.contains(at) && !face_.state().menu.has_value()) {
-      grip_ = Grip{event.root_x, event.root_y, size().width};
-      return;
-    }
-    face_.press(at, event.detail == XCB_BUTTON_INDEX_1 ? MouseButton::left : MouseButton::right,
-                isFine, static_cast<double>(event.time) / 1000.0);
+    press(at, {event.root_x, event.root_y},
+          event.detail == XCB_BUTTON_INDEX_1 ? MouseButton::left : MouseButton::right, isFine,
+          static_cast<double>(event.time) / 1000.0);
   }
 
   // An embedder by the XEMBED protocol is asked too: it gives the keyboard back to the one that it
@@ -369,53 +334,35 @@ class X11Window : public FaceWindow {
   void buttonUp(const xcb_button_release_event_t& event) {
     if (event.detail != XCB_BUTTON_INDEX_1 && event.detail != XCB_BUTTON_INDEX_3) return;
     takeFocus(event.time);
-    grip_.reset();
-    face_.release(faceFrom(event.event_x, event.event_y));
+    release(facePoint(event.event_x, event.event_y));
   }
 
-  // A host may have taken the release of the button.
   void moved(const xcb_motion_notify_event_t& event) {
-    if ((event.state & (XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_3)) == 0) {
-      grip_.reset();
-      face_.release(faceFrom(event.event_x, event.event_y));
-    }
-    if (grip_.has_value()) {
-      const int across = event.root_x - grip_->x;
-      const int down = (event.root_y - grip_->y) * 8 / 5;  // as much wider as it gets higher
-      const int width = std::max(grip_->width + std::max(across, down), 1);
-      wanted_ = {width, (width * 5 + 7) / 8};
-      return;
-    }
-    face_.drag(faceFrom(event.event_x, event.event_y), (event.state & XCB_MOD_MASK_SHIFT) != 0);
+    const bool isHeld = (event.state & (XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_3)) != 0;
+    move(facePoint(event.event_x, event.event_y), {event.root_x, event.root_y}, isHeld,
+         (event.state & XCB_MOD_MASK_SHIFT) != 0);
   }
 
   // Of a key that is held down, the server sends releases and presses in pairs of the same time.
   void keyDown(const xcb_key_press_event_t& event) {
     const KeyPress press = keyboard_.press(event.detail, event.state);
     const bool isRepeated = event.detail == released_.key && event.time == released_.time;
-    bool isHosts = isRepeated && released_.isHosts;
-    if (!isHosts && (!isRepeated || face_.takesRepeated(press.key))) {
-      isHosts = !use(press, (event.state & XCB_MOD_MASK_SHIFT) != 0);
+    const bool isHosts = isRepeated && released_.isHosts;
+    const bool withShift = (event.state & XCB_MOD_MASK_SHIFT) != 0;
+    if (isForHost(event.detail, press, isRepeated, isHosts, withShift)) {
+      handOn(event, XCB_EVENT_MASK_KEY_PRESS);
     }
-    hostsKeys_.set(event.detail, isHosts);
-    if (isHosts) handOn(event, XCB_EVENT_MASK_KEY_PRESS);
   }
 
   void keyUp(const xcb_key_release_event_t& event) {
-    released_ = {event.detail, event.time, hostsKeys_.test(event.detail)};
-    hostsKeys_.reset(event.detail);
+    released_ = {event.detail, event.time, releaseIsForHost(event.detail)};
     if (released_.isHosts) handOn(event, XCB_EVENT_MASK_KEY_RELEASE);
-  }
-
-  bool use(const KeyPress& press, bool withShift) {
-    if (press.key.has_value()) return face_.key(*press.key, withShift);
-    return press.character != 0 && face_.type(press.character);
   }
 
   // To the host, for its transport and shortcuts: a window that asks for keys gets them all. What
   // the host itself has sent here would come back again and again.
   void handOn(xcb_key_press_event_t event, std::uint32_t mask) {
-    if (isFloating_ || isGone_ || (event.response_type & kSentByOthers) != 0) return;
+    if (isFloating() || isGone() || (event.response_type & kSentByOthers) != 0) return;
     event.event = parent_;
     xcb_.send_event(handle_, 1, parent_, mask, reinterpret_cast<const char*>(&event));
     xcb_.flush(handle_);
@@ -427,29 +374,29 @@ class X11Window : public FaceWindow {
   void focusOut(const xcb_focus_out_event_t& event) {
     const bool isForAMoment =
         event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
-    if (!isForAMoment && event.detail != XCB_NOTIFY_DETAIL_POINTER) face_.loseFocus();
+    if (!isForAMoment && event.detail != XCB_NOTIFY_DETAIL_POINTER) face().loseFocus();
   }
 
   void message(const xcb_client_message_event_t& event) {
     if (event.format != 32) return;
     const auto& data = event.data.data32;
-    if (isFloating_ && event.type == protocols_ && data[0] == closes_) owner_.closeIsWanted();
-    if (!isFloating_ && event.type == embed_) embedderSays(data[1], data[3]);
+    if (isFloating() && event.type == protocols_ && data[0] == closes_) owner().closeIsWanted();
+    if (!isFloating() && event.type == embed_) embedderSays(data[1], data[3]);
   }
 
   void embedderSays(std::uint32_t what, xcb_window_t embedder) {
     constexpr std::uint32_t kEmbeddedNotify = 0;
     constexpr std::uint32_t kFocusOut = 5;
     if (what == kEmbeddedNotify) embedder_ = embedder;
-    if (what == kFocusOut) face_.loseFocus();
+    if (what == kFocusOut) face().loseFocus();
   }
 
   // A mouse may report a thousand moves a second. What is left out is painted with the next call.
-  void paint() {
-    if (picture_.isUpToDate(face_.state())) return;
+  void paint() override {
+    if (facePicture().isUpToDate(face().state())) return;
     const Clock::time_point now = Clock::now();
-    if (!picture_.isStale() && now - paintedAt_ < kFrame) return;
-    const auto areas = picture_.repaint(face_.state(), face_.presets());
+    if (!facePicture().isStale() && now - paintedAt_ < kFrame) return;
+    const auto areas = facePicture().repaint(face().state(), face().presets());
     for (const PixelRect& area : areas) put(area);
     paintedAt_ = now;
   }
@@ -466,7 +413,7 @@ class X11Window : public FaceWindow {
       const int bottom = std::min(top + rows, area.bottom);
       pixels.clear();
       for (int y = top; y < bottom; ++y) {
-        const std::uint32_t* const row = picture_.picture().row(y);
+        const std::uint32_t* const row = facePicture().picture().row(y);
         pixels.insert(pixels.end(), row + area.left, row + area.right);
       }
       xcb_.put_image(handle_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, context_,
@@ -484,21 +431,11 @@ class X11Window : public FaceWindow {
     bool isHosts;  // the press was handed on
   };
 
-  struct Grip {
-    int x;  // the mouse, pixels of the screen
-    int y;
-    int width;  // the window's
-  };
-
   // Destroyed last: what is below uses it.
   std::unique_ptr<Connection> connection_;
   const Xcb& xcb_;
   xcb_connection_t* const handle_;
-  Face& face_;
-  Owner& owner_;
-  bool isFloating_;
   xcb_window_t parent_;
-  bool isGone_ = false;
   std::uint8_t depth_ = 0;
   xcb_window_t window_ = 0;
   xcb_gcontext_t context_ = 0;
@@ -507,12 +444,7 @@ class X11Window : public FaceWindow {
   xcb_atom_t embed_ = 0;
   xcb_window_t embedder_ = 0;  // that has said so
   Keyboard keyboard_;
-  FacePicture picture_;
   Clock::time_point paintedAt_;
-  std::optional<PixelSize> configured_;
-  std::optional<Grip> grip_;
-  std::optional<PixelSize> wanted_;  // by the player, who drags the corner
-  std::bitset<256> hostsKeys_;       // that are down, and whose press was handed on
   Release released_{};
 };
 

@@ -29,11 +29,11 @@ void writeBytes(const fs::path& file, const std::string& bytes) {
 }
 
 Audio readOwn(const fs::path& file) {
-  AudioReader reader(file);
-  Audio audio = {reader.rate(), reader.channels(), {}};
-  std::vector<double> piece(static_cast<std::size_t>(700 * reader.channels()));
+  const auto reader = AudioReader::open(file);
+  Audio audio = {reader->rate(), reader->channels(), {}};
+  std::vector<double> piece(static_cast<std::size_t>(700 * reader->channels()));
   for (std::int64_t got = 700; got == 700;) {
-    got = reader.read(piece.data(), 700);
+    got = reader->read(piece.data(), 700);
     audio.samples.insert(audio.samples.end(), piece.begin(), piece.begin() + got * audio.channels);
   }
   return audio;
@@ -70,11 +70,11 @@ TEST(OwnWav, HasTheLibrarysBytesAndSamples) {
       const Audio audio = noisy(channels, 1001);
       const fs::path own = folder / "own.wav", other = folder / "other.wav";
       writeByLibrary(other, SF_FORMAT_WAV | code, audio);
-      AudioWriter writer(own, formatFor(own, name), audio.rate, channels, 1001);
-      writer.write(audio.samples.data(), 500);
-      writer.write(audio.samples.data() + 500 * channels, 501);
-      writer.finish();
-      EXPECT_EQ(writer.clipped(), 0);
+      const auto writer = AudioWriter::open(own, formatFor(own, name), audio.rate, channels, 1001);
+      writer->write(audio.samples.data(), 500);
+      writer->write(audio.samples.data() + 500 * channels, 501);
+      writer->finish();
+      EXPECT_EQ(writer->clipped(), 0);
       EXPECT_TRUE(bytesOf(own) == bytesOf(other));
       for (const int type : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64}) {
         writeByLibrary(other, type | code, audio);
@@ -92,10 +92,10 @@ TEST(OwnWav, CutsAtFullScaleAndCounts) {
   const fs::path file = folder / "a.wav";
   const std::vector<double> loud = {1.5, -1.5, 1.0, -1.0, 0.25};
   for (const auto& [name, clipped] : {std::pair{"pcm16", 2}, {"float", 0}}) {
-    AudioWriter writer(file, formatFor(file, name), 48000, 1, 0);
-    writer.write(loud.data(), 5);
-    writer.finish();
-    EXPECT_EQ(writer.clipped(), clipped);
+    const auto writer = AudioWriter::open(file, formatFor(file, name), 48000, 1, 0);
+    writer->write(loud.data(), 5);
+    writer->finish();
+    EXPECT_EQ(writer->clipped(), clipped);
     EXPECT_NEAR(readOwn(file).samples[0], clipped != 0 ? 1.0 : 1.5, 1e-4);
   }
 }
@@ -108,19 +108,19 @@ TEST(OwnWav, DamagedFilesAreTold) {
   const std::string bytes = bytesOf(whole);
 
   writeBytes(file, bytes.substr(0, 44 + 4 * 300 + 2));
-  AudioReader cut(file);
+  const auto cut = AudioReader::open(file);
   std::vector<double> all(1000);
-  EXPECT_EQ(cut.read(all.data(), 500), 300);
-  EXPECT_TRUE(cut.truncated());
+  EXPECT_EQ(cut->read(all.data(), 500), 300);
+  EXPECT_TRUE(cut->truncated());
 
   // A program that writes to a pipe leaves a placeholder for the length.
   std::string endless = bytes;
   endless.replace(40, 4, "\xFF\xFF\xFF\xFF");
   writeBytes(file, endless);
-  AudioReader streamed(file);
-  EXPECT_EQ(streamed.frames(), 0);
-  EXPECT_EQ(streamed.read(all.data(), 600), 500);
-  EXPECT_FALSE(streamed.truncated());
+  const auto streamed = AudioReader::open(file);
+  EXPECT_EQ(streamed->frames(), 0);
+  EXPECT_EQ(streamed->read(all.data(), 600), 500);
+  EXPECT_FALSE(streamed->truncated());
 
   // A chunk that is unknown, of odd length, is passed over.
   std::string more = bytes;
@@ -133,7 +133,7 @@ TEST(OwnWav, DamagedFilesAreTold) {
   for (const std::string& wrong : {std::string(), std::string("RIFF"), bytes.substr(0, 30), alaw,
                                    std::string("fLaC") + bytes}) {
     writeBytes(file, wrong);
-    EXPECT_THROW(AudioReader{file}, FileError) << wrong.size();
+    EXPECT_THROW(AudioReader::open(file), FileError) << wrong.size();
   }
   EXPECT_THROW(formatFor("a.flac", ""), UsageError);
   EXPECT_THROW(formatFor("a.wav", "vorbis"), UsageError);

@@ -60,16 +60,17 @@ struct Audio {
 #if defined(_WIN32)
 
 inline void writeAudio(const fs::path& path, const Audio& audio) {
-  AudioWriter writer(path, formatFor(path, "double", "wav"), audio.rate, audio.channels, 0);
-  writer.write(audio.samples.data(), std::ssize(audio.samples) / audio.channels);
-  writer.finish();
+  const auto writer =
+      AudioWriter::open(path, formatFor(path, "double", "wav"), audio.rate, audio.channels, 0);
+  writer->write(audio.samples.data(), std::ssize(audio.samples) / audio.channels);
+  writer->finish();
 }
 
 inline Audio readAudio(const fs::path& path) try {
-  AudioReader reader(path);
-  Audio audio = {reader.rate(), reader.channels(), {}};
-  audio.samples.resize(static_cast<std::size_t>(reader.frames() * reader.channels()));
-  reader.read(audio.samples.data(), reader.frames());
+  const auto reader = AudioReader::open(path);
+  Audio audio = {reader->rate(), reader->channels(), {}};
+  audio.samples.resize(static_cast<std::size_t>(reader->frames() * reader->channels()));
+  reader->read(audio.samples.data(), reader->frames());
   return audio;
 } catch (const FileError&) {
   return {0, 0, {}};

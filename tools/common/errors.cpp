@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <filesystem>
 #include <fmt/format.h>
 #include <new>
 #include <system_error>
@@ -90,6 +89,10 @@ std::string systemMessage(int error) {
 // Windows has numbers of its own, which have nearest ones among those of C.
 std::string systemMessage(const std::error_code& error) {
   return systemMessage(error.default_error_condition().value());
+}
+
+void failWriting(const std::filesystem::path& file, int error) {
+  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
 }
 
 std::string explanation(const std::exception& error) {

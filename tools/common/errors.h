@@ -4,6 +4,7 @@
 // end.
 #pragma once
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ class Interrupted : public std::runtime_error {
 // strerror().
 std::string systemMessage(int error);
 std::string systemMessage(const std::error_code& error);
+
+// Throws FileError: "cannot write a.wav: the disk is full". error: an errno value.
+[[noreturn]] void failWriting(const std::filesystem::path& file, int error);
 
 // The message of any exception; those of the standard library are reworded.
 std::string explanation(const std::exception& error);

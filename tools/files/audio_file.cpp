@@ -15,6 +15,7 @@
 #include "tools/files/input_file.h"
 #include "tools/files/muted_stderr.h"
 #include "tools/files/output_file.h"
+#include "tools/files/streams.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -106,22 +107,20 @@ SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
   return SoundFile(sf_open_virtual(&io, mode, &info, &output));
 }
 
-}  // namespace
-
-class AudioReader::Decoder {
+class SoundFileReader : public AudioReader {
  public:
-  explicit Decoder(const fs::path& path);
+  explicit SoundFileReader(const fs::path& path);
 
-  int rate() const { return info_.samplerate; }
-  int channels() const { return info_.channels; }
-  std::int64_t frames() const { return frames_; }
-  std::int64_t read(double* interleaved, std::int64_t count);
-  bool truncated() const { return ended_ && (damaged_ || received_ < promised_); }
+  int rate() const override { return info_.samplerate; }
+  int channels() const override { return info_.channels; }
+  std::int64_t frames() const override { return frames_; }
+  std::int64_t read(double* interleaved, std::int64_t count) override;
+  bool truncated() const override { return ended_ && (damaged_ || received_ < promised_); }
 
  private:
   bool openStream();
   void openWhole(const fs::path& path);
-  SoundFile open(bool endless);
+  SoundFile openSoundFile(bool endless);
   std::int64_t promisedFrames();
   bool endIsMissing(const std::string& start);
 
@@ -136,13 +135,13 @@ class AudioReader::Decoder {
   bool ended_ = false;
 };
 
-AudioReader::Decoder::Decoder(const fs::path& path) : input_(path) {
+SoundFileReader::SoundFileReader(const fs::path& path) : input_(path) {
   if (input_.isStream() && openStream()) return;
   if (input_.isStream()) input_.spool();
   openWhole(path);
 }
 
-SoundFile AudioReader::Decoder::open(bool endless) {
+SoundFile SoundFileReader::openSoundFile(bool endless) {
   SF_VIRTUAL_IO io = {inputSize, seekInput, readInput, noWrite, tellInput};
   input_.pretendEndless(endless);
   input_.seek(0, SEEK_SET);
@@ -154,25 +153,25 @@ SoundFile AudioReader::Decoder::open(bool endless) {
   return file;
 }
 
-bool AudioReader::Decoder::openStream() {
+bool SoundFileReader::openStream() {
   if (!hasLengthInFront(padded(input_.start(kMagicBytes)))) return false;
-  file_ = open(true);
+  file_ = openSoundFile(true);
   if (file_ == nullptr || bytesPerSample(info_.format) == 0) return false;
   input_.forgetStart();
   frames_ = promised_ = credibleFrames(info_);
   return true;
 }
 
-void AudioReader::Decoder::openWhole(const fs::path& path) {
+void SoundFileReader::openWhole(const fs::path& path) {
   const std::string magic = padded(input_.start(kMagicBytes));
   if (input_.size() == 0) {
     throw FileError(fmt::format("cannot read {}: it is empty", input_.name()));
   }
   promised_ = hasLengthInFront(magic) ? promisedFrames() : 0;
-  file_ = open(false);
+  file_ = openSoundFile(false);
   const int error = sf_error(nullptr);
   // The library refuses truncated files of some types.
-  if (file_ == nullptr && promised_ > 0) file_ = open(true);
+  if (file_ == nullptr && promised_ > 0) file_ = openSoundFile(true);
   // Some types are recognised by the file's name only, or have their header in another file.
   if (file_ == nullptr && !isStandardInput(path) && fs::is_regular_file(path)) {
     const MutedStderr muted(true);
@@ -186,13 +185,13 @@ void AudioReader::Decoder::openWhole(const fs::path& path) {
   damaged_ = endIsMissing(magic);
 }
 
-std::int64_t AudioReader::Decoder::promisedFrames() {
-  const SoundFile file = open(true);
+std::int64_t SoundFileReader::promisedFrames() {
+  const SoundFile file = openSoundFile(true);
   return file != nullptr ? credibleFrames(info_) : 0;
 }
 
 // For types for which the library takes the number of samples from the file's length.
-bool AudioReader::Decoder::endIsMissing(const std::string& start) {
+bool SoundFileReader::endIsMissing(const std::string& start) {
   constexpr std::size_t kLongestPage = 65307;
   const std::int64_t position = input_.seek(0, SEEK_CUR);
   const std::int64_t size = input_.size();
@@ -213,7 +212,7 @@ bool AudioReader::Decoder::endIsMissing(const std::string& start) {
   return missing;
 }
 
-std::int64_t AudioReader::Decoder::read(double* interleaved, std::int64_t count) {
+std::int64_t SoundFileReader::read(double* interleaved, std::int64_t count) {
   const sf_count_t got = [&] {
     const MutedStderr muted(mayBeMpeg_);
     return sf_readf_double(file_.get(), interleaved, count);
@@ -228,32 +227,14 @@ std::int64_t AudioReader::Decoder::read(double* interleaved, std::int64_t count)
   throw FileError(fmt::format("cannot read {}: it is damaged", input_.name()));
 }
 
-AudioReader::AudioReader(const fs::path& path) : decoder_(std::make_unique<Decoder>(path)) {}
-AudioReader::~AudioReader() = default;
-int AudioReader::rate() const { return decoder_->rate(); }
-int AudioReader::channels() const { return decoder_->channels(); }
-std::int64_t AudioReader::frames() const { return decoder_->frames(); }
-std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
-  return decoder_->read(interleaved, count);
-}
-bool AudioReader::truncated() const { return decoder_->truncated(); }
-
-bool isAudioFile(const fs::path& path) {
-  try {
-    const AudioReader reader(path);
-    return true;
-  } catch (const FileError&) {
-    return false;
-  }
-}
-
-class AudioWriter::Encoder {
+class SoundFileWriter : public AudioWriter {
  public:
-  Encoder(const fs::path& path, int format, int rate, int channels, std::int64_t expectedFrames);
+  SoundFileWriter(const fs::path& path, int format, int rate, int channels,
+                  std::int64_t expectedFrames);
 
-  void write(const double* interleaved, std::int64_t frames);
-  void finish();
-  std::int64_t clipped() const { return clipped_; }
+  void write(const double* interleaved, std::int64_t frames) override;
+  void finish() override;
+  std::int64_t clipped() const override { return clipped_; }
 
  private:
   // Throws FileError where the type has stored another rate: some old types have only one, or round
@@ -270,8 +251,8 @@ class AudioWriter::Encoder {
   std::int64_t clipped_ = 0;
 };
 
-AudioWriter::Encoder::Encoder(const fs::path& path, int format, int rate, int channels,
-                              std::int64_t expectedFrames)
+SoundFileWriter::SoundFileWriter(const fs::path& path, int format, int rate, int channels,
+                                 std::int64_t expectedFrames)
     : path_(path), output_(path), format_(format), rate_(rate), channels_(channels) {
   const double bytes = static_cast<double>(expectedFrames) * channels * bytesPerSample(format);
   if (bytes > largestFile(format) - 65536) {
@@ -292,7 +273,7 @@ AudioWriter::Encoder::Encoder(const fs::path& path, int format, int rate, int ch
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
-void AudioWriter::Encoder::write(const double* interleaved, std::int64_t frames) {
+void SoundFileWriter::write(const double* interleaved, std::int64_t frames) {
   if (hasFullScale(format_)) {
     cut_.assign(interleaved, interleaved + frames * channels_);
     for (double& sample : cut_) {
@@ -308,7 +289,7 @@ void AudioWriter::Encoder::write(const double* interleaved, std::int64_t frames)
   }
 }
 
-void AudioWriter::Encoder::finish() {
+void SoundFileWriter::finish() {
   const int error = sf_close(file_.release());
   output_.throwIfFailed();
   if (error != SF_ERR_NO_ERROR) {
@@ -318,7 +299,7 @@ void AudioWriter::Encoder::finish() {
   output_.commit();
 }
 
-void AudioWriter::Encoder::checkRate() {
+void SoundFileWriter::checkRate() {
   const int type = format_ & SF_FORMAT_TYPEMASK;
   if (type == SF_FORMAT_RAW) return;  // stores no rate
   SF_INFO info = {};
@@ -332,14 +313,15 @@ void AudioWriter::Encoder::checkRate() {
                               path_.string(), rate_, info.samplerate));
 }
 
-AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
-                         std::int64_t expectedFrames)
-    : encoder_(std::make_unique<Encoder>(path, format, rate, channels, expectedFrames)) {}
-AudioWriter::~AudioWriter() = default;
-void AudioWriter::write(const double* interleaved, std::int64_t frames) {
-  encoder_->write(interleaved, frames);
+}  // namespace
+
+std::unique_ptr<AudioReader> AudioReader::open(const fs::path& path) {
+  return std::make_unique<SoundFileReader>(path);
 }
-void AudioWriter::finish() { encoder_->finish(); }
-std::int64_t AudioWriter::clipped() const { return encoder_->clipped(); }
+
+std::unique_ptr<AudioWriter> AudioWriter::open(const fs::path& path, int format, int rate,
+                                               int channels, std::int64_t expectedFrames) {
+  return std::make_unique<SoundFileWriter>(path, format, rate, channels, expectedFrames);
+}
 
 }  // namespace quellard

@@ -16,57 +16,49 @@ class AudioReader {
   // header at the start is read as it comes; others are copied into an unnamed file first. Throws
   // FileError with the reason (missing, unreadable, no audio), or Interrupted while waiting for a
   // stream.
-  explicit AudioReader(const std::filesystem::path& path);
-  ~AudioReader();
+  static std::unique_ptr<AudioReader> open(const std::filesystem::path& path);
+
+  AudioReader() = default;
+  virtual ~AudioReader() = default;
   AudioReader(const AudioReader&) = delete;
   AudioReader& operator=(const AudioReader&) = delete;
 
-  int rate() const;  // Hz
-  int channels() const;
+  virtual int rate() const = 0;  // Hz
+  virtual int channels() const = 0;
 
   // The length in frames according to the header, which may be wrong; 0 when it gives none.
-  std::int64_t frames() const;
+  virtual std::int64_t frames() const = 0;
 
   // Reads up to count frames into count * channels() doubles and returns their number, which is
   // less than count only at the end. Throws FileError when not even the first frame can be decoded.
-  std::int64_t read(double* interleaved, std::int64_t count);
+  virtual std::int64_t read(double* interleaved, std::int64_t count) = 0;
 
   // Whether the audio ended earlier than the file says, or is damaged.
-  bool truncated() const;
-
- private:
-  class Decoder;
-  std::unique_ptr<Decoder> decoder_;
+  virtual bool truncated() const = 0;
 };
-
-// Whether an ordinary file can be opened as audio.
-bool isAudioFile(const std::filesystem::path& path);
 
 class AudioWriter {
  public:
   // format: from formatFor(). rate: Hz. expectedFrames: to refuse at once what is too long for the
   // file type; 0 if unknown. Throws FileError when the file cannot be made, or when the format
   // cannot hold the rate, the channels or the length.
-  AudioWriter(const std::filesystem::path& path, int format, int rate, int channels,
-              std::int64_t expectedFrames);
+  static std::unique_ptr<AudioWriter> open(const std::filesystem::path& path, int format, int rate,
+                                           int channels, std::int64_t expectedFrames);
 
-  ~AudioWriter();
+  AudioWriter() = default;
+  virtual ~AudioWriter() = default;
   AudioWriter(const AudioWriter&) = delete;
   AudioWriter& operator=(const AudioWriter&) = delete;
 
   // Where the format has a full scale, samples beyond it are clipped and counted. Throws FileError,
   // for instance when the disk is full.
-  void write(const double* interleaved, std::int64_t frames);
+  virtual void write(const double* interleaved, std::int64_t frames) = 0;
 
   // Completes the file and gives it its name. Throws FileError.
-  void finish();
+  virtual void finish() = 0;
 
   // Samples that exceeded full scale.
-  std::int64_t clipped() const;
-
- private:
-  class Encoder;
-  std::unique_ptr<Encoder> encoder_;
+  virtual std::int64_t clipped() const = 0;
 };
 
 }  // namespace quellard

@@ -103,20 +103,18 @@ std::string number(std::uint64_t value, std::size_t bytes) {
   return {reinterpret_cast<const char*>(&value), bytes};
 }
 
-}  // namespace
-
-class AudioReader::Decoder {
+class WavReader : public AudioReader {
  public:
-  explicit Decoder(const fs::path& path) : input_(path) {
+  explicit WavReader(const fs::path& path) : input_(path) {
     readHeader();
     input_.forgetStart();
   }
 
-  int rate() const { return rate_; }
-  int channels() const { return channels_; }
-  std::int64_t frames() const { return promised_; }
-  std::int64_t read(double* interleaved, std::int64_t count);
-  bool truncated() const { return ended_ && received_ < promised_; }
+  int rate() const override { return rate_; }
+  int channels() const override { return channels_; }
+  std::int64_t frames() const override { return promised_; }
+  std::int64_t read(double* interleaved, std::int64_t count) override;
+  bool truncated() const override { return ended_ && received_ < promised_; }
 
  private:
   [[noreturn]] void refuse(const char* why) const {
@@ -149,7 +147,7 @@ class AudioReader::Decoder {
 };
 
 // Chunks in any order, of which those before the samples are read.
-void AudioReader::Decoder::readHeader() {
+void WavReader::readHeader() {
   const std::string start = take(12);
   if (start.empty()) refuse("it is empty");
   const bool isLong = start.starts_with("RF64");
@@ -171,7 +169,7 @@ void AudioReader::Decoder::readHeader() {
   }
 }
 
-void AudioReader::Decoder::readFormat(const std::string& chunk) {
+void WavReader::readFormat(const std::string& chunk) {
   auto tag = static_cast<unsigned>(numberAt(chunk, 0, 2));
   if (tag == kExtensibleTag) tag = static_cast<unsigned>(numberAt(chunk, 24, 2));
   format_ = formatOf(tag, static_cast<unsigned>(numberAt(chunk, 14, 2)));
@@ -182,7 +180,7 @@ void AudioReader::Decoder::readFormat(const std::string& chunk) {
 }
 
 // Programs that write to a pipe do not know the size, and put a placeholder there.
-void AudioReader::Decoder::promise(std::int64_t bytes) {
+void WavReader::promise(std::int64_t bytes) {
   if (frameBytes_ == 0) refuse("not an audio file, or a damaged one");
   constexpr double kMargin = 0x1p17;
   const auto size = static_cast<double>(bytes);
@@ -193,7 +191,7 @@ void AudioReader::Decoder::promise(std::int64_t bytes) {
   promised_ = isKnown ? bytes / frameBytes_ : 0;
 }
 
-std::int64_t AudioReader::Decoder::read(double* interleaved, std::int64_t count) {
+std::int64_t WavReader::read(double* interleaved, std::int64_t count) {
   const std::string bytes = take(std::min(count * frameBytes_, left_ - left_ % frameBytes_));
   input_.throwIfFailed();
   const std::int64_t got = std::ssize(bytes) / frameBytes_;
@@ -207,28 +205,9 @@ std::int64_t AudioReader::Decoder::read(double* interleaved, std::int64_t count)
   return got;
 }
 
-AudioReader::AudioReader(const fs::path& path) : decoder_(std::make_unique<Decoder>(path)) {}
-AudioReader::~AudioReader() = default;
-int AudioReader::rate() const { return decoder_->rate(); }
-int AudioReader::channels() const { return decoder_->channels(); }
-std::int64_t AudioReader::frames() const { return decoder_->frames(); }
-std::int64_t AudioReader::read(double* interleaved, std::int64_t count) {
-  return decoder_->read(interleaved, count);
-}
-bool AudioReader::truncated() const { return decoder_->truncated(); }
-
-bool isAudioFile(const fs::path& path) {
-  try {
-    const AudioReader reader(path);
-    return true;
-  } catch (const FileError&) {
-    return false;
-  }
-}
-
-class AudioWriter::Encoder {
+class WavWriter : public AudioWriter {
  public:
-  Encoder(const fs::path& path, int format, int rate, int channels, std::int64_t expectedFrames)
+  WavWriter(const fs::path& path, int format, int rate, int channels, std::int64_t expectedFrames)
       : path_(path),
         output_(path),
         format_(static_cast<WavFormat>(format)),
@@ -239,9 +218,9 @@ class AudioWriter::Encoder {
     output_.write(header.data(), std::ssize(header));
   }
 
-  void write(const double* interleaved, std::int64_t frames);
-  void finish();
-  std::int64_t clipped() const { return clipped_; }
+  void write(const double* interleaved, std::int64_t frames) override;
+  void finish() override;
+  std::int64_t clipped() const override { return clipped_; }
 
  private:
   std::string headerOf(std::int64_t frames) const;
@@ -261,7 +240,7 @@ class AudioWriter::Encoder {
   std::string bytes_;
 };
 
-std::string AudioWriter::Encoder::headerOf(std::int64_t frames) const {
+std::string WavWriter::headerOf(std::int64_t frames) const {
   const auto sample = static_cast<std::uint64_t>(bytesPerSample(format_));
   const auto frame = sample * static_cast<std::uint64_t>(channels_);
   const auto size = frame * static_cast<std::uint64_t>(frames);
@@ -280,7 +259,7 @@ std::string AudioWriter::Encoder::headerOf(std::int64_t frames) const {
   return "RIFF" + number(chunks.size() + size + size % 2, 4) + chunks;
 }
 
-void AudioWriter::Encoder::write(const double* interleaved, std::int64_t frames) {
+void WavWriter::write(const double* interleaved, std::int64_t frames) {
   bytes_.clear();
   for (std::int64_t i = 0; i < frames * channels_; ++i) {
     double sample = interleaved[i];
@@ -295,7 +274,7 @@ void AudioWriter::Encoder::write(const double* interleaved, std::int64_t frames)
   written_ += frames;
 }
 
-void AudioWriter::Encoder::finish() {
+void WavWriter::finish() {
   refuseIfTooLong(written_);
   const std::int64_t size = written_ * channels_ * bytesPerSample(format_);
   if (size % 2 != 0) output_.write("", 1);
@@ -305,14 +284,15 @@ void AudioWriter::Encoder::finish() {
   output_.commit();
 }
 
-AudioWriter::AudioWriter(const fs::path& path, int format, int rate, int channels,
-                         std::int64_t expectedFrames)
-    : encoder_(std::make_unique<Encoder>(path, format, rate, channels, expectedFrames)) {}
-AudioWriter::~AudioWriter() = default;
-void AudioWriter::write(const double* interleaved, std::int64_t frames) {
-  encoder_->write(interleaved, frames);
+}  // namespace
+
+std::unique_ptr<AudioReader> AudioReader::open(const fs::path& path) {
+  return std::make_unique<WavReader>(path);
 }
-void AudioWriter::finish() { encoder_->finish(); }
-std::int64_t AudioWriter::clipped() const { return encoder_->clipped(); }
+
+std::unique_ptr<AudioWriter> AudioWriter::open(const fs::path& path, int format, int rate,
+                                               int channels, std::int64_t expectedFrames) {
+  return std::make_unique<WavWriter>(path, format, rate, channels, expectedFrames);
+}
 
 }  // namespace quellard

@@ -3,8 +3,7 @@
 
 #include <sys/stat.h>
 
-#include "tools/files/input_file.h"
-#include "tools/files/output_file.h"
+#include "tools/files/streams.h"
 
 namespace quellard {
 namespace fs = std::filesystem;

@@ -3,8 +3,7 @@
 #include <windows.h>
 
 #include "tools/files/file_identity.h"
-#include "tools/files/input_file.h"
-#include "tools/files/output_file.h"
+#include "tools/files/streams.h"
 
 namespace quellard {
 namespace fs = std::filesystem;

@@ -3,16 +3,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <fcntl.h>
+#include <cstdio>
 #include <fmt/format.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "params/sizes.h"
 #include "tools/common/errors.h"
-#include "tools/common/interrupt.h"
+#include "tools/files/streams.h"
+#include "tools/files/unnamed_file.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -23,37 +20,19 @@ constexpr std::int64_t kEndless = std::int64_t{1} << 60;
 // Longer than any header; more of a stream is not kept in memory.
 constexpr std::size_t kLongestStart = std::size_t{1} << 20;
 
-// Opens a pipe without waiting for its writer: waitFor() does that and can be interrupted.
-int openInput(const fs::path& path) {
-  if (isStandardInput(path)) return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
-  return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-}
-
-void writeAll(int descriptor, const char* bytes, std::int64_t count, const std::string& name) {
-  while (count > 0) {
-    const ssize_t written = write(descriptor, bytes, asSize(count));
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      throw FileError(fmt::format("cannot keep {} in a temporary file: {}", name,
-                                  systemMessage(written < 0 ? errno : ENOSPC)));
-    }
-    bytes += written;
-    count -= written;
-  }
+void keep(const FileDescriptor& spool, const char* bytes, std::int64_t count,
+          const std::string& name) {
+  if (writeAll(spool, bytes, count) == count) return;
+  throw FileError(
+      fmt::format("cannot keep {} in a temporary file: {}", name, systemMessage(errno)));
 }
 
 }  // namespace
 
-bool isStandardInput(const fs::path& path) {
-  return path == "-" || path == "/dev/stdin" || path == "/dev/fd/0" || path == "/proc/self/fd/0";
-}
-
 InputFile::InputFile(const fs::path& path)
     : name_(isStandardInput(path) ? "standard input" : path.string()), file_(openInput(path)) {
-  struct stat status = {};
-  if (!file_ || fstat(file_.number(), &status) != 0) throw FileError(complaint(errno));
-  if (S_ISDIR(status.st_mode)) throw FileError(complaint(EISDIR));
-  origin_ = S_ISREG(status.st_mode) ? lseek(file_.number(), 0, SEEK_CUR) : -1;
+  if (!file_) throw FileError(complaint(errno));
+  origin_ = positionInFile(file_);
   isStream_ = origin_ < 0;
 }
 
@@ -63,11 +42,11 @@ std::string InputFile::complaint(int error) const {
 
 void InputFile::spool() {
   FileDescriptor kept = openSpool();
-  writeAll(kept.number(), start_.data(), std::ssize(start_), name_);
+  keep(kept, start_.data(), std::ssize(start_), name_);
   forgetStart();
   std::array<char, 65536> piece = {};
   while (const std::int64_t got = readStream(piece.data(), piece.size())) {
-    writeAll(kept.number(), piece.data(), got, name_);
+    keep(kept, piece.data(), got, name_);
   }
   throwIfFailed();
   file_ = std::move(kept);
@@ -93,9 +72,8 @@ std::string InputFile::end(std::size_t count) {
 }
 
 std::int64_t InputFile::size() const {
-  struct stat status = {};
   if (isStream_ || pretendsEndless_) return kEndless;
-  return fstat(file_.number(), &status) == 0 ? status.st_size - origin_ : 0;
+  return std::max<std::int64_t>(sizeOf(file_) - origin_, 0);
 }
 
 std::int64_t InputFile::seek(std::int64_t offset, int whence) {
@@ -125,21 +103,21 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
     return length;
   }
   if (isStream_) return position_ == consumed_ ? readStream(bytes, count) : 0;
-  ssize_t got = 0;
+  std::int64_t got = 0;
   do {
-    got = pread(file_.number(), bytes, asSize(count), origin_ + position_);
-  } while (got < 0 && errno == EINTR);
+    got = readSomeAt(file_, bytes, count, origin_ + position_);
+  } while (got < 0 && isWorthRepeating());
   if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
   return got;
 }
 
 std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
   if (keepsStart_ && start_.size() >= kLongestStart) return 0;
-  ssize_t got = 0;
+  std::int64_t got = 0;
   do {
-    waitFor(file_.number(), POLLIN);
-    got = ::read(file_.number(), bytes, asSize(count));
-  } while (got < 0 && (errno == EINTR || errno == EAGAIN));
+    waitToRead(file_);
+    got = readSome(file_, bytes, count);
+  } while (got < 0 && isWorthRepeating());
   if (got < 0) throw FileError(complaint(errno));
   if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);
   consumed_ += got;

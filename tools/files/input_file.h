@@ -9,12 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/files/unnamed_file.h"
+#include "tools/files/file_descriptor.h"
 
 namespace quellard {
-
-// Whether a name means standard input: "-", "/dev/stdin" and the like.
-bool isStandardInput(const std::filesystem::path& path);
 
 class InputFile {
  public:

@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <iterator>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,10 +13,6 @@
 namespace quellard {
 namespace fs = std::filesystem;
 namespace {
-
-[[noreturn]] void failWriting(const fs::path& file) {
-  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(errno)));
-}
 
 // Of a file that another process has removed since it was opened, as it had finished.
 bool isGone(const FileDescriptor& file) {
@@ -30,7 +25,7 @@ bool isGone(const FileDescriptor& file) {
 FileDescriptor openLocked(const fs::path& file) {
   for (;;) {
     FileDescriptor opened(open(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
-    if (!opened) failWriting(file);
+    if (!opened) failWriting(file, errno);
     // File systems that have no locks go without.
     if (flock(opened.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
     if (!isGone(opened)) return opened;
@@ -38,7 +33,7 @@ FileDescriptor openLocked(const fs::path& file) {
 }
 
 void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
-  if (write(to.number(), text.data(), text.size()) != std::ssize(text)) failWriting(file);
+  if (writeSome(to, text.data(), std::ssize(text)) != std::ssize(text)) failWriting(file, errno);
 }
 
 void removeLocked(const fs::path& file) { unlink(file.c_str()); }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: ISC
 #include <cerrno>
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <io.h>
 #include <iterator>
 #include <windows.h>
@@ -12,13 +11,6 @@
 
 namespace quellard {
 namespace fs = std::filesystem;
-namespace {
-
-[[noreturn]] void failWriting(const fs::path& file, int error) {
-  throw FileError(fmt::format("cannot write {}: {}", file.string(), systemMessage(error)));
-}
-
-}  // namespace
 
 // The system itself keeps others from opening it for writing.
 FileDescriptor openLocked(const fs::path& file) {
@@ -34,8 +26,7 @@ FileDescriptor openLocked(const fs::path& file) {
 }
 
 void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
-  const int written = _write(to.number(), text.data(), static_cast<unsigned>(text.size()));
-  if (written != std::ssize(text)) failWriting(file, errno);
+  if (writeSome(to, text.data(), std::ssize(text)) != std::ssize(text)) failWriting(file, errno);
 }
 
 void removeLocked(const fs::path& file) { DeleteFileW(file.c_str()); }

@@ -7,16 +7,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 
-#include "tools/files/unnamed_file.h"
+#include "tools/files/pending_file.h"
 
 namespace quellard {
-
-// Whether a name means standard output: "-", "/dev/stdout" and the like.
-bool isStandardOutput(const std::filesystem::path& path);
-
-// Whether the path is standard output, a pipe or a device.
-bool isStream(const std::filesystem::path& path);
 
 // The path at the end of a chain of symbolic links, also where no file exists there.
 std::filesystem::path withLinksFollowed(std::filesystem::path path);
@@ -31,9 +26,6 @@ class OutputFile {
   // the link. Throws FileError when the folder is missing or not writable, or when the path is
   // something that cannot be written.
   explicit OutputFile(const std::filesystem::path& path);
-
-  // Removes the temporary file unless commit() has succeeded.
-  ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
@@ -52,20 +44,14 @@ class OutputFile {
   void commit();
 
  private:
-  [[noreturn]] void fail(int error) const;
-  void refuseUnwritableStream() const;
-  void openBeside();
-  void openNamed();
-  void giveTemporaryName();
-  void copyTo(int descriptor);
-  FileDescriptor openStream() const;
+  const FileDescriptor& file() const { return pending_ ? pending_->file() : spool_; }
+  FileDescriptor waitForReader() const;
+  void copyTo(const FileDescriptor& stream);
 
-  std::filesystem::path shown_;   // as the user wrote it, for messages
-  std::filesystem::path target_;  // with symbolic links followed
-  std::filesystem::path folder_;
-  std::filesystem::path temporary_;  // empty while the file has no name
-  FileDescriptor file_;
-  bool toStream_;
+  std::filesystem::path shown_;  // as the user wrote it, for messages
+  std::filesystem::path stream_;
+  FileDescriptor spool_;  // for a stream
+  std::optional<PendingFile> pending_;
   int firstError_ = 0;
 };
 

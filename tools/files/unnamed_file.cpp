@@ -3,24 +3,19 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <poll.h>
 #include <string>
 #include <sys/random.h>
 #include <system_error>
 #include <unistd.h>
 
 #include "tools/common/errors.h"
-#include "tools/common/interrupt.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
-
-FileDescriptor::~FileDescriptor() {
-  if (number_ >= 0) close(number_);
-}
 
 FileDescriptor openUnnamedIn([[maybe_unused]] const fs::path& folder) {
 #if defined(O_TMPFILE)
@@ -62,14 +57,6 @@ FileDescriptor openSpool() {
     if (named) return named;
   }
   throw FileError(fmt::format("cannot make a temporary file: {}", systemMessage(error)));
-}
-
-void waitFor(int descriptor, short events) {
-  constexpr int kPatience_ms = 100;  // a signal that another thread receives does not end poll()
-  pollfd polled = {descriptor, events, 0};
-  do {
-    throwIfInterrupted();
-  } while (poll(&polled, 1, kPatience_ms) <= 0);
 }
 
 }  // namespace quellard

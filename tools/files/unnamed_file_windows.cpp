@@ -9,19 +9,15 @@
 #include <ntsecapi.h>
 // clang-format on
 #include <array>
+#include <cstdint>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <io.h>
 
 #include "tools/common/errors.h"
-#include "tools/common/interrupt.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
-
-FileDescriptor::~FileDescriptor() {
-  if (number_ >= 0) _close(number_);
-}
 
 FileDescriptor openUnnamedIn(const fs::path& folder) {
   const HANDLE handle = CreateFileW(temporaryNameIn(folder).c_str(),
@@ -56,8 +52,5 @@ FileDescriptor openSpool() {
   if (!unnamed) throw FileError("cannot make a temporary file in " + folder.string());
   return unnamed;
 }
-
-// Reading and writing wait themselves; Ctrl+C ends what waits.
-void waitFor(int /*descriptor*/, short /*events*/) { throwIfInterrupted(); }
 
 }  // namespace quellard

@@ -19,8 +19,8 @@
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/file_identity.h"
-#include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
+#include "tools/files/streams.h"
 
 namespace quellard {
 namespace fs = std::filesystem;
@@ -86,6 +86,15 @@ std::vector<Found> findInputs(const std::vector<fs::path>& inputs, const fs::pat
     for (Found& found : searchFolder(input, output)) all.push_back(std::move(found));
   }
   return all;
+}
+
+bool isAudioFile(const fs::path& path) {
+  try {
+    AudioReader::open(path);
+    return true;
+  } catch (const FileError&) {
+    return false;
+  }
 }
 
 // Two inputs that differ only in their ending would have the same output. Where one of them is no

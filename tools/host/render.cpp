@@ -11,7 +11,7 @@
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
-#include "tools/files/output_file.h"
+#include "tools/files/streams.h"
 #include "tools/host/meter.h"
 
 namespace quellard {
@@ -25,18 +25,18 @@ using Clock = std::chrono::steady_clock;
 class Source {
  public:
   Source(const fs::path& path, const RenderSettings& settings)
-      : reader_(path), mono_(settings.mono && reader_.channels() > 1) {
+      : reader_(AudioReader::open(path)), mono_(settings.mono && reader_->channels() > 1) {
     if (rate() < PluginModule::kLowestRate || rate() > PluginModule::kHighestRate) {
       throw FileError(fmt::format("{}: cannot play {} Hz, only {} to {} Hz", path.string(), rate(),
                                   PluginModule::kLowestRate, PluginModule::kHighestRate));
     }
     tail_ = std::llround(settings.tailSeconds * rate());
-    expectedFrames_ = reader_.frames() > 0 ? reader_.frames() + tail_ : 0;
+    expectedFrames_ = reader_->frames() > 0 ? reader_->frames() + tail_ : 0;
   }
 
-  int rate() const { return reader_.rate(); }
-  int channels() const { return mono_ ? 1 : reader_.channels(); }
-  bool truncated() const { return reader_.truncated(); }
+  int rate() const { return reader_->rate(); }
+  int channels() const { return mono_ ? 1 : reader_->channels(); }
+  bool truncated() const { return reader_->truncated(); }
 
   // 0 if unknown.
   std::int64_t expectedFrames() const { return expectedFrames_; }
@@ -45,7 +45,7 @@ class Source {
   // end.
   int read(std::vector<double>& block, int frames) {
     block.assign(asSize(frames) * inputChannels(), 0.0);
-    const std::int64_t played = ended_ ? 0 : reader_.read(block.data(), frames);
+    const std::int64_t played = ended_ ? 0 : reader_->read(block.data(), frames);
     ended_ = played < frames;
     const std::int64_t silent = std::min(frames - played, tail_);
     tail_ -= silent;
@@ -54,7 +54,7 @@ class Source {
   }
 
  private:
-  std::size_t inputChannels() const { return asSize(reader_.channels()); }
+  std::size_t inputChannels() const { return asSize(reader_->channels()); }
 
   void mixDown(std::vector<double>& block) const {
     const std::size_t width = inputChannels();
@@ -66,7 +66,7 @@ class Source {
     block.resize(block.size() / width);
   }
 
-  AudioReader reader_;
+  std::unique_ptr<AudioReader> reader_;
   bool mono_;
   bool ended_ = false;
   std::int64_t tail_ = 0;  // frames of silence still to come
@@ -142,7 +142,8 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
   progress.expect(source.expectedFrames());
   const int format = formatFor(output, settings.sampleFormat,
                                isStream(output) ? settings.streamType : std::string());
-  AudioWriter writer(output, format, rate, source.channels(), source.expectedFrames());
+  const auto writer =
+      AudioWriter::open(output, format, rate, source.channels(), source.expectedFrames());
   RenderRig rig(module, source.channels(), rate, settings.rig);
   rig.measureInput();
   Channels channels(source.channels());
@@ -158,11 +159,11 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
     rig.move(plan.due());
     channels.play(rig, block, length);
     meter.add(block.data(), length);
-    writer.write(block.data(), length);
+    writer->write(block.data(), length);
     progress.advance(length);
     frames += length;
   }
-  writer.finish();
+  writer->finish();
   return {.rate = rate,
           .channels = source.channels(),
           .frames = frames,
@@ -172,7 +173,7 @@ RenderResult renderFile(const PluginModule& module, const fs::path& input, const
           .gateClosed = share(rig.gateClosedFrames(), frames),
           .peak_dbfs = meter.peak_dbfs(),
           .loudness_lufs = meter.loudness_lufs(),
-          .clipped = writer.clipped(),
+          .clipped = writer->clipped(),
           .lateMoves = plan.left(),
           .truncated = source.truncated()};
 }

@@ -6,6 +6,7 @@
 
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/files/unnamed_file.h"
 #include "tools/files/windows_errors.h"
 #include "tools/measure/gnuplot.h"
 
@@ -42,11 +43,10 @@ std::wstring program() {
 // Another process can take over the script's handle.
 FileDescriptor spooled(const std::string& script) {
   FileDescriptor spool = openSpool();
-  if (_write(spool.number(), script.data(), static_cast<unsigned>(script.size())) !=
-      static_cast<int>(script.size())) {
+  if (writeAll(spool, script.data(), std::ssize(script)) != std::ssize(script)) {
     throw FileError("cannot write a temporary file");
   }
-  _lseeki64(spool.number(), 0, SEEK_SET);
+  seekTo(spool, 0, SEEK_SET);
   auto* const handle = reinterpret_cast<HANDLE>(_get_osfhandle(spool.number()));
   SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   return spool;

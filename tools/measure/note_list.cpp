@@ -12,7 +12,7 @@
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/files/audio_file.h"
-#include "tools/files/input_file.h"
+#include "tools/files/streams.h"
 
 namespace quellard {
 namespace {
@@ -195,8 +195,7 @@ HeardFile listenTo(const std::filesystem::path& input, const TuningSettings& set
   HeardFile heard;
   heard.input = input;
   try {
-    AudioReader reader(input);
-    Listener(reader, settings, heard).run();
+    Listener(*AudioReader::open(input), settings, heard).run();
   } catch (const Interrupted&) {
     throw;
   } catch (const std::exception& error) {

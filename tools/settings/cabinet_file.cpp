@@ -37,21 +37,21 @@ Recording readRecording(const fs::path& file) {
   const fs::file_status status = fs::status(file, error);
   // Reading a pipe would wait.
   if (fs::exists(status) && !fs::is_regular_file(status)) refuse("it is not an ordinary file");
-  AudioReader reader(file);
-  if (reader.channels() > 2) {
-    refuse(fmt::format("it has {} channels, and a cabinet one or two", reader.channels()));
+  const auto reader = AudioReader::open(file);
+  if (reader->channels() > 2) {
+    refuse(fmt::format("it has {} channels, and a cabinet one or two", reader->channels()));
   }
-  if (reader.rate() < kLowestRate || reader.rate() > kHighestRate) {
-    refuse(fmt::format("its rate of {} Hz is outside {} to {}", reader.rate(), kLowestRate,
+  if (reader->rate() < kLowestRate || reader->rate() > kHighestRate) {
+    refuse(fmt::format("its rate of {} Hz is outside {} to {}", reader->rate(), kLowestRate,
                        kHighestRate));
   }
   Recording recording{
-      .rate = reader.rate(), .channels = asSize(reader.channels()), .interleaved = {}};
+      .rate = reader->rate(), .channels = asSize(reader->channels()), .interleaved = {}};
   constexpr std::int64_t kPiece = 16384;  // frames
-  std::int64_t left = std::llround(kSecondsToRead * reader.rate());
+  std::int64_t left = std::llround(kSecondsToRead * reader->rate());
   std::vector<double> piece(asSize(kPiece) * recording.channels);
   for (std::int64_t frames = kPiece; left > 0 && frames == kPiece; left -= frames) {
-    frames = reader.read(piece.data(), std::min(left, kPiece));
+    frames = reader->read(piece.data(), std::min(left, kPiece));
     const auto end = piece.begin() + frames * static_cast<std::int64_t>(recording.channels);
     recording.interleaved.insert(recording.interleaved.end(), piece.begin(), end);
   }

@@ -15,7 +15,7 @@
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/file_digest.h"
-#include "tools/files/input_file.h"
+#include "tools/files/streams.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
 #include "tools/host/render_limits.h"
@@ -119,8 +119,8 @@ Sweep::Sweep(const std::vector<fs::path>& takes, const fs::path& folder,
 
 void Sweep::addTake(const Job& job, const fs::path& folder) {
   try {
-    if (job.output.empty() || !isAudioFile(job.input)) {
-      AudioReader reader(job.input);  // says why
+    AudioReader::open(job.input);  // throws where it is none
+    if (job.output.empty()) {
       throw FileError(fmt::format("cannot read {}: not an audio file", job.input.string()));
     }
     const fs::path name = job.output.lexically_relative(folder).replace_extension();

@@ -16,14 +16,14 @@ using test::Audio;
 // Writes one channel in pieces of different lengths, as a render with moves does. Returns the
 // number of clipped samples.
 std::int64_t writeWith(const fs::path& path, const std::string& sampleFormat, const Audio& audio) {
-  AudioWriter writer(path, formatFor(path, sampleFormat), audio.rate, 1, 0);
+  const auto writer = AudioWriter::open(path, formatFor(path, sampleFormat), audio.rate, 1, 0);
   for (std::size_t at = 0; at < audio.samples.size();) {
     const std::size_t count = std::min<std::size_t>(1 + at % 611, audio.samples.size() - at);
-    writer.write(&audio.samples[at], static_cast<std::int64_t>(count));
+    writer->write(&audio.samples[at], static_cast<std::int64_t>(count));
     at += count;
   }
-  writer.finish();
-  return writer.clipped();
+  writer->finish();
+  return writer->clipped();
 }
 
 double worstDifference(const Audio& a, const Audio& b) {
@@ -79,7 +79,7 @@ TEST(AudioFile, WhatATypeCannotHoldIsRefusedAndLeavesNothing) {
   }
   const std::int64_t twoDays = 48000LL * 3600 * 48;
   const auto open = [&](const std::string& name) {
-    AudioWriter(folder / name, formatFor(name, ""), 48000, 1, twoDays);
+    AudioWriter::open(folder / name, formatFor(name, ""), 48000, 1, twoDays);
   };
   EXPECT_THROW(open("a.wav"), FileError);
   EXPECT_NO_THROW(open("a.w64"));
