@@ -5,8 +5,9 @@ set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)  # for GoogleTest
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_CXX_FLAGS_INIT "-DWIN32_LEAN_AND_MEAN -DNOMINMAX -DUNICODE -D_UNICODE -D_WIN32_WINNT=0x0A00")
+# Without symbols, which are of no use without their sources: what is tested is what is packed.
 foreach(kind IN ITEMS EXE MODULE SHARED)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT -static)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -s")
 endforeach()
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-wine)
 

@@ -59,10 +59,10 @@ class WindowBase : public FaceWindow {
   void markGone() { isGone_ = true; }
   bool isGone() const { return isGone_; }
 
+ private:
   // Shows what has changed on the face.
   virtual void paint() = 0;
 
- private:
   struct Grip {
     ScreenPoint from;  // the mouse
     int width;         // the window's

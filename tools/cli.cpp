@@ -17,6 +17,7 @@
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
 #include "tools/common/parsing.h"
+#include "tools/common/standard_streams.h"
 #include "tools/face/face_picture.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/output_file.h"
@@ -222,7 +223,7 @@ int render(const Options& options) {
   const std::vector<Job> jobs = planJobs(pathsFrom(options.inputs), pathFrom(options.output),
                                          options.render.fileType, options.render.sampleFormat);
   makeFolders(jobs);
-  Progress progress(!options.render.quiet && isatty(STDERR_FILENO) != 0);
+  Progress progress(!options.render.quiet && isTerminal(STDERR_FILENO));
   const std::vector<Outcome> outcomes = runJobs(module, jobs, settings, threads, progress);
   progress.clear();
   const int status = reportAll(jobs, outcomes, !options.render.quiet && !options.json);
@@ -396,6 +397,7 @@ int parseAndDispatch(CLI::App& app, const Options& options, std::vector<std::str
 int runCommand(int argc, const char* const* argv) {
   CLI::App app("Plays recordings through a three-channel guitar amplifier.", "quellard");
   Options options;
+  app.allow_windows_style_options(false);  // a word that begins with a slash is a file
   buildApp(app, options);
   holdStandardStreams();
   watchSignals();

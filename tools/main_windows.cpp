@@ -1,35 +1,51 @@
 // SPDX-License-Identifier: ISC
 // The words of the command line as UTF-8. Those that main() is given are in the code page of the
-// user's country, which lacks most letters.
+// user's country, which lacks most letters, and have their patterns in them, which no shell here
+// replaces by files.
 // The others use the types of the first.
 // clang-format off
 #include <windows.h>
 #include <shellapi.h>
 // clang-format on
 
+#include <algorithm>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "tools/cli.h"
+#include "tools/windows/file_patterns.h"
 
 namespace {
 
-std::string utf8(const wchar_t* word) {
-  const int size = WideCharToMultiByte(CP_UTF8, 0, word, -1, nullptr, 0, nullptr, nullptr);
+std::string utf8(const std::wstring& word) {
+  const auto length = static_cast<int>(word.size());
+  const int size =
+      WideCharToMultiByte(CP_UTF8, 0, word.data(), length, nullptr, 0, nullptr, nullptr);
   std::string text(static_cast<std::size_t>(size), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, word, -1, text.data(), size, nullptr, nullptr);
+  WideCharToMultiByte(CP_UTF8, 0, word.data(), length, text.data(), size, nullptr, nullptr);
   return text;
+}
+
+std::vector<std::string> commandLine() {
+  int count = 0;
+  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::vector<std::string> texts;
+  for (const std::wstring word : std::span(words, static_cast<std::size_t>(count))) {
+    const bool isOption = texts.empty() || word.starts_with(L'-');
+    for (const std::wstring& file : isOption ? std::vector{word} : quellard::filesNamed(word)) {
+      texts.push_back(utf8(file));
+    }
+  }
+  LocalFree(static_cast<void*>(words));
+  return texts;
 }
 
 }  // namespace
 
 int main() {
-  int count = 0;
-  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
-  std::vector<std::string> texts;
-  std::vector<const char*> pointers;
-  for (int i = 0; i < count; ++i) texts.push_back(utf8(words[i]));
-  LocalFree(static_cast<void*>(words));
-  for (const std::string& text : texts) pointers.push_back(text.c_str());
-  return quellard::runCommand(count, pointers.data());
+  const std::vector<std::string> words = commandLine();
+  std::vector<const char*> pointers(words.size());
+  std::ranges::transform(words, pointers.begin(), &std::string::c_str);
+  return quellard::runCommand(static_cast<int>(pointers.size()), pointers.data());
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/quellard_pages.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string>
 #include <string_view>

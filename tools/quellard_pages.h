@@ -2,7 +2,7 @@
 // Completion and manual page of the command quellard.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "tools/common/command_line_parser.h"
 
 namespace quellard {
 

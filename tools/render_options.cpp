@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: ISC
 #include "tools/render_options.h"
 
+#include <CLI/CLI.hpp>
+
 #include "tools/common/parsing.h"
 #include "tools/files/audio_format.h"
 #include "tools/host/render_limits.h"

@@ -2,9 +2,9 @@
 // The options that the subcommands "render" and "sweep" share.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
+#include "tools/common/command_line_parser.h"
 #include "tools/settings/chosen_settings.h"
 
 namespace quellard {

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: ISC
 #include "tools/sweep_command.h"
 
+#include <CLI/CLI.hpp>
 #include <chrono>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "tools/common/parsing.h"
+#include "tools/common/standard_streams.h"
 #include "tools/files/utf8_path.h"
 #include "tools/report.h"
 #include "tools/sweep/sweep.h"
@@ -93,7 +95,7 @@ int sweep(const SweepOptions& options) {
   }
   const PluginModule module(PluginModule::find({}));
   Manifest manifest(sweep.folder());
-  Progress progress(!options.render.quiet && isatty(STDERR_FILENO) != 0);
+  Progress progress(!options.render.quiet && isTerminal(STDERR_FILENO));
   const SweepResult result = runSweep(module, sweep, manifest, threads, progress);
   progress.clear();
   const double elapsed_s =

@@ -2,10 +2,10 @@
 // The subcommand "sweep".
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "tools/common/command_line_parser.h"
 #include "tools/render_options.h"
 
 namespace quellard {

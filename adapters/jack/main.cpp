@@ -22,6 +22,7 @@
 #include "adapters/jack/state_file.h"
 #include "tools/command_line/command_line.h"
 #include "tools/common/errors.h"
+#include "tools/common/standard_streams.h"
 #include "tools/settings/presets.h"
 #include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
@@ -123,7 +124,7 @@ enum class Show { nothing, window, panel };
 
 // The face where there is a display, else the panel where there is a terminal.
 Show whatToShow(const Options& options) {
-  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  const bool inTerminal = isTerminal(STDIN_FILENO) && isTerminal(STDOUT_FILENO);
   if (options.headless) return Show::nothing;
   if (options.terminal) return inTerminal ? Show::panel : Show::nothing;
   // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes the environment
@@ -156,7 +157,7 @@ std::vector<std::string> runUntilEnd(AmpClient& client, StateFile& state, const 
   std::vector<std::string> saved;
   const Show show = whatToShow(options);
   if (show == Show::window && playInWindow(client, state, options.window)) return saved;
-  const bool inTerminal = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  const bool inTerminal = isTerminal(STDIN_FILENO) && isTerminal(STDOUT_FILENO);
   if (show == Show::panel || (show == Show::window && inTerminal && goesOn(client))) {
     if (const auto panel = Panel::open(client, tuning)) {
       panel->say(message);

@@ -249,16 +249,22 @@ std::string presetText(const FactoryPreset& preset) {
   return text + " .\n\n";
 }
 
+#if defined(_WIN32)
+constexpr const char* kUiClass = "WindowsUI";
+#else
+constexpr const char* kUiClass = "X11UI";
+#endif
+
 // A host that shows the window must report the levels to it; values of its other ports it reports
 // anyway.
 std::string window(const std::string& module) {
-  std::string text = fmt::format(R"(<{}> a ui:X11UI ;
+  std::string text = fmt::format(R"(<{}> a ui:{} ;
   ui:binary <{}> ;
   lv2:requiredFeature ui:idleInterface ;
   lv2:optionalFeature ui:parent , ui:resize , ui:touch , opts:options , urid:map ;
   lv2:extensionData ui:idleInterface , ui:showInterface , ui:resize ;
   opts:supportedOption ui:scaleFactor , ui:windowTitle)",
-                                 kLv2UiUri, module);
+                                 kLv2UiUri, kUiClass, module);
   for (const Lv2Variant& variant : kLv2Variants) {
     for (const Lv2Report& report : kLv2Reports) {
       text += fmt::format(R"( ;

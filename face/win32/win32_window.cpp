@@ -71,8 +71,7 @@ class Win32Window : public WindowBase {
   bool isUsable() const { return window_ != nullptr; }
 
   void close() override {
-    markGone();
-    if (window_ != nullptr) DestroyWindow(std::exchange(window_, nullptr));
+    if (window_ != nullptr) DestroyWindow(detached());
   }
 
   void show() override { ShowWindow(window_, isFloating() ? SW_SHOW : SW_SHOWNA); }
@@ -80,9 +79,7 @@ class Win32Window : public WindowBase {
   void resize(PixelSize size) override {
     if (size == this->size()) return;
     facePicture().resize(size.width, size.height);
-    const PixelSize outer = withFrame(this->size());
-    SetWindowPos(window_, nullptr, 0, 0, outer.width, outer.height,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    setInnerSize(this->size());
   }
   void setTransientFor(std::uintptr_t window) override {
     SetWindowLongPtrW(window_, GWLP_HWNDPARENT, static_cast<LONG_PTR>(window));
@@ -107,10 +104,26 @@ class Win32Window : public WindowBase {
     return isFloating() ? WS_OVERLAPPEDWINDOW : WS_CHILD | WS_CLIPSIBLINGS | WS_TABSTOP;
   }
 
+  // As the frame is on the screen that the window is on.
   PixelSize withFrame(PixelSize size) const {
-    RECT outer = {0, 0, size.width, size.height};
-    if (isFloating()) AdjustWindowRectEx(&outer, style(), FALSE, 0);
-    return {static_cast<int>(outer.right - outer.left), static_cast<int>(outer.bottom - outer.top)};
+    RECT outer = {}, inner = {};
+    GetWindowRect(window_, &outer);
+    GetClientRect(window_, &inner);
+    return {static_cast<int>(outer.right - outer.left - inner.right) + size.width,
+            static_cast<int>(outer.bottom - outer.top - inner.bottom) + size.height};
+  }
+
+  void setInnerSize(PixelSize size) {
+    const PixelSize outer = withFrame(size);
+    SetWindowPos(window_, nullptr, 0, 0, outer.width, outer.height,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+
+  // The window, which from now on knows nothing of this object: it may outlive it by some messages.
+  HWND detached() {
+    markGone();
+    SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
+    return std::exchange(window_, nullptr);
   }
 
   void create() {
@@ -121,10 +134,11 @@ class Win32Window : public WindowBase {
     kind.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     kind.lpszClassName = className_.c_str();
     if (RegisterClassExW(&kind) == 0) return;
-    const PixelSize outer = withFrame(size());
+    const PixelSize inner = WindowBase::size();
     const int at = isFloating() ? CW_USEDEFAULT : 0;
-    window_ = CreateWindowExW(0, className_.c_str(), L"", style(), at, at, outer.width,
-                              outer.height, parent_, nullptr, thisModule(), this);
+    window_ = CreateWindowExW(0, className_.c_str(), L"", style(), at, at, inner.width,
+                              inner.height, parent_, nullptr, thisModule(), this);
+    if (window_ != nullptr && isFloating()) setInnerSize(inner);
   }
 
   static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM wide, LPARAM place) {
@@ -135,7 +149,6 @@ class Win32Window : public WindowBase {
     auto* const self = reinterpret_cast<Win32Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     const std::optional<LRESULT> answer =
         self != nullptr ? self->answer(window, message, wide, place) : std::nullopt;
-    if (message == WM_NCDESTROY) SetWindowLongPtrW(window, GWLP_USERDATA, 0);
     return answer.has_value() ? *answer : DefWindowProcW(window, message, wide, place);
   }
 
@@ -147,14 +160,20 @@ class Win32Window : public WindowBase {
       case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
       case WM_MOUSEACTIVATE: return MA_ACTIVATE;
       case WM_SIZE: return sized(wide, place), 0;
-      case WM_DESTROY: return markGone(), window_ = nullptr, 0;
+      case WM_DESTROY: return detached(), 0;
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN:
         SetFocus(window);
         SetCapture(window);
         return note(message, wide, place), 0;
       case WM_LBUTTONUP:
-      case WM_RBUTTONUP: return note(message, wide, place), ReleaseCapture(), 0;
+      case WM_RBUTTONUP:
+        note(message, wide, place);
+        if ((wide & (MK_LBUTTON | MK_RBUTTON)) == 0) ReleaseCapture();
+        return 0;
+      case WM_CAPTURECHANGED:
+        if (isDown(VK_LBUTTON) || isDown(VK_RBUTTON)) note(message, wide, place);
+        return 0;
       case WM_MOUSEMOVE: return askForLeave(window), note(message, wide, place), 0;
       case WM_CHAR: return 0;  // read from the key itself
       case WM_MOUSEWHEEL:
@@ -193,7 +212,8 @@ class Win32Window : public WindowBase {
   }
 
   void sized(WPARAM how, LPARAM place) {
-    if (how != SIZE_MINIMIZED) noteSize({LOWORD(place), HIWORD(place)});
+    const PixelSize size = {LOWORD(place), HIWORD(place)};
+    if (how != SIZE_MINIMIZED && size.width > 0 && size.height > 0) noteSize(size);
   }
 
   Point faceFrom(LPARAM place) const { return facePoint(GET_X_LPARAM(place), GET_Y_LPARAM(place)); }
@@ -213,6 +233,7 @@ class Win32Window : public WindowBase {
       case WM_MOUSELEAVE: return asksForLeave_ = false, face().leave();
       case WM_KEYDOWN: return keyDown(event);
       case WM_KEYUP: return keyUp(event);
+      case WM_CAPTURECHANGED: return face().letGo();  // a host's dialog has the mouse now
       case WM_KILLFOCUS: return face().loseFocus();
       case WM_CLOSE: return owner().closeIsWanted();
       case WM_SHOWWINDOW:
@@ -311,8 +332,20 @@ std::unique_ptr<FaceWindow> FaceWindow::open(Face& face, Owner& owner, std::uint
   return window;
 }
 
+// Of the screen on which the host's window is that the player has before him. What Windows tells a
+// program that knows nothing of scales is that there are none.
 FaceWindow::Desktop FaceWindow::desktop() {
-  return {GetDpiForSystem() / 96.0, {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}};
+  const HWND host = GetActiveWindow();
+  const UINT dpi = host != nullptr ? GetDpiForWindow(host) : GetDpiForSystem();
+  MONITORINFO about = {};
+  about.cbSize = sizeof about;
+  if (GetMonitorInfoW(MonitorFromWindow(host, MONITOR_DEFAULTTOPRIMARY), &about) == 0) {
+    return {dpi / 96.0, {}};
+  }
+  const RECT& screen = about.rcMonitor;
+  return {
+      dpi / 96.0,
+      {static_cast<int>(screen.right - screen.left), static_cast<int>(screen.bottom - screen.top)}};
 }
 
 }  // namespace quellard

@@ -59,6 +59,23 @@ cp take.wav songs/one.wav
 cp take.wav songs/two.wav
 quellard render songs -o amped/ -q -j 2 --channel vintage
 same plain.wav amped/two.wav "in a folder"
+# Patterns, which no shell here replaces; letters, whose size makes no other file; a slash is no option.
+quellard render 'songs/*.WAV' -o by-pattern/ -q --channel vintage
+[[ $(ls by-pattern) == $'one.wav\ntwo.wav' ]] || fail "by a pattern came: $(ls by-pattern)"
+same plain.wav by-pattern/one.wav "by a pattern"
+if quellard render 'songs/t?.wav' -o x/ 2>complaint; then fail "a pattern without files is rendered"; fi
+grep -q 'cannot read songs/t?.wav' complaint || fail "it says: $(cat complaint)"
+mkdir more
+cp take.wav more/ONE.wav
+if quellard render songs/one.wav more/ONE.wav -o both/ 2>complaint; then fail "two results have one name"; fi
+grep -q 'would both become' complaint || fail "it says: $(cat complaint)"
+if quellard render /no-such.wav -o x.wav 2>complaint; then fail "a missing file is rendered"; fi
+grep -q 'cannot read .no-such.wav: no such file' complaint || fail "it says: $(cat complaint)"
+quellard render take.wav -o NUL -q --type wav || fail "the device NUL takes nothing"
+printf 'vintage.gain = 7\r\n' >config/quellard/presets/nul.txt
+if quellard presets >/dev/null 2>complaint; then fail "a device is a preset"; fi
+grep -q "'nul' is a device's name" complaint || fail "it says: $(cat complaint)"
+rm config/quellard/presets/nul.txt
 quellard sweep songs -o swept/ --grid gain=2,8 -q
 [[ $(grep -c '"output"' swept/manifest.jsonl) == 4 ]] || fail "the sweep's list is not whole"
 quellard face -o face.png --channel vintage
@@ -81,16 +98,24 @@ cp plain.wav kept.wav
 mkdir busy
 cp plain.wav busy/kept.wav
 "$root/scripts/run-wine" "$made/quellard.exe" render take.wav -o busy/kept.wav -q --tail 3000 &
-sleep 4
-[[ $(find busy -type f | wc -l) == 2 ]] || fail "the render writes nothing to be left behind"
+for ((i = 0; i < 100; ++i)); do
+  [[ $(find busy -type f | wc -l) != 2 ]] || break
+  sleep 0.2
+done
+[[ $i != 100 ]] || fail "the render writes nothing to be left behind"
 kill -KILL $!
 wait $! 2>/dev/null || true
-"$root/scripts/run-wine" cmd /c exit
-sleep 1
-[[ $(ls -A busy) == kept.wav ]] || fail "left behind: $(ls -A busy)"
+for ((i = 0; i < 50; ++i)); do
+  [[ $(ls -A busy) != kept.wav ]] || break
+  sleep 0.2
+done
+[[ $i != 50 ]] || fail "left behind: $(ls -A busy)"
 same kept.wav busy/kept.wav "after a killed render"
 if quellard render take.wav -o missing/x.wav 2>complaint; then fail "written into no folder"; fi
 grep -q 'missing' complaint || fail "it says: $(cat complaint)"
+chmod a-w kept.wav
+if quellard render take.wav -o kept.wav 2>complaint; then fail "written over a file that is not to be"; fi
+grep -q 'cannot write kept.wav: no permission' complaint || fail "it says: $(cat complaint)"
 if quellard render take.wav -o x.flac 2>complaint; then fail "FLAC is not known here"; fi
 grep -q 'only .wav is known' complaint || fail "it says: $(cat complaint)"
 echo "quellard.exe does what it should"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/command_line/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>

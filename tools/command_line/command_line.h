@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: ISC
-// Command line and standard streams, for all programs.
+// The command line, for all programs.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <string_view>
 
-namespace quellard {
+#include "tools/common/command_line_parser.h"
 
-// Opens closed standard streams on /dev/null, so that no file or socket gets their numbers and
-// receives messages. Using such a stream is still an error. To be called before all else.
-void holdStandardStreams();
+namespace quellard {
 
 // Writes to standard output and flushes it. Throws FileError.
 void printOut(std::string_view text);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: ISC
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <fmt/format.h>

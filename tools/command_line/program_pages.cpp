@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/command_line/program_pages.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <iostream>
 

@@ -3,12 +3,13 @@
 // always complete.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tools/common/command_line_parser.h"
 
 namespace quellard {
 

@@ -41,7 +41,7 @@ std::int64_t seekTo(const FileDescriptor& file, std::int64_t offset, int whence)
 std::int64_t sizeOf(const FileDescriptor& file) { return _filelengthi64(file.number()); }
 
 std::int64_t positionInFile(const FileDescriptor& file) {
-  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(file.number()));
+  auto* const handle = reinterpret_cast<HANDLE>(_get_osfhandle(file.number()));
   return GetFileType(handle) == FILE_TYPE_DISK ? seekTo(file, 0, SEEK_CUR) : -1;
 }
 

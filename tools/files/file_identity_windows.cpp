@@ -35,4 +35,13 @@ std::optional<Identified> identify(const fs::path& path, int standardStream) {
   return identified;
 }
 
+fs::path comparableName(const fs::path& path) {
+  std::wstring name = path.native();
+  const auto length = static_cast<int>(name.size());
+  const std::wstring given = name;
+  LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, given.data(), length, name.data(), length,
+                nullptr, nullptr, 0);
+  return name;
+}
+
 }  // namespace quellard

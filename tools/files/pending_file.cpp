@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "tools/common/errors.h"
 #include "tools/files/unnamed_file.h"
@@ -31,10 +32,10 @@ bool linkTo(const FileDescriptor& file, const fs::path& name) {
 
 }  // namespace
 
-PendingFile::PendingFile(const fs::path& target, const fs::path& shown)
-    : shown_(shown),
-      target_(target),
-      folder_(target.has_parent_path() ? target.parent_path() : fs::path(".")) {
+PendingFile::PendingFile(fs::path target, fs::path shown)
+    : shown_(std::move(shown)),
+      target_(std::move(target)),
+      folder_(target_.has_parent_path() ? target_.parent_path() : fs::path(".")) {
   struct stat existing = {};
   const bool exists = stat(target_.c_str(), &existing) == 0;
   if (!exists && errno == ELOOP) failWriting(shown_, ELOOP);

@@ -13,7 +13,7 @@ class PendingFile {
  public:
   // target: with symbolic links followed. shown: as the user wrote it, for messages. Throws
   // FileError when the folder is missing or not writable, or when the target cannot be replaced.
-  PendingFile(const std::filesystem::path& target, const std::filesystem::path& shown);
+  PendingFile(std::filesystem::path target, std::filesystem::path shown);
 
   // Removes the file unless it has taken its place.
   ~PendingFile();

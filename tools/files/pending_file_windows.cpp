@@ -4,6 +4,7 @@
 // has the name.
 #include <fcntl.h>
 #include <io.h>
+#include <utility>
 #include <windows.h>
 
 #include "tools/common/errors.h"
@@ -26,10 +27,10 @@ bool markDeleted(const FileDescriptor& file, bool deleted) {
 
 }  // namespace
 
-PendingFile::PendingFile(const fs::path& target, const fs::path& shown)
-    : shown_(shown),
-      target_(target),
-      folder_(target.has_parent_path() ? target.parent_path() : fs::path(".")) {
+PendingFile::PendingFile(fs::path target, fs::path shown)
+    : shown_(std::move(shown)),
+      target_(std::move(target)),
+      folder_(target_.has_parent_path() ? target_.parent_path() : fs::path(".")) {
   const DWORD existing = GetFileAttributesW(target_.c_str());
   if (existing != INVALID_FILE_ATTRIBUTES) {
     if ((existing & FILE_ATTRIBUTE_DIRECTORY) != 0) failWriting(shown_, EISDIR);

@@ -15,6 +15,7 @@
 #include "params/words.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/common/standard_streams.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/audio_format.h"
 #include "tools/files/file_identity.h"
@@ -108,7 +109,8 @@ bool clearOutputUnlessAudio(Job& job) {
 void refuseEqualOutputs(std::vector<Job>& jobs) {
   std::map<fs::path, Job*> outputs;
   for (Job& job : jobs) {
-    const auto [entry, isNew] = outputs.emplace(withLinksFollowed(job.output), &job);
+    const auto [entry, isNew] =
+        outputs.emplace(comparableName(withLinksFollowed(job.output)), &job);
     if (isNew || clearOutputUnlessAudio(job)) continue;
     Job* const other = std::exchange(entry->second, &job);
     if (clearOutputUnlessAudio(*other)) continue;
@@ -182,7 +184,7 @@ std::vector<Job> planJobs(const std::vector<fs::path>& inputs, const fs::path& o
   const bool toFolder = !oneFile || fs::is_directory(output, error) || !output.has_filename();
   const std::vector<Found> found = findInputs(inputs, output);
   if (!oneFile) refuseOneForMany(output);
-  if (isStandardOutput(output) && isatty(STDOUT_FILENO) != 0) {
+  if (isStandardOutput(output) && isTerminal(STDOUT_FILENO)) {
     throw UsageError("standard output is a terminal: send the audio to a file or a pipe");
   }
   const std::string streamType = isStream(output) ? fileType : std::string();

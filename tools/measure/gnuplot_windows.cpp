@@ -47,7 +47,7 @@ FileDescriptor spooled(const std::string& script) {
     throw FileError("cannot write a temporary file");
   }
   seekTo(spool, 0, SEEK_SET);
-  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(spool.number()));
+  auto* const handle = reinterpret_cast<HANDLE>(_get_osfhandle(spool.number()));
   SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   return spool;
 }

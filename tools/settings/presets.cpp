@@ -2,6 +2,7 @@
 #include "tools/settings/presets.h"
 
 #include <algorithm>
+#include <array>
 #include <fmt/format.h>
 #include <optional>
 
@@ -20,12 +21,22 @@ namespace {
 constexpr const char* kEnding = ".txt";
 constexpr std::size_t kLongestName = 64;  // bytes
 
-// What the system allows in no file's name, besides the slash.
+// What the system allows in no file's name, besides the slash, and names that stand for devices,
+// with any ending.
 #if defined(_WIN32)
 constexpr std::string_view kNotInNames = R"(\:*?"<>|)";
+constexpr std::array<std::string_view, 22> kDevices = {
+    "con",  "prn",  "aux",  "nul",  "com1", "com2", "com3", "com4", "com5", "com6", "com7",
+    "com8", "com9", "lpt1", "lpt2", "lpt3", "lpt4", "lpt5", "lpt6", "lpt7", "lpt8", "lpt9"};
 #else
 constexpr std::string_view kNotInNames;
+constexpr std::array<std::string_view, 0> kDevices = {};
 #endif
+
+bool isDevice(std::string_view name) {
+  const std::string stem = lowered(trimmed(name.substr(0, name.find('.'))));
+  return std::ranges::find(kDevices, stem) != kDevices.end();
+}
 
 bool sameName(std::string_view a, std::string_view b) { return sameWord(trimmed(a), trimmed(b)); }
 
@@ -138,6 +149,7 @@ std::string faultOfPresetName(std::string_view name) {
   if (name.find_first_of(kNotInNames) != std::string_view::npos) {
     return fmt::format("a preset's name has none of {}", kNotInNames);
   }
+  if (isDevice(name)) return fmt::format("'{}' is a device's name", name);
   if (const FactoryPreset* preset = factoryPreset(name)) {
     return fmt::format("'{}' is a factory preset's name", preset->name);
   }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: ISC
 // Apart from what plug-ins take of rig_options.h, since they have no command line to add to.
+#include <CLI/CLI.hpp>
+
 #include "tools/settings/rig_options.h"
 #include "tools/settings/settings_options.h"
 

@@ -2,11 +2,11 @@
 // The options for what stands around the amplifier: input trim, gate, cabinet and output level.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <string_view>
 
 #include "rig/rig_parameters.h"
+#include "tools/common/command_line_parser.h"
 #include "tools/settings/cabinet_choice.h"
 
 namespace quellard {

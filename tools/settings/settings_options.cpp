@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/settings_options.h"
 
+#include <CLI/CLI.hpp>
+
 #include "params/parameter_values.h"
 #include "params/program.h"
 #include "params/words.h"

@@ -2,11 +2,11 @@
 // The command-line options for the amplifier's values, for all programs.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "tools/common/command_line_parser.h"
 #include "tools/settings/knobs.h"
 #include "tools/settings/settings_text.h"
 

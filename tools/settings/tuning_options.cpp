@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/settings/tuning_options.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <vector>
 

@@ -2,10 +2,10 @@
 // The options that say what players tune to.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "rig/tunings.h"
+#include "tools/common/command_line_parser.h"
 
 namespace quellard {
 

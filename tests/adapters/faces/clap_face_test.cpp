@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "adapters/clap/clap_plugin.h"
+#include "adapters/editor/ticker.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/faces/clap_host.h"
 #include "tests/adapters/faces/fake_window.h"
@@ -27,12 +28,14 @@ class ClapHost : public ClapFaceHost {
 
 class ClapFace : public FaceFormats {};
 
+// Unless this system has timers of its own.
 TEST_F(ClapFace, WithoutTimersOfTheHostThereIsNone) {
   const ClapHost host(false);
-  EXPECT_FALSE(host.gui->is_api_supported(host.plugin, CLAP_WINDOW_API_X11, false));
-  EXPECT_FALSE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
-  EXPECT_FALSE(host.gui->create(host.plugin, nullptr, true));
-  EXPECT_FALSE(host.embed());
+  const bool isThere = Ticker::kIsThere;
+  EXPECT_EQ(host.gui->is_api_supported(host.plugin, kClapWindowApi, false), isThere);
+  EXPECT_EQ(host.gui->create(host.plugin, nullptr, true), isThere);
+  EXPECT_EQ(host.gui->create(host.plugin, kClapWindowApi, false), isThere);
+  EXPECT_EQ(host.embed(), isThere);
 }
 
 // The first size that a host learns holds the scale that it has set, or the desktop's.
@@ -41,7 +44,7 @@ TEST_F(ClapFace, SizesHoldTheScale) {
     for (const bool isHosts : {true, false}) {
       fakeScreen().scale = isHosts ? 1.3 : scale;
       const ClapHost host;
-      ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+      ASSERT_TRUE(host.gui->create(host.plugin, kClapWindowApi, false));
       EXPECT_TRUE(!isHosts || host.gui->set_scale(host.plugin, scale));
       const PixelSize wanted = {static_cast<int>(960 * scale), static_cast<int>(600 * scale)};
       EXPECT_EQ(host.size(), wanted) << scale;
@@ -95,7 +98,7 @@ TEST_F(ClapFace, TheHostsSizeIsKept) {
   host.tick();
   EXPECT_EQ(window().size(), (PixelSize{1100, 700}));
   host.gui->destroy(host.plugin);
-  ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+  ASSERT_TRUE(host.gui->create(host.plugin, kClapWindowApi, false));
   EXPECT_TRUE(host.gui->set_size(host.plugin, 1003, 700));
   EXPECT_EQ(host.size(), (PixelSize{1003, 700}));
   ASSERT_TRUE(host.embed());
@@ -117,7 +120,7 @@ TEST_F(ClapFace, NoWindowBeginsLargerThanTheScreen) {
   for (const auto& [scale, size] :
        {std::pair{1.5, PixelSize{1440, 900}}, {2.0, {1728, 1080}}, {3.0, {1728, 1080}}}) {
     const ClapHost host;
-    ASSERT_TRUE(host.gui->create(host.plugin, CLAP_WINDOW_API_X11, false));
+    ASSERT_TRUE(host.gui->create(host.plugin, kClapWindowApi, false));
     EXPECT_TRUE(host.gui->set_scale(host.plugin, scale));
     EXPECT_EQ(host.size(), size);
     ASSERT_TRUE(host.embed());
@@ -203,7 +206,7 @@ TEST_F(ClapFace, ANewWindowShowsNoOldPeak) {
 
 TEST_F(ClapFace, FloatsBesideTheHost) {
   ClapHost host;
-  const clap_window_t above = {CLAP_WINDOW_API_X11, {.x11 = 9}};
+  const clap_window_t above = ClapHost::windowOfHost(9);
   ASSERT_TRUE(host.gui->create(host.plugin, nullptr, true));
   EXPECT_FALSE(host.embed());
   EXPECT_FALSE(host.gui->can_resize(host.plugin));
@@ -241,13 +244,14 @@ TEST_F(ClapFace, CallsOutOfOrderAreRefused) {
   std::uint32_t width = 7, height = 7;
   clap_gui_resize_hints_t hints{};
   for (const bool isCreated : {false, true}) {
-    ASSERT_TRUE(!isCreated || gui.create(p, CLAP_WINDOW_API_X11, false));
+    ASSERT_TRUE(!isCreated || gui.create(p, kClapWindowApi, false));
     EXPECT_EQ(gui.set_scale(p, 1.0), isCreated);
     EXPECT_EQ(gui.can_resize(p), isCreated);
     EXPECT_FALSE(gui.show(p) || gui.hide(p)) << "no parent";
     EXPECT_FALSE(gui.set_transient(p, nullptr) || gui.set_parent(p, nullptr) || host.embed(0));
-    for (const char* wrong : {"win32", "", static_cast<const char*>(nullptr)}) {
-      const clap_window_t window = {wrong, {.x11 = 7}};
+    for (const char* wrong : {"cocoa", "", static_cast<const char*>(nullptr)}) {
+      clap_window_t window = ClapHost::windowOfHost(7);
+      window.api = wrong;
       EXPECT_FALSE(gui.set_parent(p, &window));
       EXPECT_FALSE(gui.create(p, wrong, false));
     }
@@ -260,7 +264,7 @@ TEST_F(ClapFace, CallsOutOfOrderAreRefused) {
     if (!isCreated) gui.destroy(p);
   }
   EXPECT_TRUE(gui.get_preferred_api(p, &api, &floats));
-  EXPECT_EQ(std::pair(std::string(api), floats), std::pair(std::string("x11"), false));
+  EXPECT_EQ(std::pair(std::string(api), floats), std::pair(std::string(kClapWindowApi), false));
   EXPECT_TRUE(gui.get_resize_hints(p, &hints));
   EXPECT_EQ(hints.aspect_ratio_width * 10, hints.aspect_ratio_height * 16);
   ASSERT_TRUE(host.open() && host.open() && host.embed(78)) << "twice";

@@ -78,13 +78,17 @@ class ClapFaceHost {
   ClapFaceHost(const ClapFaceHost&) = delete;
   ClapFaceHost& operator=(const ClapFaceHost&) = delete;
 
-  bool embed(std::uintptr_t parent = 77) const {
+  static clap_window_t windowOfHost(std::uintptr_t number) {
     clap_window_t window{kClapWindowApi, {}};
 #if defined(_WIN32)
-    window.win32 = reinterpret_cast<void*>(parent);
+    window.win32 = reinterpret_cast<void*>(number);
 #else
-    window.x11 = parent;
+    window.x11 = number;
 #endif
+    return window;
+  }
+  bool embed(std::uintptr_t parent = 77) const {
+    const clap_window_t window = windowOfHost(parent);
     return gui->set_parent(plugin, &window);
   }
   bool open() const {

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: ISC
 #include "tests/adapters/faces/fake_window.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <unistd.h>
+#include <random>
 #include <utility>
+
+#include "tests/support/environment.h"
 
 namespace quellard {
 
@@ -109,9 +110,10 @@ FakeWindow& FaceFormats::window() {
 
 FaceFormats::FaceFormats() {
   fakeScreen() = {};
-  folder_ = std::filesystem::path(testing::TempDir()) / ("faces-" + std::to_string(getpid()));
-  setenv("XDG_STATE_HOME", folder_.c_str(), 1);
-  setenv("XDG_CONFIG_HOME", folder_.c_str(), 1);
+  folder_ = std::filesystem::temp_directory_path() /
+            ("quellard-faces-" + std::to_string(std::random_device()()));
+  setVariable("XDG_STATE_HOME", folder_.string());
+  setVariable("XDG_CONFIG_HOME", folder_.string());
 }
 
 void FaceFormats::writeOwnPreset() const {
@@ -122,8 +124,8 @@ void FaceFormats::writeOwnPreset() const {
 
 FaceFormats::~FaceFormats() {
   EXPECT_TRUE(fakeScreen().windows.empty()) << "a window is still open";
-  unsetenv("XDG_STATE_HOME");
-  unsetenv("XDG_CONFIG_HOME");
+  removeVariable("XDG_STATE_HOME");
+  removeVariable("XDG_CONFIG_HOME");
   std::filesystem::remove_all(folder_);
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "adapters/editor/ticker.h"
 #include "adapters/vst3/vst3_plugin.h"
 #include "params/factory_bank.h"
 #include "tests/adapters/faces/fake_window.h"
@@ -38,7 +39,7 @@ class Vst3Face : public FaceFormats {
   }
   static v3_result attach(v3_plugin_view** view, std::uintptr_t parent = 77) {
     return v3_cpp_obj(view)->attached(view, reinterpret_cast<void*>(parent),
-                                      V3_VIEW_PLATFORM_TYPE_X11);
+                                      V3_VIEW_PLATFORM_TYPE_NATIVE);
   }
   // As a host must do it: the run loop holds the view until it is removed.
   static void close(v3_plugin_view** view) {
@@ -286,18 +287,19 @@ TEST_F(Vst3Face, InvalidCallsAreRefused) {
   EXPECT_EQ(c().create_view(controller, "other"), nullptr);
   v3_plugin_view** view = create();
   const v3_plugin_view& v = *v3_cpp_obj(view);
-  EXPECT_EQ(v.is_platform_type_supported(view, "X11EmbedWindowID"), V3_TRUE);
-  for (const char* wrong : {"HWND", "", static_cast<const char*>(nullptr)}) {
+  EXPECT_EQ(v.is_platform_type_supported(view, V3_VIEW_PLATFORM_TYPE_NATIVE), V3_TRUE);
+  for (const char* wrong : {"NSView", "", static_cast<const char*>(nullptr)}) {
     EXPECT_NE(v.is_platform_type_supported(view, wrong), V3_TRUE);
     EXPECT_NE(v.attached(view, this, wrong), V3_OK);
   }
-  EXPECT_NE(attach(view), V3_OK) << "no frame";
+  // Without the host's, a timer of the system's own serves where there is one.
+  EXPECT_EQ(attach(view) == V3_OK, Ticker::kIsThere) << "no frame";
   Frame without(nullptr);
   v.set_frame(view, without.interface());
-  EXPECT_NE(attach(view), V3_OK) << "no run loop";
+  EXPECT_EQ(attach(view) == V3_OK, Ticker::kIsThere) << "no run loop";
   v.set_frame(view, frame.interface());
   loop.takesTimers = false;
-  EXPECT_NE(attach(view), V3_OK) << "no timer";
+  EXPECT_EQ(attach(view) == V3_OK, Ticker::kIsThere) << "no timer";
   loop.takesTimers = true;
   EXPECT_NE(attach(view, 0), V3_OK);
   fakeScreen().isThere = false;

@@ -59,7 +59,7 @@ struct WindowFormat {
 };
 
 std::unique_ptr<WindowHost> createClapHost();
-std::unique_ptr<WindowHost> createLv2Host();  // not on Windows
+std::unique_ptr<WindowHost> createLv2Host();
 std::unique_ptr<WindowHost> createVst2Host();
 std::unique_ptr<WindowHost> createVst3Host();
 

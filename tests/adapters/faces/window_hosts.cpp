@@ -2,6 +2,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <lv2/atom/atom.h>
+#include <lv2/options/options.h>
+#include <lv2/ui/ui.h>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -21,9 +24,6 @@
 #include "tests/adapters/faces/window_host.h"
 #include "tests/adapters/format_suite.h"
 #if !defined(_WIN32)
-#include <lv2/atom/atom.h>
-#include <lv2/options/options.h>
-#include <lv2/ui/ui.h>
 #include <poll.h>
 #endif
 
@@ -120,7 +120,6 @@ class ClapWindowHost final : public WindowHost {
   std::string told_;
 };
 
-#if !defined(_WIN32)
 // Carries the values of the ports between the plug-in and its window.
 class Lv2WindowHost final : public WindowHost {
  public:
@@ -174,6 +173,7 @@ class Lv2WindowHost final : public WindowHost {
     return open(0) && shown->show(ui_) == 0;
   }
   void idle() override {
+    deliverMessages();
     if (!isCalled_) return;
     const auto* const idles =
         static_cast<const LV2UI_Idle_Interface*>(aboutUi().extension_data(LV2_UI__idleInterface));
@@ -254,7 +254,6 @@ class Lv2WindowHost final : public WindowHost {
   LV2UI_Handle ui_ = nullptr;
   std::string told_;
 };
-#endif
 
 class Vst2WindowHost final : public WindowHost {
  public:
@@ -471,9 +470,7 @@ class Vst3WindowHost final : public WindowHost {
 }  // namespace
 
 std::unique_ptr<WindowHost> createClapHost() { return std::make_unique<ClapWindowHost>(); }
-#if !defined(_WIN32)
 std::unique_ptr<WindowHost> createLv2Host() { return std::make_unique<Lv2WindowHost>(); }
-#endif
 std::unique_ptr<WindowHost> createVst2Host() { return std::make_unique<Vst2WindowHost>(); }
 std::unique_ptr<WindowHost> createVst3Host() { return std::make_unique<Vst3WindowHost>(); }
 

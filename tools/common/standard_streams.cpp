@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: ISC
+#include "tools/common/standard_streams.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
-
-#include "tools/command_line/command_line.h"
 
 namespace quellard {
 
@@ -17,5 +17,7 @@ void holdStandardStreams() {
     if (opened >= 0 && opened != number) close(opened);
   }
 }
+
+bool isTerminal(int descriptor) { return isatty(descriptor) != 0; }
 
 }  // namespace quellard

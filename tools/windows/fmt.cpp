@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: ISC
+// Debian's fmt compiled once for all, from its headers. What they leave to a library, which is not
+// written where it is used, is asked for here.
+#include <fmt/format-inl.h>
+
+FMT_BEGIN_NAMESPACE
+namespace detail {
+template void buffer<char>::append(const char*, const char*);
+template void vformat_to(buffer<char>&, string_view, basic_format_args<FMT_BUFFER_CONTEXT(char)>,
+                         locale_ref);
+template dragonbox::decimal_fp<float> dragonbox::to_decimal(float) noexcept;
+template dragonbox::decimal_fp<double> dragonbox::to_decimal(double) noexcept;
+template std::locale locale_ref::get<std::locale>() const;
+template thousands_sep_result<char> thousands_sep_impl(locale_ref);
+template char decimal_point_impl(locale_ref);
+}  // namespace detail
+FMT_END_NAMESPACE
