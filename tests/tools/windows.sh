@@ -45,6 +45,11 @@ mkdir -p config/quellard/presets
 printf 'vintage.gain = 7\n' >'config/quellard/presets/Für Elise.txt'
 quellard presets --show 'für elise' | grep -qi 'vintage.gain' || fail "no preset of one's own"
 
+# The face as Linux draws it.
+quellard face -o face.png --scale 2 --preset 'Blues Lead'
+differing=$(compare -metric AE face.png "$root/docs/face.png" null: 2>&1) || true
+[[ $differing == 0 ]] || fail "$differing pixels of the face are not Linux's"
+
 # A path of more than 260 characters.
 long=$(printf 'a-folder-with-a-long-name-%s/' 1 2 3 4 5 6 7 8 9 10 11 12)
 mkdir -p "$long"

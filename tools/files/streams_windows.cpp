@@ -39,8 +39,9 @@ FileDescriptor openInput(const fs::path& path) {
 }
 
 FileDescriptor openStream(const fs::path& path) {
-  return binary(isStandardOutput(path) ? _dup(_fileno(stdout))
-                                       : _wopen(path.c_str(), _O_WRONLY | _O_BINARY));
+  return binary(isStandardOutput(path)
+                    ? _dup(_fileno(stdout))
+                    : _wopen(path.c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT));
 }
 
 int objectionToWrite(const fs::path& /*stream*/) { return 0; }
