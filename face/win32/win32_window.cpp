@@ -172,7 +172,9 @@ class Win32Window : public WindowBase {
         if ((wide & (MK_LBUTTON | MK_RBUTTON)) == 0) ReleaseCapture();
         return 0;
       case WM_CAPTURECHANGED:
-        if (isDown(VK_LBUTTON) || isDown(VK_RBUTTON)) note(message, wide, place);
+        if (reinterpret_cast<HWND>(place) != window && (isDown(VK_LBUTTON) || isDown(VK_RBUTTON))) {
+          note(message, wide, place);
+        }
         return 0;
       case WM_MOUSEMOVE: return askForLeave(window), note(message, wide, place), 0;
       case WM_CHAR: return 0;  // read from the key itself
