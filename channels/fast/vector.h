@@ -89,6 +89,17 @@ struct Native<2> {
   QUELLARD_INLINE static __m128d maximum(__m128d a, __m128d b) { return _mm_max_pd(a, b); }
 };
 #endif
+#if defined(__aarch64__)
+template <>
+struct Native<2> {
+  QUELLARD_INLINE static float64x2_t minimum(float64x2_t a, float64x2_t b) {
+    return vminq_f64(a, b);
+  }
+  QUELLARD_INLINE static float64x2_t maximum(float64x2_t a, float64x2_t b) {
+    return vmaxq_f64(a, b);
+  }
+};
+#endif
 #if defined(__AVX__)
 template <>
 struct Native<4> {
@@ -110,7 +121,8 @@ struct Native<4> {
 QUELLARD_LANEWISE(operator+, a.v + b.v)
 QUELLARD_LANEWISE(operator-, a.v - b.v)
 QUELLARD_LANEWISE(operator*, a.v* b.v)
-// As the processor's instructions: a where a < b (a > b), else b, so that a NaN in b is the answer.
+// The processor's own instructions: ARM would need two for a < b ? a : b. A NaN in b is the answer.
+// To a NaN in a, and to zeros of either sign, processors answer differently.
 QUELLARD_LANEWISE(minimum, Native<n>::minimum(a.v, b.v))
 QUELLARD_LANEWISE(maximum, Native<n>::maximum(a.v, b.v))
 #undef QUELLARD_LANEWISE
