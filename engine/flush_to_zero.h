@@ -12,8 +12,8 @@
 namespace quellard {
 
 // Sets the processor's flush-to-zero flag and restores the whole register at the end, so that the
-// host's own mode survives. Denormal operands are left as the host has them. Does nothing on
-// processors without such a flag. [audio thread]
+// host's own mode survives. On x86 denormal operands are left as the host has them; ARM's flag
+// flushes them, too. Does nothing on processors without such a flag. [audio thread]
 class FlushToZero {
  public:
   FlushToZero() : previous_(read()) { write(previous_ | kFlag); }

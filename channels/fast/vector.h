@@ -82,20 +82,21 @@ struct Native {
   QUELLARD_INLINE static Vector minimum(Vector a, Vector b) { return a < b ? a : b; }
   QUELLARD_INLINE static Vector maximum(Vector a, Vector b) { return a > b ? a : b; }
 };
+#define QUELLARD_NATIVE(lanes, Vector, smaller, larger)                                 \
+  template <>                                                                           \
+  struct Native<lanes> {                                                                \
+    QUELLARD_INLINE static Vector minimum(Vector a, Vector b) { return smaller(a, b); } \
+    QUELLARD_INLINE static Vector maximum(Vector a, Vector b) { return larger(a, b); }  \
+  };
 #if defined(__SSE2__)
-template <>
-struct Native<2> {
-  QUELLARD_INLINE static __m128d minimum(__m128d a, __m128d b) { return _mm_min_pd(a, b); }
-  QUELLARD_INLINE static __m128d maximum(__m128d a, __m128d b) { return _mm_max_pd(a, b); }
-};
+QUELLARD_NATIVE(2, __m128d, _mm_min_pd, _mm_max_pd)
+#elif defined(__aarch64__)
+QUELLARD_NATIVE(2, float64x2_t, vminq_f64, vmaxq_f64)
 #endif
 #if defined(__AVX__)
-template <>
-struct Native<4> {
-  QUELLARD_INLINE static __m256d minimum(__m256d a, __m256d b) { return _mm256_min_pd(a, b); }
-  QUELLARD_INLINE static __m256d maximum(__m256d a, __m256d b) { return _mm256_max_pd(a, b); }
-};
+QUELLARD_NATIVE(4, __m256d, _mm256_min_pd, _mm256_max_pd)
 #endif
+#undef QUELLARD_NATIVE
 
 // Defines an operation on native vectors, and on wider ones as the same operation on their halves.
 #define QUELLARD_LANEWISE(name, expression)                                    \
@@ -110,7 +111,8 @@ struct Native<4> {
 QUELLARD_LANEWISE(operator+, a.v + b.v)
 QUELLARD_LANEWISE(operator-, a.v - b.v)
 QUELLARD_LANEWISE(operator*, a.v* b.v)
-// As the processor's instructions: a where a < b (a > b), else b, so that a NaN in b is the answer.
+// The processor's own instructions: ARM would need two for a < b ? a : b. A NaN in b is the answer.
+// To a NaN in a, and to zeros of either sign, processors answer differently.
 QUELLARD_LANEWISE(minimum, Native<n>::minimum(a.v, b.v))
 QUELLARD_LANEWISE(maximum, Native<n>::maximum(a.v, b.v))
 #undef QUELLARD_LANEWISE

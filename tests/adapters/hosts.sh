@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # hosts.sh CASE BUILD [EMULATOR...]: Debian's own hosts run the built formats and must give the samples
 # of `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed. What
-# is installed is started by the emulator, if there is one.
+# is installed is started by the emulator, if there is one, and so are the hosts that scripts/arm has put
+# into its root, its last argument.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
@@ -42,6 +43,14 @@ cd "$scratch"
 export XDG_CONFIG_HOME=$scratch/config XDG_STATE_HOME=$scratch/state
 mkdir -p "$XDG_CONFIG_HOME/quellard/presets"
 unset DISPLAY  # that of the user who tests
+if [[ ${#emulator[@]} != 0 ]]; then
+  mkdir bin
+  PATH=$PWD/bin:$PATH
+  for host in "${emulator[-1]}"/hosts/{ecasound,lv2{apply,bench,file}}; do
+    printf '#!/bin/bash\nexec %s "$@"\n' "${emulator[*]@Q} ${host@Q}" >"bin/${host##*/}"
+    chmod +x "bin/${host##*/}"
+  done
+fi
 mkfifo display.fifo
 sndfile-convert -float32 $takes/guit_harmonics.flac mono.wav
 sndfile-convert -float32 $takes/guit_e_fifths.flac stereo.wav
