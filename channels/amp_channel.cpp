@@ -41,33 +41,33 @@ void refresh(BankView bank) {
 AmpChannelBase::AmpChannelBase(double sampleRate)
     : rateInt(truncateRate(sampleRate)), rate(sampleRate) {}
 
-void AmpChannelBase::build(const ChannelFigures& figures) {
+void AmpChannelBase::build(const ChannelConstants& constants) {
   fast::isaInForce();  // chosen here, not in the first block: it reads the environment
   const bool at48k = rateInt == 48000;
-  const ResamplingSet& set = at48k ? figures.at48k : figures.elsewhere;
+  const ResamplingSet& set = at48k ? constants.at48k : constants.elsewhere;
   resampleA = set.a;
   resampleB = {set.b[0], set.b[1], set.b[2], set.b[2], set.b[1], set.b[0]};
   overSample = at48k ? 7 : 8;
   overSampleRatio = overSample;
-  masterScale = figures.masterScale;
+  masterScale = constants.masterScale;
 
-  preCount = count(figures.pre);
-  postCount = count(figures.post);
-  eqCount = count(figures.eq);
-  powerCount = count(figures.power);
-  reviseCount = count(figures.revise);
+  preCount = count(constants.pre);
+  postCount = count(constants.post);
+  eqCount = count(constants.eq);
+  powerCount = count(constants.power);
+  reviseCount = count(constants.revise);
 
-  const bool inside = figures.innerBanks == InnerBanks::oversampled;
+  const bool inside = constants.innerBanks == InnerBanks::oversampled;
   const double innerRate = inside ? rate * overSampleRatio : rate;
-  preFilters = buildBank(figures.pre, rate);
-  postFilters = buildBank(figures.post, innerRate);
-  eqFilters = buildBank(figures.eq, rate);
-  powerFilters = buildBank(figures.power, innerRate);
-  reviseFilters = buildBank(figures.revise, rate);
+  preFilters = buildBank(constants.pre, rate);
+  postFilters = buildBank(constants.post, innerRate);
+  eqFilters = buildBank(constants.eq, rate);
+  powerFilters = buildBank(constants.power, innerRate);
+  reviseFilters = buildBank(constants.revise, rate);
   dcBlocker = buildSection(kDcBlocker, rate);
 }
 
-void AmpChannelBase::clearMemory() {
+void AmpChannelBase::clearState() {
   refresh(sectionsOf(preFilters, preCount));
   refresh(sectionsOf(postFilters, postCount));
   refresh(sectionsOf(eqFilters, eqCount));

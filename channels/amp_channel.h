@@ -26,8 +26,8 @@ inline BankView sectionsOf(const FilterBank& bank, std::int32_t count) {
 // Where a channel's post and power banks run.
 enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
 
-// The constants of a model.
-struct ChannelFigures {
+// What makes a channel that channel.
+struct ChannelConstants {
   std::span<const VoicingRow> pre, post, eq, power, revise;
   InnerBanks innerBanks;
   ResamplingSet at48k;
@@ -63,7 +63,7 @@ class AmpChannelBase {
   // Sets the states of filters, resampler and split to zero, for a signal that has turned
   // non-finite; controls, glides and levels stay. Declared last: the order of the operations above
   // is fixed.
-  virtual void clearMemory();
+  virtual void clearState();
 
   std::int32_t preCount = 0;
   std::int32_t postCount = 0;
@@ -76,14 +76,15 @@ class AmpChannelBase {
   FilterBank powerFilters;
   FilterBank reviseFilters;
   std::unique_ptr<IIRFilter> dcBlocker;
-  std::array<double, 5> resampleA{};  // feedback A1..A5 of the oversampling lowpass, added
+  std::array<double, 5>
+      resampleA{};  // feedback A1..A5 of the resampling lowpass; signed to be added
   std::array<double, 6> resampleB{};  // feed-forward B0..B5
   std::int32_t rateInt;               // the rate truncated toward zero
   double rate;                        // Hz
   std::int32_t overSample = 0;        // F: 7 at 48000 Hz, 8 at any other rate
   double overSampleRatio = 0.0;
   double masterScale = 0.0;         // the channel's make-up factor
-  std::array<double, 6> upState{};  // s0 to s4; element 5 stays 0
+  std::array<double, 6> upState{};  // s0 to s4; a last one, always 0, lets one formula serve all
   std::array<double, 6> downState{};
   double gainTarget = 1.0;
   double gainCurrent = 0.0;  // in force at the end of the last block
@@ -94,7 +95,7 @@ class AmpChannelBase {
   explicit AmpChannelBase(double sampleRate);
 
   // Takes over the constants and builds every section. May throw std::bad_alloc.
-  void build(const ChannelFigures& figures);
+  void build(const ChannelConstants& constants);
 };
 
 }  // namespace quellard

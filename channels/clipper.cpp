@@ -34,7 +34,7 @@ void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf g
                                ? -curve.negativeLevel * (1.0 - f) / (f + 1.0)
                                : (1.0 - f) / (f + 1.0) * -curve.negativeLevel;
   }
-  const double e = std::exp(curve.guardExponent);
+  const double e = std::exp(curve.lastExponent);
   clipper.table.back() = curve.positiveLevel * (1.0 - e) / (e + 1.0);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
-// Waveshaper tables: soft-saturation curves, looked up with linear interpolation. A table is
-// generated once for each oversampling factor that the process meets and only read afterwards, so
-// instances at different rates never disturb each other.
+// Waveshapers, which the host interface calls clippers: soft-saturation curves in tables, looked up
+// with linear interpolation. A table is generated once for each oversampling factor that the
+// process meets and only read afterwards, so instances at different rates never disturb each other.
 #pragma once
 
 #include <array>
@@ -13,12 +13,12 @@ namespace quellard {
 inline constexpr int kClipperHalfSize = 20000;
 
 struct Clipper {
-  double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups answer 0
+  double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups return 0
   // Entry j holds the curve at (j - 20000) / 20000; the last one repeats its neighbour, so that
   // interpolation needs no test at the upper end.
   std::array<double, 2 * kClipperHalfSize + 2> table;
 
-  // The curve at x, held at its ends beyond -1..1. NaN answers NaN, so that a filter whose state
+  // The curve at x, held at its ends beyond -1..1. NaN returns NaN, so that a filter whose state
   // has turned NaN is noticed at the output and cleared, and not silent for ever. [audio thread]
   double lookup(double x) const {
     const double c = x > 1.0 ? 1.0 : x < -1.0 ? -1.0 : x;
@@ -29,14 +29,15 @@ struct Clipper {
   }
 };
 
-// Two hyperbolic-tangent halves, positiveLevel * tanh(-positiveRate * 10000 u) for u >= 0 and the
-// like below 0. The rates are those of the exponentials, per table entry.
+// Two hyperbolic-tangent halves: positiveLevel * tanh(-positiveRate * 10000 u) for u >= 0, and with
+// the negative level and rate below 0. tanh(x) is computed from exp(-2x), and u = 1 is 20000
+// entries from the centre; the rates are those of the exponentials, per entry.
 struct ClipperCurve {
   double positiveLevel;
   double positiveRate;
   double negativeLevel;
   double negativeRate;
-  double guardExponent;  // positiveRate * 20000, as it is stored
+  double lastExponent;  // of the entry at u = 1: positiveRate * 20000, rounded as it is stored
 };
 
 // How a generator groups the negative half; the tables' last bits depend on it.

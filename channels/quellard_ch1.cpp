@@ -3,7 +3,7 @@
 
 namespace quellard {
 
-constexpr ChannelFigures QuellardCh1::kFigures = {
+constexpr ChannelConstants QuellardCh1::kConstants = {
     .pre = clean::kPre,
     .post = clean::kPost,
     .eq = clean::kEq,

@@ -10,7 +10,7 @@ class QuellardCh1 final : public VoicedChannel<QuellardCh1> {
  public:
   using VoicedChannel::VoicedChannel;
 
-  static const ChannelFigures kFigures;
+  static const ChannelConstants kConstants;
   static DriveClipper clip;  // T0
 
   // The voicing by columns: QuellardCh1preNum, ...preFrq, ...preQ, ...preGain and so on.

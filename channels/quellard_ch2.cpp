@@ -3,7 +3,7 @@
 
 namespace quellard {
 
-constexpr ChannelFigures QuellardCh2::kFigures = {
+constexpr ChannelConstants QuellardCh2::kConstants = {
     .pre = vintage::kPre,
     .post = vintage::kPost,
     .eq = vintage::kEq,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The VINTAGE channel: four waveshapers with filters between them and a power-stage split, all
-// oversampled, of which the first clips early and softly.
+// The VINTAGE channel: four oversampled waveshapers, with filters between them and a split in the
+// power stage. The first waveshaper clips early and softly.
 #pragma once
 
 #include "channels/voiced_channel.h"
@@ -11,7 +11,7 @@ class QuellardCh2 final : public MultistageChannel<QuellardCh2> {
  public:
   using MultistageChannel::MultistageChannel;
 
-  static const ChannelFigures kFigures;
+  static const ChannelConstants kConstants;
   static DriveClipper clip;  // T0; T1 to T3 are multistageClip
 
   // The voicing by columns: QuellardCh2preNum, ...preFrq, ...preQ, ...preGain and so on.

@@ -3,7 +3,7 @@
 
 namespace quellard {
 
-constexpr ChannelFigures QuellardCh3::kFigures = {
+constexpr ChannelConstants QuellardCh3::kConstants = {
     .pre = modern::kPre,
     .post = modern::kPost,
     .eq = modern::kEq,

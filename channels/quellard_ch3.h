@@ -11,7 +11,7 @@ class QuellardCh3 final : public MultistageChannel<QuellardCh3> {
  public:
   using MultistageChannel::MultistageChannel;
 
-  static const ChannelFigures kFigures;
+  static const ChannelConstants kConstants;
   static DriveClipper clip;  // T0; T1 to T3 are multistageClip
 
   // The voicing by columns: QuellardCh3preNum, ...preFrq, ...preQ, ...preGain and so on.

@@ -6,8 +6,8 @@
 //   MODERN   pre                drive   F x [ up  T0  post  T1  power  T2  split    down ]  eq ...
 //
 // T0 to T2 are waveshapers; the split holds a fourth, T3. Up and down are the resampling lowpasses
-// around F sub-samples per sample. Behind this oversampled loop follow the tone stack (eq), the
-// voicing (revise), the DC blocker and the output level.
+// around F sub-samples per sample. Behind this oversampled section follow the tone stack (eq),
+// the output EQ (revise), the DC blocker and the output level.
 //
 // scalar_chain.h plays it one sample after the other, fast/ many stages at once; the bits are the
 // same. [audio thread] Allocates nothing.

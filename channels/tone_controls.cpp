@@ -31,8 +31,8 @@ constexpr CubicOffset kMidGainMid      = {   2.381,   -10.141,    15.26         
 constexpr Cubic       kTrebleFrequency = { 2952.4,   -5792.3,    3459.9,   583.26     };  // Hz
 constexpr Cubic       kTrebleGain      = {   5.9524,  -18.203,    24.751,   -8.4928   };  // dB
 constexpr CubicOffset kTrebleGainMid   = {  -1.1905,    -0.0396,    4.2301            };  // dB
-constexpr Cubic       kShelfFrequency  = {  620.21,  -1096.7,     849.19,   525.68    };  // Hz
-constexpr Cubic       kShelfGain       = {   37.923,   -86.963,    75.853,  -36.685   };  // dB
+constexpr Cubic       kInputShelfHz    = {  620.21,  -1096.7,     849.19,   525.68    };  // Hz
+constexpr Cubic       kInputShelfGain  = {   37.923,   -86.963,    75.853,  -36.685   };  // dB
 // clang-format on
 
 void redesign(AmpChannelBase& channel, const FilterBank& bank, std::size_t section, FilterType type,
@@ -64,8 +64,8 @@ void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double low
 }
 
 void retuneInputShelf(AmpChannelBase& channel, double gain, int n) {
-  redesign(channel, channel.preFilters, 0, lowShelf1, kShelfFrequency(gain), 1.0, kShelfGain(gain),
-           n);
+  redesign(channel, channel.preFilters, 0, lowShelf1, kInputShelfHz(gain), 1.0,
+           kInputShelfGain(gain), n);
 }
 
 }  // namespace quellard

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// What the three models do alike, and what the two with several waveshapers do beyond it. Each
-// model's own class holds its figures alone.
+// What the three channels do alike, and what the two with several waveshapers do beyond it. Each
+// channel's own class holds its constants alone.
 #pragma once
 
 #include <type_traits>
@@ -11,30 +11,30 @@
 
 namespace quellard {
 
-// Model: the class that derives from this one. It has the static members kFigures and clip, its
+// Channel: the class that derives from this one. It has the static members kConstants and clip, its
 // drive curve, and derives from MultistageChannel where its power stage is split.
-template <class Model>
+template <class Channel>
 class VoicedChannel : public AmpChannelBase {
  public:
   // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
   // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
   VoicedChannel(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
-    build(Model::kFigures);
+    build(Channel::kConstants);
     if (!rebuildTables) return;
-    Model::clip.require(overSample, Model::kFigures.driveCurve);
-    if (std::is_base_of_v<PowerStageSplit, Model>) requireMultistageClippers();
+    Channel::clip.require(overSample, Channel::kConstants.driveCurve);
+    if (std::is_base_of_v<PowerStageSplit, Channel>) requireMultistageClippers();
   }
 
   void signalProcess(double* in, double* out, int n) override {
-    playChannel(*this, {Model::clip.at(overSample), split()}, in, out, n);
+    playChannel(*this, {Channel::clip.at(overSample), split()}, in, out, n);
   }
 
   void setEQ(double treble, double mid, double bass, double presence, int n) override {
-    retuneToneStack(*this, {treble, mid, bass, presence}, Model::kFigures.lowBassRange, n);
+    retuneToneStack(*this, {treble, mid, bass, presence}, Channel::kConstants.lowBassRange, n);
   }
 
   void setGain(double gain, int n) override {
-    gainTarget = Model::kFigures.driveLevel * gain;
+    gainTarget = Channel::kConstants.driveLevel * gain;
     retuneInputShelf(*this, gain, n);
   }
 
@@ -42,25 +42,26 @@ class VoicedChannel : public AmpChannelBase {
     masterTarget = master * kMasterLevel * masterScale;
   }
 
-  void clearMemory() override {
-    AmpChannelBase::clearMemory();
+  void clearState() override {
+    AmpChannelBase::clearState();
     if (split() != nullptr) split()->clearSplit();
   }
 
  private:
   PowerStageSplit* split() {
-    if constexpr (std::is_base_of_v<PowerStageSplit, Model>) return static_cast<Model*>(this);
+    if constexpr (std::is_base_of_v<PowerStageSplit, Channel>) return static_cast<Channel*>(this);
     return nullptr;
   }
 };
 
 // The same with four waveshapers and a power stage that is split.
-template <class Model>
-class MultistageChannel : public VoicedChannel<Model>, public PowerStageSplit {
+template <class Channel>
+class MultistageChannel : public VoicedChannel<Channel>, public PowerStageSplit {
  public:
   // See VoicedChannel.
   MultistageChannel(double sampleRate, bool rebuildTables)
-      : VoicedChannel<Model>(sampleRate, rebuildTables), PowerStageSplit(this->rateInt == 48000) {}
+      : VoicedChannel<Channel>(sampleRate, rebuildTables),
+        PowerStageSplit(this->rateInt == 48000) {}
 };
 
 }  // namespace quellard

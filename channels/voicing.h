@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The voicing tables: what the three models are made of. A row per filter section, in the order in
-// which the signal meets them within a bank.
+// The voicing tables: what the three channels are made of. A row per filter section, in the order
+// in which the signal meets them within a bank.
 #pragma once
 
 #include <array>
@@ -20,7 +20,8 @@ struct VoicingRow {
 template <std::size_t Count>
 using VoicingTable = std::array<VoicingRow, Count>;
 
-// One column of a table. The channel classes publish their voicings so; they are built from rows.
+// One column of a table: the form in which the channel classes publish their voicings. Sections are
+// built from rows.
 template <class Field, std::size_t Count>
 constexpr std::array<Field, Count> column(Field VoicingRow::*field,
                                           const VoicingTable<Count>& table) {

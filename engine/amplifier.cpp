@@ -125,7 +125,7 @@ void Amplifier::reset() {
   if (channelSwitch == nullptr) return;
   for (std::size_t c = 0; c < kNumChannels; ++c) {
     AmpChannelBase& channel = *channels[c];
-    channel.clearMemory();
+    channel.clearState();
     channel.gainCurrent = channel.masterCurrent = 0.0;
     for (std::size_t i = 0; i < glidingSections(channel); ++i) {
       restartGlide(glidingSection(channel, i), builtDesigns[c][i]);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // The amplifier: everything of an effect instance that makes sound, from plain buffers to plain
 // buffers, without a host. The effect object derives from it, and hosts share that object's layout:
-// the order of the fields is part of the interface. processBlock() and its steps are defined in
+// the order and the names of the fields are part of the interface, which calls the channel selector
+// "type". processBlock() and its steps are defined in
 // process_block.cpp, everything else in amplifier.cpp.
 #pragma once
 
@@ -35,8 +36,8 @@ class Amplifier {
 
   // Builds everything that depends on the rate. Hz; the rate in force, NaN, infinities and rates
   // that are not positive change nothing. Returns whether it built. Not while a block is played.
-  // On an exception (memory) no channel is left, and the next call builds again.
-  // controlMinimum: what every taper answers at a knob's minimum.
+  // On an exception (no memory) no channel is left, and the next call builds again.
+  // controlMinimum: what every taper returns at a knob's minimum.
   bool prepare(double rate, double controlMinimum = 0.0);
 
   // Allocates for blocks of up to `frames` samples, for hosts that change the length from block to
@@ -45,12 +46,12 @@ class Amplifier {
   // Not while a block is played.
   void reserve(int frames);
 
-  // Goes back to where the last sample-rate setup left the sound: memories, fades, glides and
+  // Goes back to where the last sample-rate setup left the sound: states, fades, glides and
   // levels, so that the same blocks give the same bits again. Knobs, selector, programs and buffers
   // stay. Nothing before the first setup. [audio thread] Holds processLock, allocates nothing.
   void reset();
 
-  // Where the live value of a parameter is kept; null for indices without one.
+  // Where the current value of a parameter is kept; null for indices without one.
   std::atomic<float>* liveValue(int index);
   const std::atomic<float>* liveValue(int index) const;
 
@@ -67,7 +68,7 @@ class Amplifier {
   std::int32_t activeChannel;    // the audible one
   std::unique_ptr<ChannelSwitcher> channelSwitch;
   std::unique_ptr<double[]> fadeBuffer;
-  bool typePending;           // until the first block
+  bool typePending;           // the selector is yet to be adopted: until the first block
   std::int32_t bufferFrames;  // the length of the last block; the buffers may be longer
   // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE for each channel.
   std::array<std::unique_ptr<edit<double>>, kNumControls> tapers;
@@ -91,7 +92,7 @@ class Amplifier {
   void pushMovedControls(int frames);
   void pushChannelControls(std::size_t channel, int frames);
   bool sizeBuffers(int frames);
-  bool playChannels(int outgoing, int switchPoint, double* in, int frames);
+  bool playChannels(int outgoingChannel, int switchPoint, double* in, int frames);
   void writeOutput(double* out, int frames) const;
   void rememberControls();
 

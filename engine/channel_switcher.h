@@ -20,10 +20,10 @@ class ChannelSwitcher {
   // one starts a switch if none is running. Of all gains of a switch one is 0, the first of the
   // fade-in: there the incoming channel takes over, the one that this block's selector names.
   // Returns where that sample stands in this block, n if it does not. n below 1 writes nothing.
-  // The selector is recorded, except by a block that begins behind the silent sample of a fade-in:
-  // the recorded one is then still the one that chose the incoming channel, and a selector that
-  // has moved on starts a switch of its own at the next block that begins idle. So once the
-  // selector rests, its channel plays. [audio thread]
+  // The block records the selector's value, unless it begins after the silent sample of a fade-in.
+  // Then the recorded value stays the one that has chosen the incoming channel; where the selector
+  // has moved since, the next block that begins without a fade sees it differ and starts another
+  // switch. So once the selector rests, its channel plays. [audio thread]
   int fillGain(float select, int n, double* gain);
 
   enum FadeState : std::int32_t { idle = 0, fadingOut = 1, fadingIn = 2 };

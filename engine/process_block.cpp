@@ -56,9 +56,9 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
   const float select = typeValue.load(std::memory_order_relaxed);
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
-  const int outgoing = activeChannel;
+  const int outgoingChannel = activeChannel;
   if (switchPoint < frames) activeChannel = channelFromSelect(select);
-  if (playChannels(outgoing, switchPoint, in, frames)) {
+  if (playChannels(outgoingChannel, switchPoint, in, frames)) {
     writeOutput(out, frames);
   } else {
     writeSilence(out, frames);
@@ -121,23 +121,23 @@ bool Amplifier::sizeBuffers(int frames) {
 }
 
 // The sample of gain 0 and everything after it belong to the incoming channel. False where a
-// channel's signal has turned non-finite. That channel's memory is cleared, so that the next block
+// channel's signal has turned non-finite. That channel's state is cleared, so that the next block
 // plays.
-bool Amplifier::playChannels(int outgoing, int switchPoint, double* in, int frames) {
+bool Amplifier::playChannels(int outgoingChannel, int switchPoint, double* in, int frames) {
   double* const out = channelBuffer.get();
-  AmpChannelBase& before = *at(channels, outgoing);
-  AmpChannelBase& after = *at(channels, activeChannel);
-  before.signalProcess(in, out, switchPoint);
+  AmpChannelBase& outgoing = *at(channels, outgoingChannel);
+  AmpChannelBase& incoming = *at(channels, activeChannel);
+  outgoing.signalProcess(in, out, switchPoint);
   if (switchPoint < frames) {
-    after.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);
+    incoming.signalProcess(in + switchPoint, out + switchPoint, frames - switchPoint);
   }
 
-  const bool beforeIsSound = allFinite(out, switchPoint);
-  const bool afterIsSound =
+  const bool outgoingIsFinite = allFinite(out, switchPoint);
+  const bool incomingIsFinite =
       switchPoint == frames || allFinite(out + switchPoint, frames - switchPoint);
-  if (!beforeIsSound) before.clearMemory();
-  if (!afterIsSound) after.clearMemory();
-  return beforeIsSound && afterIsSound;
+  if (!outgoingIsFinite) outgoing.clearState();
+  if (!incomingIsFinite) incoming.clearState();
+  return outgoingIsFinite && incomingIsFinite;
 }
 
 void Amplifier::writeOutput(double* out, int frames) const {

@@ -28,14 +28,14 @@ void WindowBase::release(Point at) {
   face_.release(at);
 }
 
-bool WindowBase::isForHost(std::size_t key, const KeyPress& press, bool isRepeated, bool isHosts,
-                           bool withShift) {
+bool WindowBase::keyPressed(std::size_t key, const KeyPress& press, bool isRepeated, bool isHosts,
+                            bool withShift) {
   if (!isHosts && (!isRepeated || face_.takesRepeated(press.key))) isHosts = !use(press, withShift);
   hostsKeys_.set(key, isHosts);
   return isHosts;
 }
 
-bool WindowBase::releaseIsForHost(std::size_t key) {
+bool WindowBase::keyReleased(std::size_t key) {
   const bool isHosts = hostsKeys_.test(key);
   hostsKeys_.reset(key);
   return isHosts;

@@ -43,11 +43,12 @@ class WindowBase : public FaceWindow {
   void move(Point at, ScreenPoint onScreen, bool isHeld, bool isFine);
   void release(Point at);
 
-  // isRepeated: the key has been held down. isHosts: the press is known to be the host's. True
-  // where it is to be handed on to the host, to which its release is then due too.
-  bool isForHost(std::size_t key, const KeyPress& press, bool isRepeated, bool isHosts,
-                 bool withShift);
-  bool releaseIsForHost(std::size_t key);
+  // A key goes down or up. Returns whether the host is to get the event; of a key whose press it
+  // got it gets the release too. isRepeated: the key has been held down. isHosts: the press is
+  // known to be the host's.
+  bool keyPressed(std::size_t key, const KeyPress& press, bool isRepeated, bool isHosts,
+                  bool withShift);
+  bool keyReleased(std::size_t key);
   bool wasForHost(std::size_t key) const { return hostsKeys_.test(key); }
 
   // The window has this size now.

@@ -20,7 +20,6 @@
 #include "tools/common/standard_streams.h"
 #include "tools/face/face_picture.h"
 #include "tools/files/audio_format.h"
-#include "tools/files/output_file.h"
 #include "tools/files/streams.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "tools/cli.h"
-#include "tools/windows/file_patterns.h"
+#include "tools/windows/wildcards.h"
 
 namespace {
 
@@ -33,7 +33,8 @@ std::vector<std::string> commandLine() {
   std::vector<std::string> texts;
   for (const std::wstring word : std::span(words, static_cast<std::size_t>(count))) {
     const bool isOption = texts.empty() || word.starts_with(L'-');
-    for (const std::wstring& file : isOption ? std::vector{word} : quellard::filesNamed(word)) {
+    for (const std::wstring& file :
+         isOption ? std::vector{word} : quellard::expandWildcards(word)) {
       texts.push_back(utf8(file));
     }
   }

@@ -59,8 +59,8 @@ ChannelPacker::ChannelPacker(AmpChannelBase& channel, const ChainParts& parts)
   if (fits()) assignLanes();
 }
 
-// The sections behind the loop are spread over three lanes, three or four each: the core can leave
-// out a lane's fourth section, never an earlier one.
+// The sections behind the resampler are spread over three lanes, three or four each: the core can
+// leave out a lane's fourth section, never an earlier one.
 bool ChannelPacker::fits() const {
   const AmpChannelBase& c = channel_;
   const bool multistage = parts_.split != nullptr;
@@ -103,7 +103,7 @@ void ChannelPacker::assignLanes() {
   behind(c.dcBlocker, false);
 }
 
-std::array<IIRFilter*, 3> ChannelPacker::loopFilters() const {
+std::array<IIRFilter*, 3> ChannelPacker::interstageFilters() const {
   return {channel_.postFilters[0].get(), channel_.powerFilters[0].get(),
           channel_.powerFilters[1].get()};
 }
@@ -113,9 +113,9 @@ bool ChannelPacker::canPack() const {
   if (count_ == 0 || !std::ranges::all_of(sections(), isBiquad)) return false;
   if (parts_.drive.halfSize == 0.0) return false;  // not generated; the core takes one size for all
   if (parts_.split == nullptr) return true;
-  const auto loop = loopFilters();
-  return isFirstOrderPass(*loop[0], 1) && isFirstOrderPass(*loop[1], -1) &&
-         isFirstOrderPass(*loop[2], 1);
+  const auto filters = interstageFilters();
+  return isFirstOrderPass(*filters[0], 1) && isFirstOrderPass(*filters[1], -1) &&
+         isFirstOrderPass(*filters[2], 1);
 }
 
 void ChannelPacker::play(const Segment& segment) {
@@ -165,12 +165,12 @@ void ChannelPacker::packLoop(PackedChannel& packed) const {
 
   std::ranges::transform(multistageClip, packed.table + 1,
                          [](const Clipper& clipper) { return clipper.table.data(); });
-  const auto loop = loopFilters();
-  packed.loopX[3] = packed.loopY[3] = 0.0;
-  for (std::size_t i = 0; i < loop.size(); ++i) {
-    packed.state.loop[i] = loop[i]->state1;
-    packed.loopX[i] = loop[i]->coef[2];
-    packed.loopY[i] = loop[i]->coef[0];
+  const auto filters = interstageFilters();
+  packed.interstageX[3] = packed.interstageY[3] = 0.0;
+  for (std::size_t i = 0; i < filters.size(); ++i) {
+    packed.state.interstage[i] = filters[i]->state1;
+    packed.interstageX[i] = filters[i]->coef[2];
+    packed.interstageY[i] = filters[i]->coef[0];
   }
   packed.state.split[0] = -parts_.split->splitHigh;
   packed.state.split[1] = parts_.split->splitLow;
@@ -183,8 +183,8 @@ void ChannelPacker::unpackLoop(ChannelState& state) {
     channel_.downState[i] = down;
   });
   if (parts_.split == nullptr) return;
-  const auto loop = loopFilters();
-  for (std::size_t i = 0; i < loop.size(); ++i) loop[i]->state1 = state.loop[i];
+  const auto filters = interstageFilters();
+  for (std::size_t i = 0; i < filters.size(); ++i) filters[i]->state1 = state.interstage[i];
   parts_.split->splitHigh = -state.split[0];
   parts_.split->splitLow = state.split[1];
 }

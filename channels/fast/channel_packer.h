@@ -28,7 +28,7 @@ class ChannelPacker {
   ChannelPacker(AmpChannelBase& channel, const ChainParts& parts);
 
   // Whether the core has room for the channel's sections and each of them has the form that the
-  // core computes: no one-pole recursion, and first order inside the oversampled loop. Other
+  // core computes: no one-pole recursion, and first order inside the oversampled section. Other
   // channels need the scalar chain.
   bool canPack() const;
 
@@ -39,7 +39,7 @@ class ChannelPacker {
   bool fits() const;
   void assignLanes();
   void assign(IIRFilter* filter, int lane, int index, bool glided);
-  std::array<IIRFilter*, 3> loopFilters() const;
+  std::array<IIRFilter*, 3> interstageFilters() const;
   std::span<const PackedSection> sections() const { return {sections_.data(), count_}; }
   void packCascade(PackedChannel& packed) const;
   void packLoop(PackedChannel& packed) const;

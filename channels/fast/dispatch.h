@@ -14,7 +14,7 @@ bool available(Isa isa);
 
 // The variant in force: the best available one, or the one that the environment variable
 // QUELLARD_ISA (baseline, avx2 or avx512) or force() names; a name that is unknown or not available
-// is as none. The first call reads the variable: not for the audio thread. Later ones any thread.
+// is ignored. The first call reads the variable: not for the audio thread. Later ones any thread.
 Isa isaInForce();
 
 // For tests: the variant of every later call. One that is not available changes nothing.

@@ -9,7 +9,7 @@ namespace quellard::fast {
 
 // The sections at the sample rate are a cascade in four vector lanes of up to four sections each:
 // lane 0 stands in front of the drive; lanes 1, 2 and 3, one after the other, behind the
-// oversampled loop.
+// oversampled section.
 inline constexpr int kLanes = 4;
 inline constexpr int kSectionsPerLane = 4;
 
@@ -18,11 +18,11 @@ struct ChannelState {
   double biquad1[kSectionsPerLane][kLanes];  // IIRFilter::state1
   double biquad2[kSectionsPerLane][kLanes];  // IIRFilter::state2
   // States s0 to s4 of the two resampling lowpasses, up beside down.
-  double s0[4];         // {s0 up, s0 down} twice
-  double s13[4];        // {s1 up, s1 down, s3 up, s3 down}
-  double s24[4];        // {s2 up, s2 down, s4 up, s4 down}
-  double loop[kLanes];  // state1 of post 0, power 0 and power 1; the last lane is idle
-  double split[2];      // {-splitHigh, splitLow}
+  double s0[4];               // {s0 up, s0 down} twice
+  double s13[4];              // {s1 up, s1 down, s3 up, s3 down}
+  double s24[4];              // {s2 up, s2 down, s4 up, s4 down}
+  double interstage[kLanes];  // state1 of post 0, power 0 and power 1; the last lane is idle
+  double split[2];            // {-splitHigh, splitLow}
 };
 
 struct PackedChannel {
@@ -34,9 +34,9 @@ struct PackedChannel {
   double lastSectionUsed[kLanes];  // all bits set, or none where a lane's last section is missing
   ChannelState state;
   double resampleA[5];
-  double resampleB[3];   // the other three are the same backwards
-  double loopX[kLanes];  // weights of x[n] in post 0, power 0 and power 1
-  double loopY[kLanes];  // weights of y[n-1]
+  double resampleB[3];         // the other three are the same backwards
+  double interstageX[kLanes];  // weights of x[n] in post 0, power 0 and power 1
+  double interstageY[kLanes];  // weights of y[n-1]
   double splitCoef;
   const double* table[4];
   double halfSize;  // of all tables

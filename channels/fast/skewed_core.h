@@ -13,10 +13,12 @@
 //   power 1                              k     k+1   k+2   ...
 //   T2 split                                   k     k+1   k+2   ...
 //   T3 down                                          k     k+1   k+2   ...
-//   behind                                           k     k     k      lanes 1, 2, 3
+//   behind                                           k     k+1   k+2    lane 1 of the cascade
+//                                                          k     k+1    lane 2
+//                                                                k      lane 3
 //
 // T0 to T3 are the waveshapers, up and down the resampling lowpasses. CLEAN has up, T0 and down
-// alone, two iterations apart.
+// alone: its down works on sample k in iteration k+3, and the cascade's lanes follow it.
 //
 // Between two stages the F sub-samples of a sample lie in a buffer, the first four and the rest:
 // while the stages run through one half, the waveshapers look up the other, so that the latency of
@@ -47,7 +49,7 @@ struct Coefficients {
   // Of the resampling lowpasses, up beside down: for s0, for {s1, s3} and for {s2, s4}.
   RepeatedPair A0, B0, B1;
   Quad A13, A24, B13, B24;
-  Quad loopX, loopY;
+  Quad interstageX, interstageY;
   Pair splitCoef;
   Quad halfSize, one, minusOne, lowGain, mixGain;
   const double* table[4];
@@ -69,7 +71,7 @@ struct PipelineState {
   Quad biquad1[kSectionsPerLane], biquad2[kSectionsPerLane];
   RepeatedPair s0;
   Quad s13, s24;
-  Quad loop;
+  Quad interstage;
   Pair split;
   StageBuffers buffers;
   TablePosition positions[4];
@@ -119,7 +121,7 @@ class SkewedCore {
   static constexpr int kSplitLag = 5;
   static constexpr int kDownLag = multistage ? 6 : 3;
   static constexpr int kOutLag = kDownLag + 2;
-  QUELLARD_INLINE static Quad loopLags() {
+  QUELLARD_INLINE static Quad interstageLags() {
     return quad(pair(kPostLag, kPower0Lag), pair(kPower1Lag, 0));
   }
   QUELLARD_INLINE static Quad cascadeLags() {
@@ -131,10 +133,11 @@ class SkewedCore {
     double x;
     Quad cascade;
     Pair resampled[8], branches[8];
-    Quad loop[8];
+    Quad interstage[8];
   };
 
   // Transfers the state of the stages that lag by so many samples, in one direction or the other.
+  // due: the mask of the lanes whose first or last sample it is.
   template <class Transfer>
   QUELLARD_INLINE static void transferState(int lag, PipelineState& p, ChannelState& state,
                                             const Transfer& transfer) {
@@ -152,7 +155,7 @@ class SkewedCore {
       transfer(quad(due), p.s13, state.s13);
       transfer(quad(due), p.s24, state.s24);
     } else if (multistage) {
-      transfer(equal(loopLags(), broadcast<4>(d)), p.loop, state.loop);
+      transfer(equal(interstageLags(), broadcast<4>(d)), p.interstage, state.interstage);
       transfer(equal(broadcast<2>(kSplitLag), broadcast<2>(d)), p.split, state.split);
     }
   }
@@ -169,8 +172,8 @@ class SkewedCore {
     c.B1 = repeat(both(b[1]));
     c.B13 = quad(both(b[2]), both(b[1]));
     c.B24 = quad(both(b[2]), both(b[0]));
-    c.loopX = load<4>(channel_.loopX);
-    c.loopY = load<4>(channel_.loopY);
+    c.interstageX = load<4>(channel_.interstageX);
+    c.interstageY = load<4>(channel_.interstageY);
     c.splitCoef = both(channel_.splitCoef);
     c.halfSize = broadcast<4>(channel_.halfSize);
     c.one = broadcastOnce(1.0);
@@ -204,7 +207,7 @@ class SkewedCore {
     if constexpr (multistage) {
       waveshapers<j>(c, p);
       split<j>(c, p, now);
-      loopFilters<j>(c, p, now);
+      interstageFilters<j>(c, p, now);
     } else {
       waveshaper<j>(c, p);
     }
@@ -234,15 +237,15 @@ class SkewedCore {
   // 0 and left out; x[n-1] weighs what x[n] weighs, and in power 0, a highpass in an odd lane, the
   // negative of it. That can change the sign of a zero, which the next waveshaper does not see.
   template <int j>
-  QUELLARD_INLINE void loopFilters(const Coefficients& c, PipelineState& p, Iteration& now) {
+  QUELLARD_INLINE void interstageFilters(const Coefficients& c, PipelineState& p, Iteration& now) {
     StageBuffers& b = p.buffers;
     const Quad x = quad(load<2>(b.shaped01[interleavedIndex(j)]), pair(b.power0[j], 0.0));
-    const Quad weighed = c.loopX * x;
-    const Quad y = weighed + p.loop;
-    p.loop = negateOdd(weighed) + c.loopY * y;
+    const Quad weighed = c.interstageX * x;
+    const Quad y = weighed + p.interstage;
+    p.interstage = negateOdd(weighed) + c.interstageY * y;
     b.power0[j] = lane1(lowHalf(y));
-    now.loop[j] = y;
-    transpose<j>(now.loop, b.post, b.power1);
+    now.interstage[j] = y;
+    transpose<j>(now.interstage, b.post, b.power1);
   }
 
   // The high branch in the first lane, negated throughout, and the low branch in the second: then

@@ -8,7 +8,6 @@
 #include <windowsx.h>
 // clang-format on
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -104,9 +103,14 @@ class Win32Window : public WindowBase {
     return isFloating() ? WS_OVERLAPPEDWINDOW : WS_CHILD | WS_CLIPSIBLINGS | WS_TABSTOP;
   }
 
-  // As the frame is on the screen that the window is on.
+  // As the frame is on the screen that the window is on. Minimised, it has no frame to measure.
   PixelSize withFrame(PixelSize size) const {
-    RECT outer = {}, inner = {};
+    RECT outer = {0, 0, size.width, size.height}, inner = {};
+    if (IsIconic(window_)) {
+      AdjustWindowRectEx(&outer, style(), FALSE, 0);
+      return {static_cast<int>(outer.right - outer.left),
+              static_cast<int>(outer.bottom - outer.top)};
+    }
     GetWindowRect(window_, &outer);
     GetClientRect(window_, &inner);
     return {static_cast<int>(outer.right - outer.left - inner.right) + size.width,
@@ -269,11 +273,11 @@ class Win32Window : public WindowBase {
     const std::size_t key = event.wide & 0xFFU;
     const bool isRepeated = (event.place & kWasDown) != 0;
     const bool isHosts = event.isHosts || (isRepeated && wasForHost(key));
-    if (isForHost(key, event.key, isRepeated, isHosts, event.isFine)) handOn(event);
+    if (keyPressed(key, event.key, isRepeated, isHosts, event.isFine)) handOn(event);
   }
 
   void keyUp(const Event& event) {
-    if (releaseIsForHost(event.wide & 0xFFU)) handOn(event);
+    if (keyReleased(event.wide & 0xFFU)) handOn(event);
   }
 
   // To the host, for its transport and shortcuts.

@@ -2,12 +2,12 @@
 // FaceWindow for X11. On libxcb rather than Xlib: what goes wrong comes back as an event, while
 // Xlib ends the whole process, host and all, when the host has destroyed the window before the
 // plug-in.
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -349,13 +349,13 @@ class X11Window : public WindowBase {
     const bool isRepeated = event.detail == released_.key && event.time == released_.time;
     const bool isHosts = isRepeated && released_.isHosts;
     const bool withShift = (event.state & XCB_MOD_MASK_SHIFT) != 0;
-    if (isForHost(event.detail, press, isRepeated, isHosts, withShift)) {
+    if (keyPressed(event.detail, press, isRepeated, isHosts, withShift)) {
       handOn(event, XCB_EVENT_MASK_KEY_PRESS);
     }
   }
 
   void keyUp(const xcb_key_release_event_t& event) {
-    released_ = {event.detail, event.time, releaseIsForHost(event.detail)};
+    released_ = {event.detail, event.time, keyReleased(event.detail)};
     if (released_.isHosts) handOn(event, XCB_EVENT_MASK_KEY_RELEASE);
   }
 

@@ -50,7 +50,7 @@ TEST(SignalProcess, MatchesTheReferenceToTheBit) {
         ASSERT_TRUE(sameBits(shipped->upState, truth.upState));
         ASSERT_TRUE(sameBits(shipped->downState, truth.downState));
         if (random.chance(0.05)) {
-          shipped->clearMemory();
+          shipped->clearState();
           truth.clear();
         }
         if (random.chance(0.1)) shipped->resume();  // which changes nothing
@@ -62,7 +62,7 @@ TEST(SignalProcess, MatchesTheReferenceToTheBit) {
 // A channel of any voicing.
 class AnyVoicing : public AmpChannelBase, public PowerStageSplit {
  public:
-  AnyVoicing(const ChannelFigures& figures, bool multistage)
+  AnyVoicing(const ChannelConstants& figures, bool multistage)
       : AmpChannelBase(44100.0), PowerStageSplit(false), split_(multistage ? this : nullptr) {
     build(figures);
     signalProcess(nullptr, nullptr, 0);  // ends both ramps
@@ -93,18 +93,18 @@ TEST(SignalProcess, VoicingsThatTheFastCoreCannotPlayAreRight) {
               {2, 1, 6, 2, 2}, {4, 0, 6, 0, 2}, {9, 2, 7, 3, 5}};
   for (const auto& row : rows) {
     for (const bool multistage : {false, true}) {
-      const ChannelFigures figures = {.pre = some(row.pre),
-                                      .post = std::span(post).first(row.post),
-                                      .eq = some(row.eq),
-                                      .power = std::span(power).first(row.power),
-                                      .revise = some(row.revise),
-                                      .innerBanks = InnerBanks::oversampled,
-                                      .at48k = kR3,
-                                      .elsewhere = kR2,
-                                      .driveCurve = {},
-                                      .driveLevel = 1.0,
-                                      .masterScale = 1.0,
-                                      .lowBassRange = 6.0};
+      const ChannelConstants figures = {.pre = some(row.pre),
+                                        .post = std::span(post).first(row.post),
+                                        .eq = some(row.eq),
+                                        .power = std::span(power).first(row.power),
+                                        .revise = some(row.revise),
+                                        .innerBanks = InnerBanks::oversampled,
+                                        .at48k = kR3,
+                                        .elsewhere = kR2,
+                                        .driveCurve = {},
+                                        .driveLevel = 1.0,
+                                        .masterScale = 1.0,
+                                        .lowBassRange = 6.0};
       AnyVoicing whole(figures, multistage), pieces(figures, multistage);
       std::vector<double> expected = input;
       for (std::size_t i = 0; i < expected.size(); i += 4)

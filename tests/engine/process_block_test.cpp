@@ -24,7 +24,7 @@ class FakeChannel : public AmpChannelBase {
     for (int i = 0; i < n; ++i) out[i] = factor * in[i];
     if (inBlock) inBlock();
   }
-  void clearMemory() override { ++cleared; }
+  void clearState() override { ++cleared; }
 
   double factor;
   int cleared = 0;

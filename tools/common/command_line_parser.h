@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The names of the command line's parser, whose own header takes seconds to compile: for headers,
-// which only pass it on.
+// Forward declarations of CLI11's classes, whose own header takes seconds to compile.
 #pragma once
 
 namespace CLI {

@@ -9,7 +9,9 @@
 namespace quellard {
 
 FileDescriptor::~FileDescriptor() {
+  const int error = errno;  // of a call before this one, which may yet be looked at
   if (number_ >= 0) close(number_);
+  errno = error;
 }
 
 std::int64_t readSome(const FileDescriptor& file, void* bytes, std::int64_t count) {

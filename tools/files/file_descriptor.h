@@ -41,8 +41,8 @@ std::int64_t sizeOf(const FileDescriptor& file);
 // Where an ordinary file stands; -1 for pipes and devices.
 std::int64_t positionInFile(const FileDescriptor& file);
 
-// Whether the operation that has just failed may succeed when it is called again.
-inline bool isWorthRepeating() { return errno == EINTR || errno == EAGAIN; }
+// Whether a signal has interrupted the operation that has just failed.
+inline bool wasInterrupted() { return errno == EINTR; }
 
 // Writes everything. The bytes written are fewer only when the file takes no more, for the reason
 // in errno.
@@ -50,7 +50,7 @@ inline std::int64_t writeAll(const FileDescriptor& file, const char* bytes, std:
   std::int64_t done = 0;
   while (done < count) {
     const std::int64_t written = writeSome(file, bytes + done, count - done);
-    if (written < 0 && isWorthRepeating()) continue;
+    if (written < 0 && wasInterrupted()) continue;
     if (written == 0) errno = ENOSPC;
     if (written <= 0) break;
     done += written;

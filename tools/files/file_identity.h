@@ -21,8 +21,8 @@ struct Identified {
 // or /dev/null, which may be used several times.
 std::optional<Identified> identify(const std::filesystem::path& path, int standardStream);
 
-// A path that equals another's where both name the same file, there or not: some systems take
-// capital and small letters for the same.
+// A path that equals another's where both name the same file, whether or not it exists: some
+// systems take capital and small letters for the same.
 std::filesystem::path comparableName(const std::filesystem::path& path);
 
 }  // namespace quellard

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <fmt/format.h>
 
@@ -106,7 +107,7 @@ std::int64_t InputFile::readOnce(char* bytes, std::int64_t count) {
   std::int64_t got = 0;
   do {
     got = readSomeAt(file_, bytes, count, origin_ + position_);
-  } while (got < 0 && isWorthRepeating());
+  } while (got < 0 && wasInterrupted());
   if (got < 0) failure_ = std::make_exception_ptr(FileError(complaint(errno)));
   return got;
 }
@@ -117,7 +118,7 @@ std::int64_t InputFile::readStream(char* bytes, std::int64_t count) try {
   do {
     waitToRead(file_);
     got = readSome(file_, bytes, count);
-  } while (got < 0 && isWorthRepeating());
+  } while (got < 0 && (wasInterrupted() || errno == EAGAIN));
   if (got < 0) throw FileError(complaint(errno));
   if (keepsStart_) start_.insert(start_.end(), bytes, bytes + got);
   consumed_ += got;

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "tools/files/unnamed_file.h"
+#include "tools/files/file_descriptor.h"
 
 namespace quellard {
 

@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "tools/files/unnamed_file.h"
+#include "tools/files/file_descriptor.h"
 
 namespace quellard {
 namespace {

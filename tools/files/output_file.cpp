@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: ISC
 #include "tools/files/output_file.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <fmt/format.h>
@@ -40,7 +42,7 @@ OutputFile::OutputFile(const fs::path& path)
     : shown_(isStandardOutput(path) ? "standard output" : path) {
   if (isStream(path)) {
     stream_ = path;
-    if (const int error = objectionToWrite(path)) failWriting(shown_, error);
+    if (const int error = writeAccessError(path)) failWriting(shown_, error);
     spool_ = openSpool();
   } else {
     pending_.emplace(withLinksFollowed(path), shown_);
@@ -57,7 +59,7 @@ std::int64_t OutputFile::read(void* bytes, std::int64_t count) {
   std::int64_t got = 0;
   do {
     got = readSome(file(), bytes, count);
-  } while (got < 0 && isWorthRepeating());
+  } while (got < 0 && wasInterrupted());
   return std::max<std::int64_t>(got, 0);
 }
 
@@ -73,12 +75,12 @@ void OutputFile::throwIfFailed() const {
 
 void OutputFile::commit() {
   throwIfFailed();
-  if (pending_) return pending_->takePlace();
-  copyTo(waitForReader());
+  if (pending_) return pending_->replaceTarget();
+  copyTo(openWhenRead());
 }
 
 // A blocking open would not be interrupted by a signal that another thread receives.
-FileDescriptor OutputFile::waitForReader() const {
+FileDescriptor OutputFile::openWhenRead() const {
   FileDescriptor opened = openStream(stream_);
   while (!opened && errno == ENXIO) {
     throwIfInterrupted();
@@ -90,13 +92,13 @@ FileDescriptor OutputFile::waitForReader() const {
 }
 
 void OutputFile::copyTo(const FileDescriptor& stream) {
-  std::array<char, 4096> piece = {};  // a pipe that is ready takes as much without blocking
+  std::array<char, 4096> piece = {};  // what a pipe of Linux that is ready takes without blocking
   seek(0, SEEK_SET);
   while (const std::int64_t count = read(piece.data(), std::ssize(piece))) {
     for (std::int64_t done = 0; done < count;) {
       waitToWrite(stream);
       const std::int64_t written = writeSome(stream, piece.data() + done, count - done);
-      if (written < 0 && !isWorthRepeating()) failWriting(shown_, errno);
+      if (written < 0 && !wasInterrupted() && errno != EAGAIN) failWriting(shown_, errno);
       if (written > 0) done += written;
     }
   }

@@ -45,12 +45,12 @@ class OutputFile {
 
  private:
   const FileDescriptor& file() const { return pending_ ? pending_->file() : spool_; }
-  FileDescriptor waitForReader() const;
+  FileDescriptor openWhenRead() const;
   void copyTo(const FileDescriptor& stream);
 
-  std::filesystem::path shown_;  // as the user wrote it, for messages
-  std::filesystem::path stream_;
-  FileDescriptor spool_;  // for a stream
+  std::filesystem::path shown_;   // as the user wrote it, for messages
+  std::filesystem::path stream_;  // empty for a file
+  FileDescriptor spool_;          // for a stream
   std::optional<PendingFile> pending_;
   int firstError_ = 0;
 };

@@ -71,7 +71,7 @@ PendingFile::~PendingFile() {
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
-void PendingFile::takePlace() {
+void PendingFile::replaceTarget() {
   if (fsync(file_.number()) != 0) failWriting(shown_, errno);
   if (temporary_.empty()) {
     // Linking works only where no file has the name. An existing file must be replaced by rename(),

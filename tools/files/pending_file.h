@@ -20,12 +20,12 @@ class PendingFile {
   PendingFile(const PendingFile&) = delete;
   PendingFile& operator=(const PendingFile&) = delete;
 
-  // For reading and writing; none after takePlace().
+  // For reading and writing; none after replaceTarget().
   const FileDescriptor& file() const { return file_; }
 
   // Flushes the file to the disk and gives it the target's name. Throws FileError, and then leaves
   // the target as it was.
-  void takePlace();
+  void replaceTarget();
 
  private:
   void openNamed();

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // A file with a random name that is marked as deleted, so that the system removes it with its
-// handle, also when the process is killed. takePlace() takes the mark back and moves it over what
-// has the name.
+// handle, also when the process is killed. replaceTarget() takes the mark back and moves it over
+// what has the name.
+#include <cerrno>
 #include <fcntl.h>
 #include <io.h>
 #include <utility>
@@ -45,10 +46,16 @@ void PendingFile::openNamed() {
       CreateFileW(temporary_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_DELETE,
                   nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
+    const int error = lastError();
     temporary_.clear();
-    failWriting(shown_, lastError());
+    failWriting(shown_, error);
   }
   file_ = FileDescriptor(_open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY));
+  if (!file_) {  // too many are open
+    CloseHandle(handle);
+    DeleteFileW(temporary_.c_str());
+    failWriting(shown_, EMFILE);
+  }
   markDeleted(file_, true);
 }
 
@@ -57,7 +64,7 @@ PendingFile::~PendingFile() {
   if (!temporary_.empty()) DeleteFileW(temporary_.c_str());  // where no mark was to be had
 }
 
-void PendingFile::takePlace() {
+void PendingFile::replaceTarget() {
   if (FlushFileBuffers(handleOf(file_)) == 0) failWriting(shown_, lastError());
   markDeleted(file_, false);
   file_ = FileDescriptor();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/files/streams.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -54,7 +55,7 @@ FileDescriptor openStream(const fs::path& path) {
                             : open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
 }
 
-int objectionToWrite(const fs::path& stream) {
+int writeAccessError(const fs::path& stream) {
   if (!isStandardOutput(stream)) return access(stream.c_str(), W_OK) != 0 ? errno : 0;
   const int flags = fcntl(STDOUT_FILENO, F_GETFL);
   return flags < 0 || (flags & O_ACCMODE) == O_RDONLY ? EBADF : 0;

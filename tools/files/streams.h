@@ -26,7 +26,7 @@ FileDescriptor openInput(const std::filesystem::path& path);
 FileDescriptor openStream(const std::filesystem::path& path);
 
 // Why a stream cannot be written, as an errno value; 0 where nothing is known against it.
-int objectionToWrite(const std::filesystem::path& stream);
+int writeAccessError(const std::filesystem::path& stream);
 
 // Waits until a pipe or device can be read, or written. Throws Interrupted when a signal arrives,
 // also if another thread receives it.

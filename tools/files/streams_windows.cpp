@@ -44,9 +44,9 @@ FileDescriptor openStream(const fs::path& path) {
                     : _wopen(path.c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT));
 }
 
-int objectionToWrite(const fs::path& /*stream*/) { return 0; }
+int writeAccessError(const fs::path& /*stream*/) { return 0; }
 
-// Reading and writing wait themselves; Ctrl+C ends what waits.
+// Reading and writing wait themselves, until the other end of a pipe answers or is closed.
 void waitToRead(const FileDescriptor& /*file*/) { throwIfInterrupted(); }
 void waitToWrite(const FileDescriptor& /*file*/) { throwIfInterrupted(); }
 

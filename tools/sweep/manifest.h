@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/files/unnamed_file.h"
+#include "tools/files/file_descriptor.h"
 
 namespace quellard {
 
