@@ -16,6 +16,7 @@
 #include "tools/files/audio_format.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/streams.h"
+#include "tools/files/unnamed_file.h"
 #include "tools/files/utf8_path.h"
 #include "tools/host/batch.h"
 #include "tools/host/render_limits.h"
