@@ -85,16 +85,20 @@ Screen::Screen(pid_t server, const std::string& display)
 }
 
 Screen::~Screen() {
-  kill();
+  stopServer();
   xcb_disconnect(connection_);
 }
 
 void Screen::kill() {
+  stopServer();
+  // A test beside this one may get its number next, and with it another desktop.
+  setenv("DISPLAY", ":none", 1);
+}
+
+void Screen::stopServer() {
   if (server_ == 0) return;
   ::kill(server_, SIGTERM);
   waitpid(std::exchange(server_, 0), nullptr, 0);
-  // A test beside this one may get its number next, and with it another desktop.
-  setenv("DISPLAY", ":none", 1);
 }
 
 void Screen::wait() {

@@ -101,6 +101,7 @@ class Screen {
   std::vector<WindowId> opened_;
 #else
   Screen(pid_t server, const std::string& display);
+  void stopServer();
   void fake(int type, int detail, int x = 0, int y = 0);
   xcb_atom_t atom(const std::string& name);
   void tell(WindowId window, const std::string& type, const std::array<std::uint32_t, 4>& data);
