@@ -26,7 +26,7 @@ class IIRFilter {
   // sample. A section is always run through the same one of the two. [audio thread]
   void ipIirProcessing(double* sample);
 
-  // Redesigns at once. The memory stays unless the type number changes: a moved frequency does not
+  // Redesigns at once. The state stays unless the type number changes: a moved frequency does not
   // restart the section. [audio thread]
   void FDexcute(filterPrm_tag* prm);
 
@@ -35,7 +35,7 @@ class IIRFilter {
   // [audio thread]
   void ipFDexcute(filterPrm_tag* prm, int length);
 
-  // Empties the memory; coefficients and glide stay.
+  // Sets the state to zero; coefficients and glide stay.
   void refresh();
 
   using Coefficients = std::array<double, 5>;

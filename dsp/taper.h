@@ -19,7 +19,7 @@ enum TaperCurve : std::int32_t {
 template <class Value>
 class edit {
  public:
-  // x: the knob, 0..1 (outside that a power curve may answer NaN). Returns valueAtZero for 0 and
+  // x: the knob, 0..1 (outside that a power curve may return NaN). Returns valueAtZero for 0 and
   // valueAtOne for 1 with any curve that runs from 0 to 1. The curve always starts at the lower
   // end value, whichever way the control runs. Single precision, as the sound depends on it.
   // [audio thread] Allocates nothing.

@@ -34,10 +34,10 @@ class Amplifier {
   // reserve() only in a block that is longer than any before.
   void processBlock(double* in, double* out, int frames);
 
-  // Builds everything that depends on the rate. Hz; the rate in force, NaN, infinities and rates
-  // that are not positive change nothing. Returns whether it built. Not while a block is played.
-  // On an exception (no memory) no channel is left, and the next call builds again.
-  // controlMinimum: what every taper returns at a knob's minimum.
+  // The sample-rate setup: builds everything that depends on the rate. Hz; the rate in force, NaN,
+  // infinities and rates that are not positive change nothing. Returns whether it built. Not while
+  // a block is played. On an exception (no memory) no channel is left, and the next call builds
+  // again. controlMinimum: what every taper returns at a knob's minimum.
   bool prepare(double rate, double controlMinimum = 0.0);
 
   // Allocates for blocks of up to `frames` samples, for hosts that change the length from block to

@@ -216,7 +216,7 @@ class SkewedCore {
 
   // The up lowpass in the first lane, down in the second. The zero-stuffed sub-samples of up, whose
   // input terms the scalar chain leaves out, add zeros here. That can change the sign of a zero,
-  // but T0 answers the centre of its table for a zero of either sign.
+  // but T0 returns the centre of its table for a zero of either sign.
   template <int j>
   QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now) {
     const auto& mixed = p.buffers.mixed;

@@ -111,8 +111,8 @@ QUELLARD_NATIVE(4, __m256d, _mm256_min_pd, _mm256_max_pd)
 QUELLARD_LANEWISE(operator+, a.v + b.v)
 QUELLARD_LANEWISE(operator-, a.v - b.v)
 QUELLARD_LANEWISE(operator*, a.v* b.v)
-// The processor's own instructions: ARM would need two for a < b ? a : b. A NaN in b is the answer.
-// To a NaN in a, and to zeros of either sign, processors answer differently.
+// The processor's own instructions: ARM would need two for a < b ? a : b. A NaN in b is the result.
+// For a NaN in a, and for zeros of either sign, processors differ.
 QUELLARD_LANEWISE(minimum, Native<n>::minimum(a.v, b.v))
 QUELLARD_LANEWISE(maximum, Native<n>::maximum(a.v, b.v))
 #undef QUELLARD_LANEWISE
@@ -154,6 +154,7 @@ QUELLARD_INLINE Lanes<n> broadcast(double x) {
 
 QUELLARD_INLINE Pair pair(double a, double b) { return {Pair::Vector{a, b}}; }
 
+// highThenZero() of lanes 0 to 3 is {2, 3, zero, zero}.
 #if defined(__AVX__)
 QUELLARD_INLINE Quad quad(Pair low, Pair high) {
   return {_mm256_insertf128_pd(_mm256_castpd128_pd256(low.v), high.v, 1)};
@@ -169,7 +170,7 @@ QUELLARD_INLINE Quad highThenZero(Quad x) { return {x.high, broadcast<2>(0.0)}; 
 #endif
 
 // A native vector with the same pair in each half, where it has two. To compute a pair twice costs
-// less than to move the result from one half to the other.
+// less than to move the result from one half to the other. repeatLow() repeats lanes 0 and 1.
 using RepeatedPair = Lanes<kNativeLanes>;
 #if defined(__AVX__)
 QUELLARD_INLINE RepeatedPair repeat(Pair x) { return quad(x, x); }
@@ -306,7 +307,7 @@ QUELLARD_INLINE TablePosition toTablePosition(Quad x) {
   return position;
 }
 #else
-// Of two positions: the indices as one word, and the fractions as the answer.
+// Of two positions: the indices as one word, and the fractions as the result.
 QUELLARD_INLINE Pair toTablePosition(Pair x, std::uint64_t& index) {
 #if defined(__SSE2__)
   const __m128i whole = _mm_cvttpd_epi32(x.v);
