@@ -21,19 +21,19 @@ std::unique_ptr<IIRFilter> buildSection(const VoicingRow& row, double fs) {
 }
 
 // Builds the sections to run at `fs` Hz.
-FilterBank buildBank(std::span<const VoicingRow> rows, double fs) {
-  auto bank = std::make_unique<std::unique_ptr<IIRFilter>[]>(rows.size());
-  std::transform(rows.begin(), rows.end(), bank.get(),
+FilterCascade buildCascade(std::span<const VoicingRow> rows, double fs) {
+  auto cascade = std::make_unique<std::unique_ptr<IIRFilter>[]>(rows.size());
+  std::transform(rows.begin(), rows.end(), cascade.get(),
                  [fs](const VoicingRow& row) { return buildSection(row, fs); });
-  return bank;
+  return cascade;
 }
 
 std::int32_t count(std::span<const VoicingRow> rows) {
   return static_cast<std::int32_t>(rows.size());
 }
 
-void refresh(BankView bank) {
-  for (const auto& section : bank) section->refresh();
+void refresh(CascadeView cascade) {
+  for (const auto& section : cascade) section->refresh();
 }
 
 }  // namespace
@@ -57,13 +57,13 @@ void AmpChannelBase::build(const ChannelConstants& constants) {
   powerCount = count(constants.power);
   reviseCount = count(constants.revise);
 
-  const bool inside = constants.innerBanks == InnerBanks::oversampled;
+  const bool inside = constants.postAndPower == PostAndPower::oversampled;
   const double innerRate = inside ? rate * overSampleRatio : rate;
-  preFilters = buildBank(constants.pre, rate);
-  postFilters = buildBank(constants.post, innerRate);
-  eqFilters = buildBank(constants.eq, rate);
-  powerFilters = buildBank(constants.power, innerRate);
-  reviseFilters = buildBank(constants.revise, rate);
+  preFilters = buildCascade(constants.pre, rate);
+  postFilters = buildCascade(constants.post, innerRate);
+  eqFilters = buildCascade(constants.eq, rate);
+  powerFilters = buildCascade(constants.power, innerRate);
+  reviseFilters = buildCascade(constants.revise, rate);
   dcBlocker = buildSection(kDcBlocker, rate);
 }
 

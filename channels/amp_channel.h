@@ -15,26 +15,28 @@
 
 namespace quellard {
 
-// The sections of a bank in the order in which the signal meets them.
-using FilterBank = std::unique_ptr<std::unique_ptr<IIRFilter>[]>;
-using BankView = std::span<const std::unique_ptr<IIRFilter>>;
+// Filter sections in series, in the order in which the signal meets them.
+using FilterCascade = std::unique_ptr<std::unique_ptr<IIRFilter>[]>;
+using CascadeView = std::span<const std::unique_ptr<IIRFilter>>;
 
-inline BankView sectionsOf(const FilterBank& bank, std::int32_t count) {
-  return {bank.get(), static_cast<std::size_t>(count)};
+inline CascadeView sectionsOf(const FilterCascade& cascade, std::int32_t count) {
+  return {cascade.get(), static_cast<std::size_t>(count)};
 }
 
-// Where a channel's post and power banks run.
-enum class InnerBanks : std::uint8_t { atSampleRate, oversampled };
+// Where a channel's post and power filters run: in front of the first waveshaper, or between the
+// waveshapers.
+enum class PostAndPower : std::uint8_t { atSampleRate, oversampled };
 
-// What makes a channel that channel.
+// What makes a channel that channel. Its filters: pre, the input shelf and what follows it; post
+// and power; eq, the tone stack; revise, the output EQ.
 struct ChannelConstants {
   std::span<const VoicingRow> pre, post, eq, power, revise;
-  InnerBanks innerBanks;
+  PostAndPower postAndPower;
   ResamplingSet at48k;
   ResamplingSet elsewhere;
   DriveCurve driveCurve;
-  double driveLevel;    // factor in front of the drive
-  double masterScale;   // make-up factor behind the chain
+  double driveLevel;    // the drive factor at full GAIN
+  double masterScale;   // make-up factor after the chain
   double lowBassRange;  // dB by which BASS moves the low bass peak up and down
 };
 
@@ -51,7 +53,7 @@ class AmpChannelBase {
   virtual void signalProcess(double* /*in*/, double* /*out*/, int /*n*/) {}
 
   // The knobs after their tapers, 0..1, and the length in samples over which the filters glide to
-  // their new design (at once below 1).
+  // their new design (at once below 1); see IIRFilter::ipFDexcute.
   virtual void setEQ(double /*treble*/, double /*mid*/, double /*bass*/, double /*presence*/,
                      int /*n*/) {}
   virtual void setGain(double /*gain*/, int /*n*/) {}
@@ -61,8 +63,8 @@ class AmpChannelBase {
   virtual void resume() {}
 
   // Sets the states of filters, resampler and split to zero, for a signal that has turned
-  // non-finite; controls, glides and levels stay. Declared last: the order of the operations above
-  // is fixed.
+  // non-finite; controls, glides and levels stay. Hosts call the operations above by their places
+  // in the virtual table, so new ones follow here.
   virtual void clearState();
 
   std::int32_t preCount = 0;
@@ -70,11 +72,11 @@ class AmpChannelBase {
   std::int32_t eqCount = 0;
   std::int32_t powerCount = 0;
   std::int32_t reviseCount = 0;
-  FilterBank preFilters;
-  FilterBank postFilters;
-  FilterBank eqFilters;  // the tone stack
-  FilterBank powerFilters;
-  FilterBank reviseFilters;
+  FilterCascade preFilters;
+  FilterCascade postFilters;
+  FilterCascade eqFilters;  // the tone stack
+  FilterCascade powerFilters;
+  FilterCascade reviseFilters;
   std::unique_ptr<IIRFilter> dcBlocker;
   std::array<double, 5>
       resampleA{};  // feedback A1..A5 of the resampling lowpass; signed to be added
@@ -86,9 +88,9 @@ class AmpChannelBase {
   double masterScale = 0.0;         // the channel's make-up factor
   std::array<double, 6> upState{};  // s0 to s4; a last one, always 0, lets one formula serve all
   std::array<double, 6> downState{};
-  double gainTarget = 1.0;
-  double gainCurrent = 0.0;  // in force at the end of the last block
-  double masterTarget = 1.0;
+  double gainTarget = 1.0;    // the drive factor that GAIN asks for
+  double gainCurrent = 0.0;   // at the end of the last block
+  double masterTarget = 1.0;  // the output level that MASTER asks for
   double masterCurrent = 0.0;
 
  protected:

@@ -7,9 +7,9 @@ namespace quellard {
 namespace {
 
 // clang-format off
-// The stored constants of T1 to T3: levels, rates per entry, guard exponent.
+// The stored constants of T1 to T3: levels, rates per entry, last exponent.
 constexpr std::array<ClipperCurve, 3> kMultistageCurves = {{
-  // + level  + rate                - level  - rate                 guard
+  // + level  + rate                - level  - rate                 last
   {  1.0,    -0.0035,               0.057,  -0.06140350877192979,   -70.0              },
   {  1.0,    -0.00802125844320371,  0.9,    -0.008912509381337455,  -160.42516886407418 },
   {  1.0,    -0.0015,               0.9,    -0.0015,                -30.0              },

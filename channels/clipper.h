@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // Waveshapers, which the host interface calls clippers: soft-saturation curves in tables, looked up
-// with linear interpolation. A table is generated once for each oversampling factor that the
-// process meets and only read afterwards, so instances at different rates never disturb each other.
+// with linear interpolation. A table that depends on the oversampling factor is generated once
+// for each factor that the process meets; all are only read afterwards, so instances at different
+// rates never disturb each other.
 #pragma once
 
 #include <array>
@@ -14,8 +15,8 @@ inline constexpr int kClipperHalfSize = 20000;
 
 struct Clipper {
   double halfSize;  // index of the curve's centre; 0 until generated, which makes lookups return 0
-  // Entry j holds the curve at (j - 20000) / 20000; the last one repeats its neighbour, so that
-  // interpolation needs no test at the upper end.
+  // Entry j holds the curve at (j - 20000) / 20000; one more follows for interpolation at the
+  // upper end, equal to the one before it but for its rounding.
   std::array<double, 2 * kClipperHalfSize + 2> table;
 
   // The curve at x, held at its ends beyond -1..1. NaN returns NaN, so that a filter whose state
@@ -37,7 +38,8 @@ struct ClipperCurve {
   double positiveRate;
   double negativeLevel;
   double negativeRate;
-  double lastExponent;  // of the entry at u = 1: positiveRate * 20000, rounded as it is stored
+  double
+      lastExponent;  // of the entry after the one at u = 1: positiveRate * 20000, otherwise rounded
 };
 
 // How a generator groups the negative half; the tables' last bits depend on it.
@@ -47,8 +49,8 @@ enum class NegativeHalf : std::uint8_t { scaleNumerator, scaleQuotient };
 // thread. Allocates nothing.
 void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf grouping);
 
-// The first waveshaper of a channel sees zero-stuffed samples at 1/F of their level, so its slopes
-// at 0 grow with the factor F.
+// The first waveshaper of a channel sees the zero-stuffed signal after a lowpass of unit gain, at
+// 1/F of its level, so its slopes at 0 grow with the factor F.
 struct DriveCurve {
   double positiveLevel;
   double positiveSlope;  // of the tanh's argument, at F = 1
@@ -74,8 +76,8 @@ class DriveClipper {
   std::array<std::once_flag, 2> generated_;
 };
 
-// The three curves behind the drive stage of VINTAGE and MODERN, T1 to T3. They do not depend on
-// the factor and are the same in both channels, so the process holds them once.
+// The three curves after the first of VINTAGE and MODERN: T1, T2 and T3. They do not depend on the
+// factor and are the same in both channels, so the process holds them once.
 using MultistageClippers = std::array<Clipper, 3>;
 extern MultistageClippers multistageClip;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The CLEAN channel: every bank at the sample rate, one waveshaper.
+// The CLEAN channel: every filter at the sample rate, one waveshaper.
 #pragma once
 
 #include "channels/voiced_channel.h"
@@ -11,9 +11,10 @@ class QuellardCh1 final : public VoicedChannel<QuellardCh1> {
   using VoicedChannel::VoicedChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0
+  static DriveClipper clip;  // T0 in signal_chain.h
 
-  // The voicing by columns: QuellardCh1preNum, ...preFrq, ...preQ, ...preGain and so on.
+  // The voicing by columns, as the host interface names them: QuellardCh1preNum, ...preFrq and so
+  // on.
   QUELLARD_COLUMNS(QuellardCh1pre, clean::kPre);
   QUELLARD_COLUMNS(QuellardCh1post, clean::kPost);
   QUELLARD_COLUMNS_BUT_GAIN(QuellardCh1eq, clean::kEq);

@@ -12,9 +12,10 @@ class QuellardCh2 final : public MultistageChannel<QuellardCh2> {
   using MultistageChannel::MultistageChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0; T1 to T3 are multistageClip
+  static DriveClipper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
 
-  // The voicing by columns: QuellardCh2preNum, ...preFrq, ...preQ, ...preGain and so on.
+  // The voicing by columns, as the host interface names them: QuellardCh2preNum, ...preFrq and so
+  // on.
   QUELLARD_COLUMNS(QuellardCh2pre, vintage::kPre);
   QUELLARD_COLUMNS(QuellardCh2post, vintage::kPost);
   QUELLARD_COLUMNS_BUT_GAIN(QuellardCh2eq, vintage::kEq);

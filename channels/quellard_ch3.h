@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The MODERN channel: the four waveshapers of VINTAGE, with a mid boost and half the drive in front
-// of them and wider filters between them.
+// The MODERN channel: VINTAGE with a mid boost in front, half the drive factor into a first
+// waveshaper 1.5 times as steep, and wider filters between the waveshapers.
 #pragma once
 
 #include "channels/voiced_channel.h"
@@ -12,9 +12,10 @@ class QuellardCh3 final : public MultistageChannel<QuellardCh3> {
   using MultistageChannel::MultistageChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0; T1 to T3 are multistageClip
+  static DriveClipper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
 
-  // The voicing by columns: QuellardCh3preNum, ...preFrq, ...preQ, ...preGain and so on.
+  // The voicing by columns, as the host interface names them: QuellardCh3preNum, ...preFrq and so
+  // on.
   QUELLARD_COLUMNS(QuellardCh3pre, modern::kPre);
   QUELLARD_COLUMNS(QuellardCh3post, modern::kPost);
   QUELLARD_COLUMNS_BUT_GAIN(QuellardCh3eq, modern::kEq);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// A level that moves in a straight line. A record without functions: the cores of all instruction
-// sets include it, and a function would be one that they share.
+// A level that moves in a straight line. A record without functions: it is compiled for every
+// instruction set, and of a function's compilations the linker might keep one with AVX for a
+// processor without it.
 #pragma once
 
 namespace quellard {

@@ -31,8 +31,8 @@ inline double lowpassOfZero(const AmpChannelBase& c, std::array<double, 6>& s) {
   return y;
 }
 
-inline void run(BankView bank, double& x) {
-  for (const auto& section : bank) section->iirProcessing(&x);
+inline void run(CascadeView cascade, double& x) {
+  for (const auto& section : cascade) section->iirProcessing(&x);
 }
 
 inline double powerStage(PowerStageSplit& split, double p) {
@@ -47,7 +47,7 @@ inline double powerStage(PowerStageSplit& split, double p) {
 
 // The nonlinear stage of one sub-sample.
 inline double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
-  double w = parts.drive.lookup(y);
+  double w = parts.firstShaper.lookup(y);
   if (parts.split == nullptr) return w;
   run(sectionsOf(c.postFilters, c.postCount), w);
   w = multistageClip[0].lookup(w);
@@ -72,7 +72,7 @@ double oversample(AmpChannelBase& c, const ChainParts& parts, double v) {
 }  // namespace
 
 void playScalar(AmpChannelBase& c, const ChainParts& parts, const Segment& segment) {
-  const auto at = [](const Ramp& ramp, double k) { return k * ramp.step + ramp.start; };
+  const auto rampAt = [](const Ramp& ramp, double k) { return k * ramp.step + ramp.start; };
   for (int k = segment.begin; k < segment.end; ++k) {
     double x = std::isfinite(segment.in[k]) ? segment.in[k] : 0.0;
     c.preFilters[0]->ipIirProcessing(&x);
@@ -81,11 +81,11 @@ void playScalar(AmpChannelBase& c, const ChainParts& parts, const Segment& segme
       run(sectionsOf(c.postFilters, c.postCount), x);
       run(sectionsOf(c.powerFilters, c.powerCount), x);
     }
-    x = oversample(c, parts, at(segment.drive, k) * x);
+    x = oversample(c, parts, rampAt(segment.drive, k) * x);
     for (const auto& section : sectionsOf(c.eqFilters, c.eqCount)) section->ipIirProcessing(&x);
     run(sectionsOf(c.reviseFilters, c.reviseCount), x);
     c.dcBlocker->iirProcessing(&x);
-    segment.out[k] = at(segment.level, k) * x;
+    segment.out[k] = rampAt(segment.level, k) * x;
   }
 }
 

@@ -9,18 +9,18 @@
 namespace quellard {
 namespace {
 
-// Below these lengths, in samples, filling and draining the pipeline of the fast core costs more
-// than it saves: measured on all instruction sets.
-constexpr int kShortestSkewedClean = 8;
-constexpr int kShortestSkewedMultistage = 5;
+// Below these lengths, in samples, filling and draining the pipeline costs more than it saves:
+// measured on all instruction sets.
+constexpr int kShortestPipelinedClean = 8;
+constexpr int kShortestPipelinedMultistage = 5;
 
-// The first sample plays the level that the last block reached, the last sample the target. With
-// one sample the level does not move.
+// The first sample has the value that the last block reached, the last sample the target. With one
+// sample the value does not move.
 Ramp blockRamp(double current, double target, int n) {
   return {current, (target - current) * (n > 1 ? 1.0 / (n - 1) : 0.0)};
 }
 
-// The number of samples that the section still plays gliding; `most` if that is more or none.
+// The number of samples to the end of the section's glide, at most `most`; `most` without a glide.
 int samplesToGlideEnd(const IIRFilter& section, int most) {
   const double left = section.ipLength - section.ipCount + 1.0;
   return left >= 1.0 && left < most ? static_cast<int>(left) : most;
@@ -39,7 +39,8 @@ int segmentLength(const AmpChannelBase& channel, int most) {
 
 void playChannel(AmpChannelBase& channel, const ChainParts& parts, const double* in, double* out,
                  int n) {
-  const int shortest = parts.split != nullptr ? kShortestSkewedMultistage : kShortestSkewedClean;
+  const int shortest =
+      parts.split != nullptr ? kShortestPipelinedMultistage : kShortestPipelinedClean;
   Segment segment = {.in = in,
                      .out = out,
                      .begin = 0,

@@ -6,11 +6,11 @@
 //   MODERN   pre                drive   F x [ up  T0  post  T1  power  T2  split    down ]  eq ...
 //
 // T0 to T2 are waveshapers; the split holds a fourth, T3. Up and down are the resampling lowpasses
-// around F sub-samples per sample. Behind this oversampled section follow the tone stack (eq),
-// the output EQ (revise), the DC blocker and the output level.
+// around F sub-samples per sample. After this oversampled part follow the tone stack (eq), the
+// output EQ (revise), the DC blocker and the output level.
 //
-// scalar_chain.h plays it one sample after the other, fast/ many stages at once; the bits are the
-// same. [audio thread] Allocates nothing.
+// scalar_chain.h plays it one sample after the other, fast/ many stages at once (a software
+// pipeline); the bits are the same. [audio thread] Allocates nothing.
 #pragma once
 
 #include "channels/amp_channel.h"
@@ -21,8 +21,8 @@ namespace quellard {
 
 // What the chain needs of a channel beside AmpChannelBase.
 struct ChainParts {
-  const Clipper& drive;    // T0
-  PowerStageSplit* split;  // null in CLEAN, whose banks all run at the sample rate
+  const Clipper& firstShaper;  // T0
+  PowerStageSplit* split;      // null in CLEAN, whose filters all run at the sample rate
 };
 
 // A part of a block, from sample `begin` to before sample `end`. Pointers and ramps are those of

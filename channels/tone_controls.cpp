@@ -35,10 +35,10 @@ constexpr Cubic       kInputShelfHz    = {  620.21,  -1096.7,     849.19,   525.
 constexpr Cubic       kInputShelfGain  = {   37.923,   -86.963,    75.853,  -36.685   };  // dB
 // clang-format on
 
-void redesign(AmpChannelBase& channel, const FilterBank& bank, std::size_t section, FilterType type,
-              double frequencyHz, double q, double gainDb, int n) {
+void redesign(AmpChannelBase& channel, const FilterCascade& cascade, std::size_t section,
+              FilterType type, double frequencyHz, double q, double gainDb, int n) {
   filterPrm_tag prm = {type, frequencyHz, 0.0, 0.0, q, gainDb, channel.rate};
-  bank[section]->ipFDexcute(&prm, n);
+  cascade[section]->ipFDexcute(&prm, n);
 }
 
 }  // namespace
@@ -50,8 +50,8 @@ void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double low
   const auto retune = [&](std::size_t section, FilterType type, double Hz, double q, double dB) {
     redesign(channel, channel.eqFilters, section, type, Hz, q, dB, n);
   };
-  // The constants behind the mid and treble gains are calibrations, applied one by one: their
-  // order is part of the last bit.
+  // The constants in the mid and treble gains are calibrations. They are added one at a time, as
+  // one sum of them would round differently.
   const double midGain = kMidGain(t) + 6.693275 - 11.79 + kMidGainMid(m);
   const double trebleGain = kTrebleGain(t) - 0.076 - 2.0046 + kTrebleGainMid(m);
 

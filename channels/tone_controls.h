@@ -23,7 +23,7 @@ void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double low
 // Retunes the input shelf: the less gain, the less bass reaches the drive.
 void retuneInputShelf(AmpChannelBase& channel, double gain, int n);
 
-// The output level for a master value, before the channel's own make-up: -1 dB at 1.
+// The output level at full MASTER, before the channel's own make-up: -1 dB.
 inline constexpr double kMasterLevel = 0.8912509381337455;
 
 }  // namespace quellard

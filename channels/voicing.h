@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
 // The voicing tables: what the three channels are made of. A row per filter section, in the order
-// in which the signal meets them within a bank.
+// in which the signal meets them within a group.
 #pragma once
 
 #include <array>
@@ -30,7 +30,7 @@ constexpr std::array<Field, Count> column(Field VoicingRow::*field,
   return values;
 }
 
-// The columns of one bank as static members of a class, each name with the given prefix.
+// The columns of one table as static members of a class, each name with the given prefix.
 #define QUELLARD_COLUMNS_BUT_GAIN(prefix, table)                         \
   static constexpr auto prefix##Num = column(&VoicingRow::num, (table)); \
   static constexpr auto prefix##Frq = column(&VoicingRow::frq, (table)); \
@@ -96,8 +96,9 @@ inline constexpr VoicingTable<2> kRevise = {{ {peaking,      280.0, 0.55,  9.0},
 inline constexpr VoicingRow kDcBlocker = {highPass1, 20.0, 1.0, 0.0};
 
 // Fifth-order lowpass around the oversampled stages, unit gain at DC, meant to run at rate * F. Its
-// feed-forward half is symmetric: B3 = B2, B4 = B1, B5 = B0. -3 dB near 7 kHz (R1, R2) or 6.5 kHz
-// (R3, R4), 63 or 67 dB down at 20 kHz.
+// feed-forward half is symmetric: B3 = B2, B4 = B1, B5 = B0. R1 (CLEAN) and R3 are made for 48 kHz,
+// F = 7; R2 (CLEAN, VINTAGE) and R4 (MODERN) for 44.1 kHz, F = 8: -3 dB at 7 kHz (R1, R2) or 6.5 kHz
+// (R3, R4), 63 or 67 dB down at 20 kHz. At other rates these frequencies move with the rate.
 struct ResamplingSet {
   std::array<double, 5> a;
   std::array<double, 3> b;

@@ -2,7 +2,7 @@
 # the check is known to see. Sanitizers and coverage add weak symbols of their own. The names are the
 # same for Windows, whose objects know no weak symbols.
 if(NOT APPLE AND NOT WIN32)
-  set(shared ${PROJECT_BINARY_DIR}/skewed_core_shared.cpp)
+  set(shared ${PROJECT_BINARY_DIR}/pipeline_shared.cpp)
   file(CONFIGURE OUTPUT ${shared} CONTENT
     "template <class T> T twice(T x) { return x + x; }\ntemplate double twice(double);\n")
   add_library(quellard_shared_symbol STATIC ${shared})

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
 // One first- or second-order filter section with its own design and glide. A section belongs to
-// one channel and is used from one thread at a time; nothing here allocates.
+// one channel and is used from one thread at a time; nothing here allocates. The names are the host
+// interface's: FD stands for filter design, ip for interpolated, that is gliding.
 #pragma once
 
 #include <array>
@@ -30,9 +31,9 @@ class IIRFilter {
   // restart the section. [audio thread]
   void FDexcute(filterPrm_tag* prm);
 
-  // Redesigns and glides there in a straight line over `length` samples (at once below 1). The
-  // glide starts from the previous design, even if an earlier glide was still on its way to it.
-  // [audio thread]
+  // Redesigns and glides there in a straight line: the next sample still has the previous design,
+  // even if an earlier glide was on its way to it, and the one `length` samples after it the new
+  // one (at once below 1). [audio thread]
   void ipFDexcute(filterPrm_tag* prm, int length);
 
   // Sets the state to zero; coefficients and glide stay.

@@ -15,7 +15,8 @@ enum TaperCurve : std::int32_t {
   kStraightLine = 4,     // t, and so does any other number
 };
 
-// A plain record: filled once, then only read, from any thread.
+// One taper, which the host interface calls edit. A plain record: filled once, then only read, from
+// any thread.
 template <class Value>
 class edit {
  public:

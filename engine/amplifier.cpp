@@ -17,12 +17,12 @@ namespace {
 constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
                                                                  1.0f, 1.0f, 1.0f};
 
-// The sections that are run with ipIirProcessing: the input shelf and the tone stack. The last one
-// of the tone stack is never retuned, but its first glide, from zeros to its design, counts as
-// well.
-std::size_t glidingSections(const AmpChannelBase& channel) { return 1 + asSize(channel.eqCount); }
+// The sections that are run with ipIirProcessing: the input shelf and the tone stack. The tone
+// stack's last one in VINTAGE and MODERN is never retuned. It belongs to them since a section just
+// built puts out 0 for its first sample, from coefficients of 0, and reset() repeats that.
+std::size_t tunableSections(const AmpChannelBase& channel) { return 1 + asSize(channel.eqCount); }
 
-IIRFilter& glidingSection(AmpChannelBase& channel, std::size_t i) {
+IIRFilter& tunableSection(AmpChannelBase& channel, std::size_t i) {
   return i == 0 ? *channel.preFilters[0] : *channel.eqFilters[i - 1];
 }
 
@@ -77,7 +77,7 @@ void Amplifier::reserve(int frames) {
   fadeBuffer = std::make_unique<double[]>(size);
   channelBuffer = std::move(channel);
   reservedFrames = frames;
-  bufferFrames = 0;  // a longer last block had buffers of its own length, which are gone
+  bufferFrames = 0;  // no block has used these buffers yet
 }
 
 bool Amplifier::prepare(double rate, double controlMinimum) {
@@ -103,17 +103,17 @@ bool Amplifier::prepare(double rate, double controlMinimum) {
   return true;
 }
 
-// The rate is published only when its tables stand, so another instance that finds it may use them.
+// The rate is stored when its tables are complete, so that another instance may go by it.
 void Amplifier::buildChannels(double rate) {
-  const bool rebuild = rate != clipSampleRate.load(std::memory_order_acquire);
-  channels[0] = std::make_unique<QuellardCh1>(rate, rebuild);
-  channels[1] = std::make_unique<QuellardCh2>(rate, rebuild);
-  channels[2] = std::make_unique<QuellardCh3>(rate, rebuild);
+  const bool rebuildTables = rate != clipSampleRate.load(std::memory_order_acquire);
+  channels[0] = std::make_unique<QuellardCh1>(rate, rebuildTables);
+  channels[1] = std::make_unique<QuellardCh2>(rate, rebuildTables);
+  channels[2] = std::make_unique<QuellardCh3>(rate, rebuildTables);
   clipSampleRate.store(rate, std::memory_order_release);
 
   for (std::size_t c = 0; c < kNumChannels; ++c) {
-    for (std::size_t i = 0; i < glidingSections(*channels[c]); ++i) {
-      builtDesigns[c].at(i) = glidingSection(*channels[c], i).coef;
+    for (std::size_t i = 0; i < tunableSections(*channels[c]); ++i) {
+      builtDesigns[c].at(i) = tunableSection(*channels[c], i).coef;
     }
   }
 }
@@ -127,8 +127,8 @@ void Amplifier::reset() {
     AmpChannelBase& channel = *channels[c];
     channel.clearState();
     channel.gainCurrent = channel.masterCurrent = 0.0;
-    for (std::size_t i = 0; i < glidingSections(channel); ++i) {
-      restartGlide(glidingSection(channel, i), builtDesigns[c][i]);
+    for (std::size_t i = 0; i < tunableSections(channel); ++i) {
+      restartGlide(tunableSection(channel, i), builtDesigns[c][i]);
     }
   }
   channelSwitch->fadeState = ChannelSwitcher::idle;

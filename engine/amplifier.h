@@ -2,8 +2,7 @@
 // The amplifier: everything of an effect instance that makes sound, from plain buffers to plain
 // buffers, without a host. The effect object derives from it, and hosts share that object's layout:
 // the order and the names of the fields are part of the interface, which calls the channel selector
-// "type". processBlock() and its steps are defined in
-// process_block.cpp, everything else in amplifier.cpp.
+// "type". processBlock() and its steps are defined in process_block.cpp, all else in amplifier.cpp.
 #pragma once
 
 #include <array>
@@ -68,23 +67,24 @@ class Amplifier {
   std::int32_t activeChannel;    // the audible one
   std::unique_ptr<ChannelSwitcher> channelSwitch;
   std::unique_ptr<double[]> fadeBuffer;
-  bool typePending;           // the selector is yet to be adopted: until the first block
+  bool typePending;           // the selector is yet to be adopted, by the next block
   std::int32_t bufferFrames;  // the length of the last block; the buffers may be longer
   // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE for each channel.
   std::array<std::unique_ptr<edit<double>>, kNumControls> tapers;
   double appliedSampleRate;  // Hz; -1 before the first setup
   std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
   std::unique_ptr<double[]> channelBuffer;
-  // Blocks up to this length keep the buffers, which then hold at least as many; 0 without reserve.
+  // The most that reserve() was asked for or a block had since; up to it nothing is allocated. 0
+  // without reserve(): then each other length is.
   std::int32_t reservedFrames;
-  // The designs with which the gliding sections of each channel, input shelf and tone stack, were
+  // The designs with which the tunable sections of each channel, input shelf and tone stack, were
   // built. The first block glides from there to the knobs, and so does the first after a reset().
-  static constexpr std::size_t kMostGlidingSections = 8;
-  using GlidingDesigns = std::array<IIRFilter::Coefficients, kMostGlidingSections>;
-  std::array<GlidingDesigns, kNumChannels> builtDesigns;
+  static constexpr std::size_t kMostTunableSections = 8;
+  using TunableDesigns = std::array<IIRFilter::Coefficients, kMostTunableSections>;
+  std::array<TunableDesigns, kNumChannels> builtDesigns;
 
-  // The rate, in Hz, for which a setup last asked for waveshaper tables in this process; -1 at
-  // load. A setup at the same rate finds them made.
+  // The rate, in Hz, of the last setup in this process whose waveshaper tables are complete; -1 at
+  // load. A setup at the same rate need not ask for them.
   static std::atomic<double> clipSampleRate;
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// The channel switch: 16 ms of fade-out, one silent sample at which the incoming channel takes
-// over, 16 ms of fade-in.
+// The channel switch: 16 ms of fade-out, then 16 ms of fade-in, whose first sample is silent: there
+// the incoming channel takes over.
 #pragma once
 
 #include <cstdint>

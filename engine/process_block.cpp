@@ -66,7 +66,7 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   rememberControls();
 }
 
-// The first block of all starts on the selected channel, without a fade.
+// The first block, and the first after a reset(), starts on the selected channel, without a fade.
 void Amplifier::adoptFirstSelector() {
   if (!typePending) return;
   const float select = typeValue.load(std::memory_order_relaxed);
@@ -75,7 +75,8 @@ void Amplifier::adoptFirstSelector() {
   typePending = false;
 }
 
-// Inaudible channels follow their knobs too, so that a switch finds them as they are set.
+// Inaudible channels get their new designs and levels too. Their glides and ramps move on only
+// while they play, so what changed last is still moving when a switch brings them in.
 void Amplifier::pushMovedControls(int frames) {
   for (std::size_t channel = 0; channel < kNumChannels; ++channel) {
     pushChannelControls(channel, frames);
@@ -89,7 +90,7 @@ void Amplifier::pushChannelControls(std::size_t c, int frames) {
   const auto moved = [&](Knob knob) {
     return value(knob) != appliedValues[firstControl(c) + kAppliedIndex[knob]];
   };
-  // Hosts may store anything; the tapers and the polynomials behind them are made for 0..1.
+  // Hosts may store anything; the tapers and the polynomials after them are made for 0..1.
   const auto tapered = [&](Knob knob) {
     const auto& taper = *tapers[firstControl(c) + kTaperIndex[knob]];
     return static_cast<double>(taper.editProcessing(limitToRange(value(knob))));

@@ -9,7 +9,7 @@
 namespace quellard::fast {
 namespace {
 
-// Calls visit(i, up, down) for each state of the resampling lowpasses where the core keeps it.
+// Calls visit(i, up, down) for each state of the resampling lowpasses where the pipeline keeps it.
 template <class Visit>
 void eachResamplerState(ChannelState& state, const Visit& visit) {
   visit(0, state.s0[0], state.s0[1]);
@@ -22,9 +22,9 @@ void eachResamplerState(ChannelState& state, const Visit& visit) {
 void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
 
 void packSection(const PackedSection& section, PackedChannel& packed) {
-  const auto& [filter, lane, index, glided] = section;
-  const bool gliding = section.isGliding();
-  const IIRFilter::Coefficients& coef = glided ? filter->ipBase : filter->coef;
+  const auto& [filter, lane, index, canGlide] = section;
+  const bool gliding = section.glides();
+  const IIRFilter::Coefficients& coef = canGlide ? filter->ipBase : filter->coef;
   for (std::size_t i = 0; i < coef.size(); ++i) {
     packed.biquadCoef[index][i][lane] = coef[i];
     if (gliding) packed.biquadStep[index][i][lane] = filter->ipStep[i];
@@ -39,7 +39,7 @@ void unpackSection(const PackedSection& section, const ChannelState& state, int 
   IIRFilter& filter = *section.filter;
   filter.state1 = state.biquad1[section.index][section.lane];
   filter.state2 = state.biquad2[section.index][section.lane];
-  if (!section.isGliding()) return;
+  if (!section.glides()) return;
   filter.ipCount += n;
   if (filter.ipCount <= filter.ipLength) return;
   filter.ipBase = filter.coef;
@@ -59,48 +59,48 @@ ChannelPacker::ChannelPacker(AmpChannelBase& channel, const ChainParts& parts)
   if (fits()) assignLanes();
 }
 
-// The sections behind the resampler are spread over three lanes, three or four each: the core can
-// leave out a lane's fourth section, never an earlier one.
+// The sections after the resampler are spread over three lanes, three or four each: the pipeline
+// can leave out a lane's fourth section, never an earlier one.
 bool ChannelPacker::fits() const {
   const AmpChannelBase& c = channel_;
   const bool multistage = parts_.split != nullptr;
   if (multistage && (c.postCount != 1 || c.powerCount != 2)) return false;
-  const int inFront = c.preCount + (multistage ? 0 : c.postCount + c.powerCount);
-  const int behind = c.eqCount + c.reviseCount + 1;
-  return inFront <= kSectionsPerLane && behind <= 3 * kSectionsPerLane &&
-         behind >= 3 * (kSectionsPerLane - 1);
+  const int before = c.preCount + (multistage ? 0 : c.postCount + c.powerCount);
+  const int after = c.eqCount + c.reviseCount + 1;
+  return before <= kSectionsPerLane && after <= 3 * kSectionsPerLane &&
+         after >= 3 * (kSectionsPerLane - 1);
 }
 
-void ChannelPacker::assign(IIRFilter* filter, int lane, int index, bool glided) {
-  sections_[count_++] = {filter, lane, index, glided};
+void ChannelPacker::assign(IIRFilter* filter, int lane, int index, bool canGlide) {
+  sections_[count_++] = {filter, lane, index, canGlide};
 }
 
 void ChannelPacker::assignLanes() {
   const AmpChannelBase& c = channel_;
   int index = 0;
-  const auto inFront = [&](const auto& filter) {
+  const auto beforeDrive = [&](const auto& filter) {
     assign(filter.get(), 0, index, filter == c.preFilters[0]);
     ++index;
   };
-  std::ranges::for_each(sectionsOf(c.preFilters, c.preCount), inFront);
+  std::ranges::for_each(sectionsOf(c.preFilters, c.preCount), beforeDrive);
   if (parts_.split == nullptr) {
-    std::ranges::for_each(sectionsOf(c.postFilters, c.postCount), inFront);
-    std::ranges::for_each(sectionsOf(c.powerFilters, c.powerCount), inFront);
+    std::ranges::for_each(sectionsOf(c.postFilters, c.postCount), beforeDrive);
+    std::ranges::for_each(sectionsOf(c.powerFilters, c.powerCount), beforeDrive);
   }
 
   const int total = c.eqCount + c.reviseCount + 1;
   int lane = 1;
   index = 0;
-  const auto behind = [&](const auto& filter, bool glided) {
-    assign(filter.get(), lane, index++, glided);
+  const auto afterDown = [&](const auto& filter, bool canGlide) {
+    assign(filter.get(), lane, index++, canGlide);
     const int length = total / 3 + (lane - 1 < total % 3 ? 1 : 0);
     if (index < length) return;
     index = 0;
     ++lane;
   };
-  for (const auto& filter : sectionsOf(c.eqFilters, c.eqCount)) behind(filter, true);
-  for (const auto& filter : sectionsOf(c.reviseFilters, c.reviseCount)) behind(filter, false);
-  behind(c.dcBlocker, false);
+  for (const auto& filter : sectionsOf(c.eqFilters, c.eqCount)) afterDown(filter, true);
+  for (const auto& filter : sectionsOf(c.reviseFilters, c.reviseCount)) afterDown(filter, false);
+  afterDown(c.dcBlocker, false);
 }
 
 std::array<IIRFilter*, 3> ChannelPacker::interstageFilters() const {
@@ -111,7 +111,7 @@ std::array<IIRFilter*, 3> ChannelPacker::interstageFilters() const {
 bool ChannelPacker::canPack() const {
   const auto isBiquad = [](const PackedSection& section) { return section.filter->form != 0; };
   if (count_ == 0 || !std::ranges::all_of(sections(), isBiquad)) return false;
-  if (parts_.drive.halfSize == 0.0) return false;  // not generated; the core takes one size for all
+  if (parts_.firstShaper.halfSize == 0.0) return false;  // not generated; one size for all
   if (parts_.split == nullptr) return true;
   const auto filters = interstageFilters();
   return isFirstOrderPass(*filters[0], 1) && isFirstOrderPass(*filters[1], -1) &&
@@ -120,27 +120,27 @@ bool ChannelPacker::canPack() const {
 
 void ChannelPacker::play(const Segment& segment) {
   const int n = segment.end - segment.begin;
-  // Filled below as far as the core reads it.
+  // Filled below as far as the pipeline reads it.
   PackedChannel packed;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   packCascade(packed);
-  packLoop(packed);
+  packOversampledStages(packed);
   packed.drive = segment.drive;
   packed.level = segment.level;
   packed.rampOffset = segment.begin;
-  core()(packed, segment.in + segment.begin, segment.out + segment.begin, n);
+  pipeline()(packed, segment.in + segment.begin, segment.out + segment.begin, n);
   for (const PackedSection& section : sections()) unpackSection(section, packed.state, n);
-  unpackLoop(packed.state);
+  unpackOversampledStages(packed.state);
 }
 
 void ChannelPacker::packCascade(PackedChannel& packed) const {
   std::memset(packed.biquadCoef, 0, sizeof packed.biquadCoef);
   std::memset(&packed.state, 0, sizeof packed.state);
   std::memset(packed.lastSectionUsed, 0, sizeof packed.lastSectionUsed);
-  // Missing sections in front weigh x[n] with 1 and everything else with 0.
+  // Missing sections before the drive weigh x[n] with 1 and everything else with 0.
   for (auto& section : packed.biquadCoef) section[2][0] = 1.0;
   setAllBits(packed.lastSectionUsed[0]);
 
-  packed.glides = std::ranges::any_of(sections(), &PackedSection::isGliding);
+  packed.glides = std::ranges::any_of(sections(), &PackedSection::glides);
   if (packed.glides) {
     std::memset(packed.glideCount, 0, sizeof packed.glideCount);
     std::fill_n(&packed.biquadStep[0][0][0], sizeof packed.biquadStep / sizeof(double), -0.0);
@@ -148,7 +148,7 @@ void ChannelPacker::packCascade(PackedChannel& packed) const {
   for (const PackedSection& section : sections()) packSection(section, packed);
 }
 
-void ChannelPacker::packLoop(PackedChannel& packed) const {
+void ChannelPacker::packOversampledStages(PackedChannel& packed) const {
   const AmpChannelBase& c = channel_;
   std::copy(c.resampleA.begin(), c.resampleA.end(), packed.resampleA);
   std::copy_n(c.resampleB.begin(), 3, packed.resampleB);
@@ -159,8 +159,8 @@ void ChannelPacker::packLoop(PackedChannel& packed) const {
   std::copy_n(packed.state.s0, 2, packed.state.s0 + 2);
   packed.overSample = c.overSample;
   packed.multistage = parts_.split != nullptr;
-  packed.halfSize = parts_.drive.halfSize;
-  packed.table[0] = parts_.drive.table.data();
+  packed.halfSize = parts_.firstShaper.halfSize;
+  packed.table[0] = parts_.firstShaper.table.data();
   if (!packed.multistage) return;
 
   std::ranges::transform(multistageClip, packed.table + 1,
@@ -177,7 +177,7 @@ void ChannelPacker::packLoop(PackedChannel& packed) const {
   packed.splitCoef = parts_.split->splitCoef;
 }
 
-void ChannelPacker::unpackLoop(ChannelState& state) {
+void ChannelPacker::unpackOversampledStages(ChannelState& state) {
   eachResamplerState(state, [this](std::size_t i, const double& up, const double& down) {
     channel_.upState[i] = up;
     channel_.downState[i] = down;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// Packs a channel for the fast core and unpacks it again. The sections stay the owners of their
+// Packs a channel for the pipeline and unpacks it again. The sections stay the owners of their
 // coefficients, glides and states: all is packed at the start of a segment and unpacked at its end,
 // so that between two calls a section holds what its header says.
 #pragma once
@@ -12,14 +12,14 @@
 
 namespace quellard::fast {
 
-// Where a section stands in the cascade.
+// A section's place in the cascade.
 struct PackedSection {
   IIRFilter* filter;
   int lane;
-  int index;    // within the lane
-  bool glided;  // run with ipIirProcessing, else with iirProcessing
+  int index;      // within the lane
+  bool canGlide;  // run with ipIirProcessing, else with iirProcessing
 
-  bool isGliding() const { return glided && filter->ipCount <= filter->ipLength; }
+  bool glides() const { return canGlide && filter->ipCount <= filter->ipLength; }
 };
 
 // One channel for the length of one call. [audio thread] Allocates nothing.
@@ -27,9 +27,9 @@ class ChannelPacker {
  public:
   ChannelPacker(AmpChannelBase& channel, const ChainParts& parts);
 
-  // Whether the core has room for the channel's sections and each of them has the form that the
-  // core computes: no one-pole recursion, and first order inside the oversampled section. Other
-  // channels need the scalar chain.
+  // Whether the pipeline has room for the channel's sections and each of them has the form that it
+  // computes: no one-pole recursion, and first order in the oversampled part. Other channels need
+  // the scalar chain.
   bool canPack() const;
 
   // Plays a segment within which no glide ends before its last sample. Requires canPack().
@@ -38,12 +38,13 @@ class ChannelPacker {
  private:
   bool fits() const;
   void assignLanes();
-  void assign(IIRFilter* filter, int lane, int index, bool glided);
+  void assign(IIRFilter* filter, int lane, int index, bool canGlide);
   std::array<IIRFilter*, 3> interstageFilters() const;
   std::span<const PackedSection> sections() const { return {sections_.data(), count_}; }
   void packCascade(PackedChannel& packed) const;
-  void packLoop(PackedChannel& packed) const;
-  void unpackLoop(ChannelState& state);
+  // Resampler, waveshapers, interstage filters and split.
+  void packOversampledStages(PackedChannel& packed) const;
+  void unpackOversampledStages(ChannelState& state);
 
   AmpChannelBase& channel_;
   ChainParts parts_;

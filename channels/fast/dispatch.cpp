@@ -51,7 +51,7 @@ void force(Isa isa) {
   if (available(isa)) inForce().store(isa, std::memory_order_relaxed);
 }
 
-Core core() {
+PipelineFunction pipeline() {
 #if defined(__x86_64__)
   switch (isaInForce()) {
     case Isa::avx2: return runAvx2;

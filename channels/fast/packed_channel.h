@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// A channel packed for the fast core: coefficients, glides and state of its sections in arrays that
-// load as vectors. A record without functions, since every instruction set's core includes it.
+// A channel packed for the pipeline: coefficients, glides and state of its sections in arrays that
+// load as vectors. Records without functions, for the reason that ramp.h gives.
 #pragma once
 
 #include "channels/ramp.h"
@@ -8,8 +8,7 @@
 namespace quellard::fast {
 
 // The sections at the sample rate are a cascade in four vector lanes of up to four sections each:
-// lane 0 stands in front of the drive; lanes 1, 2 and 3, one after the other, behind the
-// oversampled section.
+// lane 0 runs before the drive; lanes 1, 2 and 3, one after the other, after the oversampled part.
 inline constexpr int kLanes = 4;
 inline constexpr int kSectionsPerLane = 4;
 

@@ -287,13 +287,13 @@ QUELLARD_INLINE Pair addSubtract(Pair a, Pair b) {
 // Four positions in a table: the index of the entry before each, and the fraction of the step to
 // the next, 0..1.
 struct TablePosition {
-  // Two per word, 32 bits each, of which the low 16 are used: on x86 NaN converts to 0x80000000,
-  // whose low 16 bits are 0.
+  // Two in each integer, 32 bits each, of which the low 16 are used: on x86 NaN converts to
+  // 0x80000000, whose low 16 bits are 0.
   std::uint64_t index[2];
   Quad fraction;
 };
 #if defined(__SSE2__)
-QUELLARD_INLINE std::uint64_t lowWord(__m128i x) {
+QUELLARD_INLINE std::uint64_t low64(__m128i x) {
   using Words __attribute__((vector_size(16))) = std::uint64_t;
   return reinterpret_cast<Words>(x)[0];
 }
@@ -302,16 +302,16 @@ QUELLARD_INLINE std::uint64_t lowWord(__m128i x) {
 QUELLARD_INLINE TablePosition toTablePosition(Quad x) {
   const __m128i whole = _mm256_cvttpd_epi32(x.v);
   const Quad floor{_mm256_round_pd(x.v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC)};
-  TablePosition position{{lowWord(whole), lowWord(_mm_unpackhi_epi64(whole, whole))}, x - floor};
+  TablePosition position{{low64(whole), low64(_mm_unpackhi_epi64(whole, whole))}, x - floor};
   optimisationBarrier(position.fraction);
   return position;
 }
 #else
-// Of two positions: the indices as one word, and the fractions as the result.
+// Of two positions: the indices in one integer, and the fractions as the result.
 QUELLARD_INLINE Pair toTablePosition(Pair x, std::uint64_t& index) {
 #if defined(__SSE2__)
   const __m128i whole = _mm_cvttpd_epi32(x.v);
-  index = lowWord(whole);
+  index = low64(whole);
   Pair fraction{x.v - _mm_cvtepi32_pd(whole)};
   optimisationBarrier(fraction);
   return fraction;

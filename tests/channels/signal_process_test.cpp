@@ -75,7 +75,7 @@ class AnyVoicing : public AmpChannelBase, public PowerStageSplit {
   PowerStageSplit* split_;
 };
 
-// Voicings that do not fit the fast core sound as they do in blocks that are too short for it,
+// Voicings that do not fit the pipeline sound as they do in blocks that are too short for it,
 // which the scalar chain plays.
 TEST(SignalProcess, VoicingsThatTheFastCoreCannotPlayAreRight) {
   kChannelModels[1].at(44100.0);  // its tables
@@ -98,7 +98,7 @@ TEST(SignalProcess, VoicingsThatTheFastCoreCannotPlayAreRight) {
                                         .eq = some(row.eq),
                                         .power = std::span(power).first(row.power),
                                         .revise = some(row.revise),
-                                        .innerBanks = InnerBanks::oversampled,
+                                        .postAndPower = PostAndPower::oversampled,
                                         .at48k = kR3,
                                         .elsewhere = kR2,
                                         .driveCurve = {},

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: ISC
 // The signal chain of a channel, software-pipelined: the bits of the scalar chain, several times as
 // fast. Nearly every stage is a recurrence and waits for its own last result. So an iteration of
-// the loop takes in one input sample, while each stage works on an older one, the older the later
-// the stage stands in the chain: the stages are skewed, and all recurrences run side by side.
+// the loop takes in one input sample, k, while each later stage works on an earlier sample, k-1,
+// k-2 and so on, and all recurrences run side by side.
 //
 //   iteration    k     k+1   k+2   k+3   k+4   k+5   k+6   k+7   k+8
 //
-//   in front     k     k+1   k+2   ...                                  lane 0 of the cascade
+//   before up    k     k+1   k+2   ...                                  lane 0 of the cascade
 //   up                 k     k+1   k+2   ...                            F sub-samples each
 //   T0 post                  k     k+1   k+2   ...
 //   T1 power 0                     k     k+1   k+2   ...
 //   power 1                              k     k+1   k+2   ...
 //   T2 split                                   k     k+1   k+2   ...
 //   T3 down                                          k     k+1   k+2   ...
-//   behind                                           k     k+1   k+2    lane 1 of the cascade
+//   after down                                       k     k+1   k+2    lane 1 of the cascade
 //                                                          k     k+1    lane 2
 //                                                                k      lane 3
 //
@@ -55,14 +55,14 @@ struct Coefficients {
   const double* table[4];
 };
 
-// What the stages hand on, a sub-sample each.
+// The signals between the stages. The index is that of the sub-sample.
 struct StageBuffers {
   alignas(64) double up[8], post[8], power0[8], power1[8];
   double splitLow[8], splitHigh[8];
   double shaped2[8];  // T2's output
-  // Two signals interleaved, see interleavedIndex(): the outputs of T0 and T1; zeros, which up gets
-  // between its inputs, and the input of down.
-  double shaped01[8][2], mixed[8][2];
+  // Two signals interleaved, at interleavedIndex() of the sub-sample: the outputs of T0 and T1; the
+  // inputs of up, which are zeros after the first, and of down.
+  double shaped01[8][2], resamplerInput[8][2];
 };
 
 // What passes from iteration to iteration: the states of the stages, kept in registers, and the
@@ -81,9 +81,9 @@ struct PipelineState {
 };
 
 template <int F, bool multistage, bool glides>
-class SkewedCore {
+class Pipeline {
  public:
-  SkewedCore(PackedChannel& channel, const double* in, double* out, int n)
+  Pipeline(PackedChannel& channel, const double* in, double* out, int n)
       : channel_(channel), in_(in), out_(out), n_(n) {}
 
   void run() {
@@ -219,9 +219,9 @@ class SkewedCore {
   // but T0 returns the centre of its table for a zero of either sign.
   template <int j>
   QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now) {
-    const auto& mixed = p.buffers.mixed;
+    const auto& in = p.buffers.resamplerInput;
     const RepeatedPair u =
-        repeat(j == 0 ? pair(p.driven, mixed[0][1]) : load<2>(mixed[interleavedIndex(j)]));
+        repeat(j == 0 ? pair(p.driven, in[0][1]) : load<2>(in[interleavedIndex(j)]));
     const RepeatedPair y = c.B0 * u + p.s0;
     const Quad s13 = p.s13;
     p.s0 = c.A0 * y + repeatLow(s13) + c.B1 * u;
@@ -281,41 +281,42 @@ class SkewedCore {
     now.cascade = isLast ? select(load<4>(channel_.lastSectionUsed), y, x) : y;
   }
 
-  // CLEAN: a lookup for the half of the buffer that the stages have left. It takes a whole
-  // iteration, since up and down share a vector and would wait for each other's sub-samples
-  // otherwise.
+  // CLEAN: a lookup for sub-samples 4 to 7 while the filters work on 0 to 3, and the reverse. The
+  // position is computed in one iteration and the entries are read in the next: up and down share a
+  // vector, and after a shorter delay one would wait for the other.
   template <int j>
   QUELLARD_INLINE void waveshaper(const Coefficients& c, PipelineState& p) {
-    constexpr int at = j < 4 ? 4 : 0;
-    TablePosition& position = p.positions[at / 4];
+    constexpr int half = j < 4 ? 4 : 0;
+    TablePosition& position = p.positions[half / 4];
     if constexpr (j % 4 == 1) {
-      interleave(p.buffers.mixed + at, broadcast<4>(0.0), interpolate(c.table[0], position));
+      interleave(p.buffers.resamplerInput + half, broadcast<4>(0.0),
+                 interpolate(c.table[0], position));
     }
-    if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + at);
+    if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + half);
   }
 
-  // VINTAGE and MODERN: four lookups for that half, ready when the stages get to it. A second half
-  // of three sub-samples ends one earlier.
+  // VINTAGE and MODERN: the same for four tables, within one iteration. At F = 7 the second half
+  // has three sub-samples, so the last results are stored one earlier.
   template <int j>
   QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p) {
-    constexpr int at = j < 4 ? 4 : 0;
+    constexpr int half = j < 4 ? 4 : 0;
     constexpr int last = F == 7 && j > 3 ? 2 : 3;
     StageBuffers& b = p.buffers;
     TablePosition* t = p.positions;
-    if constexpr (j % 4 == 0) t[0] = tablePosition(c, b.up + at);
+    if constexpr (j % 4 == 0) t[0] = tablePosition(c, b.up + half);
     if constexpr (j % 4 == 1) {
-      t[1] = tablePosition(c, b.post + at);
-      t[2] = tablePosition(c, b.power1 + at);
-      t[3] = tablePosition<-1>(c, b.splitHigh + at);
+      t[1] = tablePosition(c, b.post + half);
+      t[2] = tablePosition(c, b.power1 + half);
+      t[3] = tablePosition<-1>(c, b.splitHigh + half);
     }
     if constexpr (j % 4 == 2) {
-      interleave(b.shaped01 + at, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
+      interleave(b.shaped01 + half, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
     }
     if constexpr (j % 4 == last) {
-      store(b.shaped2 + at, interpolate(c.table[2], t[2]));
-      const Quad low = load<4>(b.splitLow + at) * c.lowGain;
+      store(b.shaped2 + half, interpolate(c.table[2], t[2]));
+      const Quad low = load<4>(b.splitLow + half) * c.lowGain;
       const Quad mixed = (low + interpolate(c.table[3], t[3])) * c.mixGain;
-      interleave(b.mixed + at, broadcast<4>(0.0), mixed);
+      interleave(b.resamplerInput + half, broadcast<4>(0.0), mixed);
     }
   }
 
@@ -337,35 +338,36 @@ class SkewedCore {
     return (unpackHigh(even, odd) - below) * position.fraction + below;
   }
 
-  // From the vectors o[], one per sub-sample, to an array of sub-samples for each lane. As many at
-  // a time as a native vector holds: a vector that was stored in one piece loads without delay.
+  // From the vectors o[], one for each sub-sample, to an array of sub-samples for each lane. As
+  // many at a time as a native vector holds: a vector that was stored in one piece loads without
+  // delay.
   template <int j>
-  QUELLARD_INLINE static void transpose(const Pair* o, double* lane0, double* lane1 = nullptr) {
+  QUELLARD_INLINE static void transpose(const Pair* o, double* toLane0, double* toLane1 = nullptr) {
     if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
       constexpr int at = j / kNativeLanes * kNativeLanes;
       const auto o1 = o[at + 1 < F ? at + 1 : at];
       if constexpr (kNativeLanes == 2) {
-        store(lane0 + at, unpackLow(o[at], o1));
-        if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1));
+        store(toLane0 + at, unpackLow(o[at], o1));
+        if (toLane1 != nullptr) store(toLane1 + at, unpackHigh(o[at], o1));
       } else {
-        store(lane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
-        if (lane1 != nullptr) store(lane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
+        store(toLane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
+        if (toLane1 != nullptr) store(toLane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
       }
     }
   }
 
   template <int j>
-  QUELLARD_INLINE static void transpose(const Quad* o, double* lane0, double* lane2) {
+  QUELLARD_INLINE static void transpose(const Quad* o, double* toLane0, double* toLane2) {
     if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
       constexpr int at = j / kNativeLanes * kNativeLanes;
       const Quad a = unpackLow(o[at], o[at + 1 < F ? at + 1 : at]);
       if constexpr (kNativeLanes == 2) {
-        store(lane0 + at, lowHalf(a));
-        store(lane2 + at, highHalf(a));
+        store(toLane0 + at, lowHalf(a));
+        store(toLane2 + at, highHalf(a));
       } else {
         const Quad b = unpackLow(o[at + 2], o[j]);
-        store(lane0 + at, quad(lowHalf(a), lowHalf(b)));
-        store(lane2 + at, quad(highHalf(a), highHalf(b)));
+        store(toLane0 + at, quad(lowHalf(a), lowHalf(b)));
+        store(toLane2 + at, quad(highHalf(a), highHalf(b)));
       }
     }
   }
@@ -386,11 +388,11 @@ class SkewedCore {
 
 template <int F, bool multistage>
 inline void runFor(PackedChannel& channel, const double* in, double* out, int n) {
-  if (channel.glides) return SkewedCore<F, multistage, true>(channel, in, out, n).run();
-  SkewedCore<F, multistage, false>(channel, in, out, n).run();
+  if (channel.glides) return Pipeline<F, multistage, true>(channel, in, out, n).run();
+  Pipeline<F, multistage, false>(channel, in, out, n).run();
 }
 
-inline void runSkewed(PackedChannel& channel, const double* in, double* out, int n) {
+inline void runPipeline(PackedChannel& channel, const double* in, double* out, int n) {
   const bool multistage = channel.multistage;
   if (channel.overSample == 7) {
     return multistage ? runFor<7, true>(channel, in, out, n)

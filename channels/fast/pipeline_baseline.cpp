@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: ISC
-// The fast core, built for baseline.
+// Compiled for what every processor of the platform has: SSE2 on x86-64, NEON on 64-bit ARM.
 #define QUELLARD_FAST_ISA baseline
-#include "channels/fast/skewed_core.h"
+#include "channels/fast/pipeline.h"
 
 namespace quellard::fast {
 void runBaseline(PackedChannel& channel, const double* in, double* out, int n) {
-  runSkewed(channel, in, out, n);
+  runPipeline(channel, in, out, n);
 }
 }  // namespace quellard::fast

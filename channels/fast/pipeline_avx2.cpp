@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: ISC
-// The fast core, built for avx2.
+// Compiled with -mavx2 (channels/CMakeLists.txt); dispatch.cpp chooses it where the processor has
+// that.
 #define QUELLARD_FAST_ISA avx2
-#include "channels/fast/skewed_core.h"
+#include "channels/fast/pipeline.h"
 
 namespace quellard::fast {
 void runAvx2(PackedChannel& channel, const double* in, double* out, int n) {
-  runSkewed(channel, in, out, n);
+  runPipeline(channel, in, out, n);
 }
 }  // namespace quellard::fast

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: ISC
-// The fast core, built for avx512.
+// Compiled with AVX-512 (channels/CMakeLists.txt); dispatch.cpp chooses it where the processor has
+// that.
 #define QUELLARD_FAST_ISA avx512
-#include "channels/fast/skewed_core.h"
+#include "channels/fast/pipeline.h"
 
 namespace quellard::fast {
 void runAvx512(PackedChannel& channel, const double* in, double* out, int n) {
-  runSkewed(channel, in, out, n);
+  runPipeline(channel, in, out, n);
 }
 }  // namespace quellard::fast
