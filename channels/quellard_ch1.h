@@ -13,13 +13,7 @@ class QuellardCh1 final : public VoicedChannel<QuellardCh1> {
   static const ChannelConstants kConstants;
   static DriveClipper clip;  // T0 in signal_chain.h
 
-  // The voicing by columns, as the host interface names them: QuellardCh1preNum, ...preFrq and so
-  // on.
-  QUELLARD_COLUMNS(QuellardCh1pre, clean::kPre);
-  QUELLARD_COLUMNS(QuellardCh1post, clean::kPost);
-  QUELLARD_COLUMNS_BUT_GAIN(QuellardCh1eq, clean::kEq);
-  QUELLARD_COLUMNS(QuellardCh1power, clean::kPower);
-  QUELLARD_COLUMNS(QuellardCh1revise, clean::kRevise);
+  QUELLARD_VOICING(QuellardCh1, clean);
 };
 
 }  // namespace quellard

@@ -14,13 +14,7 @@ class QuellardCh3 final : public MultistageChannel<QuellardCh3> {
   static const ChannelConstants kConstants;
   static DriveClipper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
 
-  // The voicing by columns, as the host interface names them: QuellardCh3preNum, ...preFrq and so
-  // on.
-  QUELLARD_COLUMNS(QuellardCh3pre, modern::kPre);
-  QUELLARD_COLUMNS(QuellardCh3post, modern::kPost);
-  QUELLARD_COLUMNS_BUT_GAIN(QuellardCh3eq, modern::kEq);
-  QUELLARD_COLUMNS(QuellardCh3power, modern::kPower);
-  QUELLARD_COLUMNS(QuellardCh3revise, modern::kRevise);
+  QUELLARD_VOICING(QuellardCh3, modern);
 };
 
 }  // namespace quellard

@@ -30,7 +30,14 @@ constexpr std::array<Field, Count> column(Field VoicingRow::*field,
   return values;
 }
 
-// The columns of one table as static members of a class, each name with the given prefix.
+// A channel's voicing by columns, as the host interface names them, as static members of its class:
+// QuellardCh1preNum, QuellardCh1preFrq and so on.
+#define QUELLARD_VOICING(channel, voicing)              \
+  QUELLARD_COLUMNS(channel##pre, voicing::kPre);        \
+  QUELLARD_COLUMNS(channel##post, voicing::kPost);      \
+  QUELLARD_COLUMNS_BUT_GAIN(channel##eq, voicing::kEq); \
+  QUELLARD_COLUMNS(channel##power, voicing::kPower);    \
+  QUELLARD_COLUMNS(channel##revise, voicing::kRevise)
 #define QUELLARD_COLUMNS_BUT_GAIN(prefix, table)                         \
   static constexpr auto prefix##Num = column(&VoicingRow::num, (table)); \
   static constexpr auto prefix##Frq = column(&VoicingRow::frq, (table)); \

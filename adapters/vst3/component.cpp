@@ -64,7 +64,7 @@ v3_result setActive(void* self, v3_bool state) try {
 
 // In the order of v3_component.
 constexpr v3_component_cpp kVst3Component = {
-    kVst3Unknown,
+    kVst3Unknown<Vst3Plugin>,
     kVst3Base,
     {getControllerClass, setIoMode, getBusCount, getBusInfo, getRouting, activateBus, setActive,
      loadState, saveState},

@@ -68,7 +68,7 @@ v3_plugin_view** createView(void* self, const char* name) {
 
 // In the order of v3_edit_controller.
 constexpr v3_edit_controller_cpp kVst3Controller = {
-    kVst3Unknown,
+    kVst3Unknown<Vst3Plugin>,
     kVst3Base,
     {loadState, noState, noState, getCount, getInfo, getText, getValueOfText, toPlain, toNormalised,
      getValue, setValue, setHandler, createView},

@@ -115,14 +115,14 @@ std::uint32_t getTail(void* self) {
 
 // In the order of v3_audio_processor.
 constexpr v3_audio_processor_cpp kVst3Processor = {
-    kVst3Unknown,
+    kVst3Unknown<Vst3Plugin>,
     {setArrangements, getArrangement, canProcess, getLatency, setUp, setProcessing, process,
      getTail},
 };
 
 // The plug-in needs nothing of the transport's time and tempo.
 constexpr v3_process_context_requirements_cpp kVst3ContextNeeds = {
-    kVst3Unknown,
+    kVst3Unknown<Vst3Plugin>,
     {.get_process_context_requirements = [](void*) { return std::uint32_t{0}; }},
 };
 

@@ -77,7 +77,7 @@ v3_result setProgramData(void*, std::int32_t, std::int32_t, v3_bstream**) {
 
 // In the order of v3_unit_information.
 constexpr v3_unit_information_cpp kVst3Units = {
-    kVst3Unknown,
+    kVst3Unknown<Vst3Plugin>,
     {getUnitCount, getUnit, getListCount, getList, getProgramName, getProgramInfo, hasPitchNames,
      getPitchName, getSelected, select, getUnitOfBus, setProgramData},
 };

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: ISC
 #include "adapters/vst3/view.h"
 
-#include <array>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -105,20 +104,15 @@ void onTimer(void* self) {
 }
 void onReadable(void* self, int /*descriptor*/) { onTimer(self); }
 
-constexpr v3_funknown kUnknown = {
-    .query_interface = Vst3View::query,
-    .ref = Vst3View::ref,
-    .unref = Vst3View::unref,
-};
 // In the order of v3_plugin_view.
 constexpr v3_plugin_view_cpp kView = {
-    kUnknown,
+    kVst3Unknown<Vst3View>,
     {isSupported, attached, removed, onWheel, onKey, onKey, getSize, onSize, onFocus, setFrame,
      canResize, checkSize},
 };
-constexpr v3_plugin_view_content_scale_cpp kScale = {kUnknown, {setScale}};
-constexpr v3_event_handler_cpp kEvents = {kUnknown, {onReadable}};
-constexpr v3_timer_handler_cpp kTimer = {kUnknown, {onTimer}};
+constexpr v3_plugin_view_content_scale_cpp kScale = {kVst3Unknown<Vst3View>, {setScale}};
+constexpr v3_event_handler_cpp kEvents = {kVst3Unknown<Vst3View>, {onReadable}};
+constexpr v3_timer_handler_cpp kTimer = {kVst3Unknown<Vst3View>, {onTimer}};
 
 }  // namespace
 
@@ -144,31 +138,13 @@ Vst3View::~Vst3View() {
   setFrame(nullptr);
 }
 
-v3_result Vst3View::query(void* interface, const v3_tuid iid, void** object) {
-  if (iid == nullptr || object == nullptr) return V3_INVALID_ARG;
-  Vst3View& self = of(interface);
-  struct Offer {
-    const std::uint8_t* iid;
-    Interface* interface;
-  };
-  const std::array offers = {
-      Offer{v3_funknown_iid, &self.view_},
-      Offer{v3_plugin_view_iid, &self.view_},
-      Offer{v3_plugin_view_content_scale_iid, &self.scale_},
-      Offer{v3_event_handler_iid, &self.events_},
-      Offer{v3_timer_handler_iid, &self.timer_},
-  };
-  for (const Offer& offer : offers) {
-    if (!v3_tuid_match(iid, offer.iid)) continue;
-    ref(interface);
-    *object = offer.interface;
-    return V3_OK;
-  }
-  *object = nullptr;
-  return V3_NO_INTERFACE;
+std::array<Vst3View::Offer, 5> Vst3View::offers() {
+  return {{{v3_funknown_iid, &view_},
+           {v3_plugin_view_iid, &view_},
+           {v3_plugin_view_content_scale_iid, &scale_},
+           {v3_event_handler_iid, &events_},
+           {v3_timer_handler_iid, &timer_}}};
 }
-
-std::uint32_t Vst3View::ref(void* interface) { return ++of(interface).references_; }
 
 // While the view ends, a knob that is held is let go of, which needs the plug-in, and the host's
 // loop may take references to the view and release them again. They are counted from 1, so that

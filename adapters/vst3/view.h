@@ -39,18 +39,16 @@ class Vst3Target final : public AmpTarget {
   Vst3Plugin& plugin_;
 };
 
-class Vst3View {
+class Vst3View : public Vst3Object<Vst3View> {
  public:
-  // May throw std::bad_alloc. The caller owns the first reference.
+  // May throw std::bad_alloc.
   static v3_plugin_view** create(Vst3Plugin& plugin);
 
   Vst3View(const Vst3View&) = delete;
   Vst3View& operator=(const Vst3View&) = delete;
   ~Vst3View();
 
-  static Vst3View& of(void* interface) { return *static_cast<Interface*>(interface)->view; }
-  static v3_result query(void* interface, const v3_tuid iid, void** object);
-  static std::uint32_t ref(void* interface);
+  std::array<Offer, 5> offers();
   static std::uint32_t unref(void* interface);
 
   Editor& editor() { return editor_; }
@@ -63,12 +61,6 @@ class Vst3View {
   void tick();
 
  private:
-  // One of the view's interfaces, as Vst3Interface is one of the plug-in's.
-  struct Interface {
-    const void* functions;
-    Vst3View* view;
-  };
-
   explicit Vst3View(Vst3Plugin& plugin);
 
   bool startLoop();
@@ -83,7 +75,6 @@ class Vst3View {
   Interface scale_;
   Interface events_;
   Interface timer_;
-  std::uint32_t references_ = 1;
   v3_plugin_frame** frame_ = nullptr;
   v3_run_loop** loop_ = nullptr;  // while it calls this view
   Ticker ticker_;                 // does it where the host has none

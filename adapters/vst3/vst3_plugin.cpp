@@ -30,7 +30,7 @@ bool deadlocksWhenCalledBack(v3_funknown** context) {
 
 v3_result Vst3Plugin::create(int sides, const v3_tuid iid, void** object) {
   std::unique_ptr<Vst3Plugin> plugin(new Vst3Plugin(sides));
-  Vst3Interface* const interface = &plugin.release()->component_;
+  Interface* const interface = &plugin.release()->component_;
   const v3_result result = query(interface, iid, object);
   unref(interface);
   return result;  // NOLINT(*NewDeleteLeaks): the object's references own it, not a pointer here
@@ -48,33 +48,15 @@ Vst3Plugin::Vst3Plugin(int sides)
 
 Vst3Plugin::~Vst3Plugin() { setHandler(nullptr); }
 
-v3_result Vst3Plugin::query(void* interface, const v3_tuid iid, void** object) {
-  if (iid == nullptr || object == nullptr) return V3_INVALID_ARG;
-  Vst3Plugin& self = of(interface);
-  struct Offer {
-    const std::uint8_t* iid;
-    Vst3Interface* interface;
-  };
-  const std::array offers = {
-      Offer{v3_funknown_iid, &self.component_},
-      Offer{v3_plugin_base_iid, &self.component_},
-      Offer{v3_component_iid, &self.component_},
-      Offer{v3_audio_processor_iid, &self.processor_},
-      Offer{v3_edit_controller_iid, &self.controller_},
-      Offer{v3_unit_information_iid, &self.units_},
-      Offer{v3_process_context_requirements_iid, &self.contextNeeds_},
-  };
-  for (const Offer& offer : offers) {
-    if (!v3_tuid_match(iid, offer.iid)) continue;
-    ref(interface);
-    *object = offer.interface;
-    return V3_OK;
-  }
-  *object = nullptr;
-  return V3_NO_INTERFACE;
+std::array<Vst3Plugin::Offer, 7> Vst3Plugin::offers() {
+  return {{{v3_funknown_iid, &component_},
+           {v3_plugin_base_iid, &component_},
+           {v3_component_iid, &component_},
+           {v3_audio_processor_iid, &processor_},
+           {v3_edit_controller_iid, &controller_},
+           {v3_unit_information_iid, &units_},
+           {v3_process_context_requirements_iid, &contextNeeds_}}};
 }
-
-std::uint32_t Vst3Plugin::ref(void* interface) { return ++of(interface).references_; }
 
 std::uint32_t Vst3Plugin::unref(void* interface) {
   Vst3Plugin& self = of(interface);

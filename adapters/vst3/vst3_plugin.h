@@ -21,35 +21,23 @@
 
 #include "adapters/shared/state.h"
 #include "adapters/vst3/identity.h"
+#include "adapters/vst3/object.h"
 #include "rig/hosted_amp.h"
 
 namespace quellard {
 
-class Vst3Plugin;
-
-// One of the plug-in's interfaces. Hosts hold its address, find the functions through its first
-// member and pass the address to each of them; the second member leads to the plug-in.
-struct Vst3Interface {
-  const void* functions;
-  Vst3Plugin* plugin;
-};
-
-class Vst3Plugin {
+class Vst3Plugin : public Vst3Object<Vst3Plugin> {
  public:
-  // A new plug-in, as this interface of it. It is reference-counted; the caller owns the first
-  // reference. May throw std::bad_alloc.
+  // A new plug-in, as this interface of it. The caller owns the first reference. May throw
+  // std::bad_alloc.
   static v3_result create(int sides, const v3_tuid iid, void** object);
-  // The plug-in that this interface belongs to.
-  static Vst3Plugin& of(void* interface) { return *static_cast<Vst3Interface*>(interface)->plugin; }
 
   Vst3Plugin(const Vst3Plugin&) = delete;
   Vst3Plugin& operator=(const Vst3Plugin&) = delete;
   ~Vst3Plugin();
 
-  // The first functions of every interface. [any thread]
-  static v3_result query(void* interface, const v3_tuid iid, void** object);
-  static std::uint32_t ref(void* interface);
-  static std::uint32_t unref(void* interface);
+  std::array<Offer, 7> offers();
+  static std::uint32_t unref(void* interface);  // [any thread]
   // The same for a view, which needs the plug-in to its end. [main thread]
   void keep() { ++references_; }
   void letGo() { unref(&component_); }
@@ -103,12 +91,11 @@ class Vst3Plugin {
   void showValues(const ParameterValues& values);
   void tellHost();
 
-  Vst3Interface component_;
-  Vst3Interface processor_;
-  Vst3Interface controller_;
-  Vst3Interface units_;
-  Vst3Interface contextNeeds_;
-  std::atomic<std::uint32_t> references_ = 1;
+  Interface component_;
+  Interface processor_;
+  Interface controller_;
+  Interface units_;
+  Interface contextNeeds_;
   v3_component_handler** handler_ = nullptr;
   bool mayCallBack_ = true;
   int windows_ = 0;
@@ -117,12 +104,7 @@ class Vst3Plugin {
   std::atomic<bool> hasUnreportedValues_ = false;  // values changed that the host does not know of
 };
 
-// The functions that each interface begins with.
-inline constexpr v3_funknown kVst3Unknown = {
-    .query_interface = Vst3Plugin::query,
-    .ref = Vst3Plugin::ref,
-    .unref = Vst3Plugin::unref,
-};
+// The second functions of component and controller.
 inline constexpr v3_plugin_base kVst3Base = {
     .initialize = Vst3Plugin::initialize,
     .terminate = Vst3Plugin::terminate,

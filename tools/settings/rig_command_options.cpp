@@ -6,26 +6,19 @@
 #include "tools/settings/settings_options.h"
 
 namespace quellard {
-namespace {
-
-constexpr const char* kGroup = "Around the amplifier";
-
-}  // namespace
 
 void addRigOptions(CLI::App& command, RigOptions& options) {
-  addValue(command, "--input", options.input, "DB", "Trim of the guitar, -24 to 24 dB (0)")
-      ->group(kGroup);
-  addValue(command, "--gate", options.gate, "DBFS",
-           "Threshold of the noise gate at the trimmed guitar, -80 to -30 dBFS, or off (off)")
-      ->group(kGroup);
-  addValue(command, "--cab", options.cab, "FILE",
-           "Impulse response of a cabinet, of any rate, mono or stereo; or none (none)")
-      ->group(kGroup);
-  addValue(command, "--cab-level", options.cabLevel, "DB",
-           "Level of the cabinet, -24 to 24 dB; at 0 it is as loud as none (0)")
-      ->group(kGroup);
-  addValue(command, "--output", options.output, "DB", "Level behind everything, -24 to 24 dB (0)")
-      ->group(kGroup);
+  const auto add = [&](const char* name, std::string& value, const char* type, const char* help) {
+    addValue(command, name, value, type, help, "Around the amplifier");
+  };
+  add("--input", options.input, "DB", "Trim of the guitar, -24 to 24 dB (0)");
+  add("--gate", options.gate, "DBFS",
+      "Threshold of the noise gate at the trimmed guitar, -80 to -30 dBFS, or off (off)");
+  add("--cab", options.cab, "FILE",
+      "Impulse response of a cabinet, of any rate, mono or stereo; or none (none)");
+  add("--cab-level", options.cabLevel, "DB",
+      "Level of the cabinet, -24 to 24 dB; at 0 it is as loud as none (0)");
+  add("--output", options.output, "DB", "Level behind everything, -24 to 24 dB (0)");
 }
 
 }  // namespace quellard

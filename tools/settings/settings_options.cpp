@@ -46,19 +46,17 @@ std::vector<ParameterChange> changesTo(const ParameterValues& values) {
 }  // namespace
 
 CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
-                      const std::string& help) {
-  return command.add_option(names, value, help)->type_name(type);
+                      const std::string& help, const char* group) {
+  return command.add_option(names, value, help)->type_name(type)->group(group);
 }
 
 void addSettingsOptions(CLI::App& command, SettingsOptions& options) {
-  addValue(command, "--program", options.program, "N", "Program to start from, 1 to 16 (1)")
-      ->group(kGroup);
+  addValue(command, "--program", options.program, "N", "Program to start from, 1 to 16 (1)",
+           kGroup);
   addValue(command, "--preset", options.preset, "NAME",
-           "Preset to start from, see 'quellard presets'")
-      ->group(kGroup);
+           "Preset to start from, see 'quellard presets'", kGroup);
   addValue(command, "--channel", options.channel, "CHANNEL",
-           "clean, vintage or modern (the program's or the preset's)")
-      ->group(kGroup);
+           "clean, vintage or modern (the program's or the preset's)", kGroup);
   addKnobOptions(command, options);
   command
       .add_option("--set", options.assignments,

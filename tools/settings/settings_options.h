@@ -32,9 +32,9 @@ struct StartingPoint {
 void addSettingsOptions(CLI::App& command, SettingsOptions& options);
 
 // Adds an option whose value is parsed later, by the functions of knobs.h, so that all error
-// messages are alike.
+// messages are alike. group: the heading of the help under which it stands.
 CLI::Option* addValue(CLI::App& command, const char* names, std::string& value, const char* type,
-                      const std::string& help);
+                      const std::string& help, const char* group = "Options");
 
 // The program or preset of the options, and the selected channel. Throws UsageError.
 StartingPoint startFrom(const SettingsOptions& options);

@@ -22,11 +22,10 @@ std::vector<std::string> allNames() {
 
 void addTuningOptions(CLI::App& command, TuningOptions& options) {
   constexpr const char* kGroup = "Tuner";
-  addValue(command, "--reference", options.reference, "HZ", "Pitch of the A above middle C (440)")
-      ->group(kGroup);
+  addValue(command, "--reference", options.reference, "HZ", "Pitch of the A above middle C (440)",
+           kGroup);
   addValue(command, "--tuning", options.tuning, "NAME",
-           "Tell the nearest open string too, of one of the tunings below")
-      ->group(kGroup);
+           "Tell the nearest open string too, of one of the tunings below", kGroup);
 }
 
 std::string tuningNames() { return fmt::format("{}", fmt::join(allNames(), ", ")); }
