@@ -53,13 +53,9 @@ ManualTexts texts() {
            "A knob without a channel's name is the one of the channel that plays first. Knobs that "
            "are not named stand at 5. Files whose names begin with a dash come after '--'."},
       .files = {{"quellard.so",
-                 "The plug-in that the command plays through: the one beside it, or "
-                 "else that in the folder quellard of its installation's libraries. "
-                 "--plugin names another."},
-                {"~/.config/quellard/presets/",
-                 "The user's own presets, a text file each. Where "
-                 "XDG_CONFIG_HOME is set, it takes the place of "
-                 "~/.config."}},
+                 "The plug-in that the command plays through: the one beside it, or else that in "
+                 "the folder quellard of its installation's libraries. --plugin names another."},
+                kUserPresetsFolder},
       .examples = {{"quellard render riff.flac -o riff.wav --channel vintage --gain 7.5",
                     "One file, through VINTAGE."},
                    {"quellard render riff.flac -o jazz.wav --preset \"Warm Jazz\" --treble 3",

@@ -10,23 +10,15 @@ ManualTexts jackManual() {
       .description =
           {"A valve amplifier to plug a guitar into, with the channels CLEAN, VINTAGE and MODERN, "
            "as a client of JACK or of PipeWire. It connects itself to the first input and the "
-           "first "
-           "two outputs of the interface.",
+           "first two outputs of the interface.",
            "On a display it shows its face in a window: levels, channels, knobs and presets, for "
-           "mouse "
-           "and keys. With --terminal, or where there is no display, it shows a panel in the "
-           "terminal, "
-           "operated by keys; '?' explains them. Elsewhere it plays until it gets SIGTERM or the "
-           "server "
-           "ends. MIDI moves knobs and chooses presets."},
+           "mouse and keys. With --terminal, or where there is no display, it shows a panel in the "
+           "terminal, operated by keys; '?' explains them. Elsewhere it plays until it gets "
+           "SIGTERM or the server ends. MIDI moves knobs and chooses presets."},
       .files = {{"~/.local/state/quellard/jack/",
-                 "The settings that it ended with, a file for each "
-                 "client name. Where XDG_STATE_HOME is set, it "
-                 "takes the place of ~/.local/state."},
-                {"~/.config/quellard/presets/",
-                 "The user's own presets, a text file each. Where "
-                 "XDG_CONFIG_HOME is set, it takes the place of "
-                 "~/.config."}},
+                 "The settings that it ended with, a file for each client name. Where "
+                 "XDG_STATE_HOME is set, it takes the place of ~/.local/state."},
+                kUserPresetsFolder},
       .examples = {{"quellard-jack", "Goes on where it ended."},
                    {"quellard-jack --preset \"Blues Lead\" --treble 6", "A preset as a start."},
                    {"quellard-jack --cab 4x12.wav --gate -60",

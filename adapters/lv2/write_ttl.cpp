@@ -46,17 +46,37 @@ std::string asUriPart(const char* name) {
 
 std::string groupUri(int channel) { return kGroupUri + asUriPart(channelTitle(channel).data()); }
 
-std::string knobPort(const ParameterInfo& knob) {
-  return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
+// How each port for control begins.
+std::string controlPort(std::int64_t index, const char* symbol, const char* name,
+                        const char* direction = "lv2:InputPort") {
+  return fmt::format(R"(a {} , lv2:ControlPort ;
     lv2:index {} ;
     lv2:symbol "{}" ;
     lv2:name "{}" ;
-    lv2:shortName "{}" ;
+)",
+                     direction, index, symbol, name);
+}
+
+std::string decibels(double usual, double lowest, double highest) {
+  return fmt::format(R"(    lv2:default {:.1f} ;
+    lv2:minimum {:.1f} ;
+    lv2:maximum {:.1f} ;
+    units:unit units:db)",
+                     usual, lowest, highest);
+}
+
+constexpr const char* kToggle = R"(    lv2:portProperty lv2:integer , lv2:toggled ;
+    lv2:default 1 ;
+    lv2:minimum 0 ;
+    lv2:maximum 1)";
+
+std::string knobPort(const ParameterInfo& knob) {
+  return controlPort(knob.index - 1, knob.symbol, parameterTitle(knob.index).data()) +
+         fmt::format(R"(    lv2:shortName "{}" ;
     lv2:default {:.1f} ;
     lv2:minimum 0.0 ;
     lv2:maximum {:.1f} ;
     pg:group <{}>)",
-                     knob.index - 1, knob.symbol, parameterTitle(knob.index).data(),
                      controlTitle(knob.index).data(),
                      static_cast<double>(kKnobDefault) * kKnobScale, kKnobScale,
                      groupUri(knob.channel));
@@ -64,15 +84,11 @@ std::string knobPort(const ParameterInfo& knob) {
 
 std::string selectorPort(const ParameterInfo& selector) {
   std::string text =
-      fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
-    lv2:index {} ;
-    lv2:symbol "{}" ;
-    lv2:name "{}" ;
-    lv2:portProperty lv2:integer , lv2:enumeration ;
+      controlPort(selector.index - 1, selector.symbol, parameterTitle(selector.index).data()) +
+      fmt::format(R"(    lv2:portProperty lv2:integer , lv2:enumeration ;
     lv2:default {} ;
     lv2:minimum 0 ;
     lv2:maximum {})",
-                  selector.index - 1, selector.symbol, parameterTitle(selector.index).data(),
                   channelFromSelect(kTypeDefault), kNumChannels - 1);
   for (int channel = 0; channel < kNumChannels; ++channel) {
     text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"{}\" ; rdf:value {} ]",
@@ -91,32 +107,17 @@ const char* lv2Symbol(int parameter) {
 
 // Hosts connect it to their own bypass button.
 std::string enabledPort(const Lv2Variant& variant) {
-  return fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
-    lv2:index {} ;
-    lv2:symbol "enabled" ;
-    lv2:name "Enabled" ;
-    lv2:designation lv2:enabled ;
-    lv2:portProperty lv2:integer , lv2:toggled ;
-    lv2:default 1 ;
-    lv2:minimum 0 ;
-    lv2:maximum 1)",
-                     lv2EnabledPort(variant.sides));
+  return controlPort(lv2EnabledPort(variant.sides), "enabled", "Enabled") +
+         "    lv2:designation lv2:enabled ;\n" + kToggle;
 }
 
 std::string decibelPort(int parameter, int sides) {
   const bool isGate = parameter == kGateParameter;
   const double lowest = isGate ? kGateOff_dbfs : -kMostLevel_db;
   std::string text =
-      fmt::format(R"(a lv2:InputPort , lv2:ControlPort ;
-    lv2:index {} ;
-    lv2:symbol "{}" ;
-    lv2:name "{}" ;
-    lv2:default {:.1f} ;
-    lv2:minimum {:.1f} ;
-    lv2:maximum {:.1f} ;
-    units:unit units:db)",
-                  lv2PortOf(parameter, sides), lv2Symbol(parameter), hostedTitle(parameter).data(),
-                  isGate ? kGateOff_dbfs : 0.0, lowest, isGate ? kHighestGate_dbfs : kMostLevel_db);
+      controlPort(lv2PortOf(parameter, sides), lv2Symbol(parameter),
+                  hostedTitle(parameter).data()) +
+      decibels(isGate ? kGateOff_dbfs : 0.0, lowest, isGate ? kHighestGate_dbfs : kMostLevel_db);
   if (isGate) {
     text += fmt::format(" ;\n    lv2:scalePoint [ rdfs:label \"Off\" ; rdf:value {:.1f} ]", lowest);
   }
@@ -125,23 +126,11 @@ std::string decibelPort(int parameter, int sides) {
 
 std::string reportPort(std::uint32_t report, int sides) {
   const Lv2Report& about = kLv2Reports.at(report);
-  std::string text = fmt::format(R"(a lv2:OutputPort , lv2:ControlPort ;
-    lv2:index {} ;
-    lv2:symbol "{}" ;
-    lv2:name "{}" ;
-)",
-                                 lv2ReportPort(report, sides), about.symbol, about.name);
-  if (!about.isPeak) {
-    return text + R"(    lv2:portProperty lv2:integer , lv2:toggled ;
-    lv2:default 1 ;
-    lv2:minimum 0 ;
-    lv2:maximum 1)";
-  }
-  return text + fmt::format(R"(    lv2:default {0:.1f} ;
-    lv2:minimum {0:.1f} ;
-    lv2:maximum {1:.1f} ;
-    units:unit units:db)",
-                            kLv2LowestPeak_db, kLv2HighestPeak_db);
+  const auto peak = [] {
+    return decibels(kLv2LowestPeak_db, kLv2LowestPeak_db, kLv2HighestPeak_db);
+  };
+  return controlPort(lv2ReportPort(report, sides), about.symbol, about.name, "lv2:OutputPort") +
+         (about.isPeak ? peak() : kToggle);
 }
 
 std::string audioPort(const Lv2Variant& variant, bool input, int side) {
@@ -166,23 +155,23 @@ std::string audioPort(const Lv2Variant& variant, bool input, int side) {
 
 std::string ports(const Lv2Variant& variant) {
   std::string text;
+  const auto add = [&](const std::string& port) {
+    text += "  lv2:port [\n    " + port + "\n  ] ;\n";
+  };
   for (int index = 1; index <= kNumStoredValues; ++index) {
     const ParameterInfo& parameter = parameterInfo(index);
     const bool selects = parameter.kind == ParameterKind::selector;
-    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n",
-                        selects ? selectorPort(parameter) : knobPort(parameter));
+    add(selects ? selectorPort(parameter) : knobPort(parameter));
   }
   for (const bool input : {true, false}) {
-    for (int side = 0; side < variant.sides; ++side) {
-      text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", audioPort(variant, input, side));
-    }
+    for (int side = 0; side < variant.sides; ++side) add(audioPort(variant, input, side));
   }
-  text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", enabledPort(variant));
+  add(enabledPort(variant));
   for (const int parameter : {kInputParameter, kGateParameter, kOutputParameter}) {
-    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", decibelPort(parameter, variant.sides));
+    add(decibelPort(parameter, variant.sides));
   }
   for (std::uint32_t report = 0; report < kNumLv2Reports; ++report) {
-    text += fmt::format("  lv2:port [\n    {}\n  ] ;\n", reportPort(report, variant.sides));
+    add(reportPort(report, variant.sides));
   }
   return text;
 }

@@ -29,6 +29,12 @@ struct ManualTexts {
   Words seeAlso;                                              // "quellard(1)"
 };
 
+// Among the files of every program.
+inline constexpr std::pair<const char*, const char*> kUserPresetsFolder = {
+    "~/.config/quellard/presets/",
+    "The user's own presets, a text file each. Where XDG_CONFIG_HOME is set, it takes the place of "
+    "~/.config."};
+
 // The values of the options that addSettingsOptions() adds.
 KnownValues settingsValues();
 

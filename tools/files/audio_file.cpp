@@ -38,31 +38,32 @@ std::string unreadable(int error) {
   }
 }
 
-// The library writes through these callbacks, so that no failed write is missed: several of its
-// encoders ignore the result of their last write.
-OutputFile& outputOf(void* user) { return *static_cast<OutputFile*>(user); }
-sf_count_t outputSize(void* user) { return outputOf(user).size(); }
-sf_count_t seekOutput(sf_count_t offset, int whence, void* user) {
-  return outputOf(user).seek(offset, whence);
-}
-sf_count_t readOutput(void* bytes, sf_count_t count, void* user) {
-  return outputOf(user).read(bytes, count);
-}
-sf_count_t writeOutput(const void* bytes, sf_count_t count, void* user) {
-  return outputOf(user).write(bytes, count);
-}
-sf_count_t tellOutput(void* user) { return outputOf(user).seek(0, SEEK_CUR); }
+// The library reads and writes through these callbacks, so that no failed write is missed: several
+// of its encoders ignore the result of their last write.
+template <typename File>
+struct Callbacks {
+  static File& file(void* user) { return *static_cast<File*>(user); }
+  static sf_count_t size(void* user) { return file(user).size(); }
+  static sf_count_t seek(sf_count_t to, int from, void* user) { return file(user).seek(to, from); }
+  static sf_count_t read(void* to, sf_count_t count, void* user) {
+    return file(user).read(to, count);
+  }
+  static sf_count_t write(const void* from, sf_count_t count, void* user) {
+    if constexpr (std::is_same_v<File, InputFile>)
+      return 0;
+    else
+      return file(user).write(from, count);
+  }
+  static sf_count_t tell(void* user) { return file(user).seek(0, SEEK_CUR); }
+};
 
-InputFile& inputOf(void* user) { return *static_cast<InputFile*>(user); }
-sf_count_t inputSize(void* user) { return inputOf(user).size(); }
-sf_count_t seekInput(sf_count_t offset, int whence, void* user) {
-  return inputOf(user).seek(offset, whence);
+template <typename File>
+SoundFile openThrough(File& file, int mode, SF_INFO& info) {
+  using To = Callbacks<File>;
+  SF_VIRTUAL_IO io = {To::size, To::seek, To::read, To::write, To::tell};
+  file.seek(0, SEEK_SET);
+  return SoundFile(sf_open_virtual(&io, mode, &info, &file));
 }
-sf_count_t readInput(void* bytes, sf_count_t count, void* user) {
-  return inputOf(user).read(bytes, count);
-}
-sf_count_t noWrite(const void* /*bytes*/, sf_count_t /*count*/, void* /*user*/) { return 0; }
-sf_count_t tellInput(void* user) { return inputOf(user).seek(0, SEEK_CUR); }
 
 constexpr std::size_t kMagicBytes = 32;
 constexpr std::int64_t kMostFrames = std::int64_t{1} << 48;  // three years at 3 MHz
@@ -101,12 +102,6 @@ std::int64_t littleEndian(const std::string& bytes) {
   return bigEndian({bytes.rbegin(), bytes.rend()});
 }
 
-SoundFile openOutput(OutputFile& output, int mode, SF_INFO& info) {
-  SF_VIRTUAL_IO io = {outputSize, seekOutput, readOutput, writeOutput, tellOutput};
-  output.seek(0, SEEK_SET);
-  return SoundFile(sf_open_virtual(&io, mode, &info, &output));
-}
-
 class SoundFileReader : public AudioReader {
  public:
   explicit SoundFileReader(const fs::path& path);
@@ -142,12 +137,10 @@ SoundFileReader::SoundFileReader(const fs::path& path) : input_(path) {
 }
 
 SoundFile SoundFileReader::openSoundFile(bool endless) {
-  SF_VIRTUAL_IO io = {inputSize, seekInput, readInput, noWrite, tellInput};
   input_.pretendEndless(endless);
-  input_.seek(0, SEEK_SET);
   info_ = {};
   const MutedStderr muted(mayBeMpeg_);
-  SoundFile file(sf_open_virtual(&io, SFM_READ, &info_, &input_));
+  SoundFile file = openThrough(input_, SFM_READ, info_);
   input_.throwIfFailed();
   if (file != nullptr) mayBeMpeg_ = (info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
   return file;
@@ -240,6 +233,9 @@ class SoundFileWriter : public AudioWriter {
   // Throws FileError where the type has stored another rate: some old types have only one, or round
   // it, and the file would play at another pitch.
   void checkRate();
+  [[noreturn]] void fail(const std::string& why) const {
+    throw FileError(fmt::format("cannot write {}: {}", path_.string(), why));
+  }
 
   fs::path path_;
   OutputFile output_;
@@ -256,18 +252,17 @@ SoundFileWriter::SoundFileWriter(const fs::path& path, int format, int rate, int
     : path_(path), output_(path), format_(format), rate_(rate), channels_(channels) {
   const double bytes = static_cast<double>(expectedFrames) * channels * bytesPerSample(format);
   if (bytes > largestFile(format) - 65536) {
-    throw FileError(fmt::format(
-        "cannot write {}: longer than such a file can be, use .w64 or .rf64", path.string()));
+    fail("longer than such a file can be, use .w64 or .rf64");
   }
   SF_INFO info = {};
   info.samplerate = rate;
   info.channels = channels;
   info.format = format;
-  file_ = openOutput(output_, SFM_WRITE, info);
+  file_ = openThrough(output_, SFM_WRITE, info);
   if (file_ == nullptr) {
     output_.throwIfFailed();
-    throw FileError(fmt::format("cannot write {}: such a file cannot hold {} Hz and {} channel{}",
-                                path.string(), rate, channels, channels == 1 ? "" : "s"));
+    fail(fmt::format("such a file cannot hold {} Hz and {} channel{}", rate, channels,
+                     channels == 1 ? "" : "s"));
   }
   // The peak chunk contains the time of day, by which two equal renders would differ.
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -284,17 +279,13 @@ void SoundFileWriter::write(const double* interleaved, std::int64_t frames) {
   }
   const sf_count_t written = sf_writef_double(file_.get(), interleaved, frames);
   output_.throwIfFailed();
-  if (written != frames) {
-    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
-  }
+  if (written != frames) fail("its encoder fails");
 }
 
 void SoundFileWriter::finish() {
   const int error = sf_close(file_.release());
   output_.throwIfFailed();
-  if (error != SF_ERR_NO_ERROR) {
-    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
-  }
+  if (error != SF_ERR_NO_ERROR) fail("its encoder fails");
   checkRate();
   output_.commit();
 }
@@ -303,14 +294,11 @@ void SoundFileWriter::checkRate() {
   const int type = format_ & SF_FORMAT_TYPEMASK;
   if (type == SF_FORMAT_RAW) return;  // stores no rate
   SF_INFO info = {};
-  const SoundFile written = openOutput(output_, SFM_READ, info);
-  if (written == nullptr) {
-    throw FileError(fmt::format("cannot write {}: its encoder fails", path_.string()));
-  }
+  const SoundFile written = openThrough(output_, SFM_READ, info);
+  if (written == nullptr) fail("its encoder fails");
   constexpr double kTolerance = 1e-3;  // two cents; a sample dump rounds to nanoseconds
   if (std::abs(info.samplerate - rate_) <= kTolerance * rate_) return;
-  throw FileError(fmt::format("cannot write {}: such a file cannot say {} Hz, only {} Hz",
-                              path_.string(), rate_, info.samplerate));
+  fail(fmt::format("such a file cannot say {} Hz, only {} Hz", rate_, info.samplerate));
 }
 
 }  // namespace
