@@ -27,8 +27,9 @@ inline CascadeView sectionsOf(const FilterCascade& cascade, std::int32_t count) 
 // waveshapers.
 enum class PostAndPower : std::uint8_t { atSampleRate, oversampled };
 
-// What makes a channel that channel. Its filters: pre, the input shelf and what follows it; post
-// and power; eq, the tone stack; revise, the output EQ.
+// What makes a channel that channel. The host interface names its groups of filters: pre, the input
+// shelf and what follows it; post and power, see PostAndPower; eq, the tone stack; revise, the
+// output EQ.
 struct ChannelConstants {
   std::span<const VoicingRow> pre, post, eq, power, revise;
   PostAndPower postAndPower;
@@ -48,8 +49,8 @@ class AmpChannelBase {
 
   // Plays n samples of `in` into `out`; both may be the same array. Drive and output level move in
   // straight lines from where the last block left them to their targets at the block's last
-  // sample. n below 1 touches no sample but ends the ramps. A non-finite input sample is played
-  // as 0.
+  // sample; a block of one sample has them where they were left. n below 1 touches no sample but
+  // ends the ramps. A non-finite input sample is played as 0.
   virtual void signalProcess(double* /*in*/, double* /*out*/, int /*n*/) {}
 
   // The knobs after their tapers, 0..1, and the length in samples over which the filters glide to
@@ -84,9 +85,9 @@ class AmpChannelBase {
   std::int32_t rateInt;               // the rate truncated toward zero
   double rate;                        // Hz
   std::int32_t overSample = 0;        // F: 7 at 48000 Hz, 8 at any other rate
-  double overSampleRatio = 0.0;
-  double masterScale = 0.0;         // the channel's make-up factor
-  std::array<double, 6> upState{};  // s0 to s4; a last one, always 0, lets one formula serve all
+  double overSampleRatio = 0.0;       // F as a double
+  double masterScale = 0.0;           // the channel's make-up factor
+  std::array<double, 6> upState{};    // s0 to s4; a last one, always 0, lets one formula serve all
   std::array<double, 6> downState{};
   double gainTarget = 1.0;    // the drive factor that GAIN asks for
   double gainCurrent = 0.0;   // at the end of the last block

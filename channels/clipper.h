@@ -57,7 +57,7 @@ struct DriveCurve {
   double negativeSlope;  // its level is 1
 };
 
-// The drive curve of one channel, a table for each of the two factors that exist.
+// The first waveshaper of one channel: a table for each of the two factors that exist.
 class DriveClipper {
  public:
   // overSample: 7 or 8. Silent until required for that factor. [audio thread]

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: ISC
-// The state that VINTAGE and MODERN carry and CLEAN does not: their last stage splits the
-// signal: the highs go through a waveshaper, T3, the lows around it.
+// The state that VINTAGE and MODERN carry and CLEAN does not. Their power stage follows the third
+// waveshaper, T2; the filters named power lie before that one. It splits the signal: the highs go
+// through a fourth waveshaper, T3, the lows around it.
 #pragma once
 
 namespace quellard {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
 // The MODERN channel: VINTAGE with a mid boost in front, half the drive factor into a first
-// waveshaper 1.5 times as steep, and wider filters between the waveshapers.
+// waveshaper 1.5 times as steep, wider power filters and an output EQ of its own.
 #pragma once
 
 #include "channels/voiced_channel.h"

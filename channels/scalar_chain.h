@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
 // The scalar chain: one sample after the other through all stages. It plays what is too short for
-// the pipeline, and voicings for which the pipeline has no room.
+// the pipeline, and voicings that the pipeline cannot play.
 #pragma once
 
 #include "channels/signal_chain.h"

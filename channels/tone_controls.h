@@ -20,7 +20,8 @@ struct ToneKnobs {
 // peak moves from -range to +range over the BASS knob.
 void retuneToneStack(AmpChannelBase& channel, const ToneKnobs& knobs, double lowBassRange, int n);
 
-// Retunes the input shelf: the less gain, the less bass reaches the drive.
+// Retunes the input shelf, which cuts bass before the drive: at DC by 37 dB without gain, by 10 dB
+// at full gain. Its corner rises with the gain.
 void retuneInputShelf(AmpChannelBase& channel, double gain, int n);
 
 // The output level at full MASTER, before the channel's own make-up: -1 dB.

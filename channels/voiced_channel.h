@@ -11,13 +11,15 @@
 
 namespace quellard {
 
-// Channel: the class that derives from this one. It has the static members kConstants and clip, its
-// drive curve, and derives from MultistageChannel where its power stage is split.
+// Channel: the class that derives from this one. It has the static members kConstants and clip, the
+// tables of its first waveshaper, and derives from MultistageChannel where its power stage is
+// split.
 template <class Channel>
 class VoicedChannel : public AmpChannelBase {
  public:
   // Builds the channel for a rate in Hz (> 0). Allocates; may throw std::bad_alloc.
-  // rebuildTables: see to it that the waveshaper tables of the rate's oversampling factor exist.
+  // rebuildTables: whether to see to it that the waveshaper tables of the rate's factor exist; the
+  // name is the host interface's.
   VoicedChannel(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
     build(Channel::kConstants);
     if (!rebuildTables) return;

@@ -27,9 +27,10 @@ enum FilterType : std::int32_t {
   onePoleLowPass = 13,
 };
 
+// What a section is designed from. The names are the host interface's.
 struct filterPrm_tag {
-  std::int32_t num;  // a FilterType
-  double frq;        // Hz
+  std::int32_t num;  // the type number, a FilterType
+  double frq;        // frequency, Hz
   double frqLow;     // Hz, the band edges of types 4 and 5; 0 < frqLow < frqHigh < fs/2
   double frqHigh;    // Hz
   double q;
@@ -51,7 +52,8 @@ inline constexpr double kDesignPi = 3.141592653589794;
 
 // Every record yields coefficients. A q that is not positive becomes 1 in the record, a frequency
 // that is not positive 20 Hz, one above half the rate half the rate. Band edges and fs are taken
-// as they are. Costs one tangent (two for band edges) and at most one pow.
+// as they are. Costs one tangent and at most one pow; band edges cost three tangents, the one-pole
+// a tangent, a cosine and a square root.
 FilterDesign designFilter(filterPrm_tag& prm, double pi = kDesignPi);
 
 }  // namespace quellard

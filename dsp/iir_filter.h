@@ -14,7 +14,8 @@ namespace quellard {
 class IIRFilter {
  public:
   // Designs the section from the record, which is not kept; see designFilter for what it corrects
-  // in it.
+  // in it. The glide starts out with coefficients of 0: without an ipFDexcute() before it, the
+  // first ipIirProcessing() puts out 0.
   explicit IIRFilter(filterPrm_tag* prm);
   virtual ~IIRFilter() = default;
   IIRFilter(const IIRFilter&) = delete;

@@ -74,8 +74,8 @@ class Amplifier {
   double appliedSampleRate;  // Hz; -1 before the first setup
   std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
   std::unique_ptr<double[]> channelBuffer;
-  // The most that reserve() was asked for or a block had since; up to it nothing is allocated. 0
-  // without reserve(): then each other length is.
+  // The longest block that needs no allocation: what reserve() was asked for, or a longer block
+  // since. 0 without reserve(): then every block of another length than the last one allocates.
   std::int32_t reservedFrames;
   // The designs with which the tunable sections of each channel, input shelf and tone stack, were
   // built. The first block glides from there to the knobs, and so does the first after a reset().

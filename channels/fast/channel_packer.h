@@ -22,14 +22,15 @@ struct PackedSection {
   bool glides() const { return canGlide && filter->ipCount <= filter->ipLength; }
 };
 
-// One channel for the length of one call. [audio thread] Allocates nothing.
+// Packs one channel during one playChannel(), segment by segment. [audio thread] Allocates nothing.
 class ChannelPacker {
  public:
   ChannelPacker(AmpChannelBase& channel, const ChainParts& parts);
 
-  // Whether the pipeline has room for the channel's sections and each of them has the form that it
-  // computes: no one-pole recursion, and first order in the oversampled part. Other channels need
-  // the scalar chain.
+  // Whether the pipeline can play the channel: it has room for its sections, none of them is a
+  // one-pole recursion, those in the oversampled part are a lowpass, a highpass and a lowpass of
+  // first order, and the first waveshaper's table is generated. Other channels need the scalar
+  // chain.
   bool canPack() const;
 
   // Plays a segment within which no glide ends before its last sample. Requires canPack().

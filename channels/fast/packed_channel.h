@@ -30,7 +30,9 @@ struct PackedChannel {
   double biquadStep[kSectionsPerLane][5]
                    [kLanes];  // their change per sample; -0.0 for none: x + -0.0 is x, bit by bit
   double glideCount[kSectionsPerLane][kLanes];  // samples since the start of the glide
-  double lastSectionUsed[kLanes];  // all bits set, or none where a lane's last section is missing
+  // All bits set; none in lanes 1 to 3 where the last section is missing. In lane 0 sections that
+  // pass x on take the place of missing ones.
+  double lastSectionUsed[kLanes];
   ChannelState state;
   double resampleA[5];
   double resampleB[3];         // the other three are the same backwards
@@ -40,7 +42,7 @@ struct PackedChannel {
   const double* table[4];
   double halfSize;  // of all tables
   Ramp drive, level;
-  int rampOffset;  // index of the call's first sample on the two ramps
+  int rampOffset;  // index of the segment's first sample on the two ramps
   int overSample;
   bool multistage;  // four waveshapers with filters and a split between them, else a single one
   bool glides;      // whether any section does

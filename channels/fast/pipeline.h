@@ -24,7 +24,7 @@
 // while the stages run through one half, the waveshapers look up the other, so that the latency of
 // a table lookup is hidden, too.
 //
-// In the first iterations of a call the later stages have no sample yet, in the last ones the
+// In the first iterations of a segment the later stages have no sample yet, in the last ones the
 // earlier stages have none left. They compute all the same, on whatever is there. But a stage loads
 // its state when its first sample arrives and stores it after its last one.
 #pragma once
@@ -46,7 +46,8 @@ QUELLARD_INLINE double finiteOrZero(double x) { return x - x == 0.0 ? x : 0.0; }
 
 // Coefficients and constants in the vectors in which the stages use them.
 struct Coefficients {
-  // Of the resampling lowpasses, up beside down: for s0, for {s1, s3} and for {s2, s4}.
+  // Of the resampling lowpasses, up beside down, numbered by the states that they feed: A0 is A1 of
+  // voicing.h, A13 is {A2, A4}, A24 {A3, A5}, B13 {B2, B4}, B24 {B3, B5}. B0 and B1 are themselves.
   RepeatedPair A0, B0, B1;
   Quad A13, A24, B13, B24;
   Quad interstageX, interstageY;
@@ -58,8 +59,8 @@ struct Coefficients {
 // The signals between the stages. The index is that of the sub-sample.
 struct StageBuffers {
   alignas(64) double up[8], post[8], power0[8], power1[8];
-  double splitLow[8], splitHigh[8];
-  double shaped2[8];  // T2's output
+  double lowBranch[8], negatedHighBranch[8];  // the split's outputs
+  double shaped2[8];                          // T2's output
   // Two signals interleaved, at interleavedIndex() of the sub-sample: the outputs of T0 and T1; the
   // inputs of up, which are zeros after the first, and of down.
   double shaped01[8][2], resamplerInput[8][2];
@@ -256,13 +257,13 @@ class Pipeline {
     const Pair old = p.split;
     p.split = addSubtract((old - in) * c.splitCoef, in);
     now.branches[j] = addSubtract(p.split, old);
-    transpose<j>(now.branches, p.buffers.splitHigh, p.buffers.splitLow);
+    transpose<j>(now.branches, p.buffers.negatedHighBranch, p.buffers.lowBranch);
   }
 
   // One section of each lane, as IIRFilter computes it with or without a glide.
   template <int section>
   QUELLARD_INLINE void cascade(PipelineState& p, Iteration& now) {
-    const auto k = [&](int i) __attribute__((always_inline)) {
+    const auto coef = [&](int i) __attribute__((always_inline)) {
       const Quad fixed = load<4>(channel_.biquadCoef[section][i]);
       if constexpr (glides) {
         return load<4>(channel_.biquadStep[section][i]) * p.glideCount[section] + fixed;
@@ -273,9 +274,9 @@ class Pipeline {
     const Quad x = section == 0
                        ? quad(pair(now.x, lane1(now.resampled[0])), highHalf(p.cascadeInput))
                        : now.cascade;
-    const Quad y = k(2) * x + p.biquad1[section];
-    p.biquad1[section] = (k(3) * x + p.biquad2[section]) + k(0) * y;
-    p.biquad2[section] = k(4) * x + k(1) * y;
+    const Quad y = coef(2) * x + p.biquad1[section];
+    p.biquad1[section] = (coef(3) * x + p.biquad2[section]) + coef(0) * y;
+    p.biquad2[section] = coef(4) * x + coef(1) * y;
     if constexpr (glides) p.glideCount[section] = p.glideCount[section] + broadcast<4>(1.0);
     const bool isLast = section == kSectionsPerLane - 1;
     now.cascade = isLast ? select(load<4>(channel_.lastSectionUsed), y, x) : y;
@@ -295,8 +296,9 @@ class Pipeline {
     if constexpr (j % 4 == 2) position = tablePosition(c, p.buffers.up + half);
   }
 
-  // VINTAGE and MODERN: the same for four tables, within one iteration. At F = 7 the second half
-  // has three sub-samples, so the last results are stored one earlier.
+  // VINTAGE and MODERN: the same for four tables, within one iteration. At F = 7 the filters take
+  // three steps through the second half, so the results for sub-samples 0 to 3 are stored in the
+  // third.
   template <int j>
   QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p) {
     constexpr int half = j < 4 ? 4 : 0;
@@ -307,14 +309,14 @@ class Pipeline {
     if constexpr (j % 4 == 1) {
       t[1] = tablePosition(c, b.post + half);
       t[2] = tablePosition(c, b.power1 + half);
-      t[3] = tablePosition<-1>(c, b.splitHigh + half);
+      t[3] = tablePosition<-1>(c, b.negatedHighBranch + half);
     }
     if constexpr (j % 4 == 2) {
       interleave(b.shaped01 + half, interpolate(c.table[0], t[0]), interpolate(c.table[1], t[1]));
     }
     if constexpr (j % 4 == last) {
       store(b.shaped2 + half, interpolate(c.table[2], t[2]));
-      const Quad low = load<4>(b.splitLow + half) * c.lowGain;
+      const Quad low = load<4>(b.lowBranch + half) * c.lowGain;
       const Quad mixed = (low + interpolate(c.table[3], t[3])) * c.mixGain;
       interleave(b.resamplerInput + half, broadcast<4>(0.0), mixed);
     }
