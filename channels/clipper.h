@@ -38,8 +38,8 @@ struct ClipperCurve {
   double positiveRate;
   double negativeLevel;
   double negativeRate;
-  double
-      lastExponent;  // of the entry after the one at u = 1: positiveRate * 20000, otherwise rounded
+  double lastExponent;  // of the entry after the one at u = 1: positiveRate * 20000 but for its
+                        // rounding
 };
 
 // How a generator groups the negative half; the tables' last bits depend on it.

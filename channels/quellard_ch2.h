@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // The VINTAGE channel: four oversampled waveshapers, with filters between them and a split in the
 // power stage. The first waveshaper is asymmetric: its positive half ends at 0.45, its negative
-// half at -1, with one slope at 0. The second, after a gain of 13 at small signals, clips first.
+// half at -1, and both have the same slope at 0. The second, after a gain of 13 at small signals,
+// clips first.
 #pragma once
 
 #include "channels/voiced_channel.h"

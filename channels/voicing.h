@@ -103,9 +103,10 @@ inline constexpr VoicingTable<2> kRevise = {{ {peaking,      280.0, 0.55,  9.0},
 inline constexpr VoicingRow kDcBlocker = {highPass1, 20.0, 1.0, 0.0};
 
 // Fifth-order lowpass around the oversampled stages, unit gain at DC, meant to run at rate * F. Its
-// feed-forward half is symmetric: B3 = B2, B4 = B1, B5 = B0. R1 (CLEAN) and R3 are made for 48 kHz,
-// F = 7; R2 (CLEAN, VINTAGE) and R4 (MODERN) for 44.1 kHz, F = 8: -3 dB at 7 kHz (R1, R2) or 6.5 kHz
-// (R3, R4), 63 or 67 dB down at 20 kHz. At other rates these frequencies move with the rate.
+// feed-forward half is symmetric: B3 = B2, B4 = B1, B5 = B0. R1 (CLEAN) and R3 (VINTAGE, MODERN) are
+// made for 48 kHz, F = 7; R2 (CLEAN, VINTAGE) and R4 (MODERN) for 44.1 kHz, F = 8: -3 dB at 7 kHz
+// (R1, R2) or 6.5 kHz (R3, R4), 63 or 67 dB down at 20 kHz. At other rates these frequencies move
+// with the rate.
 struct ResamplingSet {
   std::array<double, 5> a;
   std::array<double, 3> b;

@@ -8,8 +8,8 @@
 
 namespace quellard {
 
-// Bilinear-transform designs with the corner prewarped by K = tan(pi f / fs). Any other number,
-// taken as a signed 16-bit value, is the one-pole low-pass.
+// Bilinear-transform designs with the corner prewarped by K = tan(pi f / fs). A number is first cut
+// to a signed 16-bit value; one that is not in this list is the one-pole low-pass.
 enum FilterType : std::int32_t {
   lowPass1 = 0,             // -3 dB at frq, 6 dB/octave
   highPass1 = 1,            // -3 dB at frq, 6 dB/octave

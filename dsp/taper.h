@@ -12,7 +12,7 @@ enum TaperCurve : std::int32_t {
   kFixedPowerCurve = 1,  // t^sqrt(2)
   kArctangentCurve = 2,  // an S between 0 and 1, `scale` its steepness, `offset` its middle
   kPolynomialCurve = 3,  // poly[polyCount-1] + poly[polyCount-2] t + ... ; polyCount >= 1
-  kStraightLine = 4,     // t, and so does any other number
+  kStraightLine = 4,     // t; any other number is taken as this one
 };
 
 // One taper, which the host interface calls edit. A plain record: filled once, then only read, from

@@ -118,8 +118,8 @@ void Amplifier::buildChannels(double rate) {
   }
 }
 
-// With -1 as the values applied last, the next block counts every knob as moved and designs the
-// sections that knobs retune anew, gliding from the designs that they were built with.
+// With -1 as the values applied last, the next block counts every knob as moved and redesigns
+// the sections that knobs retune, gliding from the designs that they were built with.
 void Amplifier::reset() {
   const std::lock_guard lock(processLock);
   if (channelSwitch == nullptr) return;

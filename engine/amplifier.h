@@ -29,8 +29,8 @@ class Amplifier {
   // Plays `frames` samples of `in` into `out`; both may be the same array. A count below 1 touches
   // neither, but moved knobs still reach the channels. Silence before the first sample-rate setup,
   // where memory is short, and for a block in which a channel's signal turned non-finite.
-  // [audio thread] Holds processLock. Allocates in the first block of another length, and after
-  // reserve() only in a block that is longer than any before.
+  // [audio thread] Holds processLock. Allocates in the first block after a sample-rate setup and in
+  // each of another length than the last one; after reserve() only in one beyond reservedFrames.
   void processBlock(double* in, double* out, int frames);
 
   // The sample-rate setup: builds everything that depends on the rate. Hz; the rate in force, NaN,
@@ -39,10 +39,10 @@ class Amplifier {
   // again. controlMinimum: what every taper returns at a knob's minimum.
   bool prepare(double rate, double controlMinimum = 0.0);
 
-  // Allocates for blocks of up to `frames` samples, for hosts that change the length from block to
-  // block: they then play without allocating, across sample-rate setups too. They never shrink;
-  // counts below 1 change nothing. May throw std::bad_alloc, which leaves the buffers as they were.
-  // Not while a block is played.
+  // Allocates buffers for blocks of up to `frames` samples, for hosts that change the length from
+  // block to block: they then play without allocating, across sample-rate setups too. A smaller
+  // count than one reserved before changes nothing. May throw std::bad_alloc, which leaves the
+  // buffers as they were. Not while a block is played.
   void reserve(int frames);
 
   // Goes back to where the last sample-rate setup left the sound: states, fades, glides and
@@ -75,7 +75,8 @@ class Amplifier {
   std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
   std::unique_ptr<double[]> channelBuffer;
   // The longest block that needs no allocation: what reserve() was asked for, or a longer block
-  // since. 0 without reserve(): then every block of another length than the last one allocates.
+  // since. 0 without reserve(): then the first block after a setup allocates, and every block of
+  // another length than the last one.
   std::int32_t reservedFrames;
   // The designs with which the tunable sections of each channel, input shelf and tone stack, were
   // built. The first block glides from there to the knobs, and so does the first after a reset().

@@ -111,7 +111,8 @@ std::array<IIRFilter*, 3> ChannelPacker::interstageFilters() const {
 bool ChannelPacker::canPack() const {
   const auto isBiquad = [](const PackedSection& section) { return section.filter->form != 0; };
   if (count_ == 0 || !std::ranges::all_of(sections(), isBiquad)) return false;
-  if (parts_.firstShaper.halfSize == 0.0) return false;  // not generated; one size for all
+  // Until generated a table has halfSize 0, and the pipeline uses one halfSize for all four.
+  if (parts_.firstShaper.halfSize == 0.0) return false;
   if (parts_.split == nullptr) return true;
   const auto filters = interstageFilters();
   return isFirstOrderPass(*filters[0], 1) && isFirstOrderPass(*filters[1], -1) &&

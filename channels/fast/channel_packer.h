@@ -27,10 +27,10 @@ class ChannelPacker {
  public:
   ChannelPacker(AmpChannelBase& channel, const ChainParts& parts);
 
-  // Whether the pipeline can play the channel: it has room for its sections, none of them is a
-  // one-pole recursion, those in the oversampled part are a lowpass, a highpass and a lowpass of
-  // first order, and the first waveshaper's table is generated. Other channels need the scalar
-  // chain.
+  // Whether the pipeline can play the channel: it has at most four sections before the drive and
+  // nine to twelve after the oversampled part, none of them is a one-pole recursion, those in the
+  // oversampled part are a lowpass, a highpass and a lowpass of first order, and the first
+  // waveshaper's table is generated. Other channels need the scalar chain.
   bool canPack() const;
 
   // Plays a segment within which no glide ends before its last sample. Requires canPack().

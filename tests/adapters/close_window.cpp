@@ -30,7 +30,12 @@ int main(int argc, char** argv) {
   event.data.data32[0] = atom(connection, "WM_DELETE_WINDOW");
   xcb_send_event(connection, 0, event.window, XCB_EVENT_MASK_NO_EVENT,
                  reinterpret_cast<const char*>(&event));
-  const bool isSent = xcb_flush(connection) > 0;
+  // A server that finds the connection closed need not read what came before. So its answer to a
+  // later request is waited for.
+  const auto last = xcb_get_input_focus(connection);
+  xcb_get_input_focus_reply_t* const answer = xcb_get_input_focus_reply(connection, last, nullptr);
+  const bool isSent = answer != nullptr;
+  std::free(answer);
   xcb_disconnect(connection);
   return isSent ? 0 : 1;
 }
