@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <iterator>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,10 +29,6 @@ FileDescriptor openLocked(const fs::path& file) {
     if (flock(opened.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return {};
     if (!isGone(opened)) return opened;
   }
-}
-
-void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
-  if (writeSome(to, text.data(), std::ssize(text)) != std::ssize(text)) failWriting(file, errno);
 }
 
 void removeLocked(const fs::path& file) { unlink(file.c_str()); }

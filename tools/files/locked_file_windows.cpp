@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: ISC
-#include <cerrno>
 #include <fcntl.h>
 #include <io.h>
-#include <iterator>
 #include <windows.h>
 
 #include "tools/common/errors.h"
@@ -23,10 +21,6 @@ FileDescriptor openLocked(const fs::path& file) {
   }
   if (GetLastError() != ERROR_SHARING_VIOLATION) failWriting(file, lastError());
   return {};
-}
-
-void append(const FileDescriptor& to, std::string_view text, const fs::path& file) {
-  if (writeSome(to, text.data(), std::ssize(text)) != std::ssize(text)) failWriting(file, errno);
 }
 
 void removeLocked(const fs::path& file) { DeleteFileW(file.c_str()); }

@@ -66,7 +66,7 @@ Manifest::Manifest(const fs::path& folder)
   }
   rows_ = readManifest(folder);
   // Behind a line that was cut, a new one begins.
-  append(journal_, "\n", partial_);
+  append("\n");
 }
 
 std::string Manifest::find(const std::string& output) const {
@@ -83,7 +83,12 @@ void Manifest::add(const std::string& row) {
   std::string& kept = rows_[output];
   if (kept == text) return;
   kept = std::move(text);
-  append(journal_, kept + '\n', partial_);
+  append(kept + '\n');
+}
+
+void Manifest::append(const std::string& text) const {
+  const std::int64_t size = std::ssize(text);
+  if (writeAll(journal_, text.data(), size) != size) failWriting(partial_, errno);
 }
 
 std::vector<std::string> Manifest::finish(const std::vector<std::string>& outputs) {

@@ -47,6 +47,8 @@ class Manifest {
   const std::filesystem::path& file() const { return file_; }
 
  private:
+  void append(const std::string& text) const;
+
   std::filesystem::path file_;
   std::filesystem::path partial_;
   FileDescriptor journal_;
