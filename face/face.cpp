@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "params/sizes.h"
 #include "params/words.h"
 #include "rig/value_text.h"
 
@@ -26,7 +27,6 @@ constexpr Steps kLevelSteps = {10.0F, 1.0F, 5.0F, 10.0F, 50.0F};    // dB
 
 const Steps& stepsOf(int parameter) { return isKnob(parameter) ? kKnobSteps : kLevelSteps; }
 
-const Control& controlNumber(int index) { return controls()[static_cast<std::size_t>(index)]; }
 int numControls() { return static_cast<int>(controls().size()); }
 bool isKnobControl(int index) {
   return index >= 0 && controlNumber(index).kind == ControlKind::knob;
@@ -94,9 +94,7 @@ void Face::setChosen(int preset) {
 // The preset whose values these are, else the last one, which was changed then.
 void Face::recognisePreset() {
   const ParameterValues now = amplifierValues(state_.values);
-  const auto has = [&](int preset) {
-    return presets_[static_cast<std::size_t>(preset)].values == now;
-  };
+  const auto has = [&](int preset) { return at(presets_, preset).values == now; };
   state_.isChanged = chosen_ < 0 || !has(chosen_);
   for (int preset = 0; state_.isChanged && preset < static_cast<int>(presets_.size()); ++preset) {
     if (!has(preset)) continue;
@@ -109,8 +107,8 @@ void Face::recognisePreset() {
     state_.isChanged = false;
     return;
   }
-  state_.preset = presets_[static_cast<std::size_t>(chosen_)].name;
-  state_.description = presets_[static_cast<std::size_t>(chosen_)].description;
+  state_.preset = at(presets_, chosen_).name;
+  state_.description = at(presets_, chosen_).description;
   // What comes is no change of it.
   if (!target_.hasValues()) setChosen(-1);
 }
@@ -139,7 +137,7 @@ void Face::press(Point at, MouseButton button, bool isFine, double time_s) {
 // row: -1 beside the menu, which closes it.
 void Face::pressRow(int row) {
   if (row < 0) return state_.menu.reset();
-  const int preset = rows()[static_cast<std::size_t>(row)];
+  const int preset = rows()[asSize(row)];
   if (preset >= 0) choosePreset(preset);
 }
 
@@ -325,9 +323,9 @@ bool Face::typeInMenu(MenuView& menu, char32_t character) {
   const int count = static_cast<int>(all.size());
   for (int i = 1; i <= count; ++i) {
     const int row = (menu.selectedRow + i) % count;
-    const int preset = all[static_cast<std::size_t>(row)];
+    const int preset = at(all, row);
     if (preset < 0) continue;
-    const std::string& name = presets_[static_cast<std::size_t>(preset)].name;
+    const std::string& name = at(presets_, preset).name;
     if (name.empty() || lowerCase(name.front()) != lowerCase(static_cast<char>(character)))
       continue;
     selectRow(menu, row, 1);
@@ -416,7 +414,7 @@ void Face::selectRow(MenuView& menu, int row, int way) {
   const std::vector<int> all = rows();
   const int last = static_cast<int>(all.size()) - 1;
   row = std::clamp(row, 0, last);
-  const auto isPreset = [&] { return all[static_cast<std::size_t>(row)] >= 0; };
+  const auto isPreset = [&] { return at(all, row) >= 0; };
   while (!isPreset() && way != 0 && row + way >= 0 && row + way <= last) row += way;
   if (!isPreset()) return;
   menu.selectedRow = row;
@@ -454,7 +452,7 @@ bool Face::keyInMenu(MenuView& menu, Key key) {
     case Key::pageDown: selectRow(menu, selected + kMenuRows, -1); break;
     case Key::home: selectRow(menu, 0, 1); break;
     case Key::end: selectRow(menu, static_cast<int>(all.size()) - 1, -1); break;
-    case Key::enter: choosePreset(all[static_cast<std::size_t>(selected)]); break;
+    case Key::enter: choosePreset(at(all, selected)); break;
     case Key::escape:
     case Key::tab: state_.menu.reset(); break;
     default: return false;
@@ -473,7 +471,7 @@ void Face::choosePreset(int preset) {
   endDrag();
   state_.menu.reset();
   if (preset < 0) return;  // a heading
-  const ParameterValues& values = presets_[static_cast<std::size_t>(preset)].values;
+  const ParameterValues& values = at(presets_, preset).values;
   for (int index = 1; index <= kNumStoredValues; ++index) {
     if (target_.value(index) == values[index]) continue;
     target_.beginMove(index);

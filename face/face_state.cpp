@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "params/factory_bank.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -109,7 +110,7 @@ std::vector<Rect> changedAreas(const FaceState& before, const FaceState& after,
   }
   if (litIn(before) != litIn(after)) {
     for (const int channel : {litIn(before), litIn(after)}) {
-      changed.push_back(kStrips[static_cast<std::size_t>(channel)].grownBy(8.0F));
+      changed.push_back(at(kStrips, channel).grownBy(8.0F));
     }
   }
   add(before.preset != after.preset || before.isChanged != after.isChanged, kPresetBox);

@@ -89,8 +89,7 @@ struct Font::Outlines {
                                     &glyph.top, &right, &bottom);
     glyph.width = right - glyph.left;
     glyph.height = bottom - glyph.top;
-    glyph.pixels.resize(static_cast<std::size_t>(glyph.width) *
-                        static_cast<std::size_t>(glyph.height));
+    glyph.pixels.resize(asSize(glyph.width) * asSize(glyph.height));
     if (!glyph.pixels.empty()) {
       stbtt_MakeGlyphBitmapSubpixel(&font, glyph.pixels.data(), glyph.width, glyph.height,
                                     glyph.width, scale, scale, shift, 0.0F, index);

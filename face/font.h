@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "face/geometry.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -25,9 +26,7 @@ struct Glyph {
   std::vector<std::uint8_t> pixels;
 
   // y: 0..height-1.
-  const std::uint8_t* row(int y) const {
-    return &pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width)];
-  }
+  const std::uint8_t* row(int y) const { return &pixels[asSize(y) * asSize(width)]; }
 };
 
 // Keeps each letter that it has drawn. For one thread at a time; everything may allocate. Letters

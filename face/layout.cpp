@@ -41,7 +41,7 @@ Control button(ControlKind kind, const Rect& area, int parameter = 0, int channe
 }
 
 void addStrip(std::vector<Control>& all, int channel) {
-  const Rect& strip = kStrips[static_cast<std::size_t>(channel)];
+  const Rect& strip = at(kStrips, channel);
   all.push_back(button(ControlKind::channel, {strip.x + 10.0F, strip.y + 40.0F, 172.0F, 48.0F},
                        kTypeParameter, channel));
   float x = kFirstKnob_x;

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "face/geometry.h"
+#include "params/sizes.h"
 #include "rig/rig_parameters.h"
 
 namespace quellard {
@@ -64,6 +65,7 @@ inline constexpr int kMenuRows = 18;
 
 // In the order in which the Tab key visits them.
 std::span<const Control> controls();
+inline const Control& controlNumber(int index) { return controls()[asSize(index)]; }
 
 // Its place in controls(); -1 where there is none.
 int controlAt(Point point);

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "face/theme.h"
+#include "params/sizes.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -25,7 +26,7 @@ Point around(Point center, float radius, float turns) {
   return {center.x + radius * std::sin(angle), center.y - radius * std::cos(angle)};
 }
 
-Color channelColor(int channel) { return kChannels[static_cast<std::size_t>(channel)]; }
+Color channelColor(int channel) { return at(kChannels, channel); }
 
 class Painter {
  public:
@@ -89,7 +90,7 @@ class Painter {
   // way: -1 points to the left, 1 to the right.
   void arrow(ControlKind kind, float way) {
     const int index = controlOf(kind);
-    const Point at = controls()[static_cast<std::size_t>(index)].area.center();
+    const Point at = controlNumber(index).area.center();
     const Color color = isHovered(index) ? theme::kBrightText : theme::kText;
     const Point tip = {at.x + 3.0F * way, at.y};
     canvas_.line({at.x - 2.5F * way, at.y - 6.0F}, tip, 1.8F, color);
@@ -145,7 +146,7 @@ class Painter {
   }
 
   void strip(int channel) {
-    const Rect& area = kStrips[static_cast<std::size_t>(channel)];
+    const Rect& area = at(kStrips, channel);
     if (!canvas_.shows(area.grownBy(8.0F))) return;
     const bool isLit = channel == lit_;
     const Color color = channelColor(channel);
@@ -314,14 +315,14 @@ class Painter {
 
   void focus() {
     if (state_.shownFocus() < 0) return;
-    const Control& control = controls()[static_cast<std::size_t>(state_.focus)];
+    const Control& control = controlNumber(state_.focus);
     const float radius = control.kind == ControlKind::bypass ? 17.0F : 8.0F;
     canvas_.outline(control.area.grownBy(2.0F), radius, 1.6F, theme::kFocus);
   }
 
   void bubble() {
     if (state_.moving < 0) return;
-    const Control& control = controls()[static_cast<std::size_t>(state_.moving)];
+    const Control& control = controlNumber(state_.moving);
     const Rect area = bubbleArea(control);
     canvas_.fill(area, 6.0F, Color::hex(0, 0.5F), 6.0F);
     canvas_.fill(area, 6.0F, theme::kText);
@@ -342,7 +343,7 @@ class Painter {
     const int shown = std::min(static_cast<int>(rows.size()), kMenuRows);
     for (int i = 0; i < shown; ++i) {
       const int row = view.firstRow + i;
-      menuRow(menuRowArea(i), rows[static_cast<std::size_t>(row)], row == view.selectedRow, view);
+      menuRow(menuRowArea(i), at(rows, row), row == view.selectedRow, view);
     }
     scrollMark(area, view.firstRow, shown, static_cast<int>(rows.size()));
   }
@@ -364,7 +365,7 @@ class Painter {
           {.size = 9, .color = theme::kQuietText, .face = FontFace::bold, .spacing = 1.5F});
       return;
     }
-    const FacePreset& entry = presets_[static_cast<std::size_t>(preset)];
+    const FacePreset& entry = at(presets_, preset);
     if (selected) {
       canvas_.fill({area.x + 4.0F, area.y + 1.0F, area.width - 8.0F, area.height - 2.0F}, 5.0F,
                    theme::kMenuSelected);

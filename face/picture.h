@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "face/geometry.h"
+#include "params/sizes.h"
 
 namespace quellard {
 
@@ -36,8 +37,7 @@ class Picture {
   void resize(int width, int height) {
     width_ = std::max(width, 1);
     height_ = std::max(height, 1);
-    pixels_.assign(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_),
-                   0xFF000000U);
+    pixels_.assign(stride() * asSize(height_), 0xFF000000U);
   }
 
   int width() const { return width_; }
@@ -45,11 +45,11 @@ class Picture {
   PixelRect bounds() const { return {0, 0, width_, height_}; }
 
   // y: 0..height-1.
-  std::uint32_t* row(int y) { return &pixels_[static_cast<std::size_t>(y) * stride()]; }
-  const std::uint32_t* row(int y) const { return &pixels_[static_cast<std::size_t>(y) * stride()]; }
+  std::uint32_t* row(int y) { return &pixels_[asSize(y) * stride()]; }
+  const std::uint32_t* row(int y) const { return &pixels_[asSize(y) * stride()]; }
 
  private:
-  std::size_t stride() const { return static_cast<std::size_t>(width_); }
+  std::size_t stride() const { return asSize(width_); }
 
   int width_ = 0;
   int height_ = 0;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "params/sizes.h"
 #include "tools/cli.h"
 #include "tools/windows/wildcards.h"
 
@@ -22,7 +23,7 @@ std::string utf8(const std::wstring& word) {
   const auto length = static_cast<int>(word.size());
   const int size =
       WideCharToMultiByte(CP_UTF8, 0, word.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string text(static_cast<std::size_t>(size), '\0');
+  std::string text(asSize(size), '\0');
   WideCharToMultiByte(CP_UTF8, 0, word.data(), length, text.data(), size, nullptr, nullptr);
   return text;
 }
@@ -31,7 +32,7 @@ std::vector<std::string> commandLine() {
   int count = 0;
   wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
   std::vector<std::string> texts;
-  for (const std::wstring word : std::span(words, static_cast<std::size_t>(count))) {
+  for (const std::wstring word : std::span(words, asSize(count))) {
     const bool isOption = texts.empty() || word.starts_with(L'-');
     for (const std::wstring& file :
          isOption ? std::vector{word} : quellard::expandWildcards(word)) {

@@ -6,6 +6,7 @@
 
 #include "adapters/clap/clap_plugin.h"
 #include "adapters/clap/identity.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -63,7 +64,7 @@ void describe(const FactoryPreset& preset, const ClapPresetReceiver& to) {
   to.setFlags(&to, kPresetIsFactoryContent);
   to.addCreator(&to, kClapVendor);
   to.setDescription(&to, preset.description);
-  to.addFeature(&to, kFeatures[static_cast<std::size_t>(preset.channel)]);
+  to.addFeature(&to, at(kFeatures, preset.channel));
 }
 
 bool listBank(const ClapPresetProvider*, std::uint32_t kind, const char* /*location*/,

@@ -9,6 +9,7 @@
 
 #include "adapters/shared/event_split.h"
 #include "params/parameter_values.h"
+#include "params/sizes.h"
 #include "tools/common/errors.h"
 #include "tools/settings/cabinet_file.h"
 
@@ -26,7 +27,7 @@ void raisePeak(std::atomic<float>& peak, const float* samples, jack_nframes_t fr
 // JACK's own error messages are switched off: about a missing server it prints six lines.
 jack_client_t* open(const std::string& name) {
   jack_set_error_function([](const char*) {});
-  if (name.empty() || name.size() >= static_cast<std::size_t>(jack_client_name_size())) {
+  if (name.empty() || name.size() >= asSize(jack_client_name_size())) {
     throw std::runtime_error("JACK takes no name like '" + name + "'");
   }
   jack_client_t* client = jack_client_open(name.c_str(), JackNoStartServer, nullptr);
@@ -112,7 +113,7 @@ bool AmpClient::isHeard() const { return jack_port_connected(outputs_[0]) > 0; }
 void AmpClient::connectToInterface() {
   const bool mono = amp_.sides() == HostedAmp::kMono;
   const std::size_t outputs = mono ? 2 : 1;
-  for (std::size_t side = 0; side < static_cast<std::size_t>(amp_.sides()); ++side) {
+  for (std::size_t side = 0; side < asSize(amp_.sides()); ++side) {
     connectAll(JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, inputs_[side], side, 1);
     connectAll(JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, outputs_[side], side, outputs);
   }
@@ -136,8 +137,7 @@ void AmpClient::connectAll(const char* type, unsigned long flags, jack_port_t* o
 
 void AmpClient::setPresets(std::vector<Preset> presets, const std::string& current) {
   const auto found = std::ranges::find(presets, current, &Preset::name);
-  lastPreset_ =
-      found != presets.end() ? static_cast<std::size_t>(found - presets.begin()) : kNoPreset;
+  lastPreset_ = found != presets.end() ? asSize(found - presets.begin()) : kNoPreset;
   allPresets_.push_back(std::make_unique<const std::vector<Preset>>(std::move(presets)));
   presets_ = allPresets_.back().get();
 }
@@ -162,7 +162,7 @@ std::optional<MidiAction> AmpClient::actionOf(void* midi, std::uint32_t event) c
 }
 
 void AmpClient::apply(const MidiAction& action) {
-  if (action.preset >= 0) return loadPreset(static_cast<std::size_t>(action.preset));
+  if (action.preset >= 0) return loadPreset(asSize(action.preset));
   amp_.setValue(action.parameter, action.value);
 }
 
@@ -187,7 +187,7 @@ void AmpClient::noteMidi(void* midi) {
 void AmpClient::play(jack_nframes_t frames) {
   std::array<float*, HostedAmp::kStereo> in{};
   std::array<float*, HostedAmp::kStereo> out{};
-  const auto sides = static_cast<std::size_t>(amp_.sides());
+  const auto sides = asSize(amp_.sides());
   for (std::size_t i = 0; i < sides; ++i) {
     in[i] = static_cast<float*>(jack_port_get_buffer(inputs_[i], frames));
     out[i] = static_cast<float*>(jack_port_get_buffer(outputs_[i], frames));

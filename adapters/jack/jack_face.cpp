@@ -3,6 +3,7 @@
 
 #include <poll.h>
 
+#include "params/sizes.h"
 #include "tools/face/face_presets.h"
 
 namespace quellard {
@@ -45,7 +46,7 @@ std::optional<std::string> JackFace::cabinet() const {
 
 void JackFace::presetChosen(int preset) {
   if (preset == 0) return client_.forgetPreset();
-  client_.loadPreset(static_cast<std::size_t>(preset - 1));
+  client_.loadPreset(asSize(preset - 1));
 }
 
 }  // namespace quellard

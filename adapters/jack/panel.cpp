@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "params/factory_bank.h"
+#include "params/sizes.h"
 #include "params/words.h"
 #include "rig/tunings.h"
 #include "rig/value_text.h"
@@ -63,7 +64,7 @@ static_assert(std::ranges::all_of(kHelp, [](auto line) { return line.size() <= k
 double shareOf(double db) { return 1.0 - db / kLowestDb; }
 
 std::size_t barPosition(double share) {
-  return static_cast<std::size_t>(std::lround(std::clamp(share, 0.0, 1.0) * kBarWidth));
+  return asSize(std::lround(std::clamp(share, 0.0, 1.0) * kBarWidth));
 }
 
 std::string bar(double share) {
@@ -280,9 +281,9 @@ std::string Panel::tunerLine() {
   if (heard_hz_ == 0.0 || now - heardAt_ > kNoteShown) return "Play a string. t plays on";
   const Note note = nearestNote(heard_hz_, tuning_.reference_hz);
   std::string scale = "-50 ..................|.................. +50";
-  constexpr std::size_t kZero = 22;
+  constexpr long kZero = 22;
   const long offset = std::lround(note.cents / 50.0 * 18.0);
-  scale[static_cast<std::size_t>(static_cast<long>(kZero) + offset)] = '#';
+  at(scale, kZero + offset) = '#';
   return fmt::format("{:<4} {:+6.1f} cents {:8.2f} Hz   {}", noteName(note.number), note.cents,
                      heard_hz_, scale);
 }
@@ -324,7 +325,7 @@ void Panel::stepPreset(int by) {
   const auto count = static_cast<std::ptrdiff_t>(client_.presets().size());
   const Preset* const last = client_.lastPreset();
   const std::ptrdiff_t at = last != nullptr ? last - client_.presets().data() : (by > 0 ? -1 : 0);
-  client_.loadPreset(static_cast<std::size_t>((at + by + count) % count));
+  client_.loadPreset(asSize((at + by + count) % count));
 }
 
 void Panel::turn(int tenths) {

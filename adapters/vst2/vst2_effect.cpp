@@ -11,6 +11,7 @@
 #include "adapters/shared/program_list.h"
 #include "adapters/vst2/properties.h"
 #include "params/parameter_text.h"
+#include "params/sizes.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -214,7 +215,7 @@ std::intptr_t Vst2Effect::saveChunk(void** chunk) {
 bool Vst2Effect::loadChunk(const void* chunk, std::intptr_t size) {
   if (chunk == nullptr || size < 0) return false;
   const std::optional<HostedValues> values =
-      decodeState({static_cast<const std::uint8_t*>(chunk), static_cast<std::size_t>(size)});
+      decodeState({static_cast<const std::uint8_t*>(chunk), asSize(size)});
   if (!values.has_value()) return false;
   amp_.setHostedValues(*values);
   shownPreset_.store(-1, kRelaxed);

@@ -8,6 +8,7 @@
 #include "adapters/vst3/vst3_plugin.h"
 #include "adapters/vst3/wide_text.h"
 #include "params/parameter_text.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -41,7 +42,7 @@ void fill(std::int16_t (&to)[size], const char* text) {
 
 const Vst3Class* classAt(std::int32_t index) {
   const bool isClass = index >= 0 && index < static_cast<std::int32_t>(kClasses.size());
-  return isClass ? &kClasses[static_cast<std::size_t>(index)] : nullptr;
+  return isClass ? &at(kClasses, index) : nullptr;
 }
 
 // What the three records of a class have in common.

@@ -16,6 +16,7 @@
 
 #include "face/win32/keyboard.h"
 #include "face/window_base.h"
+#include "params/sizes.h"
 
 namespace quellard {
 namespace {
@@ -23,7 +24,7 @@ namespace {
 std::wstring wide(const std::string& text) {
   const int bytes = static_cast<int>(text.size());
   const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
-  std::wstring result(static_cast<std::size_t>(length), L'\0');
+  std::wstring result(asSize(length), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, result.data(), length);
   return result;
 }

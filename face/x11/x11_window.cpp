@@ -16,6 +16,7 @@
 #include "face/x11/keyboard.h"
 #include "face/x11/xcb.h"
 #include "params/number_text.h"
+#include "params/sizes.h"
 #include "params/words.h"
 
 namespace quellard {
@@ -114,7 +115,7 @@ class Connection {
         nullptr));
     if (!reply) return "";
     return {static_cast<const char*>(xcb.get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb.get_property_value_length(reply.get()))};
+            asSize(xcb.get_property_value_length(reply.get()))};
   }
 
  private:
