@@ -2,7 +2,7 @@
 // The words of the command line as UTF-8. Those that main() is given are in the code page of the
 // user's country, which lacks most letters, and have their patterns in them, which no shell here
 // replaces by files.
-// The others use the types of the first.
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <shellapi.h>
@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "params/sizes.h"
 #include "tools/cli.h"
 #include "tools/windows/wildcards.h"
 
@@ -23,7 +22,7 @@ std::string utf8(const std::wstring& word) {
   const auto length = static_cast<int>(word.size());
   const int size =
       WideCharToMultiByte(CP_UTF8, 0, word.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string text(asSize(size), '\0');
+  std::string text(static_cast<std::size_t>(size), '\0');
   WideCharToMultiByte(CP_UTF8, 0, word.data(), length, text.data(), size, nullptr, nullptr);
   return text;
 }
@@ -32,7 +31,7 @@ std::vector<std::string> commandLine() {
   int count = 0;
   wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
   std::vector<std::string> texts;
-  for (const std::wstring word : std::span(words, asSize(count))) {
+  for (const std::wstring word : std::span(words, static_cast<std::size_t>(count))) {
     const bool isOption = texts.empty() || word.starts_with(L'-');
     for (const std::wstring& file :
          isOption ? std::vector{word} : quellard::expandWildcards(word)) {

@@ -2,7 +2,8 @@
 // FaceWindow for Windows. The host's message loop calls the window at any time, also while the face
 // is at work or the host is asking it something. So what the mouse and the keys do is only noted
 // there, and handled by handleEvents(), as the other window system's is.
-// The others use the types of the first.
+
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <windowsx.h>
@@ -42,8 +43,8 @@ HINSTANCE thisModule() {
 // A message, with what must be asked for while it is being delivered.
 struct Event {
   UINT message;
-  WPARAM wide;
-  LPARAM place;
+  WPARAM wParam;
+  LPARAM lParam;
   POINT onScreen;
   DWORD time_ms;
   KeyPress key;
@@ -146,69 +147,72 @@ class Win32Window : public WindowBase {
     if (window_ != nullptr && isFloating()) setInnerSize(inner);
   }
 
-  static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM wide, LPARAM place) {
+  static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_NCCREATE) {
-      const auto* const made = reinterpret_cast<const CREATESTRUCTW*>(place);
+      const auto* const made = reinterpret_cast<const CREATESTRUCTW*>(lParam);
       SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(made->lpCreateParams));
     }
     auto* const self = reinterpret_cast<Win32Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     const std::optional<LRESULT> answer =
-        self != nullptr ? self->answer(window, message, wide, place) : std::nullopt;
-    return answer.has_value() ? *answer : DefWindowProcW(window, message, wide, place);
+        self != nullptr ? self->answer(window, message, wParam, lParam) : std::nullopt;
+    return answer.has_value() ? *answer : DefWindowProcW(window, message, wParam, lParam);
   }
 
   // Nothing for what Windows answers itself.
-  std::optional<LRESULT> answer(HWND window, UINT message, WPARAM wide, LPARAM place) {
+  std::optional<LRESULT> answer(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-      case WM_PAINT: return showPixels(window), 0;
+      case WM_PAINT: showPixels(window); break;
       case WM_ERASEBKGND: return 1;  // the pixels cover everything: no flicker
       case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
       case WM_MOUSEACTIVATE: return MA_ACTIVATE;
-      case WM_SIZE: return sized(wide, place), 0;
-      case WM_DESTROY: return detached(), 0;
+      case WM_SIZE: sized(wParam, lParam); break;
+      case WM_DESTROY: detached(); break;
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN:
         SetFocus(window);
         SetCapture(window);
-        return note(message, wide, place), 0;
+        note(message, wParam, lParam);
+        break;
       case WM_LBUTTONUP:
       case WM_RBUTTONUP:
-        note(message, wide, place);
-        if ((wide & (MK_LBUTTON | MK_RBUTTON)) == 0) ReleaseCapture();
-        return 0;
+        note(message, wParam, lParam);
+        if ((wParam & (MK_LBUTTON | MK_RBUTTON)) == 0) ReleaseCapture();
+        break;
       case WM_CAPTURECHANGED:
-        if (reinterpret_cast<HWND>(place) != window && (isDown(VK_LBUTTON) || isDown(VK_RBUTTON))) {
-          note(message, wide, place);
+        if (reinterpret_cast<HWND>(lParam) != window &&
+            (isDown(VK_LBUTTON) || isDown(VK_RBUTTON))) {
+          note(message, wParam, lParam);
         }
-        return 0;
-      case WM_MOUSEMOVE: return askForLeave(window), note(message, wide, place), 0;
-      case WM_CHAR: return 0;  // read from the key itself
+        break;
+      case WM_CHAR: break;  // read from the key itself
+      case WM_MOUSEMOVE: askForLeave(window); [[fallthrough]];
       case WM_MOUSEWHEEL:
       case WM_MOUSELEAVE:
       case WM_KEYDOWN:
       case WM_KEYUP:
       case WM_KILLFOCUS:
-      case WM_CLOSE: return note(message, wide, place), 0;
-      case WM_SHOWWINDOW: return note(message, wide, place), std::nullopt;
+      case WM_CLOSE: note(message, wParam, lParam); break;
+      case WM_SHOWWINDOW: note(message, wParam, lParam); return std::nullopt;
       default: return std::nullopt;
     }
+    return 0;
   }
 
   // Of moves that follow each other only the last counts.
-  void note(UINT message, WPARAM wide, LPARAM place) {
+  void note(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_MOUSEMOVE && !events_.empty() && events_.back().message == message) {
       events_.pop_back();
     }
     Event event{.message = message,
-                .wide = wide,
-                .place = place,
+                .wParam = wParam,
+                .lParam = lParam,
                 .onScreen = {},
                 .time_ms = static_cast<DWORD>(GetMessageTime()),
                 .key = {},
                 .isFine = isDown(VK_SHIFT),
                 .isHosts = isDown(VK_CONTROL) || isDown(VK_MENU)};
     GetCursorPos(&event.onScreen);
-    if (message == WM_KEYDOWN) event.key = pressOfKey(wide, place);
+    if (message == WM_KEYDOWN) event.key = pressOfKey(wParam, lParam);
     events_.push_back(event);
   }
 
@@ -218,12 +222,14 @@ class Win32Window : public WindowBase {
     TrackMouseEvent(&wanted);
   }
 
-  void sized(WPARAM how, LPARAM place) {
-    const PixelSize size = {LOWORD(place), HIWORD(place)};
+  void sized(WPARAM how, LPARAM lParam) {
+    const PixelSize size = {LOWORD(lParam), HIWORD(lParam)};
     if (how != SIZE_MINIMIZED && size.width > 0 && size.height > 0) noteSize(size);
   }
 
-  Point faceFrom(LPARAM place) const { return facePoint(GET_X_LPARAM(place), GET_Y_LPARAM(place)); }
+  Point faceFrom(LPARAM lParam) const {
+    return facePoint(GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam));
+  }
 
   static ScreenPoint onScreen(const Event& event) {
     return {static_cast<int>(event.onScreen.x), static_cast<int>(event.onScreen.y)};
@@ -234,56 +240,57 @@ class Win32Window : public WindowBase {
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN: return buttonDown(event);
       case WM_LBUTTONUP:
-      case WM_RBUTTONUP: return release(faceFrom(event.place));
+      case WM_RBUTTONUP: return release(faceFrom(event.lParam));
       case WM_MOUSEMOVE: return moved(event);
       case WM_MOUSEWHEEL: return wheel(event);
-      case WM_MOUSELEAVE: return asksForLeave_ = false, face().leave();
+      case WM_MOUSELEAVE: asksForLeave_ = false; return face().leave();
       case WM_KEYDOWN: return keyDown(event);
       case WM_KEYUP: return keyUp(event);
       case WM_CAPTURECHANGED: return face().letGo();  // a host's dialog has the mouse now
       case WM_KILLFOCUS: return face().loseFocus();
       case WM_CLOSE: return owner().closeIsWanted();
       case WM_SHOWWINDOW:
-        if (event.wide == FALSE) face().letGo();
+        if (event.wParam == FALSE) face().letGo();
         return;
       default: return;
     }
   }
 
   void buttonDown(const Event& event) {
-    press(faceFrom(event.place), onScreen(event),
+    press(faceFrom(event.lParam), onScreen(event),
           event.message == WM_LBUTTONDOWN ? MouseButton::left : MouseButton::right, event.isFine,
           event.time_ms / 1000.0);
   }
 
   void moved(const Event& event) {
-    const bool isHeld = (event.wide & (MK_LBUTTON | MK_RBUTTON)) != 0;
-    move(faceFrom(event.place), onScreen(event), isHeld, event.isFine);
+    const bool isHeld = (event.wParam & (MK_LBUTTON | MK_RBUTTON)) != 0;
+    move(faceFrom(event.lParam), onScreen(event), isHeld, event.isFine);
   }
 
   // Its place is on the screen.
   void wheel(const Event& event) {
-    POINT at = {GET_X_LPARAM(event.place), GET_Y_LPARAM(event.place)};
+    POINT at = {GET_X_LPARAM(event.lParam), GET_Y_LPARAM(event.lParam)};
     ScreenToClient(window_, &at);
-    const auto notches = static_cast<float>(GET_WHEEL_DELTA_WPARAM(event.wide)) / WHEEL_DELTA;
+    const auto notches = static_cast<float>(GET_WHEEL_DELTA_WPARAM(event.wParam)) / WHEEL_DELTA;
     face().wheel(facePoint(static_cast<int>(at.x), static_cast<int>(at.y)), notches, event.isFine);
   }
 
   void keyDown(const Event& event) {
     constexpr LPARAM kWasDown = LPARAM{1} << 30;
-    const std::size_t key = event.wide & 0xFFU;
-    const bool isRepeated = (event.place & kWasDown) != 0;
+    const std::size_t key = event.wParam & 0xFFU;
+    const bool isRepeated = (event.lParam & kWasDown) != 0;
     const bool isHosts = event.isHosts || (isRepeated && wasForHost(key));
     if (keyPressed(key, event.key, isRepeated, isHosts, event.isFine)) handOn(event);
   }
 
   void keyUp(const Event& event) {
-    if (keyReleased(event.wide & 0xFFU)) handOn(event);
+    if (keyReleased(event.wParam & 0xFFU)) handOn(event);
   }
 
   // To the host, for its transport and shortcuts.
   void handOn(const Event& event) const {
-    if (!isFloating() && !isGone()) PostMessageW(parent_, event.message, event.wide, event.place);
+    if (!isFloating() && !isGone())
+      PostMessageW(parent_, event.message, event.wParam, event.lParam);
   }
 
   void paint() override {

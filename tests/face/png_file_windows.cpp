@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tests/face/png_file.h"
 
-// The others use the types of the first.
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <initguid.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: ISC
 #include "tools/face/png_encoding.h"
 
-// The others use the types of the first.
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <initguid.h>
@@ -77,7 +77,7 @@ bool encode(IWICImagingFactory& factory, const Picture& picture, IStream& stream
 std::string contentOf(IStream& stream) {
   STATSTG about = {};
   if (FAILED(stream.Stat(&about, STATFLAG_NONAME))) return {};
-  std::string bytes(asSize(about.cbSize.QuadPart), '\0');
+  std::string bytes(static_cast<std::size_t>(about.cbSize.QuadPart), '\0');
   ULONG got = 0;
   stream.Seek({}, STREAM_SEEK_SET, nullptr);
   stream.Read(bytes.data(), static_cast<ULONG>(bytes.size()), &got);

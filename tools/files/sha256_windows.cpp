@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: ISC
-// The others use the types of the first.
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <bcrypt.h>

@@ -3,7 +3,7 @@
 // instead.
 #include "tools/files/unnamed_file.h"
 
-// The others use the types of the first.
+// In this order, since the later headers use the types of windows.h.
 // clang-format off
 #include <windows.h>
 #include <ntsecapi.h>
