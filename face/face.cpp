@@ -241,8 +241,8 @@ void Face::pressButton(int index) {
     case ControlKind::bypass:
       return setOnce(kBypassParameter, isBypassed(target_.value(kBypassParameter)) ? 0.0F : 1.0F);
     case ControlKind::channel: return setOnce(kTypeParameter, selectFromChannel(control.channel));
-    case ControlKind::inputMeter: return input_.clear(), readValues();
-    case ControlKind::outputMeter: return output_.clear(), readValues();
+    case ControlKind::inputMeter: input_.clear(); return readValues();
+    case ControlKind::outputMeter: output_.clear(); return readValues();
     case ControlKind::knob: return;
   }
 }

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "adapters/clap/presets.h"
 #include "adapters/clap/window_api.h"
@@ -19,17 +20,17 @@ const clap_host_timer_support_t* hostTimerOf(const ClapPlugin& plugin) {
   return isWhole ? timer : nullptr;
 }
 
-// Calls call(gui) unless there is none, and keeps it until the call returns. Hosts may be written
-// in C, so no exception may leave it.
+// Calls call(gui) unless there is none, and keeps it until the call returns. What returns nothing
+// has succeeded. Hosts may be written in C, so no exception may leave it.
 template <typename Call>
-bool withGui(const ClapPlugin& plugin, const Call& call) {
+bool withGui(const ClapPlugin& plugin, const Call& call) try {
   const std::shared_ptr<ClapGui> gui = plugin.gui;
   if (gui == nullptr) return false;
-  try {
-    return call(*gui);
-  } catch (...) {
-    return false;
-  }
+  if constexpr (!std::is_void_v<decltype(call(*gui))>) return call(*gui);
+  call(*gui);
+  return true;
+} catch (...) {
+  return false;
 }
 
 template <typename Call>
@@ -55,7 +56,7 @@ std::optional<PixelSize> sizeOf(std::uint32_t width, std::uint32_t height) {
   return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
-void tell(PixelSize size, std::uint32_t* width, std::uint32_t* height) {
+void writeSize(PixelSize size, std::uint32_t* width, std::uint32_t* height) {
   *width = static_cast<std::uint32_t>(size.width);
   *height = static_cast<std::uint32_t>(size.height);
 }
@@ -75,7 +76,7 @@ bool getPreferred(const clap_plugin_t* plugin, const char** api, bool* isFloatin
 }
 
 void destroy(const clap_plugin_t* plugin) {
-  withGui(plugin, [](ClapGui& gui) { return gui.end(), true; });
+  withGui(plugin, [](ClapGui& gui) { gui.end(); });
   ClapPlugin::of(plugin).gui.reset();
 }
 
@@ -96,8 +97,7 @@ bool setScale(const clap_plugin_t* plugin, double scale) {
 
 bool getSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {
   if (width == nullptr || height == nullptr) return false;
-  return withGui(plugin,
-                 [&](ClapGui& gui) { return tell(gui.editor().size(), width, height), true; });
+  return withGui(plugin, [&](ClapGui& gui) { writeSize(gui.editor().size(), width, height); });
 }
 
 bool canResize(const clap_plugin_t* plugin) {
@@ -118,14 +118,13 @@ bool adjustSize(const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t
   if (width == nullptr || height == nullptr) return false;
   const std::optional<PixelSize> asked = sizeOf(*width, *height);
   if (!asked.has_value()) return false;
-  return withGui(plugin,
-                 [&](ClapGui& gui) { return tell(gui.editor().fit(*asked), width, height), true; });
+  return withGui(plugin, [&](ClapGui& gui) { writeSize(gui.editor().fit(*asked), width, height); });
 }
 
 bool setSize(const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t height) {
   const std::optional<PixelSize> size = sizeOf(width, height);
   if (!size.has_value() || !canResize(plugin)) return false;
-  return withGui(plugin, [&](ClapGui& gui) { return gui.setSize(*size), true; });
+  return withGui(plugin, [&](ClapGui& gui) { gui.setSize(*size); });
 }
 
 bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {
@@ -136,18 +135,16 @@ bool setParent(const clap_plugin_t* plugin, const clap_window_t* window) {
 
 bool setTransient(const clap_plugin_t* plugin, const clap_window_t* window) {
   const std::uintptr_t above = numberOf(window);
-  return above != 0 && withGui(plugin, [&](ClapGui& gui) {
-           return gui.isFloating() && (gui.setTransientFor(above), true);
-         });
+  return above != 0 && withGui(plugin, [&](ClapGui& gui) { return gui.setTransientFor(above); });
 }
 
 void suggestTitle(const clap_plugin_t* plugin, const char* title) {
   if (title == nullptr) return;
-  withGui(plugin, [&](ClapGui& gui) { return gui.setTitle(title), true; });
+  withGui(plugin, [&](ClapGui& gui) { gui.setTitle(title); });
 }
 
 void onTimer(const clap_plugin_t* plugin, clap_id timer) {
-  withGui(plugin, [&](ClapGui& gui) { return gui.tick(timer), true; });
+  withGui(plugin, [&](ClapGui& gui) { gui.tick(timer); });
 }
 
 constexpr clap_plugin_gui_t kGui = {
@@ -226,12 +223,11 @@ void ClapGui::end() {
 bool ClapGui::start() {
   if (timer_.has_value()) return true;
   clap_id timer = CLAP_INVALID_ID;
-  const bool starts =
-      hostTimer_ != nullptr
-          ? hostTimer_->register_timer(plugin_.host, Editor::kPeriod_ms, &timer)
-          : ticker_.start(Editor::kPeriod_ms, [&plugin = plugin_] {
-              withGui(plugin, [](ClapGui& gui) { return gui.tick(CLAP_INVALID_ID), true; });
-            });
+  const bool starts = hostTimer_ != nullptr
+                          ? hostTimer_->register_timer(plugin_.host, Editor::kPeriod_ms, &timer)
+                          : ticker_.start(Editor::kPeriod_ms, [&plugin = plugin_] {
+                              withGui(plugin, [](ClapGui& gui) { gui.tick(CLAP_INVALID_ID); });
+                            });
   if (!starts) return false;
   timer_ = timer;
   plugin_.amp.measureLevels(true);
@@ -282,9 +278,11 @@ void ClapGui::setTitle(const char* title) {
   editor_.setTitle(title_);
 }
 
-void ClapGui::setTransientFor(std::uintptr_t window) {
+bool ClapGui::setTransientFor(std::uintptr_t window) {
+  if (!isFloating_) return false;
   transientFor_ = window;
   editor_.setTransientFor(window);
+  return true;
 }
 
 void ClapGui::tick(clap_id timer) {

@@ -51,7 +51,7 @@ class ClapGui {
   bool show();
   bool hide();
   void setTitle(const char* title);
-  void setTransientFor(std::uintptr_t window);
+  bool setTransientFor(std::uintptr_t window);  // false for a window inside the host's
   void tick(clap_id timer);
   // The host destroys it: nothing more is shown, and the host is called no longer.
   void end();

@@ -68,7 +68,10 @@ int show(LV2UI_Handle handle) {
   return answer(handle, [](Lv2Ui& ui) { return ui.show(); });
 }
 int hide(LV2UI_Handle handle) {
-  return answer(handle, [](Lv2Ui& ui) { return ui.hide(), true; });
+  return answer(handle, [](Lv2Ui& ui) {
+    ui.hide();
+    return true;
+  });
 }
 int resize(LV2UI_Feature_Handle handle, int width, int height) {
   return answer(handle, [&](Lv2Ui& ui) { return ui.setSize({width, height}); });

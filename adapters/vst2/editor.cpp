@@ -57,8 +57,8 @@ std::intptr_t Vst2Editor::answer(std::int32_t opcode, void* ptr) {
   switch (opcode) {
     case effEditGetRect: return tellSize(static_cast<Vst2Rect**>(ptr));
     case effEditOpen: return open(ptr);
-    case effEditClose: return close(), 1;
-    case effEditIdle: return idle(), 1;
+    case effEditClose: close(); return 1;
+    case effEditIdle: idle(); return 1;
     default: return 0;
   }
 }
@@ -82,7 +82,10 @@ bool Vst2Editor::tellSize(Vst2Rect** rect) {
 // Only while it is open, the amplifier measures its levels.
 bool Vst2Editor::open(void* parent) {
   if (parent == nullptr) return false;
-  if (!editor().open(reinterpret_cast<std::uintptr_t>(parent), title_)) return close(), false;
+  if (!editor().open(reinterpret_cast<std::uintptr_t>(parent), title_)) {
+    close();
+    return false;
+  }
   amp_.measureLevels(true);
   editor_->show();
   return true;

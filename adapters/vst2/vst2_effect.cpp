@@ -23,7 +23,7 @@ constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 // Writes the text and its terminator and no byte more, since hosts do not say how long their
 // buffers are. The published interface has 8 characters for a parameter's name; today's hosts
 // provide 24 and more, so "Vintage Presence" may take 17 bytes.
-bool tell(char* to, const char* text) {
+bool writeText(char* to, const char* text) {
   if (to == nullptr) return false;
   std::strcpy(to, text);
   return true;
@@ -108,21 +108,22 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
   auto* text = static_cast<char*>(ptr);
   const int parameter = vst2ParameterOf(index);
   switch (opcode) {
-    case effSetProgram: return chooseProgram(value), 0;
+    case effSetProgram: chooseProgram(value); return 0;
     case effGetProgram: return program_.load(kRelaxed);
-    case effGetProgramName: return tell(text, listedProgramName(program_.load(kRelaxed)));
+    case effGetProgramName: return writeText(text, listedProgramName(program_.load(kRelaxed)));
     case effGetProgramNameIndexed:
-      return isListedProgram(index) && tell(text, listedProgramName(index));
-    case effGetParamLabel: return tell(text, "");
-    case effGetParamDisplay: return tell(text, valueText(parameter, amp_.value(parameter)).data());
-    case effGetParamName: return tell(text, hostedTitle(parameter).data());
+      return isListedProgram(index) && writeText(text, listedProgramName(index));
+    case effGetParamLabel: return writeText(text, "");
+    case effGetParamDisplay:
+      return writeText(text, valueText(parameter, amp_.value(parameter)).data());
+    case effGetParamName: return writeText(text, hostedTitle(parameter).data());
     case effCanBeAutomated: return parameter != 0;
     case effString2Parameter: return setFromText(parameter, text);
     case effGetParameterProperties:
       return fillParameterProperties(parameter, static_cast<VstParameterProperties*>(ptr));
-    case effSetSampleRate: return announceRate(opt), 0;
-    case effSetBlockSize: return announceBlock(value), 0;
-    case effMainsChanged: return switchMains(value != 0), 0;
+    case effSetSampleRate: announceRate(opt); return 0;
+    case effSetBlockSize: announceBlock(value); return 0;
+    case effMainsChanged: switchMains(value != 0); return 0;
     case effSetProcessPrecision: return value == 0 || value == kPrecision64;
     case effGetTailSize:
       return static_cast<std::int32_t>(
@@ -137,8 +138,8 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effIdentify: return kEffectIdentity;
     case effGetPlugCategory: return kPlugCategEffect;
     case effGetEffectName:
-    case effGetProductString: return tell(text, variant_.name);
-    case effGetVendorString: return tell(text, kVst2Vendor);
+    case effGetProductString: return writeText(text, variant_.name);
+    case effGetVendorString: return writeText(text, kVst2Vendor);
     case effGetVendorVersion: return QUELLARD_VERSION_NUMBER;
     case effGetVstVersion: return kVstVersion;
     case effCanDo: return canDo(text);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace quellard {
@@ -32,8 +33,8 @@ bool isUsable(const v3_view_rect* rect) {
 }
 
 // Calls call(view) with a reference to it, since the host may release the view meanwhile: a view
-// asks the host for another size and tells it of moves. Hosts may be written in C, so no exception
-// may leave it.
+// asks the host for another size and tells it of moves. What returns nothing has succeeded. Hosts
+// may be written in C, so no exception may leave it.
 template <typename Call>
 v3_result withView(void* interface, const Call& call) try {
   struct Reference {
@@ -44,7 +45,10 @@ v3_result withView(void* interface, const Call& call) try {
     Reference& operator=(const Reference&) = delete;
   };
   const Reference reference(interface);
-  return call(Vst3View::of(interface));
+  Vst3View& view = Vst3View::of(interface);
+  if constexpr (!std::is_void_v<decltype(call(view))>) return call(view);
+  call(view);
+  return V3_OK;
 } catch (...) {
   return V3_NOMEM;
 }
@@ -60,7 +64,7 @@ v3_result attached(void* self, void* parent, const char* platform) {
 }
 
 v3_result removed(void* self) {
-  return withView(self, [](Vst3View& view) { return view.remove(), V3_OK; });
+  return withView(self, [](Vst3View& view) { view.remove(); });
 }
 
 // Wheel and keys reach the window itself.
@@ -70,17 +74,16 @@ v3_result onFocus(void*, v3_bool) { return V3_OK; }
 
 v3_result getSize(void* self, v3_view_rect* rect) {
   if (rect == nullptr) return V3_INVALID_ARG;
-  return withView(self,
-                  [&](Vst3View& view) { return *rect = rectOf(view.editor().size()), V3_OK; });
+  return withView(self, [&](Vst3View& view) { *rect = rectOf(view.editor().size()); });
 }
 
 v3_result onSize(void* self, v3_view_rect* rect) {
   if (!isUsable(rect)) return V3_INVALID_ARG;
-  return withView(self, [&](Vst3View& view) { return view.setSize(sizeOf(*rect)), V3_OK; });
+  return withView(self, [&](Vst3View& view) { view.setSize(sizeOf(*rect)); });
 }
 
 v3_result setFrame(void* self, v3_plugin_frame** frame) {
-  return withView(self, [&](Vst3View& view) { return view.setFrame(frame), V3_OK; });
+  return withView(self, [&](Vst3View& view) { view.setFrame(frame); });
 }
 
 v3_result canResize(void*) { return V3_TRUE; }
@@ -100,7 +103,7 @@ v3_result setScale(void* self, float factor) {
 }
 
 void onTimer(void* self) {
-  withView(self, [](Vst3View& view) { return view.tick(), V3_OK; });
+  withView(self, [](Vst3View& view) { view.tick(); });
 }
 void onReadable(void* self, int /*descriptor*/) { onTimer(self); }
 

@@ -44,7 +44,8 @@ std::string valueCases(const std::vector<const CLI::App*>& apps, const KnownValu
       const Words names = option->get_lnames();
       const bool isKnown = std::ranges::any_of(
           names, [&](const std::string& name) { return values.contains(name); });
-      for (const std::string& word : spellings(option)) (isKnown ? known : others).insert(word);
+      std::set<std::string>& words = isKnown ? known : others;
+      for (const std::string& word : spellings(option)) words.insert(word);
     }
   }
   std::string cases;

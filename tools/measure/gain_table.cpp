@@ -33,7 +33,8 @@ ToneLevel summarize(const Curve& spectrum, double note_hz) {
   for (const Point& point : spectrum) {
     const double number = std::round(point.x / note_hz);
     if (number < 1.0 || std::abs(point.x - number * note_hz) > kWidth_hz) continue;
-    (number == 1.0 ? fundamental : overtones) += std::pow(10.0, point.y / 10.0);
+    double& power = number == 1.0 ? fundamental : overtones;
+    power += std::pow(10.0, point.y / 10.0);
   }
   return {10.0 * std::log10((fundamental + overtones) / kWindowEnergy),
           100.0 * std::sqrt(overtones / fundamental)};

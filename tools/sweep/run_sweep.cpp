@@ -72,7 +72,8 @@ class Running {
       failure_ = std::current_exception();
       failed_ = true;
     }
-    ++(done.kept ? result_.kept : result_.made);
+    std::size_t& count = done.kept ? result_.kept : result_.made;
+    ++count;
     if (done.truncated) result_.truncated.push_back(outputs_[number]);
   }
 
