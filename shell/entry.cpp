@@ -22,7 +22,7 @@ AEffect* createEffect(audioMasterCallback host) try {
 
 }  // namespace
 
-// The object's own operator new: the host deletes it through the effClose trampoline.
+// By new, since the callback of the record's dispatcher deletes it at effClose.
 AudioEffect* createPluginFilter(audioMasterCallback host) {
   return new (std::nothrow) Quellard(host);
 }

@@ -121,7 +121,7 @@ constexpr v3_timer_handler_cpp kTimer = {kVst3Unknown<Vst3View>, {onTimer}};
 
 v3_plugin_view** Vst3View::create(Vst3Plugin& plugin) {
   std::unique_ptr<Vst3View> view(new Vst3View(plugin));
-  plugin.keep();
+  plugin.addReference();
   return static_cast<v3_plugin_view**>(static_cast<void*>(&view.release()->view_));
 }
 
@@ -159,7 +159,7 @@ std::uint32_t Vst3View::unref(void* interface) {
   Vst3Plugin& plugin = self.plugin_;
   self.references_ = 1;
   { const std::unique_ptr<Vst3View> last(&self); }
-  plugin.letGo();
+  plugin.removeReference();
   return 0;
 }
 

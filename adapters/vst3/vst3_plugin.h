@@ -39,8 +39,8 @@ class Vst3Plugin : public Vst3Object<Vst3Plugin> {
   std::array<Offer, 7> offers();
   static std::uint32_t unref(void* interface);  // [any thread]
   // The same for a view, which needs the plug-in to its end. [main thread]
-  void keep() { ++references_; }
-  void letGo() { unref(&component_); }
+  void addReference() { ++references_; }
+  void removeReference() { unref(&component_); }
   // The plug-in is ready as soon as it is created, so these may come in any order and number.
   static v3_result initialize(void* interface, v3_funknown** context);
   static v3_result terminate(void* interface);

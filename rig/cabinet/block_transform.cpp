@@ -118,14 +118,14 @@ QUELLARD_WIDEST bool transform(double* fromRe, double* fromIm, double* toRe, dou
                                const double* twiddles, int n) {
   Parts from{fromRe, fromIm}, to{toRe, toIm};
   bool moved = false;
-  const auto turn = [&] {
+  const auto exchange = [&] {
     const Parts last = from;
     from = to;
     to = last;
     moved = !moved;
   };
   int stride = 1;
-  for (; stride * 4 <= n; stride *= 4, turn()) {
+  for (; stride * 4 <= n; stride *= 4, exchange()) {
     const Twiddles w{twiddles, n / (4 * stride)};
     // The compiler makes better loops where it knows how short they are.
     if (stride == 1) {
@@ -139,7 +139,7 @@ QUELLARD_WIDEST bool transform(double* fromRe, double* fromIm, double* toRe, dou
   }
   if (stride < n) {
     radix2Last(from, to, n / 2);
-    turn();
+    exchange();
   }
   return moved;
 }

@@ -18,11 +18,11 @@ struct Biquad {
   double b0, b1, b2, a1, a2;
 };
 
-// The two filters of ITU-R BS.1770 at 48 kHz: the head's treble, and less bass.
+// The two filters of ITU-R BS.1770 at 48 kHz: a shelf, as a head lifts treble, and a highpass.
 constexpr double kWeightingRate = 48000.0;
-constexpr Biquad kHead = {1.53512485958697, -2.69169618940638, 1.19839281085285,  //
-                          -1.69065929318241, 0.73248077421585};
-constexpr Biquad kLessBass = {1.0, -2.0, 1.0,  //
+constexpr Biquad kTrebleShelf = {1.53512485958697, -2.69169618940638, 1.19839281085285,  //
+                                 -1.69065929318241, 0.73248077421585};
+constexpr Biquad kHighpass = {1.0, -2.0, 1.0,  //
                               -1.99004745483398, 0.99007225036621};
 
 double power(const Biquad& filter, double hz) {
@@ -34,7 +34,7 @@ double power(const Biquad& filter, double hz) {
 // How much of the loudness of pink noise is at a frequency; its power falls with 1 / f.
 double pinkWeight(double hz) {
   if (hz < 20.0 || hz > 20000.0) return 0.0;
-  return power(kHead, hz) * power(kLessBass, hz) / hz;
+  return power(kTrebleShelf, hz) * power(kHighpass, hz) / hz;
 }
 
 // Less than this share of the power at its loudest frequency, and that frequency is one that is not
