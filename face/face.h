@@ -144,10 +144,8 @@ class Face {
   std::optional<Drag> drag_;
   double bubbleLeft_s_ = 0.0;  // without a drag
   Click lastClick_;
-  // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
-  // are floats, which the converter clips above 1.
-  LevelMeter input_{0.999F};
-  LevelMeter output_{1.0F};
+  LevelMeter input_{LevelMeter::kInputClips};
+  LevelMeter output_{LevelMeter::kOutputClips};
 };
 
 }  // namespace quellard

@@ -46,7 +46,7 @@ bool looksTheSame(const Control& control, int index, const FaceState& a, const F
 }  // namespace
 
 std::vector<FacePreset> factoryFacePresets() {
-  std::vector<FacePreset> all = {{"Init", "Every knob at 5", defaultValues()}};
+  std::vector<FacePreset> all = {{kDefaultsName, "Every knob at 5", defaultValues()}};
   for (const FactoryPreset& preset : kFactoryBank) {
     all.push_back({preset.name, preset.description, presetValues(preset)});
   }

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "face/font_data.h"
+#include "params/words.h"
 
 namespace quellard {
 namespace {
@@ -26,7 +27,7 @@ char32_t takeCharacter(std::string_view& utf8) {
   }
   char32_t character = more == 0 ? first : first & (0x3FU >> more);
   for (std::size_t i = 1; i <= more; ++i) {
-    if ((byteAt(i) & 0xC0U) != 0x80U) {
+    if (!continuesUtf8Sequence(utf8[i])) {
       utf8.remove_prefix(i);
       return kNoCharacter;
     }

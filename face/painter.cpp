@@ -7,6 +7,7 @@
 
 #include "face/theme.h"
 #include "params/sizes.h"
+#include "params/words.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -114,13 +115,7 @@ class Painter {
   // What of a text is not wider than this, with an ellipsis where something is missing.
   std::string cut(std::string text, const TextStyle& style, float width) const {
     if (canvas_.textWidth(text, style) <= width) return text;
-    const auto isContinued = [&] {
-      return !text.empty() && (static_cast<unsigned char>(text.back()) & 0xC0U) == 0x80U;
-    };
-    while (!text.empty() && canvas_.textWidth(text + "…", style) > width) {
-      while (isContinued()) text.pop_back();
-      if (!text.empty()) text.pop_back();
-    }
+    while (!text.empty() && canvas_.textWidth(text + "…", style) > width) removeLastCharacter(text);
     return text + "…";
   }
 

@@ -55,6 +55,8 @@ constexpr float defaultValue(int index) {
   return index == kTypeParameter ? kTypeDefault : kKnobDefault;
 }
 
+inline constexpr char kDefaultsName[] = "Init";  // of a program or preset with these values
+
 constexpr ParameterValues defaultValues() {
   ParameterValues values;
   for (int index = 1; index <= kNumStoredValues; ++index) values[index] = defaultValue(index);

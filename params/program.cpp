@@ -8,17 +8,12 @@
 #include "params/words.h"
 
 namespace quellard {
-namespace {
-
-constexpr char kUnnamed[] = "Init";
-
-}  // namespace
 
 QuellardProgram::QuellardProgram() : name{} {
   for (int parameter = 1; parameter <= kNumStoredValues; ++parameter) {
     value(parameter).store(defaultValue(parameter), std::memory_order_relaxed);
   }
-  rename(kUnnamed);
+  rename(kDefaultsName);
 }
 
 void QuellardProgram::rename(const char* newName) {
@@ -33,8 +28,8 @@ void QuellardProgram::rename(const char* newName) {
 }
 
 void QuellardProgram::writeNumberedName(int number, char* text) const {
-  if (std::strcmp(name, kUnnamed) == 0) {
-    std::snprintf(text, kVstMaxProgNameLen, "%s %d", kUnnamed, number);
+  if (std::strcmp(name, kDefaultsName) == 0) {
+    std::snprintf(text, kVstMaxProgNameLen, "%s %d", kDefaultsName, number);
   } else {
     writeName(text);
   }

@@ -37,6 +37,12 @@ constexpr bool continuesUtf8Sequence(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
 }
 
+// With all its bytes, if there is one.
+inline void removeLastCharacter(std::string& utf8) {
+  while (!utf8.empty() && continuesUtf8Sequence(utf8.back())) utf8.pop_back();
+  if (!utf8.empty()) utf8.pop_back();
+}
+
 // "-60" from "-60 dB" and "-60 dBFS".
 constexpr std::string_view withoutDecibels(std::string_view text) {
   for (const std::string_view unit : {"dbfs", "db"}) {

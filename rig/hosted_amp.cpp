@@ -114,11 +114,7 @@ HostedValues HostedAmp::hostedValues() const {
   return values;
 }
 
-ParameterValues HostedAmp::values() const {
-  ParameterValues values;
-  for (int index = 1; index <= kNumStoredValues; ++index) values[index] = value(index);
-  return values;
-}
+ParameterValues HostedAmp::values() const { return amplifierValues(hostedValues()); }
 
 void HostedAmp::play(const AudioChannels& in, const AudioChannels& out, int begin, int end) {
   if (built_.empty()) return writeSilence(out, begin, end);

@@ -14,6 +14,10 @@ class LevelMeter {
   static constexpr double kCeiling_db = 99.9;  // also of a peak that is infinite
   static constexpr double kHoldSeconds = 1.5;
   static constexpr double kFall_dbPerSecond = 20.0;  // of the held peak, after that
+  // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
+  // are floats, which the converter clips above 1.
+  static constexpr float kInputClips = 0.999F;
+  static constexpr float kOutputClips = 1.0F;
 
   // clipsAbove: the sample value above which the clip indicator lights.
   explicit LevelMeter(float clipsAbove) : clipsAbove_(clipsAbove) {}

@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "params/sizes.h"
+#include "rig/durations.h"
 
 namespace quellard {
 namespace {
@@ -26,8 +27,6 @@ constexpr double kShortTime = 0.020;  // s
 // Several periods at once give a more exact one. Beyond this length they would include what was
 // played before.
 constexpr double kMostPeriodsSeconds = 0.020;
-
-int samplesOf(double seconds, double rate) { return static_cast<int>(std::lround(seconds * rate)); }
 
 // The top of the parabola through three neighbouring values, the middle one the highest.
 PitchDetector::Peak parabola(double before, double middle, double after, int at) {
@@ -56,8 +55,8 @@ double dbfs(double meanSquare) {
 // A window holds the stretch, the longest delay with a sample beyond it, and what smoothing takes.
 PitchDetector::PitchDetector(double rate)
     : rate_(rate),
-      stretch_(samplesOf(kStretchSeconds, rate)),
-      longest_(samplesOf(1.0 / kLowest_hz, rate)),
+      stretch_(framesOf(kStretchSeconds, rate)),
+      longest_(framesOf(1.0 / kLowest_hz, rate)),
       window_(asSize(stretch_ + longest_ + longest_ / 2 + longest_ / 16)),
       smoothed_(window_.size()),
       hann_(asSize(stretch_)),

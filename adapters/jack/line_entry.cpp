@@ -12,11 +12,6 @@ constexpr int kEscape = 27;
 constexpr int kControlU = 21;
 constexpr int kDelete = 127;
 
-void removeLastCharacter(std::string& text) {
-  while (!text.empty() && continuesUtf8Sequence(text.back())) text.pop_back();
-  if (!text.empty()) text.pop_back();
-}
-
 }  // namespace
 
 LineEntry::State LineEntry::press(int key) {

@@ -83,10 +83,8 @@ class Panel {
   std::vector<std::string> saved_;
   int knob_ = kGainKnob;
   bool leaves_ = false;
-  // An input that reaches a converter's highest sample, just below 1, was clipped before. Outputs
-  // are floats, which the converter clips above 1.
-  LevelMeter in_{0.999F};
-  LevelMeter out_{1.0F};
+  LevelMeter in_{LevelMeter::kInputClips};
+  LevelMeter out_{LevelMeter::kOutputClips};
   Clock::time_point drawnAt_ = Clock::now();
   unsigned midiSeen_ = 0;
   Clock::time_point midiAt_;

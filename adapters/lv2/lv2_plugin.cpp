@@ -6,6 +6,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "params/decibels.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -51,7 +52,7 @@ void Lv2Plugin::readControls() {
 float Lv2Plugin::PeakReport::decibels(float peak) {
   if (peak == peak_) return decibels_;
   peak_ = peak;
-  const float level = 20.0F * std::log10(peak);  // of 0 it is below every limit
+  const auto level = static_cast<float>(decibelsFromGain(static_cast<double>(peak)));
   decibels_ = std::clamp(level, kLv2LowestPeak_db, kLv2HighestPeak_db);
   return decibels_;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "adapters/shared/host_size.h"
+#include "params/decibels.h"
 #include "rig/value_text.h"
 
 namespace quellard {
@@ -33,7 +34,8 @@ void Lv2Target::adopt(std::uint32_t port, float control) {
 }
 
 void Lv2Target::adoptReport(std::uint32_t report, float control) {
-  const float peak = control > kLv2LowestPeak_db ? std::pow(10.0F, control / 20.0F) : 0.0F;
+  const double gain = gainFromDecibels(static_cast<double>(control));
+  const float peak = control > kLv2LowestPeak_db ? static_cast<float>(gain) : 0.0F;
   switch (report) {
     case kLv2InputPeak: levels_.inputPeak = peak; return;
     case kLv2OutputPeak: levels_.outputPeak = peak; return;

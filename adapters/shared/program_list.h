@@ -18,7 +18,7 @@ constexpr bool isListedProgram(int program) { return program >= 0 && program < k
 
 // At most kFactoryNameLen characters. program: 0..kNumListedPrograms-1.
 constexpr const char* listedProgramName(int program) {
-  return program == 0 ? "Init" : at(kFactoryBank, program - 1).name;
+  return program == 0 ? kDefaultsName : at(kFactoryBank, program - 1).name;
 }
 
 constexpr ParameterValues listedProgramValues(int program) {

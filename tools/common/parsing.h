@@ -10,6 +10,9 @@
 
 namespace quellard {
 
+// Some editors and spreadsheets write it in front of a text.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 // The text as a finite number; nothing if it is no number as a whole.
 std::optional<double> parseNumber(std::string_view text);
 

@@ -6,6 +6,7 @@
 #include <numbers>
 #include <vector>
 
+#include "params/decibels.h"
 #include "params/sizes.h"
 #include "tools/host/loudness.h"
 
@@ -24,7 +25,7 @@ Biquad shelf(double rate) {
   constexpr double kGain_db = 3.999843853973347;
   constexpr double kQuality = 0.7071752369554196;
   const double k = std::tan(std::numbers::pi * 1681.974450955533 / rate);
-  const double high = std::pow(10.0, kGain_db / 20.0);
+  const double high = gainFromDecibels(kGain_db);
   const double band = std::pow(high, 0.4996667741545416);
   const double a0 = 1.0 + k / kQuality + k * k;
   return {(high + band * k / kQuality + k * k) / a0, 2.0 * (k * k - high) / a0,

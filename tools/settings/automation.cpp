@@ -20,8 +20,6 @@
 namespace quellard {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some spreadsheets write it first
-
 struct Line {
   int number;
   double seconds;

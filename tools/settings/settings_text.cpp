@@ -23,7 +23,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kLongestText = 1 << 16;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin files with it
 
 struct Line {
   std::string where;  // "NAME:3: ", the beginning of messages
