@@ -38,7 +38,6 @@ constexpr double offsetFromPresetInput_db(double peak_dbfs) {
 }
 
 inline constexpr std::size_t kNumFactoryPresets = 12;
-inline constexpr int kFactoryNameLen = 23;
 
 // clang-format off
 inline constexpr std::array<FactoryPreset, kNumFactoryPresets> kFactoryBank = {{

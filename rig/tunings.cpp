@@ -55,10 +55,6 @@ double centsAbove(int number, double frequency_hz, double reference_hz) {
   return 100.0 * (numberOf(frequency_hz, reference_hz) - number);
 }
 
-double noteFrequency(int number, double reference_hz) {
-  return reference_hz * std::exp2((number - kA4) / double{kSemitones});
-}
-
 std::string noteName(int number) {
   constexpr std::array<const char*, kSemitones> kNames = {"C",  "C#", "D",  "D#", "E",  "F",
                                                           "F#", "G",  "G#", "A",  "A#", "B"};

@@ -25,9 +25,6 @@ Note nearestNote(double frequency_hz, double reference_hz = kConcertPitch_hz);
 // How much sharper a frequency is than a note, in cents.
 double centsAbove(int number, double frequency_hz, double reference_hz = kConcertPitch_hz);
 
-// The frequency of a note in Hz.
-double noteFrequency(int number, double reference_hz = kConcertPitch_hz);
-
 // "E2", "A#3", "C-1". Half tones are named as raised notes.
 std::string noteName(int number);
 

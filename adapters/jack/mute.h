@@ -16,7 +16,6 @@ class Mute {
 
   // [any thread]
   void set(bool muted) { muted_ = muted; }
-  bool isSet() const { return muted_; }
 
   // Fades the channels in place; unmuted they keep every bit. [audio thread]
   void process(float* const* channels, int count, unsigned frames) {

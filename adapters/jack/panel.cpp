@@ -346,34 +346,22 @@ void Panel::begin(Mode mode) {
 
 void Panel::setTyped(const std::string& text) {
   const char* const name = nameOf(typedParameter_);
-  try {
-    client_.amp().setValue(typedParameter_,
-                           isKnob(typedParameter_)
-                               ? knobFromPosition(numberWithin(name, text, 0.0, kKnobScale))
-                               : parseRigValue(typedParameter_, name, text));
-  } catch (const std::exception& error) {
-    say(error.what());
-  }
+  client_.amp().setValue(typedParameter_,
+                         isKnob(typedParameter_)
+                             ? knobFromPosition(numberWithin(name, text, 0.0, kKnobScale))
+                             : parseRigValue(typedParameter_, name, text));
 }
 
 void Panel::chooseCabinet(const std::string& file) {
-  try {
-    CabinetChoice choice{cabinetNamed(trimmed(file)), client_.cabinet().level_db};
-    if (file.starts_with("~/")) choice.file = homeFolder() / file.substr(2);
-    if (!choice.file.empty()) choice.file = absolute(choice.file);
-    client_.setCabinet(std::move(choice));
-  } catch (const std::exception& error) {
-    say(error.what());
-  }
+  CabinetChoice choice{cabinetNamed(trimmed(file)), client_.cabinet().level_db};
+  if (file.starts_with("~/")) choice.file = homeFolder() / file.substr(2);
+  if (!choice.file.empty()) choice.file = absolute(choice.file);
+  client_.setCabinet(std::move(choice));
 }
 
 void Panel::setCabinetLevel(const std::string& text) {
   if (client_.cabinet().file.empty()) return say("There is no cabinet yet: s");
-  try {
-    client_.setCabinet({client_.cabinet().file, parseCabinetLevel_db("cabinet level", text)});
-  } catch (const std::exception& error) {
-    say(error.what());
-  }
+  client_.setCabinet({client_.cabinet().file, parseCabinetLevel_db("cabinet level", text)});
 }
 
 void Panel::nameIsTyped() {
@@ -429,13 +417,15 @@ void Panel::pressTyping(int key) {
   entered(typed);
 }
 
-void Panel::entered(Mode typed) {
+void Panel::entered(Mode typed) try {
   switch (typed) {
     case Mode::number: return setTyped(entry_.text());
     case Mode::cabinet: return chooseCabinet(entry_.text());
     case Mode::cabinetLevel: return setCabinetLevel(entry_.text());
     default: return nameIsTyped();
   }
+} catch (const std::exception& error) {
+  say(error.what());
 }
 
 void Panel::pressPlaying(int key) {

@@ -16,7 +16,7 @@ inline constexpr int kNumListedPrograms = 1 + int{kNumFactoryPresets};
 
 constexpr bool isListedProgram(int program) { return program >= 0 && program < kNumListedPrograms; }
 
-// At most kFactoryNameLen characters. program: 0..kNumListedPrograms-1.
+// At most 23 characters. program: 0..kNumListedPrograms-1.
 constexpr const char* listedProgramName(int program) {
   return program == 0 ? kDefaultsName : at(kFactoryBank, program - 1).name;
 }

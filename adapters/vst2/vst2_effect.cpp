@@ -128,7 +128,7 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effGetTailSize:
       return static_cast<std::int32_t>(
           HostedAmp::tailFrames(static_cast<double>(rate_.load(kRelaxed))));
-    case effSetBypass: return engageBypass(value != 0);
+    case effSetBypass: amp_.setBypass(value != 0); return 1;
     case effGetChunk: return saveChunk(static_cast<void**>(ptr));
     case effSetChunk: return loadChunk(ptr, value);
     case effGetInputProperties:
@@ -197,11 +197,6 @@ bool Vst2Effect::setFromText(int parameter, const char* text) {
   const std::optional<float> value = valueFromText(parameter, text);
   if (value.has_value()) amp_.setValue(parameter, *value);
   return value.has_value();
-}
-
-bool Vst2Effect::engageBypass(bool bypassed) {
-  amp_.setBypass(bypassed);
-  return true;
 }
 
 // The chunk of the preset bank is that of a program, since the programs themselves never change.

@@ -41,7 +41,6 @@ class Vst2Effect {
   void prepareAsAnnounced();
   void chooseProgram(std::intptr_t program);
   bool setFromText(int parameter, const char* text);
-  bool engageBypass(bool bypassed);
   std::intptr_t saveChunk(void** chunk);
   bool loadChunk(const void* chunk, std::intptr_t size);
   std::intptr_t canDo(const char* what) const;

@@ -152,12 +152,9 @@ bool Vst3Plugin::show(v3_param_id id, float value) {
   const bool changed = shown_[id].exchange(value) != value;
   if (!changed || id != kVst3Program) return false;
   shownPreset = stepOf(id, value);
-  showValues(listedProgramValues(stepOf(id, value)));
-  return true;
-}
-
-void Vst3Plugin::showValues(const ParameterValues& values) {
+  const ParameterValues values = listedProgramValues(stepOf(id, value));
   std::copy(values.begin(), values.end(), shown_.begin() + 1);
+  return true;
 }
 
 void Vst3Plugin::setHandler(v3_component_handler** handler) {

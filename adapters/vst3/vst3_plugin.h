@@ -88,7 +88,6 @@ class Vst3Plugin : public Vst3Object<Vst3Plugin> {
 
   void play(v3_param_id id, float value);
   bool show(v3_param_id id, float value);  // true where other values have changed with it
-  void showValues(const ParameterValues& values);
   void tellHost();
 
   Interface component_;

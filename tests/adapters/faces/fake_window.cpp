@@ -23,8 +23,6 @@ FaceWindow::Desktop FaceWindow::desktop() {
 namespace test {
 namespace {
 
-const Control& controlNumber(int place) { return controls()[static_cast<std::size_t>(place)]; }
-
 // Long after the event before: two presses are never a double-click.
 double laterTime_s() {
   static double now_s = 0.0;
