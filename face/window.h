@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: ISC
 // A window that shows a face and hands it mouse and keys: one file for each window system, and
-// window_base.h for what they have in common. It has
-// no thread of its own: its owner calls handleEvents() some 30 times a second, or whenever there is
-// something to read. All on one thread.
+// window_base.h for what they have in common. It has no thread of its own: its owner calls
+// handleEvents() some 30 times a second, or whenever there is something to read. All on one thread.
 #pragma once
 
 #include <cstdint>

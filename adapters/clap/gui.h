@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
-// CLAP's window: inside the host's window or beside it, kept alive by the host's timer
-// or by one of our own. Without a face in this build, or any timer, there is none. [main thread]
+// CLAP's window: inside the host's window or beside it, kept alive by the host's timer or by one of
+// our own. Without a face in this build, or any timer, there is none. [main thread]
 #pragma once
 
 #ifdef QUELLARD_FACE
