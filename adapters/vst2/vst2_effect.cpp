@@ -23,7 +23,7 @@ constexpr std::intptr_t kPrecision64 = 1;  // 0: 32 bits
 // Writes the text and its terminator and no byte more, since hosts do not say how long their
 // buffers are. The published interface has 8 characters for a parameter's name; today's hosts
 // provide 24 and more, so "Vintage Presence" may take 17 bytes.
-bool writeText(char* to, const char* text) {
+bool write(char* to, const char* text) {
   if (to == nullptr) return false;
   std::strcpy(to, text);
   return true;
@@ -110,13 +110,12 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
   switch (opcode) {
     case effSetProgram: chooseProgram(value); return 0;
     case effGetProgram: return program_.load(kRelaxed);
-    case effGetProgramName: return writeText(text, listedProgramName(program_.load(kRelaxed)));
+    case effGetProgramName: return write(text, listedProgramName(program_.load(kRelaxed)));
     case effGetProgramNameIndexed:
-      return isListedProgram(index) && writeText(text, listedProgramName(index));
-    case effGetParamLabel: return writeText(text, "");
-    case effGetParamDisplay:
-      return writeText(text, valueText(parameter, amp_.value(parameter)).data());
-    case effGetParamName: return writeText(text, hostedTitle(parameter).data());
+      return isListedProgram(index) && write(text, listedProgramName(index));
+    case effGetParamLabel: return write(text, "");
+    case effGetParamDisplay: return write(text, valueText(parameter, amp_.value(parameter)).data());
+    case effGetParamName: return write(text, hostedTitle(parameter).data());
     case effCanBeAutomated: return parameter != 0;
     case effString2Parameter: return setFromText(parameter, text);
     case effGetParameterProperties:
@@ -138,8 +137,8 @@ std::intptr_t Vst2Effect::answer(std::int32_t opcode, std::int32_t index, std::i
     case effIdentify: return kEffectIdentity;
     case effGetPlugCategory: return kPlugCategEffect;
     case effGetEffectName:
-    case effGetProductString: return writeText(text, variant_.name);
-    case effGetVendorString: return writeText(text, kVst2Vendor);
+    case effGetProductString: return write(text, variant_.name);
+    case effGetVendorString: return write(text, kVst2Vendor);
     case effGetVendorVersion: return QUELLARD_VERSION_NUMBER;
     case effGetVstVersion: return kVstVersion;
     case effCanDo: return canDo(text);
