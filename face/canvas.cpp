@@ -178,13 +178,13 @@ void Canvas::line(Point from, Point to, float width, const Paint& paint) {
                           .grownBy(half);
   if (!shows(bounds.grownBy(1.0F / scale_))) return;
   const Point begin = pixel(from);
-  const Point way = {(to.x - from.x) * scale_, (to.y - from.y) * scale_};
-  const float length2 = std::max(way.x * way.x + way.y * way.y, 1e-6F);
+  const Point delta = {(to.x - from.x) * scale_, (to.y - from.y) * scale_};
+  const float length2 = std::max(delta.x * delta.x + delta.y * delta.y, 1e-6F);
   shade(bounds, paint, 0.0F, [&](Point at) {
     const Point there = {at.x - begin.x, at.y - begin.y};
-    const float share = std::clamp((there.x * way.x + there.y * way.y) / length2, 0.0F, 1.0F);
-    const float x = there.x - way.x * share;
-    const float y = there.y - way.y * share;
+    const float share = std::clamp((there.x * delta.x + there.y * delta.y) / length2, 0.0F, 1.0F);
+    const float x = there.x - delta.x * share;
+    const float y = there.y - delta.y * share;
     return std::sqrt(x * x + y * y) - half * scale_;
   });
 }

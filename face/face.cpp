@@ -157,9 +157,9 @@ void Face::drag(Point at, bool isFine) {
   state_.hover = drag_.has_value() ? drag_->control : controlAt(at);
   if (!drag_.has_value()) return;
   const Control& control = controlNumber(drag_->control);
-  const float way = drag_->from.y - at.y;
+  const float distance = drag_->from.y - at.y;
   if (!drag_->hasMoved) {
-    if (std::fabs(way) < kMoved) return;
+    if (std::fabs(distance) < kMoved) return;
     drag_->hasMoved = true;
     lastClick_ = {};  // what moved was no click
     state_.moving = drag_->control;
@@ -167,7 +167,7 @@ void Face::drag(Point at, bool isFine) {
     if (!drag_.has_value()) return;
   }
   drag_->from = at;
-  const float step = way / kDragLength * (isFine || drag_->isFine ? kFine : 1.0F);
+  const float step = distance / kDragLength * (isFine || drag_->isFine ? kFine : 1.0F);
   drag_->value = std::clamp(drag_->value + static_cast<double>(step), 0.0, 1.0);
   target_.move(control.parameter, static_cast<float>(drag_->value));
   readValues();
@@ -251,7 +251,10 @@ bool Face::key(Key key, bool withShift) {
   lastClick_ = {};
   if (state_.menu.has_value()) return keyInMenu(*state_.menu, key);
   if (state_.typed.has_value() && keyInField(*state_.typed, key)) return true;
-  if (key == Key::tab) return moveFocus(withShift ? -1 : 1), true;
+  if (key == Key::tab) {
+    moveFocus(withShift ? -1 : 1);
+    return true;
+  }
   if (key == Key::escape) {
     focus_ = -1;
     return std::exchange(state_.focus, -1) >= 0;
@@ -293,15 +296,20 @@ bool Face::keyOnKnob(int control, Key key, bool isFine) {
 }
 
 bool Face::keyOnButton(const Control& control, Key key) {
-  if (key == Key::enter) return pressButton(focus_), true;
-  const int way = key == Key::up || key == Key::left ? -1 : key == Key::down || key == Key::right;
-  if (way == 0) return false;
-  if (control.kind == ControlKind::presetName) return stepPreset(way), true;
-  if (control.kind != ControlKind::channel) return false;
-  const int now = channelFromSelect(target_.value(kTypeParameter));
-  const int next = std::clamp(now + way, 0, kNumChannels - 1);
-  setOnce(kTypeParameter, selectFromChannel(next));
-  focus_ = state_.focus = controlOf(ControlKind::channel, next);
+  const bool isBack = key == Key::up || key == Key::left;
+  const int step = isBack ? -1 : key == Key::down || key == Key::right;
+  if (key == Key::enter) {
+    pressButton(focus_);
+  } else if (step != 0 && control.kind == ControlKind::presetName) {
+    stepPreset(step);
+  } else if (step != 0 && control.kind == ControlKind::channel) {
+    const int now = channelFromSelect(target_.value(kTypeParameter));
+    const int next = std::clamp(now + step, 0, kNumChannels - 1);
+    setOnce(kTypeParameter, selectFromChannel(next));
+    focus_ = state_.focus = controlOf(ControlKind::channel, next);
+  } else {
+    return false;
+  }
   return true;
 }
 
@@ -409,16 +417,16 @@ void Face::openMenu() {
   selectRow(menu, at != all.end() ? static_cast<int>(at - all.begin()) : 1, 1);
 }
 
-// way: where to go on from a row that is no preset; 0 stays.
-void Face::selectRow(MenuView& menu, int row, int way) {
+// step: where to go on from a row that is no preset; 0 stays.
+void Face::selectRow(MenuView& menu, int row, int step) {
   const std::vector<int> all = rows();
   const int last = static_cast<int>(all.size()) - 1;
   row = std::clamp(row, 0, last);
   const auto isPreset = [&] { return at(all, row) >= 0; };
-  while (!isPreset() && way != 0 && row + way >= 0 && row + way <= last) row += way;
+  while (!isPreset() && step != 0 && row + step >= 0 && row + step <= last) row += step;
   if (!isPreset()) return;
   menu.selectedRow = row;
-  if (way == 0) return;  // under the mouse the list stays where it is
+  if (step == 0) return;  // under the mouse the list stays where it is
   menu.firstRow = std::clamp(menu.firstRow, row - kMenuRows + 1, row == 1 ? 0 : row);
 }
 

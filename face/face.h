@@ -127,7 +127,7 @@ class Face {
 
   std::vector<int> rows() const { return menuRows(presets_, unreadable_); }
   void openMenu();
-  void selectRow(MenuView& menu, int row, int way);
+  void selectRow(MenuView& menu, int row, int step);
   void scrollMenu(MenuView& menu, Point at, int by);
   int rowAt(const MenuView& menu, Point at) const;
   void choosePreset(int preset);

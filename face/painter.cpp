@@ -88,14 +88,14 @@ class Painter {
     canvas_.outline(rect, radius, 1.0F, theme::kEdge);
   }
 
-  // way: -1 points to the left, 1 to the right.
-  void arrow(ControlKind kind, float way) {
+  // direction: -1 points to the left, 1 to the right.
+  void arrow(ControlKind kind, float direction) {
     const int index = controlOf(kind);
     const Point at = controlNumber(index).area.center();
     const Color color = isHovered(index) ? theme::kBrightText : theme::kText;
-    const Point tip = {at.x + 3.0F * way, at.y};
-    canvas_.line({at.x - 2.5F * way, at.y - 6.0F}, tip, 1.8F, color);
-    canvas_.line({at.x - 2.5F * way, at.y + 6.0F}, tip, 1.8F, color);
+    const Point tip = {at.x + 3.0F * direction, at.y};
+    canvas_.line({at.x - 2.5F * direction, at.y - 6.0F}, tip, 1.8F, color);
+    canvas_.line({at.x - 2.5F * direction, at.y + 6.0F}, tip, 1.8F, color);
   }
 
   // The dot says that the values are no longer the preset's.

@@ -134,7 +134,7 @@ std::string reportPort(std::uint32_t report, int sides) {
 }
 
 std::string audioPort(const Lv2Variant& variant, bool input, int side) {
-  const char* const way = input ? "in" : "out";
+  const char* const symbol = input ? "in" : "out";
   const char* const title = input ? "In" : "Out";
   const std::uint32_t first =
       kLv2FirstAudioPort + (input ? 0U : static_cast<std::uint32_t>(variant.sides));
@@ -142,7 +142,7 @@ std::string audioPort(const Lv2Variant& variant, bool input, int side) {
                                  input ? "lv2:InputPort" : "lv2:OutputPort",
                                  first + static_cast<std::uint32_t>(side));
   if (variant.sides == 1) {
-    return text + fmt::format("    lv2:symbol \"{}\" ;\n    lv2:name \"{}\"", way, title);
+    return text + fmt::format("    lv2:symbol \"{}\" ;\n    lv2:name \"{}\"", symbol, title);
   }
   const char* const where = side == 0 ? "left" : "right";
   const char* const whereTitle = side == 0 ? "Left" : "Right";
@@ -150,7 +150,7 @@ std::string audioPort(const Lv2Variant& variant, bool input, int side) {
     lv2:name "{} {}" ;
     lv2:designation pg:{} ;
     pg:group <{}{}>)",
-                            way, where, title, whereTitle, where, kGroupUri, way);
+                            symbol, where, title, whereTitle, where, kGroupUri, symbol);
 }
 
 std::string ports(const Lv2Variant& variant) {
