@@ -5,19 +5,18 @@
 #include <pybind11/stl/filesystem.h>
 
 #include "params/parameter_values.h"
-#include "params/words.h"
 #include "python/player.h"
 #include "python/sweeps.h"
 #include "rig/value_text.h"
 #include "tools/common/errors.h"
+#include "tools/common/json_text.h"
+#include "tools/settings/knobs.h"
 #include "tools/settings/presets.h"
 #include "tools/settings/settings_json.h"
 
 namespace quellard {
 namespace py = pybind11;
 namespace {
-
-std::string channelWord(int channel) { return lowered(channelName(channel)); }
 
 py::dict textsDict(const HostedValues& values) {
   py::dict texts;
@@ -111,9 +110,7 @@ void defineAmplifier(py::module_& module) {
           "settings",
           [](const StreamingAmp& amp) {
             const auto [values, cabinet] = amp.settings();
-            using Json = nlohmann::ordered_json;
-            return settingsAsJson(values, cabinet)
-                .dump(-1, ' ', false, Json::error_handler_t::replace);
+            return jsonLine(settingsAsJson(values, cabinet));
           },
           unlocked)
       .def("texts", [](const StreamingAmp& amp) {

@@ -1,21 +1,18 @@
 // SPDX-License-Identifier: ISC
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "params/parameter_values.h"
 #include "params/words.h"
+#include "tools/common/json_text.h"
 #include "tools/common/parsing.h"
 #include "tools/listing.h"
+#include "tools/settings/knobs.h"
 
 namespace quellard {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string asText(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-}
 
 // The shortest decimal that is read back as this float: 0.7 rather than 0.699999988079071.
 double shortest(float value) { return parseNumber(fmt::format("{}", value)).value_or(0.0); }
@@ -23,8 +20,6 @@ double shortest(float value) { return parseNumber(fmt::format("{}", value)).valu
 double position(const PluginInstance& instance, int knob) {
   return positionFromKnob(instance.parameter(knob));
 }
-
-std::string channelWord(int channel) { return lowered(channelName(channel)); }
 
 std::string knobWord(int knob) { return lowered(parameterInfo(knobIndex(0, knob)).name); }
 
@@ -96,7 +91,7 @@ std::string parametersAsJson(const PluginModule& module, const StartingPoint& st
     }
     all.push_back(std::move(one));
   }
-  return asText({{"parameters", std::move(all)}});
+  return jsonLines({{"parameters", std::move(all)}});
 }
 
 std::string programsAsJson(const PluginModule& module) {
@@ -110,7 +105,7 @@ std::string programsAsJson(const PluginModule& module) {
                    {"channel", channelWord(channel)},
                    {"knobs", knobsOf(instance, channel)}});
   }
-  return asText({{"programs", std::move(all)}});
+  return jsonLines({{"programs", std::move(all)}});
 }
 
 std::string presetsAsJson(const std::vector<Preset>& presets) {
@@ -128,28 +123,28 @@ std::string presetsAsJson(const std::vector<Preset>& presets) {
                    {"description", preset.description},
                    {"own", !preset.isFactory}});
   }
-  return asText({{"presets", std::move(all)}});
+  return jsonLines({{"presets", std::move(all)}});
 }
 
 std::string pluginAsJson(const PluginModule& module) {
   const PluginInstance instance(module);
   const AEffect& record = instance.record();
-  return asText({{"plugin", module.file().string()},
-                 {"effect_name", instance.text(effGetEffectName)},
-                 {"product", instance.text(effGetProductString)},
-                 {"vendor", instance.text(effGetVendorString)},
-                 {"vendor_version", instance.call(effGetVendorVersion)},
-                 {"unique_id", record.uniqueID},
-                 {"version", record.version},
-                 {"vst_version", instance.call(effGetVstVersion)},
-                 {"flags", record.flags},
-                 {"parameters", record.numParams},
-                 {"programs", record.numPrograms},
-                 {"inputs", record.numInputs},
-                 {"outputs", record.numOutputs},
-                 {"initial_delay_samples", record.initialDelay},
-                 {"tail_samples", instance.call(effGetTailSize)},
-                 {"command_version", QUELLARD_VERSION}});
+  return jsonLines({{"plugin", module.file().string()},
+                    {"effect_name", instance.text(effGetEffectName)},
+                    {"product", instance.text(effGetProductString)},
+                    {"vendor", instance.text(effGetVendorString)},
+                    {"vendor_version", instance.call(effGetVendorVersion)},
+                    {"unique_id", record.uniqueID},
+                    {"version", record.version},
+                    {"vst_version", instance.call(effGetVstVersion)},
+                    {"flags", record.flags},
+                    {"parameters", record.numParams},
+                    {"programs", record.numPrograms},
+                    {"inputs", record.numInputs},
+                    {"outputs", record.numOutputs},
+                    {"initial_delay_samples", record.initialDelay},
+                    {"tail_samples", instance.call(effGetTailSize)},
+                    {"command_version", QUELLARD_VERSION}});
 }
 
 std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes) {
@@ -160,7 +155,7 @@ std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome
     one.update(result ? resultAsJson(*result) : Json{{"error", error}});
     files.push_back(std::move(one));
   }
-  return asText({{"files", std::move(files)}});
+  return jsonLines({{"files", std::move(files)}});
 }
 
 }  // namespace quellard

@@ -4,9 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "tools/common/json_text.h"
 #include "tools/common/parsing.h"
 #include "tools/common/standard_streams.h"
 #include "tools/files/utf8_path.h"
@@ -45,7 +45,7 @@ std::string summaryAsJson(const Sweep& sweep, const Manifest& manifest, const Sw
                                        {"errors", result.errors},
                                        {"truncated", result.truncated},
                                        {"elapsed_seconds", elapsed_s}};
-  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+  return jsonLines(json);
 }
 
 std::string summary(const Manifest& manifest, const SweepResult& result, double elapsed_s) {

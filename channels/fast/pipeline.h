@@ -400,7 +400,7 @@ inline void runPipeline(PackedChannel& channel, const double* in, double* out, i
     return multistage ? runFor<7, true>(channel, in, out, n)
                       : runFor<7, false>(channel, in, out, n);
   }
-  multistage ? runFor<8, true>(channel, in, out, n) : runFor<8, false>(channel, in, out, n);
+  return multistage ? runFor<8, true>(channel, in, out, n) : runFor<8, false>(channel, in, out, n);
 }
 
 }  // namespace QUELLARD_FAST_ISA

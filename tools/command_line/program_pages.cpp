@@ -9,6 +9,7 @@
 #include "params/program.h"
 #include "params/words.h"
 #include "tools/common/errors.h"
+#include "tools/settings/knobs.h"
 #include "tools/settings/presets.h"
 
 namespace quellard {
@@ -16,7 +17,7 @@ namespace {
 
 Words channelNames() {
   Words names;
-  for (const char* name : kChannelNames) names.push_back(lowered(name));
+  for (int channel = 0; channel < kNumChannels; ++channel) names.push_back(channelWord(channel));
   return names;
 }
 
@@ -37,7 +38,7 @@ Words assignments() {
   Words words = {"channel="};
   for (const ParameterInfo& info : kParameters) {
     if (info.kind != ParameterKind::knob) continue;
-    words.push_back(fmt::format("{}.{}=", lowered(channelName(info.channel)), lowered(info.name)));
+    words.push_back(fmt::format("{}.{}=", channelWord(info.channel), lowered(info.name)));
   }
   return words;
 }

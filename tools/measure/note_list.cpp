@@ -5,12 +5,12 @@
 #include <cmath>
 #include <cstdint>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "params/sizes.h"
 #include "rig/tuner.h"
 #include "tools/common/errors.h"
 #include "tools/common/interrupt.h"
+#include "tools/common/json_text.h"
 #include "tools/files/audio_file.h"
 #include "tools/files/streams.h"
 
@@ -227,7 +227,7 @@ std::string notesAsJson(const std::vector<HeardFile>& files, const TuningSetting
   const Json tuning = settings.tuning != nullptr ? Json(settings.tuning->name) : Json();
   const Json json = {
       {"reference_hz", settings.reference_hz}, {"tuning", tuning}, {"files", std::move(all)}};
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+  return jsonLines(json);
 }
 
 }  // namespace quellard

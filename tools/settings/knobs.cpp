@@ -53,6 +53,8 @@ ParameterChange parseIndexed(double number, std::string_view value) {
 
 }  // namespace
 
+std::string channelWord(int channel) { return lowered(channelName(channel)); }
+
 int parseChannel(std::string_view text) {
   const std::string_view word = trimmed(text);
   if (const std::optional<int> channel = channelFromName(word)) return *channel;

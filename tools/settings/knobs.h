@@ -21,6 +21,8 @@ struct ParameterChange {
 
 // 0..2 for "clean", "vintage" and "modern".
 int parseChannel(std::string_view text);
+// The inverse.
+std::string channelWord(int channel);
 
 // A change, from a name and a value:
 //   channel (or type)   clean, vintage, modern

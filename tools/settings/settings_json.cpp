@@ -4,7 +4,6 @@
 #include <string>
 
 #include "params/parameter_values.h"
-#include "params/words.h"
 #include "tools/common/parsing.h"
 #include "tools/settings/knobs.h"
 #include "tools/settings/rig_options.h"
@@ -15,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 Json amplifierAsJson(const ParameterValues& values) {
   const int channel = channelFromSelect(values[kTypeParameter]);
-  Json json = {{"channel", lowered(channelName(channel))}};
+  Json json = {{"channel", channelWord(channel)}};
   for (const ParameterInfo& info : kParameters) {
     if (info.kind == ParameterKind::knob) json[info.symbol] = positionFromKnob(values[info.index]);
   }

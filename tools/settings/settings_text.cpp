@@ -34,11 +34,11 @@ struct Line {
 std::string selectorLine(float value) {
   const int channel = channelFromSelect(value);
   if (selectFromChannel(channel) != value) return fmt::format("{} = {}\n", kTypeParameter, value);
-  return fmt::format("channel = {}\n", lowered(channelName(channel)));
+  return fmt::format("channel = {}\n", channelWord(channel));
 }
 
 std::string knobLine(const ParameterInfo& knob, float value) {
-  return fmt::format("{}.{} = {}\n", lowered(channelName(knob.channel)), lowered(knob.name),
+  return fmt::format("{}.{} = {}\n", channelWord(knob.channel), lowered(knob.name),
                      positionFromKnob(value));
 }
 

@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <fmt/format.h>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <system_error>
 #include <utility>
 
 #include "params/sizes.h"
 #include "tools/common/errors.h"
+#include "tools/common/json_text.h"
 #include "tools/files/locked_file.h"
 #include "tools/files/output_file.h"
 
@@ -29,7 +29,7 @@ Row parseRow(const std::string& line) {
   if (!json.is_object()) return {};
   const auto output = json.find("output");
   if (output == json.end() || !output->is_string()) return {};
-  return {output->get<std::string>(), json.dump(-1, ' ', false, Json::error_handler_t::replace)};
+  return {output->get<std::string>(), jsonLine(json)};
 }
 
 void readRows(const fs::path& file, ManifestRows& rows) {

@@ -3,11 +3,11 @@
 
 #include <fmt/format.h>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "params/parameter_values.h"
 #include "tools/common/errors.h"
+#include "tools/common/json_text.h"
 #include "tools/files/file_digest.h"
 #include "tools/files/output_file.h"
 #include "tools/files/utf8_path.h"
@@ -20,10 +20,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string asText(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 template <typename Value>
 Json orNull(const std::optional<Value>& value) {
@@ -165,26 +161,26 @@ Json rowWithResults(const SweepTask& task, const RenderResult& result, const std
 
 }  // namespace
 
-std::string plannedRow(const SweepTask& task) { return asText(plannedJson(task)); }
+std::string plannedRow(const SweepTask& task) { return jsonLine(plannedJson(task)); }
 
 std::string settingsId(const SweepTask& task) {
   constexpr std::size_t kDigits = 16;
   Json identity = identityOf(plannedJson(task));
   identity.erase("input_sha256");  // the folder of the file is the take's
-  return sha256(asText(identity)).substr(0, kDigits);
+  return sha256(jsonLine(identity)).substr(0, kDigits);
 }
 
 std::string writeTask(const SweepTask& task, const std::string& known) {
-  return asText({{"folder", task.common->folder.string()},
-                 {"origin", task.common->origin.string()},
-                 {"row", plannedJson(task)},
-                 {"known", known}});
+  return jsonLine({{"folder", task.common->folder.string()},
+                   {"origin", task.common->origin.string()},
+                   {"row", plannedJson(task)},
+                   {"known", known}});
 }
 
 DoneTask runTask(const PluginModule& module, const std::string& text, Progress& progress) {
   const auto [task, known] = readTask(text);
   if (const std::optional<Json> row = keptRow(task, known)) {
-    return {.row = asText(*row), .kept = true, .truncated = row->at("truncated").get<bool>()};
+    return {.row = jsonLine(*row), .kept = true, .truncated = row->at("truncated").get<bool>()};
   }
   const fs::path take = task.common->origin / task.take->path;
   const fs::path file = fileOf(task);
@@ -192,7 +188,7 @@ DoneTask runTask(const PluginModule& module, const std::string& text, Progress& 
   const RenderSettings settings = renderSettings(task);
   makeFolder(file.parent_path());
   const RenderResult result = renderFile(module, take, file, settings, progress);
-  return {.row = asText(rowWithResults(task, result, sha256OfFile(file))),
+  return {.row = jsonLine(rowWithResults(task, result, sha256OfFile(file))),
           .kept = false,
           .truncated = result.truncated};
 }
