@@ -98,8 +98,8 @@ constexpr int kNoStrictMode = 77;
   std::abort();
 }
 
-// An emulator refuses strict mode but lists the calls of what it starts: here this test once more, on
-// which the refused mode and the exit must be neighbours.
+// An emulator refuses strict mode but lists the calls of what it starts: here this test once more,
+// on which the refused mode and the exit must be neighbours.
 void expectNoneListed() {
   const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
   const std::string command = "QEMU_STRACE=1 " QUELLARD_EMULATOR " '" + self +
