@@ -11,6 +11,10 @@ set(CMAKE_SYSROOT ${arm64_root})
 find_program(QEMU_AARCH64 qemu-aarch64 REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${QEMU_AARCH64} -L ${arm64_root})
 
+# The interpreter tells what its modules are called; where its headers are CMake asks no emulated one.
+set(Python_EXECUTABLE ${arm64_root}/programs/python3)
+file(GLOB Python_INCLUDE_DIR ${arm64_root}/usr/include/python3.*)
+
 # For cpack.
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS

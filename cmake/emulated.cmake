@@ -22,4 +22,4 @@ function(quellard_start_by_emulator)
   endforeach()
 endfunction()
 cmake_language(DEFER CALL quellard_start_by_emulator
-  quellard_command quellard_jack clap_tests lv2_tests vst2_tests vst3_tests)
+  quellard_command quellard_jack jack_take close_window clap_tests lv2_tests vst2_tests vst3_tests)

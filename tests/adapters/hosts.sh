@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # hosts.sh CASE BUILD [EMULATOR...]: Debian's own hosts run the built formats and must give the samples
-# of `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed. What
-# is installed is started by the emulator, if there is one, and so are the hosts that scripts/arm has put
-# into its root, its last argument.
+# of `quellard render`, to the last float bit. Skipped (status 77) where a host is not installed. With an
+# emulator, the hosts are those that scripts/arm has put into its root, the emulator's last argument.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
@@ -43,13 +42,12 @@ cd "$scratch"
 export XDG_CONFIG_HOME=$scratch/config XDG_STATE_HOME=$scratch/state
 mkdir -p "$XDG_CONFIG_HOME/quellard/presets"
 unset DISPLAY  # that of the user who tests
+host_root=
 if [[ ${#emulator[@]} != 0 ]]; then
-  mkdir bin
-  PATH=$PWD/bin:$PATH
-  for host in "${emulator[-1]}"/hosts/{ecasound,lv2{apply,bench,file}}; do
-    printf '#!/bin/bash\nexec %s "$@"\n' "${emulator[*]@Q} ${host@Q}" >"bin/${host##*/}"
-    chmod +x "bin/${host##*/}"
-  done
+  host_root=${emulator[-1]}
+  PATH=$host_root/programs:$PATH
+  QT_PLUGIN_PATH=$(echo "$host_root"/usr/lib/*/qt5/plugins)
+  export QT_PLUGIN_PATH
 fi
 mkfifo display.fifo
 sndfile-convert -float32 $takes/guit_harmonics.flac mono.wav
@@ -362,11 +360,11 @@ case $1 in
     ;;
   ardour)
     needs ardour7-lua
-    ardour=/usr/lib/ardour7
+    ardour=$host_root/usr/lib/ardour7
     export HOME=$PWD/home
     mkdir -p home/.vst3
     cp -r "$build/quellard.vst3" home/.vst3
-    LD_LIBRARY_PATH=$ardour $ardour/ardour-vst3-scanner -f "$HOME/.vst3/quellard.vst3" | tee said
+    LD_LIBRARY_PATH=$ardour "${emulator[@]}" "$ardour/ardour-vst3-scanner" -f "$HOME/.vst3/quellard.vst3" | tee said
     [[ $(grep -c '^\[Info\]: Found Plugin: Quellard' said) == 2 ]]
     touch -d tomorrow home/.cache/ardour7/vst/*.v3i  # what it found counts while newer than the module
     SESSION=$PWD/session timeout 60 ardour7-lua "$root/tests/adapters/ardour.lua" | tee said

@@ -13,6 +13,8 @@ COMMAND = os.environ["QUELLARD_COMMAND"]
 # Of the command: a sanitizer that is brought to the interpreter is in the command already.
 ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
 RATE = 48000
+# How many times as long things may take.
+SLOW = 8 if {"QUELLARD_SANITIZED", "QUELLARD_EMULATED"} & os.environ.keys() else 1
 
 
 def write_wav(path, samples, rate=RATE):

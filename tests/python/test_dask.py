@@ -10,7 +10,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import quellard
-from conftest import pluck, write_wav
+from conftest import SLOW, pluck, write_wav
 from test_sweep import content
 
 distributed = pytest.importorskip("distributed")
@@ -21,8 +21,8 @@ GRID = {"channel": ["clean", "vintage", "modern"], "gain": "0:10", "treble": "2:
 @pytest.fixture
 def takes(tmp_path):
     (tmp_path / "takes").mkdir()
-    write_wav(tmp_path / "takes" / "a.wav", pluck(2.0))
-    write_wav(tmp_path / "takes" / "b.wav", np.stack([pluck(1.0), pluck(1.0, 146.8)]))
+    write_wav(tmp_path / "takes" / "a.wav", pluck(2.0 / SLOW))
+    write_wav(tmp_path / "takes" / "b.wav", np.stack([pluck(1.0 / SLOW), pluck(1.0 / SLOW, 146.8)]))
     return tmp_path / "takes"
 
 
@@ -39,11 +39,11 @@ def test_the_example_leaves_what_one_process_leaves(takes, tmp_path, cluster):
     (takes / "notes.txt").write_text("no audio")  # is named, and the rest is made
     assert len(alone.run(jobs=2)) == 100
     arguments = [sys.executable, EXAMPLE, takes, tmp_path / "local"]
-    done = subprocess.run(arguments, check=True, timeout=300, capture_output=True, text=True)
+    done = subprocess.run(arguments, check=True, timeout=300 * SLOW, capture_output=True, text=True)
     assert "notes.txt: not an audio file" in done.stderr
     assert content(tmp_path / "local") == content(tmp_path / "alone")
     arguments[-1] = tmp_path / "address"
-    subprocess.run([*arguments, cluster.scheduler_address], check=True, timeout=300)
+    subprocess.run([*arguments, cluster.scheduler_address], check=True, timeout=300 * SLOW)
     assert content(tmp_path / "address") == content(tmp_path / "alone")
 
 

@@ -10,9 +10,8 @@ import time
 import numpy as np
 import pytest
 import quellard
-from conftest import RATE, command, pluck
+from conftest import RATE, SLOW, command, pluck
 
-SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
 MOVES = [(0.0, "channel", "vintage"), (0.1, "gain", 9), (0.2, "channel", "clean"), (0.3, "treble", 1)]
 
 

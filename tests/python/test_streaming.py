@@ -3,16 +3,13 @@
 
 import copy
 import pickle
-import os
 import threading
 import time
 
 import numpy as np
 import pytest
 import quellard
-from conftest import RATE, write_wav
-
-SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
+from conftest import RATE, SLOW, write_wav
 
 
 def stream(amp, x, length):

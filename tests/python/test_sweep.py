@@ -14,9 +14,7 @@ from pathlib import Path
 import numpy as np
 import pytest
 import quellard
-from conftest import COMMAND, ENVIRONMENT, RATE, command, pluck, write_wav
-
-SLOW = 8 if os.environ.get("QUELLARD_SANITIZED") else 1
+from conftest import COMMAND, ENVIRONMENT, RATE, SLOW, command, pluck, write_wav
 
 
 @pytest.fixture
