@@ -245,7 +245,7 @@ case $1 in
       for delay in 0.5 2 4; do
         xdotool mousemove 70 10 click 1
         sleep "$delay"
-        xdotool key Up Return
+        xdotool key --delay 500 Up Return
         if shows --preset "Warm Jazz" || [[ $delay == 4 ]]; then break; fi
       done
       shows --preset "Warm Jazz"
