@@ -127,7 +127,8 @@ std::string decibelPort(int parameter, int sides) {
 std::string reportPort(std::uint32_t report, int sides) {
   const Lv2Report& about = kLv2Reports.at(report);
   const auto peak = [] {
-    return decibels(kLv2LowestPeak_db, kLv2LowestPeak_db, kLv2HighestPeak_db);
+    const auto lowest = static_cast<double>(kLv2LowestPeak_db);
+    return decibels(lowest, lowest, static_cast<double>(kLv2HighestPeak_db));
   };
   return controlPort(lv2ReportPort(report, sides), about.symbol, about.name, "lv2:OutputPort") +
          (about.isPeak ? peak() : kToggle);
