@@ -110,7 +110,7 @@ void defineAmplifier(py::module_& module) {
           "settings",
           [](const StreamingAmp& amp) {
             const auto [values, cabinet] = amp.settings();
-            return jsonLine(settingsAsJson(values, cabinet));
+            return jsonText(settingsAsJson(values, cabinet));
           },
           unlocked)
       .def("texts", [](const StreamingAmp& amp) {

@@ -91,7 +91,7 @@ std::string parametersAsJson(const PluginModule& module, const StartingPoint& st
     }
     all.push_back(std::move(one));
   }
-  return jsonLines({{"parameters", std::move(all)}});
+  return jsonPage({{"parameters", std::move(all)}});
 }
 
 std::string programsAsJson(const PluginModule& module) {
@@ -105,7 +105,7 @@ std::string programsAsJson(const PluginModule& module) {
                    {"channel", channelWord(channel)},
                    {"knobs", knobsOf(instance, channel)}});
   }
-  return jsonLines({{"programs", std::move(all)}});
+  return jsonPage({{"programs", std::move(all)}});
 }
 
 std::string presetsAsJson(const std::vector<Preset>& presets) {
@@ -123,28 +123,28 @@ std::string presetsAsJson(const std::vector<Preset>& presets) {
                    {"description", preset.description},
                    {"own", !preset.isFactory}});
   }
-  return jsonLines({{"presets", std::move(all)}});
+  return jsonPage({{"presets", std::move(all)}});
 }
 
 std::string pluginAsJson(const PluginModule& module) {
   const PluginInstance instance(module);
   const AEffect& record = instance.record();
-  return jsonLines({{"plugin", module.file().string()},
-                    {"effect_name", instance.text(effGetEffectName)},
-                    {"product", instance.text(effGetProductString)},
-                    {"vendor", instance.text(effGetVendorString)},
-                    {"vendor_version", instance.call(effGetVendorVersion)},
-                    {"unique_id", record.uniqueID},
-                    {"version", record.version},
-                    {"vst_version", instance.call(effGetVstVersion)},
-                    {"flags", record.flags},
-                    {"parameters", record.numParams},
-                    {"programs", record.numPrograms},
-                    {"inputs", record.numInputs},
-                    {"outputs", record.numOutputs},
-                    {"initial_delay_samples", record.initialDelay},
-                    {"tail_samples", instance.call(effGetTailSize)},
-                    {"command_version", QUELLARD_VERSION}});
+  return jsonPage({{"plugin", module.file().string()},
+                   {"effect_name", instance.text(effGetEffectName)},
+                   {"product", instance.text(effGetProductString)},
+                   {"vendor", instance.text(effGetVendorString)},
+                   {"vendor_version", instance.call(effGetVendorVersion)},
+                   {"unique_id", record.uniqueID},
+                   {"version", record.version},
+                   {"vst_version", instance.call(effGetVstVersion)},
+                   {"flags", record.flags},
+                   {"parameters", record.numParams},
+                   {"programs", record.numPrograms},
+                   {"inputs", record.numInputs},
+                   {"outputs", record.numOutputs},
+                   {"initial_delay_samples", record.initialDelay},
+                   {"tail_samples", instance.call(effGetTailSize)},
+                   {"command_version", QUELLARD_VERSION}});
 }
 
 std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome>& outcomes) {
@@ -155,7 +155,7 @@ std::string reportAsJson(const std::vector<Job>& jobs, const std::vector<Outcome
     one.update(result ? resultAsJson(*result) : Json{{"error", error}});
     files.push_back(std::move(one));
   }
-  return jsonLines({{"files", std::move(files)}});
+  return jsonPage({{"files", std::move(files)}});
 }
 
 }  // namespace quellard

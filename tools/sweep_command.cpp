@@ -45,7 +45,7 @@ std::string summaryAsJson(const Sweep& sweep, const Manifest& manifest, const Sw
                                        {"errors", result.errors},
                                        {"truncated", result.truncated},
                                        {"elapsed_seconds", elapsed_s}};
-  return jsonLines(json);
+  return jsonPage(json);
 }
 
 std::string summary(const Manifest& manifest, const SweepResult& result, double elapsed_s) {

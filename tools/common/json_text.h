@@ -7,13 +7,12 @@
 
 namespace quellard {
 
-inline std::string jsonLine(const nlohmann::ordered_json& json, int indent = -1) {
+// indent: blanks a level, on lines of their own; -1 for a single line.
+inline std::string jsonText(const nlohmann::ordered_json& json, int indent = -1) {
   return json.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-// For the eye: a line for each member, and a line's end after the last.
-inline std::string jsonLines(const nlohmann::ordered_json& json) {
-  return jsonLine(json, 2) + '\n';
-}
+// For the eye, with a line's end after the last.
+inline std::string jsonPage(const nlohmann::ordered_json& json) { return jsonText(json, 2) + '\n'; }
 
 }  // namespace quellard

@@ -227,7 +227,7 @@ std::string notesAsJson(const std::vector<HeardFile>& files, const TuningSetting
   const Json tuning = settings.tuning != nullptr ? Json(settings.tuning->name) : Json();
   const Json json = {
       {"reference_hz", settings.reference_hz}, {"tuning", tuning}, {"files", std::move(all)}};
-  return jsonLines(json);
+  return jsonPage(json);
 }
 
 }  // namespace quellard

@@ -29,7 +29,7 @@ Row parseRow(const std::string& line) {
   if (!json.is_object()) return {};
   const auto output = json.find("output");
   if (output == json.end() || !output->is_string()) return {};
-  return {output->get<std::string>(), jsonLine(json)};
+  return {output->get<std::string>(), jsonText(json)};
 }
 
 void readRows(const fs::path& file, ManifestRows& rows) {

@@ -161,17 +161,17 @@ Json rowWithResults(const SweepTask& task, const RenderResult& result, const std
 
 }  // namespace
 
-std::string plannedRow(const SweepTask& task) { return jsonLine(plannedJson(task)); }
+std::string plannedRow(const SweepTask& task) { return jsonText(plannedJson(task)); }
 
 std::string settingsId(const SweepTask& task) {
   constexpr std::size_t kDigits = 16;
   Json identity = identityOf(plannedJson(task));
   identity.erase("input_sha256");  // the folder of the file is the take's
-  return sha256(jsonLine(identity)).substr(0, kDigits);
+  return sha256(jsonText(identity)).substr(0, kDigits);
 }
 
 std::string writeTask(const SweepTask& task, const std::string& known) {
-  return jsonLine({{"folder", task.common->folder.string()},
+  return jsonText({{"folder", task.common->folder.string()},
                    {"origin", task.common->origin.string()},
                    {"row", plannedJson(task)},
                    {"known", known}});
@@ -180,7 +180,7 @@ std::string writeTask(const SweepTask& task, const std::string& known) {
 DoneTask runTask(const PluginModule& module, const std::string& text, Progress& progress) {
   const auto [task, known] = readTask(text);
   if (const std::optional<Json> row = keptRow(task, known)) {
-    return {.row = jsonLine(*row), .kept = true, .truncated = row->at("truncated").get<bool>()};
+    return {.row = jsonText(*row), .kept = true, .truncated = row->at("truncated").get<bool>()};
   }
   const fs::path take = task.common->origin / task.take->path;
   const fs::path file = fileOf(task);
@@ -188,7 +188,7 @@ DoneTask runTask(const PluginModule& module, const std::string& text, Progress& 
   const RenderSettings settings = renderSettings(task);
   makeFolder(file.parent_path());
   const RenderResult result = renderFile(module, take, file, settings, progress);
-  return {.row = jsonLine(rowWithResults(task, result, sha256OfFile(file))),
+  return {.row = jsonText(rowWithResults(task, result, sha256OfFile(file))),
           .kept = false,
           .truncated = result.truncated};
 }
