@@ -36,7 +36,7 @@ class Player {
  public:
   explicit Player(const Case& benchCase) : case_(benchCase), out_(std::size_t{kRoundSamples}) {
     amplifier_.setSampleRate(case_.rate);
-    for (int i = 1; i <= kNumControls; ++i) amplifier_.setParameter(i, position(0, i));
+    for (int i = 1; i <= kNumKnobs; ++i) amplifier_.setParameter(i, position(0, i));
     amplifier_.setParameter(kTypeParameter, 0.5f * static_cast<float>(case_.channel));
   }
 
@@ -56,7 +56,7 @@ class Player {
     ++block_;
     if (case_.knobs == Knobs::steady) return;
     const int first = case_.knobs == Knobs::all ? 1 : 1 + kKnobsPerChannel * case_.channel;
-    const int count = case_.knobs == Knobs::all ? kNumControls : kKnobsPerChannel;
+    const int count = case_.knobs == Knobs::all ? kNumKnobs : kKnobsPerChannel;
     for (int i = first; i < first + count; ++i) amplifier_.setParameter(i, position(block_, i));
   }
 

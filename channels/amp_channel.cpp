@@ -20,7 +20,6 @@ std::unique_ptr<IIRFilter> buildSection(const VoicingRow& row, double fs) {
   return std::make_unique<IIRFilter>(&prm);
 }
 
-// Builds the sections to run at `fs` Hz.
 FilterCascade buildCascade(std::span<const VoicingRow> rows, double fs) {
   auto cascade = std::make_unique<std::unique_ptr<IIRFilter>[]>(rows.size());
   std::transform(rows.begin(), rows.end(), cascade.get(),

@@ -27,15 +27,15 @@ inline CascadeView sectionsOf(const FilterCascade& cascade, std::int32_t count) 
 // waveshapers.
 enum class PostAndPower : std::uint8_t { atSampleRate, oversampled };
 
-// What makes a channel that channel. The host interface names its groups of filters: pre, the input
-// shelf and what follows it; post and power, see PostAndPower; eq, the tone stack; revise, the
-// output EQ.
+// What makes a channel that channel. The names of the groups of filters are the host interface's:
+// pre, the input shelf and what follows it; post, after the first waveshaper, and power, after the
+// second one, which in CLEAN both run before the drive; eq, the tone stack; revise, the output EQ.
 struct ChannelConstants {
   std::span<const VoicingRow> pre, post, eq, power, revise;
   PostAndPower postAndPower;
   ResamplingSet at48k;
   ResamplingSet elsewhere;
-  DriveCurve driveCurve;
+  FirstShaperCurve firstShaperCurve;
   double driveLevel;    // the drive factor at full GAIN
   double masterScale;   // make-up factor after the chain
   double lowBassRange;  // dB by which BASS moves the low bass peak up and down
@@ -82,13 +82,14 @@ class AmpChannelBase {
   std::array<double, 5>
       resampleA{};  // feedback A1..A5 of the resampling lowpass; signed to be added
   std::array<double, 6> resampleB{};  // feed-forward B0..B5
-  std::int32_t rateInt;               // the rate truncated toward zero
+  std::int32_t rateInt;               // truncated toward zero: 48000.9 Hz counts as 48000
   double rate;                        // Hz
   std::int32_t overSample = 0;        // F: 7 at 48000 Hz, 8 at any other rate
   double overSampleRatio = 0.0;       // F as a double
   double masterScale = 0.0;           // the channel's make-up factor
   std::array<double, 6> upState{};    // s0 to s4; a last one, always 0, lets one formula serve all
   std::array<double, 6> downState{};
+  // Over a block these two ramps are the drive and the level of Segment, in signal_chain.h.
   double gainTarget = 1.0;    // the drive factor that GAIN asks for
   double gainCurrent = 0.0;   // at the end of the last block
   double masterTarget = 1.0;  // the output level that MASTER asks for

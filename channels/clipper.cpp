@@ -7,7 +7,7 @@ namespace quellard {
 namespace {
 
 // clang-format off
-// The stored constants of T1 to T3: levels, rates per entry, last exponent.
+// T1 to T3; last is ClipperCurve::lastExponent.
 constexpr std::array<ClipperCurve, 3> kMultistageCurves = {{
   // + level  + rate                - level  - rate                 last
   {  1.0,    -0.0035,               0.057,  -0.06140350877192979,   -70.0              },
@@ -38,13 +38,14 @@ void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf g
   clipper.table.back() = curve.positiveLevel * (1.0 - e) / (e + 1.0);
 }
 
-void DriveClipper::require(int overSample, const DriveCurve& curve) {
+void FirstShaper::require(int overSample, const FirstShaperCurve& curve) {
   const std::size_t i = index(overSample);
   std::call_once(generated_[i], [&] {
-    const double A = curve.positiveSlope * overSample;
-    const double B = curve.negativeSlope * overSample;
-    const ClipperCurve scaled = {curve.positiveLevel, 0.0 - (A + A) / kClipperHalfSize, 1.0,
-                                 0.0 - (B + B) / kClipperHalfSize, -2.0 * A};
+    const double positive = curve.positiveSlope * overSample;
+    const double negative = curve.negativeSlope * overSample;
+    const ClipperCurve scaled = {curve.positiveLevel,
+                                 0.0 - (positive + positive) / kClipperHalfSize, 1.0,
+                                 0.0 - (negative + negative) / kClipperHalfSize, -2.0 * positive};
     generateClipper(tables_[i], scaled, NegativeHalf::scaleNumerator);
   });
 }

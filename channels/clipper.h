@@ -49,22 +49,22 @@ enum class NegativeHalf : std::uint8_t { scaleNumerator, scaleQuotient };
 // thread. Allocates nothing.
 void generateClipper(Clipper& clipper, const ClipperCurve& curve, NegativeHalf grouping);
 
-// The first waveshaper of a channel sees the zero-stuffed signal after a lowpass of unit gain, at
-// 1/F of its level, so its slopes at 0 grow with the factor F.
-struct DriveCurve {
+// The first waveshaper of a channel, T0, sees the zero-stuffed signal after a lowpass of unit gain,
+// at 1/F of its level, so its slopes at 0 grow with the factor F.
+struct FirstShaperCurve {
   double positiveLevel;
   double positiveSlope;  // of the tanh's argument, at F = 1
-  double negativeSlope;  // its level is 1
+  double negativeSlope;  // the negative half's level is always 1
 };
 
-// The first waveshaper of one channel: a table for each of the two factors that exist.
-class DriveClipper {
+// T0 of one channel: a table for each of the two factors that exist.
+class FirstShaper {
  public:
   // overSample: 7 or 8. Silent until required for that factor. [audio thread]
   const Clipper& at(int overSample) const { return tables_[index(overSample)]; }
 
   // Generates the factor's table unless that has been done. Thread-safe; not for the audio thread.
-  void require(int overSample, const DriveCurve& curve);
+  void require(int overSample, const FirstShaperCurve& curve);
 
  private:
   static constexpr int kLowestFactor = 7;
@@ -80,6 +80,7 @@ class DriveClipper {
 // factor and are the same in both channels, so the process holds them once.
 using MultistageClippers = std::array<Clipper, 3>;
 extern MultistageClippers multistageClip;
+inline constexpr std::size_t kT1 = 0, kT2 = 1, kT3 = 2;
 
 // Generates the three curves unless that has been done. Thread-safe; not for the audio thread.
 void requireMultistageClippers();

@@ -12,12 +12,12 @@ constexpr ChannelConstants QuellardCh1::kConstants = {
     .postAndPower = PostAndPower::atSampleRate,
     .at48k = kR1,
     .elsewhere = kR2,
-    .driveCurve = {0.98, 83.9795918367347, 82.3},
+    .firstShaperCurve = {0.98, 83.9795918367347, 82.3},
     .driveLevel = 1.0,
     .masterScale = 7.07945784,  // +17 dB
     .lowBassRange = 5.0,
 };
 
-DriveClipper QuellardCh1::clip;
+FirstShaper QuellardCh1::clip;
 
 }  // namespace quellard

@@ -11,7 +11,7 @@ class QuellardCh1 final : public VoicedChannel<QuellardCh1> {
   using VoicedChannel::VoicedChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0 in signal_chain.h
+  static FirstShaper clip;  // T0 in signal_chain.h
 
   QUELLARD_VOICING(QuellardCh1, clean);
 };

@@ -12,12 +12,12 @@ constexpr ChannelConstants QuellardCh2::kConstants = {
     .postAndPower = PostAndPower::oversampled,
     .at48k = kR3,
     .elsewhere = kR2,
-    .driveCurve = {0.45, 28.8888888888889, 13.0},
+    .firstShaperCurve = {0.45, 28.8888888888889, 13.0},
     .driveLevel = 1.0,
     .masterScale = 0.56234133,  // -5 dB
     .lowBassRange = 6.0,
 };
 
-DriveClipper QuellardCh2::clip;
+FirstShaper QuellardCh2::clip;
 
 }  // namespace quellard

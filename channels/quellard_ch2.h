@@ -14,7 +14,7 @@ class QuellardCh2 final : public MultistageChannel<QuellardCh2> {
   using MultistageChannel::MultistageChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
+  static FirstShaper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
 
   QUELLARD_VOICING(QuellardCh2, vintage);
 };

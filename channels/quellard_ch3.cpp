@@ -12,12 +12,12 @@ constexpr ChannelConstants QuellardCh3::kConstants = {
     .postAndPower = PostAndPower::oversampled,
     .at48k = kR3,
     .elsewhere = kR4,
-    .driveCurve = {0.45, 43.7555555555556, 19.69},
+    .firstShaperCurve = {0.45, 43.7555555555556, 19.69},
     .driveLevel = 0.501187233,  // -6 dB
     .masterScale = 0.5,         // -6.02 dB
     .lowBassRange = 6.0,
 };
 
-DriveClipper QuellardCh3::clip;
+FirstShaper QuellardCh3::clip;
 
 }  // namespace quellard

@@ -12,7 +12,7 @@ class QuellardCh3 final : public MultistageChannel<QuellardCh3> {
   using MultistageChannel::MultistageChannel;
 
   static const ChannelConstants kConstants;
-  static DriveClipper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
+  static FirstShaper clip;  // T0 in signal_chain.h; T1 to T3 are multistageClip
 
   QUELLARD_VOICING(QuellardCh3, modern);
 };

@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include "channels/split_gains.h"
+
 namespace quellard {
 namespace {
 
@@ -35,24 +37,24 @@ inline void run(CascadeView cascade, double& x) {
   for (const auto& section : cascade) section->iirProcessing(&x);
 }
 
-inline double powerStage(PowerStageSplit& split, double p) {
-  const double low = (split.splitLow - p) * split.splitCoef + p;
-  const double high = (split.splitHigh + p) * split.splitCoef + p;
-  const double q = multistageClip[2].lookup(high - split.splitHigh);
-  const double w = ((split.splitLow + low) * 0.7 + q) * 0.66;
+inline double powerStage(PowerStageSplit& split, double x) {
+  const double low = (split.splitLow - x) * split.splitCoef + x;
+  const double high = (split.splitHigh + x) * split.splitCoef + x;
+  const double shapedHigh = multistageClip[kT3].lookup(high - split.splitHigh);
+  const double y = ((split.splitLow + low) * kSplitLowGain + shapedHigh) * kSplitMixGain;
   split.splitLow = low;
   split.splitHigh = high;
-  return w;
+  return y;
 }
 
 // The nonlinear stage of one sub-sample.
-inline double shape(const AmpChannelBase& c, const ChainParts& parts, double y) {
-  double w = parts.firstShaper.lookup(y);
-  if (parts.split == nullptr) return w;
-  run(sectionsOf(c.postFilters, c.postCount), w);
-  w = multistageClip[0].lookup(w);
-  run(sectionsOf(c.powerFilters, c.powerCount), w);
-  return powerStage(*parts.split, multistageClip[1].lookup(w));
+inline double shape(const AmpChannelBase& c, const ChainParts& parts, double x) {
+  double y = parts.firstShaper.lookup(x);
+  if (parts.split == nullptr) return y;
+  run(sectionsOf(c.postFilters, c.postCount), y);
+  y = multistageClip[kT1].lookup(y);
+  run(sectionsOf(c.powerFilters, c.powerCount), y);
+  return powerStage(*parts.split, multistageClip[kT2].lookup(y));
 }
 
 // The lowpasses' states stay in registers for the length of a sample. The first of the F outputs is

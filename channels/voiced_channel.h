@@ -23,7 +23,7 @@ class VoicedChannel : public AmpChannelBase {
   VoicedChannel(double sampleRate, bool rebuildTables) : AmpChannelBase(sampleRate) {
     build(Channel::kConstants);
     if (!rebuildTables) return;
-    Channel::clip.require(overSample, Channel::kConstants.driveCurve);
+    Channel::clip.require(overSample, Channel::kConstants.firstShaperCurve);
     if (std::is_base_of_v<PowerStageSplit, Channel>) requireMultistageClippers();
   }
 

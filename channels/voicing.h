@@ -20,8 +20,7 @@ struct VoicingRow {
 template <std::size_t Count>
 using VoicingTable = std::array<VoicingRow, Count>;
 
-// One column of a table: the form in which the channel classes publish their voicings. Sections are
-// built from rows.
+// One column of a table. Sections are built from rows; the columns are read by nothing in here.
 template <class Field, std::size_t Count>
 constexpr std::array<Field, Count> column(Field VoicingRow::*field,
                                           const VoicingTable<Count>& table) {
@@ -30,8 +29,9 @@ constexpr std::array<Field, Count> column(Field VoicingRow::*field,
   return values;
 }
 
-// A channel's voicing by columns, as the host interface names them, as static members of its class:
-// QuellardCh1preNum, QuellardCh1preFrq and so on.
+// A channel's voicing by columns, static members of its class that the host interface names:
+// QuellardCh1preNum, QuellardCh1preFrq and so on. It has none for the gains of eq, which the knobs
+// set.
 #define QUELLARD_VOICING(channel, voicing)              \
   QUELLARD_COLUMNS(channel##pre, voicing::kPre);        \
   QUELLARD_COLUMNS(channel##post, voicing::kPost);      \

@@ -10,7 +10,7 @@ constexpr double kSqrt2 = 1.4142135623730951;
 
 using Coefficients = std::array<double, 5>;
 
-// Rows below name the weights in the order of a transfer function; sections keep the feedback
+// The functions below list the weights as a transfer function does; sections keep the feedback
 // weights (p1 of y[n-1], p2 of y[n-2]) first.
 struct Weights {
   double b0, b1, b2, p1, p2;
@@ -62,13 +62,13 @@ Weights bandAround(int num, double K, double Q) {
   return {(1.0 + KK) / D, 2.0 * (KK - 1.0) / D, (1.0 + KK) / D, p1, KQ / D - (1.0 + KK) / D};
 }
 
-Weights bandBetween(int num, double K2, double K3) {
-  const double D = 1.0 - K2 + K3 + K2 * K3;
-  const double p1 = -2.0 * (K2 * K3 - 1.0) / D;
-  const double p2 = -(1.0 + K2 - K3 + K2 * K3) / D;
-  if (num == bandPassEdges) return {(K3 - K2) / D, 0.0, -(K3 - K2) / D, p1, p2};
-  const double b0 = (1.0 + K2 * K3) / D;
-  return {b0, 2.0 * (K2 * K3 - 1.0) / D, b0, p1, p2};
+Weights bandBetween(int num, double KLow, double KHigh) {
+  const double D = 1.0 - KLow + KHigh + KLow * KHigh;
+  const double p1 = -2.0 * (KLow * KHigh - 1.0) / D;
+  const double p2 = -(1.0 + KLow - KHigh + KLow * KHigh) / D;
+  if (num == bandPassEdges) return {(KHigh - KLow) / D, 0.0, -(KHigh - KLow) / D, p1, p2};
+  const double b0 = (1.0 + KLow * KHigh) / D;
+  return {b0, 2.0 * (KLow * KHigh - 1.0) / D, b0, p1, p2};
 }
 
 // A cut is the exact inverse of a boost of the same size.
@@ -86,13 +86,12 @@ Weights peak(double K, double Q, double gainDb) {
           -(1.0 + KK - V * K / Q) * E};
 }
 
-// The pole a is the root inside the unit circle of (1-a)^2 = r (1 - 2 a c + a^2), where r is half
-// the power (-3 dB) at the corner and c the cosine of its angle.
+// The pole a is the root inside the unit circle of (1-a)^2 = r (1 - 2 a c + a^2), where r, 10^-0.3,
+// is the power at the corner (-3 dB) and c the cosine of its angle.
 Coefficients onePole(double f, double fs, double pi) {
   const double c = std::cos(2.0 * pi * f / fs);
   const double r = 0.5011872337;
-  const double rMinus1 = -0.49881276630000004;
-  const double a = ((r * c - 1.0) + std::sqrt(r * (c - 1.0) * (r * c + r - 2.0))) / rMinus1;
+  const double a = ((r * c - 1.0) + std::sqrt(r * (c - 1.0) * (r * c + r - 2.0))) / (r - 1.0);
   return {1.0 - a, 0.0, a, 0.0, 0.0};
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: ISC
 // Filter design: from a record of type, frequencies, Q, gain and rate to the coefficients of one
-// first- or second-order section. Pure functions; any thread, no allocation.
+// first- or second-order section. Keeps nothing; any thread, no allocation.
 #pragma once
 
 #include <array>
@@ -8,8 +8,9 @@
 
 namespace quellard {
 
-// Bilinear-transform designs with the corner prewarped by K = tan(pi f / fs). A number is first cut
-// to a signed 16-bit value; one that is not in this list is the one-pole low-pass.
+// Types 0 to 12 are bilinear-transform designs with the corner prewarped by K = tan(pi f / fs). A
+// number is first cut to a signed 16-bit value; one that is not in this list is the one-pole
+// low-pass.
 enum FilterType : std::int32_t {
   lowPass1 = 0,             // -3 dB at frq, 6 dB/octave
   highPass1 = 1,            // -3 dB at frq, 6 dB/octave
@@ -21,10 +22,10 @@ enum FilterType : std::int32_t {
   highPass2 = 7,
   bandPass = 8,  // 0 dB at frq, width set by q
   notch = 9,
-  peaking = 10,     // gain dB at frq, 0 dB far from it
-  lowShelf1 = 11,   // gain dB at DC, 0 dB at half the rate
-  highShelf1 = 12,  // 0 dB at DC, gain dB at half the rate
-  onePoleLowPass = 13,
+  peaking = 10,         // gain dB at frq, 0 dB far from it
+  lowShelf1 = 11,       // gain dB at DC, 0 dB at half the rate
+  highShelf1 = 12,      // 0 dB at DC, gain dB at half the rate
+  onePoleLowPass = 13,  // (1 - a) / (1 - a/z), its pole a solved for -3 dB at frq
 };
 
 // What a section is designed from. The names are the host interface's.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: ISC
 // One first- or second-order filter section with its own design and glide. A section belongs to
 // one channel and is used from one thread at a time; nothing here allocates. The names are the host
-// interface's: FD stands for filter design, ip for interpolated, that is gliding.
+// interface's: FD stands for filter design, excute is its spelling of execute, and ip stands for
+// interpolated, that is gliding.
 #pragma once
 
 #include <array>
@@ -28,8 +29,9 @@ class IIRFilter {
   // sample. A section is always run through the same one of the two. [audio thread]
   void ipIirProcessing(double* sample);
 
-  // Redesigns at once. The state stays unless the type number changes: a moved frequency does not
-  // restart the section. [audio thread]
+  // Redesigns at once, for a section that iirProcessing() runs: one that ipIirProcessing() runs
+  // keeps its design until a glide ends. The state stays unless the type number changes: a moved
+  // frequency does not restart the section. [audio thread]
   void FDexcute(filterPrm_tag* prm);
 
   // Redesigns and glides there in a straight line: the next sample still has the previous design,

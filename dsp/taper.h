@@ -22,8 +22,8 @@ class edit {
  public:
   // x: the knob, 0..1 (outside that a power curve may return NaN). Returns valueAtZero for 0 and
   // valueAtOne for 1 with any curve that runs from 0 to 1. The curve always starts at the lower
-  // end value, whichever way the control runs. Single precision, as the sound depends on it.
-  // [audio thread] Allocates nothing.
+  // end value, whichever way the control runs. Powers and arctangents are computed in double;
+  // where they are rounded to float is part of the sound. [audio thread] Allocates nothing.
   float editProcessing(float x) const;
 
   std::unique_ptr<float[]> poly;  // null unless the curve is a polynomial

@@ -17,16 +17,16 @@ namespace {
 constexpr std::array<float, kKnobsPerChannel> kTaperExponents = {2.0f, 3.0f, 0.5f,
                                                                  1.0f, 1.0f, 1.0f};
 
-// The sections that are run with ipIirProcessing: the input shelf and the tone stack. The tone
-// stack's last one in VINTAGE and MODERN is never retuned. It belongs to them since a section just
-// built puts out 0 for its first sample, from coefficients of 0, and reset() repeats that.
+// The sections that are run with ipIirProcessing: the input shelf and the tone stack. No knob
+// retunes the tone stack's last section in VINTAGE and MODERN. It is counted all the same: just
+// built, it puts out 0 for one sample, from coefficients of 0, and reset() repeats that.
 std::size_t tunableSections(const AmpChannelBase& channel) { return 1 + asSize(channel.eqCount); }
 
 IIRFilter& tunableSection(AmpChannelBase& channel, std::size_t i) {
   return i == 0 ? *channel.preFilters[0] : *channel.eqFilters[i - 1];
 }
 
-void restartGlide(IIRFilter& section, const IIRFilter::Coefficients& built) {
+void restoreAsBuilt(IIRFilter& section, const IIRFilter::Coefficients& built) {
   section.coef = built;
   section.ipBase.fill(0.0);
   section.ipStep.fill(0.0);
@@ -61,6 +61,7 @@ Amplifier::~Amplifier() {
 }
 
 const std::atomic<float>* Amplifier::liveValue(int index) const {
+  // The knobs are parameters 1 to 18.
   if (isKnob(index)) return &at(controlValues, index - 1);
   return index == kTypeParameter ? &typeValue : nullptr;
 }
@@ -73,14 +74,14 @@ void Amplifier::reserve(int frames) {
   const std::lock_guard lock(processLock);
   if (frames <= reservedFrames) return;
   const auto size = asSize(frames);
-  auto channel = std::make_unique<double[]>(size);
+  auto newChannelBuffer = std::make_unique<double[]>(size);
   fadeBuffer = std::make_unique<double[]>(size);
-  channelBuffer = std::move(channel);
+  channelBuffer = std::move(newChannelBuffer);
   reservedFrames = frames;
   bufferFrames = 0;  // no block has used these buffers yet
 }
 
-bool Amplifier::prepare(double rate, double controlMinimum) {
+bool Amplifier::prepare(double rate, double knobMinimum) {
   if (rate == appliedSampleRate || !std::isfinite(rate) || rate <= 0.0) return false;
   // Until all is built there is no switcher, and blocks are silent.
   appliedSampleRate = -1.0;
@@ -89,7 +90,7 @@ bool Amplifier::prepare(double rate, double controlMinimum) {
 
   try {
     buildChannels(rate);
-    buildTapers(controlMinimum);
+    buildTapers(knobMinimum);
     appliedValues.fill(-1.0f);
     const float select = typeValue.load(std::memory_order_relaxed);
     channelSwitch = std::make_unique<ChannelSwitcher>(rate, select);
@@ -128,7 +129,7 @@ void Amplifier::reset() {
     channel.clearState();
     channel.gainCurrent = channel.masterCurrent = 0.0;
     for (std::size_t i = 0; i < tunableSections(channel); ++i) {
-      restartGlide(tunableSection(channel, i), builtDesigns[c][i]);
+      restoreAsBuilt(tunableSection(channel, i), builtDesigns[c][i]);
     }
   }
   channelSwitch->fadeState = ChannelSwitcher::idle;
@@ -137,11 +138,11 @@ void Amplifier::reset() {
   typePending = true;
 }
 
-void Amplifier::buildTapers(double controlMinimum) {
+void Amplifier::buildTapers(double knobMinimum) {
   for (std::size_t i = 0; i < tapers.size(); ++i) {
     tapers[i] = std::make_unique<edit<double>>();
     tapers[i]->curve = kPowerCurve;
-    tapers[i]->valueAtZero = controlMinimum;
+    tapers[i]->valueAtZero = knobMinimum;
     tapers[i]->exponent = kTaperExponents[i % kKnobsPerChannel];
   }
 }

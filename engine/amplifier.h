@@ -36,8 +36,8 @@ class Amplifier {
   // The sample-rate setup: builds everything that depends on the rate. Hz; the rate in force, NaN,
   // infinities and rates that are not positive change nothing. Returns whether it built. Not while
   // a block is played. On an exception (no memory) no channel is left, and the next call builds
-  // again. controlMinimum: what every taper returns at a knob's minimum.
-  bool prepare(double rate, double controlMinimum = 0.0);
+  // again. knobMinimum: what every taper returns at a knob's minimum.
+  bool prepare(double rate, double knobMinimum = 0.0);
 
   // Allocates buffers for blocks of up to `frames` samples, for hosts that change the length from
   // block to block: they then play without allocating, across sample-rate setups too. A smaller
@@ -57,12 +57,12 @@ class Amplifier {
   // Held for a whole block and for each store of a parameter. Recursive.
   std::recursive_mutex processLock;
   std::unique_ptr<QuellardProgram[]> programs;
-  // The knobs, 0..1, six per channel in the order of the parameters: PRESENCE, BASS, MID, TREBLE,
-  // MASTER, GAIN.
-  std::array<std::atomic<float>, kNumControls> controlValues;
+  // The knobs, which the host interface calls controls: 0..1, six per channel in the order of the
+  // parameters: PRESENCE, BASS, MID, TREBLE, MASTER, GAIN.
+  std::array<std::atomic<float>, kNumKnobs> controlValues;
   // As last pushed to the channels: BASS, MID, TREBLE, PRESENCE, MASTER, GAIN. After a setup -1,
   // outside the range of the knobs, so that every knob counts as moved.
-  std::array<float, kNumControls> appliedValues;
+  std::array<float, kNumKnobs> appliedValues;
   std::atomic<float> typeValue;  // the channel selector, 0..1
   std::int32_t activeChannel;    // the audible one
   std::unique_ptr<ChannelSwitcher> channelSwitch;
@@ -70,13 +70,13 @@ class Amplifier {
   bool typePending;           // the selector is yet to be adopted, by the next block
   std::int32_t bufferFrames;  // the length of the last block; the buffers may be longer
   // MASTER, GAIN, BASS, MID, TREBLE, PRESENCE for each channel.
-  std::array<std::unique_ptr<edit<double>>, kNumControls> tapers;
+  std::array<std::unique_ptr<edit<double>>, kNumKnobs> tapers;
   double appliedSampleRate;  // Hz; -1 before the first setup
   std::array<std::unique_ptr<AmpChannelBase>, kNumChannels> channels;
   std::unique_ptr<double[]> channelBuffer;
   // The longest block that needs no allocation: what reserve() was asked for, or a longer block
-  // since. 0 without reserve(): then the first block after a setup allocates, and every block of
-  // another length than the last one.
+  // since. 0 without reserve(), and after a block that found memory short: then the first block
+  // after a setup allocates, and every block of another length than the last one.
   std::int32_t reservedFrames;
   // The designs with which the tunable sections of each channel, input shelf and tone stack, were
   // built. The first block glides from there to the knobs, and so does the first after a reset().
@@ -90,15 +90,15 @@ class Amplifier {
 
  private:
   void adoptFirstSelector();
-  void pushMovedControls(int frames);
-  void pushChannelControls(std::size_t channel, int frames);
+  void pushMovedKnobs(int frames);
+  void pushChannelKnobs(std::size_t channel, int frames);
   bool sizeBuffers(int frames);
   bool playChannels(int outgoingChannel, int switchPoint, double* in, int frames);
   void writeOutput(double* out, int frames) const;
-  void rememberControls();
+  void rememberKnobs();
 
   void buildChannels(double rate);
-  void buildTapers(double controlMinimum);
+  void buildTapers(double knobMinimum);
 };
 
 }  // namespace quellard

@@ -16,14 +16,16 @@ class ChannelSwitcher {
   // Takes a selector value as seen, so that it starts no switch. [audio thread]
   void adopt(float select) { lastSelect = select; }
 
-  // Writes one gain per sample and moves the fade on. A selector that differs from the recorded
-  // one starts a switch if none is running. Of all gains of a switch one is 0, the first of the
-  // fade-in: there the incoming channel takes over, the one that this block's selector names.
-  // Returns where that sample stands in this block, n if it does not. n below 1 writes nothing.
-  // The block records the selector's value, unless it begins after the silent sample of a fade-in.
-  // Then the recorded value stays the one that has chosen the incoming channel; where the selector
-  // has moved since, the next block that begins without a fade sees it differ and starts another
-  // switch. So once the selector rests, its channel plays. [audio thread]
+  // Writes one gain per sample and moves the fade on. n below 1 writes nothing.
+  // Start: a selector that differs from the recorded value, even by less than a channel, starts a
+  // switch if none is running.
+  // Choice: one gain of a switch is 0, the first of the fade-in. There the incoming channel takes
+  // over, the one that this block's selector names. Returns where that sample stands in this block,
+  // n if it does not.
+  // Later moves: a block records the selector's value unless it begins after that sample. Then the
+  // value that chose the channel stays recorded, and the first block that begins without a fade
+  // sees a selector that has moved since differ. So once the selector rests, its channel plays.
+  // [audio thread]
   int fillGain(float select, int n, double* gain);
 
   enum FadeState : std::int32_t { idle = 0, fadingOut = 1, fadingIn = 2 };

@@ -19,7 +19,7 @@ enum Knob : std::size_t { presence, bass, mid, treble, master, gain };
 constexpr std::array<std::size_t, kKnobsPerChannel> kAppliedIndex = {3, 0, 1, 2, 4, 5};
 constexpr std::array<std::size_t, kKnobsPerChannel> kTaperIndex = {5, 2, 3, 4, 0, 1};
 
-constexpr std::size_t firstControl(std::size_t channel) { return channel * kKnobsPerChannel; }
+constexpr std::size_t firstKnob(std::size_t channel) { return channel * kKnobsPerChannel; }
 
 // A number minus itself is 0 if it is finite and NaN if not, and one NaN makes a sum NaN. Four sums
 // side by side, as each addition waits for the one before.
@@ -38,8 +38,8 @@ void writeSilence(double* out, int frames) { std::fill_n(out, frames, 0.0); }
 // Null where memory is short.
 std::unique_ptr<double[]> tryAllocate(int frames) {
   const auto size = asSize(frames);
-  if (size > PTRDIFF_MAX / sizeof(double))
-    return nullptr;  // where some compilers throw all the same
+  // Beyond every possible size, where some compilers' nothrow new throws.
+  if (size > PTRDIFF_MAX / sizeof(double)) return nullptr;
   return std::unique_ptr<double[]>(new (std::nothrow) double[size]);
 }
 
@@ -52,18 +52,18 @@ void Amplifier::processBlock(double* in, double* out, int frames) {
   if (channelSwitch == nullptr) return writeSilence(out, frames);
 
   adoptFirstSelector();
-  pushMovedControls(frames);
+  pushMovedKnobs(frames);
   if (!sizeBuffers(frames)) return writeSilence(out, frames);
   const float select = typeValue.load(std::memory_order_relaxed);
   const int switchPoint = channelSwitch->fillGain(select, frames, fadeBuffer.get());
-  const int outgoingChannel = activeChannel;
+  const int outgoingChannel = activeChannel;  // plays the whole block unless a switch falls into it
   if (switchPoint < frames) activeChannel = channelFromSelect(select);
   if (playChannels(outgoingChannel, switchPoint, in, frames)) {
     writeOutput(out, frames);
   } else {
     writeSilence(out, frames);
   }
-  rememberControls();
+  rememberKnobs();
 }
 
 // The first block, and the first after a reset(), starts on the selected channel, without a fade.
@@ -77,22 +77,22 @@ void Amplifier::adoptFirstSelector() {
 
 // Inaudible channels get their new designs and levels too. Their glides and ramps move on only
 // while they play, so what changed last is still moving when a switch brings them in.
-void Amplifier::pushMovedControls(int frames) {
+void Amplifier::pushMovedKnobs(int frames) {
   for (std::size_t channel = 0; channel < kNumChannels; ++channel) {
-    pushChannelControls(channel, frames);
+    pushChannelKnobs(channel, frames);
   }
 }
 
-void Amplifier::pushChannelControls(std::size_t c, int frames) {
+void Amplifier::pushChannelKnobs(std::size_t c, int frames) {
   const auto value = [&](Knob knob) {
-    return controlValues[firstControl(c) + knob].load(std::memory_order_relaxed);
+    return controlValues[firstKnob(c) + knob].load(std::memory_order_relaxed);
   };
   const auto moved = [&](Knob knob) {
-    return value(knob) != appliedValues[firstControl(c) + kAppliedIndex[knob]];
+    return value(knob) != appliedValues[firstKnob(c) + kAppliedIndex[knob]];
   };
   // Hosts may store anything; the tapers and the polynomials after them are made for 0..1.
   const auto tapered = [&](Knob knob) {
-    const auto& taper = *tapers[firstControl(c) + kTaperIndex[knob]];
+    const auto& taper = *tapers[firstKnob(c) + kTaperIndex[knob]];
     return static_cast<double>(taper.editProcessing(limitToRange(value(knob))));
   };
 
@@ -147,8 +147,8 @@ void Amplifier::writeOutput(double* out, int frames) const {
 }
 
 // Every block does this. Written out, as compilers do not unroll a loop over the indices.
-void Amplifier::rememberControls() {
-  for (std::size_t first = 0; first < kNumControls; first += kKnobsPerChannel) {
+void Amplifier::rememberKnobs() {
+  for (std::size_t first = 0; first < kNumKnobs; first += kKnobsPerChannel) {
     const auto value = [&](Knob knob) {
       return controlValues[first + knob].load(std::memory_order_relaxed);
     };

@@ -17,7 +17,7 @@ constexpr float kRigKnobRadius = 21.0F;
 
 // The rig's knobs have neighbours close by.
 float halfWidthOf(int parameter) {
-  if (parameter <= kNumControls) return 50.0F;
+  if (parameter <= kNumKnobs) return 50.0F;
   return parameter == kGateParameter ? 34.0F : 42.0F;
 }
 

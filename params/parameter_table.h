@@ -15,9 +15,9 @@ inline constexpr int kNumChannels = 3;
 inline constexpr int kKnobsPerChannel = 6;
 inline constexpr int kMasterKnob = 4;  // of the knobs 0..5 of a channel
 inline constexpr int kGainKnob = 5;
-inline constexpr int kNumControls = kNumChannels * kKnobsPerChannel;
-inline constexpr int kNumStoredValues = kNumControls + 1;  // the knobs and the selector
-inline constexpr int kTypeParameter = 19;                  // the channel selector
+inline constexpr int kNumKnobs = kNumChannels * kKnobsPerChannel;
+inline constexpr int kNumStoredValues = kNumKnobs + 1;  // the knobs and the selector
+inline constexpr int kTypeParameter = 19;               // the channel selector
 
 inline constexpr float kKnobDefault = 0.5f;
 inline constexpr float kTypeDefault = 1.0f;  // MODERN

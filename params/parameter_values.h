@@ -21,7 +21,7 @@ namespace quellard {
 constexpr bool isStored(int index) { return index >= 1 && index <= kNumStoredValues; }
 
 // 1..18.
-constexpr bool isKnob(int index) { return index >= 1 && index <= kNumControls; }
+constexpr bool isKnob(int index) { return index >= 1 && index <= kNumKnobs; }
 
 // One entry for each parameter that has a value, by the parameter's index, 1..19 or, with what
 // hosts add to the amplifier, more.

@@ -53,7 +53,7 @@ void ParameterSmoother::moveTo(int index, float value) {
 // A step ends where a move ends, so that every move takes its full time and no longer.
 int ParameterSmoother::framesToNextArrival() const {
   int least = moveFrames_;
-  for (int knob = 1; knob <= kNumControls; ++knob) {
+  for (int knob = 1; knob <= kNumKnobs; ++knob) {
     const Move& move = moves_[knob];
     if (move.isUnderWay) least = std::min(least, moveFrames_ - move.framesDone);
   }

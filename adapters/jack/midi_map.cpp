@@ -22,7 +22,7 @@ std::optional<MidiAction> controlAction(int controller, int position, int channe
   if (controller >= kSelectedKnobs && controller < kSelectedKnobs + kKnobsPerChannel) {
     return MidiAction{.parameter = knobIndex(channel, controller - kSelectedKnobs), .value = value};
   }
-  if (controller >= kAllKnobs && controller < kAllKnobs + kNumControls) {
+  if (controller >= kAllKnobs && controller < kAllKnobs + kNumKnobs) {
     return MidiAction{.parameter = controller - kAllKnobs + 1, .value = value};
   }
   return std::nullopt;

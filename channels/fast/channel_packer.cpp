@@ -11,7 +11,7 @@ namespace {
 
 // Calls visit(i, up, down) for each state of the resampling lowpasses where the pipeline keeps it.
 template <class Visit>
-void eachResamplerState(ChannelState& state, const Visit& visit) {
+void eachResamplerState(PackedState& state, const Visit& visit) {
   visit(0, state.s0[0], state.s0[1]);
   visit(1, state.s13[0], state.s13[1]);
   visit(2, state.s24[0], state.s24[1]);
@@ -21,7 +21,7 @@ void eachResamplerState(ChannelState& state, const Visit& visit) {
 
 void setAllBits(double& x) { std::memset(&x, 0xff, sizeof x); }
 
-void packSection(const PackedSection& section, PackedChannel& packed) {
+void packSection(const SectionPlace& section, PackedChannel& packed) {
   const auto& [filter, lane, index, canGlide] = section;
   const bool gliding = section.glides();
   const IIRFilter::Coefficients& coef = canGlide ? filter->ipBase : filter->coef;
@@ -35,7 +35,7 @@ void packSection(const PackedSection& section, PackedChannel& packed) {
   packed.state.biquad2[index][lane] = filter->state2;
 }
 
-void unpackSection(const PackedSection& section, const ChannelState& state, int n) {
+void unpackSection(const SectionPlace& section, const PackedState& state, int n) {
   IIRFilter& filter = *section.filter;
   filter.state1 = state.biquad1[section.index][section.lane];
   filter.state2 = state.biquad2[section.index][section.lane];
@@ -109,7 +109,7 @@ std::array<IIRFilter*, 3> ChannelPacker::interstageFilters() const {
 }
 
 bool ChannelPacker::canPack() const {
-  const auto isBiquad = [](const PackedSection& section) { return section.filter->form != 0; };
+  const auto isBiquad = [](const SectionPlace& section) { return section.filter->form != 0; };
   if (count_ == 0 || !std::ranges::all_of(sections(), isBiquad)) return false;
   // Until generated a table has halfSize 0, and the pipeline uses one halfSize for all four.
   if (parts_.firstShaper.halfSize == 0.0) return false;
@@ -129,7 +129,7 @@ void ChannelPacker::play(const Segment& segment) {
   packed.level = segment.level;
   packed.rampOffset = segment.begin;
   pipeline()(packed, segment.in + segment.begin, segment.out + segment.begin, n);
-  for (const PackedSection& section : sections()) unpackSection(section, packed.state, n);
+  for (const SectionPlace& section : sections()) unpackSection(section, packed.state, n);
   unpackOversampledStages(packed.state);
 }
 
@@ -141,12 +141,12 @@ void ChannelPacker::packCascade(PackedChannel& packed) const {
   for (auto& section : packed.biquadCoef) section[2][0] = 1.0;
   setAllBits(packed.lastSectionUsed[0]);
 
-  packed.glides = std::ranges::any_of(sections(), &PackedSection::glides);
+  packed.glides = std::ranges::any_of(sections(), &SectionPlace::glides);
   if (packed.glides) {
     std::memset(packed.glideCount, 0, sizeof packed.glideCount);
     std::fill_n(&packed.biquadStep[0][0][0], sizeof packed.biquadStep / sizeof(double), -0.0);
   }
-  for (const PackedSection& section : sections()) packSection(section, packed);
+  for (const SectionPlace& section : sections()) packSection(section, packed);
 }
 
 void ChannelPacker::packOversampledStages(PackedChannel& packed) const {
@@ -178,7 +178,7 @@ void ChannelPacker::packOversampledStages(PackedChannel& packed) const {
   packed.splitCoef = parts_.split->splitCoef;
 }
 
-void ChannelPacker::unpackOversampledStages(ChannelState& state) {
+void ChannelPacker::unpackOversampledStages(PackedState& state) {
   eachResamplerState(state, [this](std::size_t i, const double& up, const double& down) {
     channel_.upState[i] = up;
     channel_.downState[i] = down;

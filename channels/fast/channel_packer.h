@@ -12,8 +12,8 @@
 
 namespace quellard::fast {
 
-// A section's place in the cascade.
-struct PackedSection {
+// A section and its place in the cascade.
+struct SectionPlace {
   IIRFilter* filter;
   int lane;
   int index;      // within the lane
@@ -41,15 +41,15 @@ class ChannelPacker {
   void assignLanes();
   void assign(IIRFilter* filter, int lane, int index, bool canGlide);
   std::array<IIRFilter*, 3> interstageFilters() const;
-  std::span<const PackedSection> sections() const { return {sections_.data(), count_}; }
+  std::span<const SectionPlace> sections() const { return {sections_.data(), count_}; }
   void packCascade(PackedChannel& packed) const;
   // Resampler, waveshapers, interstage filters and split.
   void packOversampledStages(PackedChannel& packed) const;
-  void unpackOversampledStages(ChannelState& state);
+  void unpackOversampledStages(PackedState& state);
 
   AmpChannelBase& channel_;
   ChainParts parts_;
-  std::array<PackedSection, std::size_t{kLanes}* kSectionsPerLane> sections_ = {};
+  std::array<SectionPlace, std::size_t{kLanes}* kSectionsPerLane> sections_ = {};
   std::size_t count_ = 0;
 };
 

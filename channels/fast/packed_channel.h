@@ -12,8 +12,8 @@ namespace quellard::fast {
 inline constexpr int kLanes = 4;
 inline constexpr int kSectionsPerLane = 4;
 
-// All that a channel remembers from sample to sample.
-struct ChannelState {
+// The states of all filters. How far a section has glided is in PackedChannel.
+struct PackedState {
   double biquad1[kSectionsPerLane][kLanes];  // IIRFilter::state1
   double biquad2[kSectionsPerLane][kLanes];  // IIRFilter::state2
   // States s0 to s4 of the two resampling lowpasses, up beside down.
@@ -33,7 +33,7 @@ struct PackedChannel {
   // All bits set; none in lanes 1 to 3 where the last section is missing. In lane 0 sections that
   // pass x on take the place of missing ones.
   double lastSectionUsed[kLanes];
-  ChannelState state;
+  PackedState state;
   double resampleA[5];
   double resampleB[3];         // the other three are the same backwards
   double interstageX[kLanes];  // weights of x[n] in post 0, power 0 and power 1

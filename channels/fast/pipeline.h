@@ -34,6 +34,7 @@
 
 #include "channels/fast/packed_channel.h"
 #include "channels/fast/vector.h"
+#include "channels/split_gains.h"
 
 namespace quellard::fast {
 inline namespace QUELLARD_FAST_ISA {
@@ -44,12 +45,12 @@ inline namespace QUELLARD_FAST_ISA {
 // x - x is not 0 but NaN for infinities and NaN.
 QUELLARD_INLINE double finiteOrZero(double x) { return x - x == 0.0 ? x : 0.0; }
 
-// Coefficients and constants in the vectors in which the stages use them.
-struct Coefficients {
-  // Of the resampling lowpasses, up beside down, numbered by the states that they feed: A0 is A1 of
-  // voicing.h, A13 is {A2, A4}, A24 {A3, A5}, B13 {B2, B4}, B24 {B3, B5}. B0 and B1 are themselves.
-  RepeatedPair A0, B0, B1;
-  Quad A13, A24, B13, B24;
+// In the vectors in which the stages use them.
+struct PipelineConstants {
+  // Of the resampling lowpasses, up beside down, numbered as in voicing.h: the weights for s0 and
+  // the output, those for s1 beside s3, and those for s2 beside s4.
+  RepeatedPair A1, B0, B1;
+  Quad A2A4, A3A5, B2B4, B3B5;
   Quad interstageX, interstageY;
   Pair splitCoef;
   Quad halfSize, one, minusOne, lowGain, mixGain;
@@ -62,7 +63,7 @@ struct StageBuffers {
   double lowBranch[8], negatedHighBranch[8];  // the split's outputs
   double shaped2[8];                          // T2's output
   // Two signals interleaved, at interleavedIndex() of the sub-sample: the outputs of T0 and T1; the
-  // inputs of up, which are zeros after the first, and of down.
+  // stuffed zeros, beside the inputs of down. The first input of up is `driven`.
   double shaped01[8][2], resamplerInput[8][2];
 };
 
@@ -75,10 +76,11 @@ struct PipelineState {
   Quad interstage;
   Pair split;
   StageBuffers buffers;
-  TablePosition positions[4];
+  TablePosition positions[4];  // of T0 to T3; in CLEAN of T0, for each half of the sub-samples
   Quad glideCount[kSectionsPerLane];
-  Quad cascadeInput;  // of lanes 2 and 3 in the next iteration: what lanes 1 and 2 have put out
-  double driven;      // the input of up
+  // Its high half: of lanes 2 and 3 in the next iteration, what lanes 1 and 2 have put out.
+  Quad cascadeInput;
+  double driven;  // the input of up
 };
 
 template <int F, bool multistage, bool glides>
@@ -88,7 +90,7 @@ class Pipeline {
       : channel_(channel), in_(in), out_(out), n_(n) {}
 
   void run() {
-    const Coefficients c = coefficients();
+    const PipelineConstants c = constants();
     PipelineState p = {};
     if constexpr (glides) {
       // A lane that lags starts with its count lowered by the lag, and so reaches the true count
@@ -129,7 +131,6 @@ class Pipeline {
     return quad(pair(0, kDownLag), pair(kDownLag + 1, kDownLag + 2));
   }
 
-  // Signals within an iteration.
   struct Iteration {
     double x;
     Quad cascade;
@@ -140,7 +141,7 @@ class Pipeline {
   // Transfers the state of the stages that lag by so many samples, in one direction or the other.
   // due: the mask of the lanes whose first or last sample it is.
   template <class Transfer>
-  QUELLARD_INLINE static void transferState(int lag, PipelineState& p, ChannelState& state,
+  QUELLARD_INLINE static void transferState(int lag, PipelineState& p, PackedState& state,
                                             const Transfer& transfer) {
     const double d = lag;
     if (lag == 0 || lag >= kDownLag) {
@@ -161,31 +162,31 @@ class Pipeline {
     }
   }
 
-  QUELLARD_INLINE Coefficients coefficients() const {
-    Coefficients c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
+  QUELLARD_INLINE PipelineConstants constants() const {
+    PipelineConstants c;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
     const auto both = [](double x) { return broadcast<2>(x); };
     const auto& a = channel_.resampleA;
     const auto& b = channel_.resampleB;
-    c.A0 = repeat(both(a[0]));
-    c.A13 = quad(both(a[1]), both(a[3]));
-    c.A24 = quad(both(a[2]), both(a[4]));
+    c.A1 = repeat(both(a[0]));
+    c.A2A4 = quad(both(a[1]), both(a[3]));
+    c.A3A5 = quad(both(a[2]), both(a[4]));
     c.B0 = repeat(both(b[0]));
     c.B1 = repeat(both(b[1]));
-    c.B13 = quad(both(b[2]), both(b[1]));
-    c.B24 = quad(both(b[2]), both(b[0]));
+    c.B2B4 = quad(both(b[2]), both(b[1]));
+    c.B3B5 = quad(both(b[2]), both(b[0]));
     c.interstageX = load<4>(channel_.interstageX);
     c.interstageY = load<4>(channel_.interstageY);
     c.splitCoef = both(channel_.splitCoef);
     c.halfSize = broadcast<4>(channel_.halfSize);
     c.one = broadcastOnce(1.0);
     c.minusOne = broadcastOnce(-1.0);
-    c.lowGain = broadcastOnce(0.7);
-    c.mixGain = broadcastOnce(0.66);
+    c.lowGain = broadcastOnce(kSplitLowGain);
+    c.mixGain = broadcastOnce(kSplitMixGain);
     forEach<4>(QUELLARD_EACH { c.table[i] = channel_.table[i]; });
     return c;
   }
 
-  QUELLARD_INLINE void iterate(const Coefficients& c, PipelineState& p, int k) {
+  QUELLARD_INLINE void iterate(const PipelineConstants& c, PipelineState& p, int k) {
     Iteration now;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled stage by stage
     now.x = finiteOrZero(k < n_ ? in_[k] : 0.0);
     forEach<F>([&](auto j) __attribute__((always_inline)) { subSample<j>(c, p, now); });
@@ -200,11 +201,11 @@ class Pipeline {
     if (done >= 0) out_[done] = ramp(channel_.level, done) * lane1(high);
   }
 
-  // The stages in the reverse of their order in the chain, so that none waits for another: its
-  // input was computed some sub-samples ago, and its output is needed some sub-samples later.
+  // About from the end of the chain to its start, so that no stage waits for another: its input was
+  // computed some sub-samples ago, and its output is needed some sub-samples later.
   template <int j>
-  QUELLARD_INLINE void subSample(const Coefficients& c, PipelineState& p, Iteration& now) {
-    if constexpr (j >= 2 && j < 2 + kSectionsPerLane) cascade<j - 2>(p, now);
+  QUELLARD_INLINE void subSample(const PipelineConstants& c, PipelineState& p, Iteration& now) {
+    if constexpr (j >= 2 && j < 2 + kSectionsPerLane) cascadeSection<j - 2>(p, now);
     if constexpr (multistage) {
       waveshapers<j>(c, p);
       split<j>(c, p, now);
@@ -219,15 +220,15 @@ class Pipeline {
   // input terms the scalar chain leaves out, add zeros here. That can change the sign of a zero,
   // but T0 returns the centre of its table for a zero of either sign.
   template <int j>
-  QUELLARD_INLINE void resample(const Coefficients& c, PipelineState& p, Iteration& now) {
+  QUELLARD_INLINE void resample(const PipelineConstants& c, PipelineState& p, Iteration& now) {
     const auto& in = p.buffers.resamplerInput;
     const RepeatedPair u =
         repeat(j == 0 ? pair(p.driven, in[0][1]) : load<2>(in[interleavedIndex(j)]));
     const RepeatedPair y = c.B0 * u + p.s0;
     const Quad s13 = p.s13;
-    p.s0 = c.A0 * y + repeatLow(s13) + c.B1 * u;
-    p.s13 = c.A13 * quad(y) + p.s24 + c.B13 * quad(u);
-    p.s24 = c.A24 * quad(y) + highThenZero(s13) + c.B24 * quad(u);
+    p.s0 = c.A1 * y + repeatLow(s13) + c.B1 * u;
+    p.s13 = c.A2A4 * quad(y) + p.s24 + c.B2B4 * quad(u);
+    p.s24 = c.A3A5 * quad(y) + highThenZero(s13) + c.B3B5 * quad(u);
     optimisationBarrier(p.s0);
     optimisationBarrier(p.s13);
     now.resampled[j] = lowHalf(y);
@@ -238,7 +239,8 @@ class Pipeline {
   // 0 and left out; x[n-1] weighs what x[n] weighs, and in power 0, a highpass in an odd lane, the
   // negative of it. That can change the sign of a zero, which the next waveshaper does not see.
   template <int j>
-  QUELLARD_INLINE void interstageFilters(const Coefficients& c, PipelineState& p, Iteration& now) {
+  QUELLARD_INLINE void interstageFilters(const PipelineConstants& c, PipelineState& p,
+                                         Iteration& now) {
     StageBuffers& b = p.buffers;
     const Quad x = quad(load<2>(b.shaped01[interleavedIndex(j)]), pair(b.power0[j], 0.0));
     const Quad weighed = c.interstageX * x;
@@ -252,7 +254,7 @@ class Pipeline {
   // The high branch in the first lane, negated throughout, and the low branch in the second: then
   // one needs differences where the other needs sums, as addSubtract() gives them.
   template <int j>
-  QUELLARD_INLINE void split(const Coefficients& c, PipelineState& p, Iteration& now) {
+  QUELLARD_INLINE void split(const PipelineConstants& c, PipelineState& p, Iteration& now) {
     const Pair in = broadcast<2>(p.buffers.shaped2[j]);
     const Pair old = p.split;
     p.split = addSubtract((old - in) * c.splitCoef, in);
@@ -262,7 +264,7 @@ class Pipeline {
 
   // One section of each lane, as IIRFilter computes it with or without a glide.
   template <int section>
-  QUELLARD_INLINE void cascade(PipelineState& p, Iteration& now) {
+  QUELLARD_INLINE void cascadeSection(PipelineState& p, Iteration& now) {
     const auto coef = [&](int i) __attribute__((always_inline)) {
       const Quad fixed = load<4>(channel_.biquadCoef[section][i]);
       if constexpr (glides) {
@@ -286,7 +288,7 @@ class Pipeline {
   // position is computed in one iteration and the entries are read in the next: up and down share a
   // vector, and after a shorter delay one would wait for the other.
   template <int j>
-  QUELLARD_INLINE void waveshaper(const Coefficients& c, PipelineState& p) {
+  QUELLARD_INLINE void waveshaper(const PipelineConstants& c, PipelineState& p) {
     constexpr int half = j < 4 ? 4 : 0;
     TablePosition& position = p.positions[half / 4];
     if constexpr (j % 4 == 1) {
@@ -300,7 +302,7 @@ class Pipeline {
   // three steps through the second half, so the results for sub-samples 0 to 3 are stored in the
   // third.
   template <int j>
-  QUELLARD_INLINE void waveshapers(const Coefficients& c, PipelineState& p) {
+  QUELLARD_INLINE void waveshapers(const PipelineConstants& c, PipelineState& p) {
     constexpr int half = j < 4 ? 4 : 0;
     constexpr int last = F == 7 && j > 3 ? 2 : 3;
     StageBuffers& b = p.buffers;
@@ -324,7 +326,8 @@ class Pipeline {
 
   // Where four values, or their negatives, fall in a table, whose ends are at -1 and 1.
   template <int sign = 1>
-  QUELLARD_INLINE static TablePosition tablePosition(const Coefficients& c, const double* from) {
+  QUELLARD_INLINE static TablePosition tablePosition(const PipelineConstants& c,
+                                                     const double* from) {
     const Quad x = maximum(c.minusOne, minimum(c.one, load<4>(from)));
     const Quad offset = x * c.halfSize;
     return toTablePosition(sign > 0 ? c.halfSize + offset : c.halfSize - offset);
@@ -340,36 +343,37 @@ class Pipeline {
     return (unpackHigh(even, odd) - below) * position.fraction + below;
   }
 
-  // From the vectors o[], one for each sub-sample, to an array of sub-samples for each lane. As
+  // From the vectors v[], one for each sub-sample, to an array of sub-samples for each lane. As
   // many at a time as a native vector holds: a vector that was stored in one piece loads without
-  // delay.
+  // delay. At F = 7 the last is stored twice, and its second place read by nobody.
   template <int j>
-  QUELLARD_INLINE static void transpose(const Pair* o, double* toLane0, double* toLane1 = nullptr) {
+  QUELLARD_INLINE static void transpose(const Pair* v, double* lane0Out,
+                                        double* lane1Out = nullptr) {
     if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
       constexpr int at = j / kNativeLanes * kNativeLanes;
-      const auto o1 = o[at + 1 < F ? at + 1 : at];
+      const auto next = v[at + 1 < F ? at + 1 : at];
       if constexpr (kNativeLanes == 2) {
-        store(toLane0 + at, unpackLow(o[at], o1));
-        if (toLane1 != nullptr) store(toLane1 + at, unpackHigh(o[at], o1));
+        store(lane0Out + at, unpackLow(v[at], next));
+        if (lane1Out != nullptr) store(lane1Out + at, unpackHigh(v[at], next));
       } else {
-        store(toLane0 + at, unpackLow(o[at], o1, o[at + 2], o[j]));
-        if (toLane1 != nullptr) store(toLane1 + at, unpackHigh(o[at], o1, o[at + 2], o[j]));
+        store(lane0Out + at, unpackLow(v[at], next, v[at + 2], v[j]));
+        if (lane1Out != nullptr) store(lane1Out + at, unpackHigh(v[at], next, v[at + 2], v[j]));
       }
     }
   }
 
   template <int j>
-  QUELLARD_INLINE static void transpose(const Quad* o, double* toLane0, double* toLane2) {
+  QUELLARD_INLINE static void transpose(const Quad* v, double* lane0Out, double* lane2Out) {
     if constexpr (j % kNativeLanes == kNativeLanes - 1 || j == F - 1) {
       constexpr int at = j / kNativeLanes * kNativeLanes;
-      const Quad a = unpackLow(o[at], o[at + 1 < F ? at + 1 : at]);
+      const Quad a = unpackLow(v[at], v[at + 1 < F ? at + 1 : at]);
       if constexpr (kNativeLanes == 2) {
-        store(toLane0 + at, lowHalf(a));
-        store(toLane2 + at, highHalf(a));
+        store(lane0Out + at, lowHalf(a));
+        store(lane2Out + at, highHalf(a));
       } else {
-        const Quad b = unpackLow(o[at + 2], o[j]);
-        store(toLane0 + at, quad(lowHalf(a), lowHalf(b)));
-        store(toLane2 + at, quad(highHalf(a), highHalf(b)));
+        const Quad b = unpackLow(v[at + 2], v[j]);
+        store(lane0Out + at, quad(lowHalf(a), lowHalf(b)));
+        store(lane2Out + at, quad(highHalf(a), highHalf(b)));
       }
     }
   }

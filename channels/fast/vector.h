@@ -49,8 +49,8 @@ struct Constant {
 };
 
 // Calls f with the constants 0 .. n-1: a loop whose arrays can stay in registers.
-template <int n, typename F>
-QUELLARD_INLINE void forEach(F f) {
+template <int n, typename Function>
+QUELLARD_INLINE void forEach(Function f) {
   [&]<int... i>(std::integer_sequence<int, i...>) __attribute__((always_inline)) {
     (f(Constant<i>{}), ...);
   }
@@ -214,7 +214,7 @@ QUELLARD_INLINE Quad unpackHigh(Pair a, Pair b, Pair c, Pair d) {
   return quad(unpackHigh(a, b), unpackHigh(c, d));
 }
 
-// An optimisation barrier: the value is computed here and not elsewhere. Compilers otherwise put
+// The value is computed here and not elsewhere. Compilers otherwise put
 // sums off to where they are used, which makes one long chain of the sums of several sub-samples.
 template <int n>
 QUELLARD_INLINE void optimisationBarrier(Lanes<n, true>& x) {
@@ -298,6 +298,7 @@ QUELLARD_INLINE std::uint64_t low64(__m128i x) {
   return reinterpret_cast<Words>(x)[0];
 }
 #endif
+// x: 0 .. 65535 in table entries; a NaN gives index 0 and the fraction NaN.
 #if defined(__AVX__)
 QUELLARD_INLINE TablePosition toTablePosition(Quad x) {
   const __m128i whole = _mm256_cvttpd_epi32(x.v);
@@ -331,7 +332,6 @@ QUELLARD_INLINE Pair toTablePosition(Pair x, std::uint64_t& index) {
   return x;
 #endif
 }
-// x: 0 .. 65535 in table entries; a NaN gives index 0 and the fraction NaN.
 QUELLARD_INLINE TablePosition toTablePosition(Quad x) {
   TablePosition position;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled right here
   position.fraction = {toTablePosition(x.low, position.index[0]),

@@ -221,7 +221,7 @@ TEST(FactoryBank, NamesAreUniqueAndEveryParameterIsSet) {
     EXPECT_EQ(findFactoryPreset(preset.name), &preset);
     channels.insert(preset.channel);
     const auto values = presetValues(preset);
-    for (int index = 1; index <= kNumControls; ++index) {
+    for (int index = 1; index <= kNumKnobs; ++index) {
       const auto knob = static_cast<std::size_t>((index - 1) % kKnobsPerChannel);
       EXPECT_EQ(values[index], findParameter(index)->channel == preset.channel
                                    ? static_cast<float>(preset.knobs[knob] / 10.0)

@@ -101,7 +101,7 @@ TEST(SignalProcess, VoicingsThatTheFastCoreCannotPlayAreRight) {
                                         .postAndPower = PostAndPower::oversampled,
                                         .at48k = kR3,
                                         .elsewhere = kR2,
-                                        .driveCurve = {},
+                                        .firstShaperCurve = {},
                                         .driveLevel = 1.0,
                                         .masterScale = 1.0,
                                         .lowBassRange = 6.0};

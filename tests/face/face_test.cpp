@@ -203,7 +203,7 @@ TEST_F(Hands, EveryControlIsReachedAndSetByTheKeyboard) {
 TEST_F(Hands, AStepUpAndOneDownLeadBack) {
   for (int preset = 0; preset < 4; ++preset) {
     click(middleOf(controlOf(ControlKind::nextPreset)));
-    for (int index = 1; index <= kNumControls; ++index) {
+    for (int index = 1; index <= kNumKnobs; ++index) {
       for (const Key there : {Key::up, Key::pageDown}) {
         focusOn(knobControl(index));
         const float before = target.values[index];

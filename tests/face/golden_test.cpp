@@ -70,7 +70,7 @@ const std::vector<Scene>& scenes() {
        }},
       {"knobs-at-their-ends",
        [](Face&, RecordingTarget& amp) {
-         for (int index = 1; index <= kNumControls; ++index) {
+         for (int index = 1; index <= kNumKnobs; ++index) {
            amp.values[index] = index % 2 == 0 ? 0.0F : 1.0F;
          }
          amp.values[kInputParameter] = 0.0F;

@@ -114,7 +114,7 @@ TEST(FactoryPreset, SetsItsChannelAndLeavesTheOthersAtTheirDefaults) {
     EXPECT_EQ(findFactoryPreset(preset.name), &preset);
     const ParameterValues values = presetValues(preset);
     EXPECT_EQ(channelFromSelect(values[kTypeParameter]), preset.channel);
-    for (int index = 1; index <= kNumControls; ++index) {
+    for (int index = 1; index <= kNumKnobs; ++index) {
       const bool own = parameterInfo(index).channel == preset.channel;
       const double knob = at(preset.knobs, (index - 1) % kKnobsPerChannel);
       EXPECT_EQ(positionFromKnob(values[index]), own ? knob : 5.0) << index;

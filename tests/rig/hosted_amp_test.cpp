@@ -20,7 +20,7 @@ TEST(HostedAmp, TailIsNoLongerThanReported) {
   for (int setting = 0; setting < effort(48); ++setting) {
     const double rate = kRates[static_cast<std::size_t>(setting % 4)];
     HostedAmp amp(HostedAmp::kMono);
-    for (int index = 1; index <= kNumControls; ++index)
+    for (int index = 1; index <= kNumKnobs; ++index)
       amp.setValue(index,
                    static_cast<float>(setting % 5 != 0 ? random.integer(0, 1) : random.unit()));
     for (const int master : {5, 11, 17}) amp.setValue(master, 1.0F);

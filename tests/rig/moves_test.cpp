@@ -84,7 +84,7 @@ TEST(Moves, AKnobMoveAddsNoStep) {
   constexpr std::array<std::array<float, 2>, 3> kWays = {
       {{0.5F, 0.6F}, {0.0F, 1.0F}, {1.0F, 0.0F}}};
   constexpr int kStride = sizeof(void*) < 8 ? 5 : 1;  // 32 bits run in an emulator
-  for (int index = 1; index <= kNumControls; index += kStride) {
+  for (int index = 1; index <= kNumKnobs; index += kStride) {
     for (const auto& [from, to] : kWays) {
       ParameterValues before = defaults((index - 1) / kKnobsPerChannel), after = before;
       before[index] = from;
@@ -116,7 +116,7 @@ TEST(Moves, FollowTheirCurveInBlocksOfAnyLength) {
     smoother.prepare(kRate);
     ParameterValues values = defaults(0);
     smoother.jumpTo(values);
-    const int index = random.integer(1, kNumControls);
+    const int index = random.integer(1, kNumKnobs);
     const double power = (index - 1) % 6 == 4 ? 4.0 : 2.0;
     const auto target = static_cast<float>(random.unit());
     const double start = std::pow(0.5, 1.0 / power);
@@ -220,7 +220,7 @@ TEST(Moves, ReachTheLastValueWhateverInterruptsThem) {
   double *channel = io.data(), *other = same.data();
   const AudioChannels block{.doubles = &channel, .count = 1}, twin{.doubles = &other, .count = 1};
   for (int move = 0; move < effort(2000); ++move) {
-    const int index = random.integer(1, kNumControls);
+    const int index = random.integer(1, kNumKnobs);
     last[index] = static_cast<float>(random.unit());
     amp.setValues(last);
     const int frames = random.integer(1, 64);

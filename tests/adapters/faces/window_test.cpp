@@ -330,7 +330,7 @@ TEST_P(Windows, KeysReachTheHostUnlessTheFaceUsesThem) {
   screen->keyUp(' ');
   track.live();
   EXPECT_EQ(screen->heard(), "");
-  for (int parameter = 1; parameter <= kNumControls; ++parameter) {
+  for (int parameter = 1; parameter <= kNumKnobs; ++parameter) {
     const auto value = static_cast<double>(presetValue(kFactoryBank[0], parameter));
     EXPECT_NEAR(track.host->get(parameter), value, 1e-6) << "one preset further";
   }
