@@ -10,9 +10,9 @@ function(quellard_install)
   endif()
 endfunction()
 
-# quellard_export(FOLDER): its library for other programs, as Quellard::FOLDER, whether
+# quellard_core_library(FOLDER): its library for other programs, as Quellard::FOLDER, whether
 # they find it installed or take it by add_subdirectory. Its headers go with it.
-function(quellard_export folder)
+function(quellard_core_library folder)
   add_library(Quellard::${folder} ALIAS quellard_${folder})
   set_target_properties(quellard_${folder} PROPERTIES EXPORT_NAME ${folder})
   target_include_directories(quellard_${folder} PUBLIC

@@ -30,8 +30,8 @@ class IIRFilter {
   void ipIirProcessing(double* sample);
 
   // Redesigns at once, for a section that iirProcessing() runs: one that ipIirProcessing() runs
-  // keeps its design until a glide ends. The state stays unless the type number changes: a moved
-  // frequency does not restart the section. [audio thread]
+  // keeps its design until the running glide ends or, without one, the next begins. The state stays
+  // unless the type number changes: a moved frequency does not restart the section. [audio thread]
   void FDexcute(filterPrm_tag* prm);
 
   // Redesigns and glides there in a straight line: the next sample still has the previous design,

@@ -10,7 +10,7 @@ namespace quellard {
 enum TaperCurve : std::int32_t {
   kPowerCurve = 0,       // base + scale (t - offset)^exponent
   kFixedPowerCurve = 1,  // t^sqrt(2)
-  kArctangentCurve = 2,  // an S between 0 and 1, `scale` its steepness, `offset` its middle
+  kArctangentCurve = 2,  // an S of steepness `scale` around 0.5 at `offset`; 0 to 1 if that is 0.5
   kPolynomialCurve = 3,  // poly[polyCount-1] + poly[polyCount-2] t + ... ; polyCount >= 1
   kStraightLine = 4,     // t; any other number is taken as this one
 };
@@ -22,8 +22,8 @@ class edit {
  public:
   // x: the knob, 0..1 (outside that a power curve may return NaN). Returns valueAtZero for 0 and
   // valueAtOne for 1 with any curve that runs from 0 to 1. The curve always starts at the lower
-  // end value, whichever way the control runs. Powers and arctangents are computed in double;
-  // where they are rounded to float is part of the sound. [audio thread] Allocates nothing.
+  // end value, whichever way the control runs. Which steps are computed in float and which in
+  // double is part of the sound. [audio thread] Allocates nothing.
   float editProcessing(float x) const;
 
   std::unique_ptr<float[]> poly;  // null unless the curve is a polynomial

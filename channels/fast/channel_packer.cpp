@@ -121,7 +121,7 @@ bool ChannelPacker::canPack() const {
 
 void ChannelPacker::play(const Segment& segment) {
   const int n = segment.end - segment.begin;
-  // Filled below as far as the pipeline reads it.
+  // Filled below as far as the pipeline uses it.
   PackedChannel packed;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   packCascade(packed);
   packOversampledStages(packed);
