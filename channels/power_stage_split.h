@@ -7,7 +7,7 @@
 namespace quellard {
 
 struct PowerStageSplit {
-  double splitLow = 0.0;   // one-pole lowpass, put out as this + the one before: 2 at DC
+  double splitLow = 0.0;   // one-pole lowpass, put out as 0.7 (this + the one before): 1.4 at DC
   double splitHigh = 0.0;  // one-pole, put out as this - the one before: 0 at DC
   double splitCoef = 0.0;  // the pole of both: 0.7095 at a sample rate of 48000 Hz, else 0.722
 

@@ -3,8 +3,6 @@
 
 #include <cmath>
 
-#include "channels/split_gains.h"
-
 namespace quellard {
 namespace {
 
@@ -37,11 +35,12 @@ inline void run(CascadeView cascade, double& x) {
   for (const auto& section : cascade) section->iirProcessing(&x);
 }
 
+// The low branch, 1.4 at DC, and the shaped high one, mixed at 0.66.
 inline double powerStage(PowerStageSplit& split, double x) {
   const double low = (split.splitLow - x) * split.splitCoef + x;
   const double high = (split.splitHigh + x) * split.splitCoef + x;
   const double shapedHigh = multistageClip[kT3].lookup(high - split.splitHigh);
-  const double y = ((split.splitLow + low) * kSplitLowGain + shapedHigh) * kSplitMixGain;
+  const double y = ((split.splitLow + low) * 0.7 + shapedHigh) * 0.66;
   split.splitLow = low;
   split.splitHigh = high;
   return y;

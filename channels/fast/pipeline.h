@@ -34,7 +34,6 @@
 
 #include "channels/fast/packed_channel.h"
 #include "channels/fast/vector.h"
-#include "channels/split_gains.h"
 
 namespace quellard::fast {
 inline namespace QUELLARD_FAST_ISA {
@@ -180,8 +179,8 @@ class Pipeline {
     c.halfSize = broadcast<4>(channel_.halfSize);
     c.one = broadcastOnce(1.0);
     c.minusOne = broadcastOnce(-1.0);
-    c.lowGain = broadcastOnce(kSplitLowGain);
-    c.mixGain = broadcastOnce(kSplitMixGain);
+    c.lowGain = broadcastOnce(0.7);
+    c.mixGain = broadcastOnce(0.66);
     forEach<4>(QUELLARD_EACH { c.table[i] = channel_.table[i]; });
     return c;
   }
