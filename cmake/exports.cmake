@@ -1,5 +1,5 @@
-# quellard_export_symbols(MODULE MAP): the module exports the symbols that the version script MAP lists, and
-# nothing else. Windows has such lists in a form of its own, which is made from the same file.
+# quellard_export_symbols(MODULE MAP): the module exports the symbols that the version script MAP lists,
+# and nothing else. Windows has such lists in a form of its own, which is made from the same file.
 function(quellard_export_symbols module map)
   if(WIN32)
     file(STRINGS ${map} lines REGEX "^    [A-Za-z_]+;$")
