@@ -30,8 +30,7 @@ constexpr std::array<Field, Count> column(Field VoicingRow::*field,
 }
 
 // A channel's voicing by columns, static members of its class that the host interface names:
-// QuellardCh1preNum, QuellardCh1preFrq and so on. It has none for the gains of eq, which the knobs
-// set.
+// QuellardCh1preNum, QuellardCh1preFrq and so on; none for eq's gains, which the knobs set.
 #define QUELLARD_VOICING(channel, voicing)              \
   QUELLARD_COLUMNS(channel##pre, voicing::kPre);        \
   QUELLARD_COLUMNS(channel##post, voicing::kPost);      \

@@ -61,8 +61,7 @@ Amplifier::~Amplifier() {
 }
 
 const std::atomic<float>* Amplifier::liveValue(int index) const {
-  // The knobs are parameters 1 to 18.
-  if (isKnob(index)) return &at(controlValues, index - 1);
+  if (isKnob(index)) return &at(controlValues, index - 1);  // parameters 1 to 18
   return index == kTypeParameter ? &typeValue : nullptr;
 }
 

@@ -19,13 +19,11 @@ class ChannelSwitcher {
   // Writes one gain per sample and moves the fade on. n below 1 writes nothing.
   // Start: a selector that differs from the recorded value, even by less than a channel, starts a
   // switch if none is running.
-  // Choice: one gain of a switch is 0, the first of the fade-in. There the incoming channel takes
-  // over, the one that this block's selector names. Returns where that sample stands in this block,
-  // n if it does not.
+  // Choice: the first gain of the fade-in is 0. There the channel takes over that this block's
+  // selector names. Returns where that sample stands in this block, n if it does not.
   // Later moves: a block records the selector's value unless it begins after that sample. Then the
-  // value that chose the channel stays recorded, and the first block that begins without a fade
-  // sees a selector that has moved since differ. So once the selector rests, its channel plays.
-  // [audio thread]
+  // value that chose the channel stays recorded, and the first block without a fade sees what has
+  // moved since. So once the selector rests, its channel plays. [audio thread]
   int fillGain(float select, int n, double* gain);
 
   enum FadeState : std::int32_t { idle = 0, fadingOut = 1, fadingIn = 2 };

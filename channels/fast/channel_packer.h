@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: ISC
 // Packs a channel for the pipeline and unpacks it again. The sections stay the owners of their
 // coefficients, glides and states: all is packed at the start of a segment; at its end the states
-// are unpacked and the glides moved on, so that between two calls a section holds what its header
-// says.
+// are unpacked and the glides moved on. So between two calls a section holds what its header says.
 #pragma once
 
 #include <array>

@@ -344,8 +344,7 @@ class Pipeline {
 
   // From the vectors v[], one for each sub-sample, to an array of sub-samples for each lane. As
   // many at a time as a native vector holds: a vector that was stored in one piece loads without
-  // delay. At F = 7 the last is stored twice; what the waveshapers make of its second place is not
-  // used.
+  // delay. At F = 7 the last is stored twice; the second one's results are not used.
   template <int j>
   QUELLARD_INLINE static void transpose(const Pair* v, double* lane0Out,
                                         double* lane1Out = nullptr) {
